@@ -1,0 +1,63 @@
+# What every target of the tree shares: warnings, sanitizers, and the one way to declare a library, a
+# test and a benchmark.
+
+find_package(Threads REQUIRED)
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_C_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
+endif()
+
+add_library(nimbrel_options INTERFACE)
+if(MSVC)
+  target_compile_options(nimbrel_options INTERFACE /W4 /utf-8 /permissive- /fp:precise $<$<BOOL:${NIMBREL_WERROR}>:/WX>)
+  target_compile_definitions(nimbrel_options INTERFACE NOMINMAX WIN32_LEAN_AND_MEAN _CRT_SECURE_NO_WARNINGS)
+else()
+  # The arithmetic of assets and of the CPU programs must give the same bits everywhere: no contraction.
+  target_compile_options(nimbrel_options INTERFACE
+    -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Wconversion -Wno-sign-conversion -ffp-contract=off
+    $<$<BOOL:${NIMBREL_WERROR}>:-Werror>)
+endif()
+target_compile_definitions(nimbrel_options INTERFACE
+  GLM_FORCE_EXPLICIT_CTOR GLM_ENABLE_EXPERIMENTAL
+  $<$<NOT:$<CONFIG:Debug>>:NIMBREL_RELEASE>)
+
+if(NIMBREL_SANITIZE)
+  target_compile_options(nimbrel_options INTERFACE -fsanitize=${NIMBREL_SANITIZE} -fno-omit-frame-pointer
+    -fno-sanitize-recover=all -g)
+  target_link_options(nimbrel_options INTERFACE -fsanitize=${NIMBREL_SANITIZE})
+endif()
+if(NIMBREL_FUZZ)
+  target_compile_options(nimbrel_options INTERFACE -fsanitize=fuzzer-no-link,address,undefined -g)
+  target_link_options(nimbrel_options INTERFACE -fsanitize=address,undefined)
+endif()
+
+# nimbrel_library(name SOURCES ... PUBLIC include dirs ... LIBS ...)
+function(nimbrel_library name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;INCLUDES;LIBS" ${ARGN})
+  add_library(${name} STATIC ${ARG_SOURCES})
+  target_include_directories(${name} PUBLIC ${ARG_INCLUDES})
+  target_link_libraries(${name} PUBLIC nimbrel_options ${ARG_LIBS})
+endfunction()
+
+# nimbrel_test(name SOURCES ... LIBS ... [TIMEOUT seconds] [LABELS ...]): one GoogleTest program and
+# one CTest entry for it.
+function(nimbrel_test name)
+  cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
+  find_package(GTest REQUIRED)
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE nimbrel_options ${ARG_LIBS} GTest::gmock GTest::gtest_main)
+  add_test(NAME ${name} COMMAND ${name})
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 300)
+  endif()
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}")
+endfunction()
+
+# nimbrel_benchmark(name SOURCES ... LIBS ...)
+function(nimbrel_benchmark name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+  find_package(benchmark REQUIRED)
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE nimbrel_options ${ARG_LIBS} benchmark::benchmark)
+endfunction()
