@@ -185,6 +185,9 @@ private:
         bool mEnabled = true;
         std::string mName;
     };
+    const Row& GetRow(const ParameterDescription& description) const;
+    Row& GetRow(const ParameterDescription& description);
+
     std::vector<Row> mRows;
 };
 

@@ -109,7 +109,11 @@ public:
     const Struct& GetPack(std::string_view name) const;
 
 private:
+    /// The calling thread's context, with the scripts loaded.
     JSContext& GetScript() const;
+    void LoadScripts(JSContext& context) const;
+    void WriteDirectory(BlobWriter& writer) const;
+    /// Both work on the script object at `objectIndex` of the context's stack.
     void SetJSStructValuesFromGetter(JSContext& context, const std::string& name, const Struct& pack, int objectIndex,
                                      const ParameterCurrentValueGetter& getter) const;
     void PackStructFromJSValues(JSContext& context, const std::string& name, const Struct& pack, int objectIndex,

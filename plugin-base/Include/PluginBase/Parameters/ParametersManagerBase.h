@@ -74,8 +74,16 @@ public:
     const ParametersManagerOptions& GetOptions() const { return mOptions; }
 
 private:
-    struct CustomType;
+    /// What a custom type adds to the reading of an entry; each may be empty.
+    struct CustomType {
+        std::function<ParameterInteractInfo(const ParameterDescription&, const nlohmann::json&)> mMakeInteractInfo;
+        std::function<UniquePtr<ParameterSettings>(const ParameterDescription&, const nlohmann::json&)> mMakeSettings;
+        std::function<void(const ParameterDescription&, const nlohmann::json&)> mAfterLoad;
+    };
+
     void ReadEntry(const nlohmann::json& entry, std::int32_t index);
+    void ReadSettings(const nlohmann::json& entry, ParameterDescription& description);
+    void ReadCustom(const nlohmann::json& entry, ParameterDescription& description);
     void AssignParameterIndices();
     void RegisterParameterChangedHandler(const ParameterDescription& description, const nlohmann::json& entry);
 

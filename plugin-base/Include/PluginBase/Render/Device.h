@@ -85,6 +85,10 @@ public:
     ThreadData& GetThreadData();
 
 protected:
+    /// For a device whose textures are smaller than the usual tile.
+    void LimitTileSize(std::uint32_t limit) {
+        if (limit < mTileSize) mTileSize = limit;
+    }
     /// Destroys all records; a back end calls it before it takes its own device down.
     void ReleaseThreadData();
 

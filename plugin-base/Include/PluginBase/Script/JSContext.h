@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -40,6 +41,9 @@ public:
 
     /// Pushes a script object that wraps a native getter; it must not be used after the getter is gone.
     void PushGetter(const ParameterCurrentValueGetter& getter);
+
+    /// Makes the getter object at a stack index useless: a script that kept it gets an error from `Get`.
+    void InvalidateGetter(int index) noexcept;
 
     /// The float data of the vector or matrix at a stack index, or null when it is none; `count` floats.
     float* GetHiddenData(int index, std::size_t count) const;

@@ -17,6 +17,8 @@ public:
     explicit Ramp(std::int32_t type = 0, float firstValue = 1.0F, float lastValue = 1.0F);
 
     float Evaluate(float t) const;
+    /// Writes `count` samples; sample i is Evaluate(i / (count - 1)) to the last bit, without a search for each.
+    void Fill(float* destination, std::size_t count) const;
 
     std::string GetTypeName() const override;
     UniquePtr<CustomBase> Clone() const override;
@@ -27,7 +29,8 @@ public:
 
     /// Writes the binary form (12 + 8 bytes a key) unless `buffer` is null; returns its size.
     std::size_t ToBin(void* buffer) const;
-    /// Throws "Failed to deserialize a ramp" for data cut short.
+    /// Throws "Failed to deserialize a ramp" for data cut short, and for keys that are not finite numbers;
+    /// nothing changes then.
     void FromBin(std::size_t size, const void* data);
 
     std::int32_t type;            // NOLINT(misc-non-private-member-variables-in-classes)

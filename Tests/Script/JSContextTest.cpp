@@ -1,0 +1,229 @@
+// The script environment, each binding against the same arithmetic in C++.
+#include "PluginBase/Script/JSContext.h"
+
+#include <cmath>
+#include <cstring>
+
+#include <duktape.h>
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <glm/gtc/matrix_transform.hpp>
+#include <glm/gtc/type_ptr.hpp>
+#include <nlohmann/json.hpp>
+
+#include "Parameters/TestSupport.h"
+
+namespace {
+
+using nlohmann::json;
+using test::Catalogue;
+using test::Entry;
+using test::kRange;
+using test::MessageOf;
+
+/// Runs the text and returns the JSON of its last expression; an error is its text, "undefined" is null.
+json Evaluate(const zeb::JSContext& context, const std::string& code) {
+    duk_context* stack = context.Get();
+    const duk_idx_t top = duk_get_top(stack);
+    json result;
+    if (duk_peval_string(stack, code.c_str()) != 0) {
+        result = std::string("error: ") + duk_safe_to_string(stack, -1);
+    } else if (!duk_is_undefined(stack, -1)) {
+        result = json::parse(duk_json_encode(stack, -1));
+    }
+    duk_set_top(stack, top);
+    return result;
+}
+
+glm::mat4 EvaluateMatrix(const zeb::JSContext& context, const std::string& code) {
+    const json result = Evaluate(context, code);
+    EXPECT_TRUE(result.is_array() && result.size() == 16) << code << " gives " << result.dump();
+    glm::mat4 matrix(0.0F);
+    for (int i = 0; i < 16 && result.is_array(); ++i) matrix[i / 4][i % 4] = result.at(static_cast<std::size_t>(i));
+    return matrix;
+}
+
+TEST(JSContext, Vectors) {
+    const zeb::JSContext context;
+    const std::pair<const char*, const char*> cases[] = {
+        {"new vec2(1, 2)", "[1.0,2.0]"},
+        {"new vec3(1, 2, 3)", "[1.0,2.0,3.0]"},
+        {"new vec4(1, 2, 3, 4)", "[1.0,2.0,3.0,4.0]"},
+        {"[new vec2(0, 0).length(), new vec3(0, 0, 0).length(), new vec4(0, 0, 0, 0).length()]", "[2,3,4]"},
+        {"var v = new vec4(1, 2, 3, 4); v.x = 5; v.y *= 10; v.w = '7'; v", "[5.0,20.0,3.0,7.0]"},
+        {"[v.x, v.y, v.z, v.w]", "[5.0,20.0,3.0,7.0]"},
+        {"new vec2(1, 2).z === undefined", "true"},
+        {"Array.isArray(new vec3(1, 2, 3).toJSON())", "true"},
+        {"Object.keys(new vec3(1, 2, 3)).length", "0"},  // the data are hidden
+        {"new vec3(1)", "[1.0,null,null]"},
+        {"new vec3(1, 2, 3) instanceof vec3", "true"},
+        {"delete vec3.prototype.z; new vec3(1, 2, 3).z === undefined", "true"},  // configurable
+    };
+    for (const auto& [code, expected] : cases) EXPECT_EQ(Evaluate(context, code), json::parse(expected)) << code;
+    EXPECT_EQ(Evaluate(context, "new vec2(0.1, 0).x").get<double>(), static_cast<double>(0.1F))
+        << "floats, not doubles";
+}
+
+TEST(JSContext, WrongUseIsAScriptError) {
+    const zeb::JSContext context;
+    for (const char* code : {"vec2(1, 2)", "vec3(1, 2, 3)", "vec4(1, 2, 3, 4)", "mat4x4()"})
+        EXPECT_THAT(Evaluate(context, code).get<std::string>(), testing::StartsWith("error: TypeError")) << code;
+    for (const char* code : {
+             "vec3.prototype.length.call(5); vec3.prototype.toJSON.call(5)",
+             "vec3.prototype.toJSON.call(new vec2(1, 2))",
+             "vec3.prototype.toJSON.call(undefined)",
+             "Object.getOwnPropertyDescriptor(vec4.prototype, 'w').get.call(new vec3(1, 2, 3))",
+             "new mat4x4().setMul(new mat4x4(), 5)",
+             "new mat4x4().mulBy(new vec4(1, 2, 3, 4))",
+             "new vec3(1, 2, {valueOf: function() { throw new Error('no'); }})",
+             "ParameterCurrentValueGetter.Get(0)",
+         })
+        EXPECT_THAT(Evaluate(context, code).get<std::string>(), testing::StartsWith("error: ")) << code;
+    EXPECT_EQ(Evaluate(context, "1 + 1"), 2);
+}
+
+TEST(JSContext, MatrixConstructionMatchesGlm) {
+    const zeb::JSContext context;
+    const glm::mat4 identity(1.0F);
+    const glm::vec3 v(1.5F, -2.0F, 0.25F);
+    const std::pair<const char*, glm::mat4> cases[] = {
+        {"new mat4x4()", glm::mat4(0.0F)},
+        {"mat4x4.makeIdentity()", identity},
+        {"mat4x4.makeScale(1.5, -2, 0.25)", glm::scale(identity, v)},
+        {"mat4x4.makeTranslate(1.5, -2, 0.25)", glm::translate(identity, v)},
+        {"mat4x4.makeRotateX(0.7)", glm::rotate(identity, 0.7F, glm::vec3(1, 0, 0))},
+        {"mat4x4.makeRotateY(0.7)", glm::rotate(identity, 0.7F, glm::vec3(0, 1, 0))},
+        {"mat4x4.makeRotateZ(0.7)", glm::rotate(identity, 0.7F, glm::vec3(0, 0, 1))},
+    };
+    for (const auto& [code, expected] : cases) EXPECT_EQ(EvaluateMatrix(context, code), expected) << code;
+    // By hand: column 3 is the translation, and a quarter turn about z takes x to y.
+    EXPECT_EQ(EvaluateMatrix(context, "mat4x4.makeTranslate(1, 2, 3)")[3], glm::vec4(1, 2, 3, 1));
+    const glm::vec4 turned = EvaluateMatrix(context, "mat4x4.makeRotateZ(Math.PI / 2)") * glm::vec4(1, 0, 0, 1);
+    EXPECT_NEAR(turned.x, 0.0F, 1e-6F);
+    EXPECT_NEAR(turned.y, 1.0F, 1e-6F);
+}
+
+TEST(JSContext, MatrixMethodsMatchGlm) {
+    const zeb::JSContext context;
+    const glm::mat4 identity(1.0F);
+    const glm::mat4 m = glm::rotate(glm::translate(identity, glm::vec3(1, 2, 3)), 0.5F, glm::vec3(0, 1, 0));
+    const glm::mat4 s = glm::scale(identity, glm::vec3(2, 3, 4));
+    const std::string make =
+        "var m = mat4x4.makeTranslate(1, 2, 3); m.rotateY(0.5); var s = mat4x4.makeScale(2, 3, 4); ";
+    const std::pair<const char*, glm::mat4> cases[] = {
+        {"m", m},
+        {"m.scale(2, 3, 4); m", m * s},
+        {"m.rotateX(0.3); m", glm::rotate(identity, 0.3F, glm::vec3(1, 0, 0))},  // the old contents are lost
+        {"m.rotateZ(0.3); m", glm::rotate(m, 0.3F, glm::vec3(0, 0, 1))},
+        {"m.translate(4, 5, 6); m", glm::translate(m, glm::vec3(4, 5, 6))},
+        {"m.setIdentity(); m", identity},
+        {"m.setMul(s, m); m", s * m},
+        {"m.mulBy(s); m", m * s},
+        {"m.mulBy(s)", s},  // the argument comes back
+        {"m.mulBy(m); m", m * m},
+        {"var c = m.makeCopy(); m.setIdentity(); c", m},
+    };
+    for (const auto& [code, expected] : cases) {
+        const glm::mat4 result = EvaluateMatrix(context, make + code);
+        for (int i = 0; i < 16; ++i)
+            EXPECT_NEAR(result[i / 4][i % 4], expected[i / 4][i % 4], 1e-6F) << code << " " << i;
+    }
+    EXPECT_EQ(Evaluate(context, "m.length()"), 16);
+    EXPECT_EQ(Evaluate(context, "m.scale(1, 1, 1)"), json());
+}
+
+const std::string kCatalogue = Catalogue({
+    Entry("GroupBegin", 1),
+    Entry("IntSlider", 2, kRange),
+    Entry("Popup", 3, R"("enum":{"value":["A","B"]},"default":{"value":1})"),
+    Entry("FloatSlider", 4, kRange),
+    Entry("Point3", 5),
+    Entry("Checkbox", 6, R"("default":{"value":true})"),
+    Entry("FilePath", 7),
+    Entry("Custom", 8, R"("valueType":"Ramp","showControlIndex":0,"default":{"type":0,"interpolation":0,"keys":[]})"),
+    Entry("Checkbox", 9, R"("skipAPI":["AE"],"default":{"value":true})"),
+    Entry("GroupEnd", 10),
+});
+
+TEST(JSContext, GetterReturnsEachValueKind) {
+    const test::TextManager manager(kCatalogue);
+    test::Values values;
+    values.mInts[1] = -12;
+    values.mDoubles[3] = 0.1;
+    values.mVec3s[4] = glm::vec3(2.0F, 4.0F, 6.0F);
+    values.mStrings[6] = u"mod\u00e8le.ply";
+    const test::ValuesGetter getter(manager, values);
+    zeb::JSContext context;
+    context.PushGetter(getter);
+    duk_put_global_string(context.Get(), "g");
+    const std::pair<const char*, const char*> cases[] = {
+        {"g.Get(0)", "null"},
+        {"g.Get(1)", "-12"},
+        {"g.Get(1.9)", "-12"},
+        {"g.Get(2)", "1"},
+        {"g.Get(3)", "0.1"},
+        {"g.Get(4)", "[1.0,2.0,3.0]"},  // the form relative to the layer
+        {"g.Get(4) instanceof vec3", "true"},
+        {"g.Get(5) === true", "true"},
+        {"g.Get(6) === 'mod\\u00e8le.ply'", "true"},
+        {"JSON.parse(g.Get(7)).keys.length", "0"},
+        {"g.Get(8)", "null"},  // the host never sees it
+        {"g.Get(9)", "null"},
+    };
+    for (const auto& [code, expected] : cases) EXPECT_EQ(Evaluate(context, code), json::parse(expected)) << code;
+    for (const char* code : {"g.Get(10)", "g.Get(-1)", "g.Get()", "g.Get('x')", "g.Get(1e20)", "g.Get.call({}, 1)"})
+        EXPECT_THAT(Evaluate(context, code).get<std::string>(), testing::StartsWith("error: ")) << code;
+
+    duk_get_global_string(context.Get(), "g");
+    context.InvalidateGetter(-1);
+    duk_pop(context.Get());
+    EXPECT_THAT(Evaluate(context, "g.Get(1)").get<std::string>(), testing::HasSubstr("no longer valid"));
+}
+
+TEST(JSContext, CollectedGettersFreeWhatTheyHold) {
+    const test::TextManager manager(kCatalogue);
+    zeb::JSContext context;
+    for (int i = 0; i < 1000; ++i) {  // a sanitizer sees what is not freed
+        context.PushGetter(manager.GetDefaultValueGetter());
+        duk_pop(context.Get());
+    }
+    duk_gc(context.Get(), 0);
+    EXPECT_EQ(duk_get_top(context.Get()), 0);
+}
+
+TEST(JSContext, CompilesStoredFilesAndNamesThemInErrors) {
+    const zeb::EmbeddedTextFile files[] = {{"A/Good.js", "6 * 7"}, {"A/Bad.js", "var x = ;"}};
+    const zeb::TextFileLoader loader(files, 2);
+    zeb::JSContext context;
+    context.PCompile(loader, u"A/Good.js", 0);
+    ASSERT_EQ(duk_pcall(context.Get(), 0), 0);
+    duk_pop(context.Get());
+    try {
+        context.PCompile(loader, u"A/Bad.js", 0);
+        FAIL();
+    } catch (const zeb::ScriptException& error) {
+        EXPECT_THAT(error.what(), testing::HasSubstr("Failed to call duk_pcompile_lstring_filename(mContext, flags, "
+                                                     "code.data(), code.size()): SyntaxError"));
+        EXPECT_THAT(error.GetStack(), testing::HasSubstr("A/Bad.js:1"));
+        EXPECT_EQ(error.code, zeb::kInternalError);
+    }
+    for (const char16_t* name : {u"A/Missing.js", u"a/good.js", u"A\\Good.js", u""})
+        EXPECT_THAT(MessageOf([&] { context.PCompile(loader, name, 0); }),
+                    testing::HasSubstr("Failed to open text file"));
+    EXPECT_EQ(duk_get_top(context.Get()), 0) << "failures leave the stack as it was";
+}
+
+TEST(JSContext, HiddenDataAreThereForVectorsOnly) {
+    const zeb::JSContext context;
+    duk_peval_string(context.Get(), "new vec3(1, 2, 3)");
+    const float* data = context.GetHiddenData(-1, 3);
+    ASSERT_NE(data, nullptr);
+    EXPECT_EQ(data[2], 3.0F);
+    EXPECT_EQ(context.GetHiddenData(-1, 4), nullptr);
+    duk_push_number(context.Get(), 5.0);
+    EXPECT_EQ(context.GetHiddenData(-1, 1), nullptr);
+    duk_push_object(context.Get());
+    EXPECT_EQ(context.GetHiddenData(-1, 3), nullptr);
+}
+
+}  // namespace

@@ -1,0 +1,106 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <string>
+
+#include "HostInterface/HostInterface.h"
+#include "HostInterface/NimbrelDeviceSuite.h"
+#include "PluginBase/Misc/MakeUnique.h"
+#include "PluginBase/PluginBaseCommon.h"
+
+namespace zeb {
+
+/// What the library tells the host of its one effect.
+inline constexpr const char* kPluginName = "Nimbrel";
+inline constexpr const char* kPluginMatchName = "velmaris Nimbrel";
+inline constexpr const char* kPluginCategory = "velmaris";
+inline constexpr const char* kEntryPointName = "EffectMain";
+inline constexpr A_long kPluginKind = 0x65464b54;  // 'eFKT'
+inline constexpr A_long kInterfaceVersion = 13;
+inline constexpr A_long kInterfaceSubversion = 27;
+inline constexpr A_long kReservedInfo = 8;
+
+/// Version 1.1.0. The word is build in bits 0 to 8, stage 9 to 10, bug fix 11 to 14, minor 15 to 18, the
+/// low three bits of the major number 19 to 21 and its next four 26 to 29.
+constexpr std::uint32_t kVersionMajor = 1;
+constexpr std::uint32_t kVersionMinor = 1;
+constexpr std::uint32_t kVersionBugFix = 0;
+constexpr std::uint32_t MakeVersionWord(bool beta) {
+    const std::uint32_t stage = beta ? 2 : 3;
+    return ((kVersionMajor >> 3 & 15U) << 26) | ((kVersionMajor & 7U) << 19) | (kVersionMinor << 15) |
+           (kVersionBugFix << 11) | (stage << 9);
+}
+
+/// Binds the frame to the host: each command of the host is one virtual operation, called inside a
+/// thread context. One object serves all threads.
+///
+/// `CreateParametersManager` of the effect sets `mCompleteCustomSettings` of the manager's options to
+/// CompleteCustomSettingsAE (PluginBase/AE/ArbHandlerAE.h).
+class PluginBaseAE : public PluginBaseCommon {
+public:
+    PluginBaseAE();
+    ~PluginBaseAE() override;
+
+    /// Registers with the host, writes version and flags, and makes the render interface.
+    void Init() override;
+    void Deinit() override;
+
+    void GetRenderInfo(std::string& text) const override;
+    nlohmann::json GetParameterValues(std::int32_t groupIndex) override;
+    CameraInfo GetCamera() override;
+    void ShowMessage(const std::string& text, std::int32_t severity) override;
+    /// Shows a large text through the host's script engine; true as well when there is none.
+    bool ShowTextDialog(const std::string& text, const std::string& title) override;
+    void StartUndoGroup(const std::string& name) override;
+    void EndUndoGroup() override;
+    void ProgressUpdate(std::int32_t current, std::int32_t total) override;
+    void RedrawRequest() override;
+    glm::vec4 ColorPickerDialog(const std::string& title, const glm::vec4& color) override;
+    void ResetValues(std::int32_t groupIndex) override;
+    void LoadValues(const nlohmann::json& values) override;
+
+    virtual PF_OutFlags GetOutFlags() const = 0;
+    virtual PF_OutFlags2 GetOutFlags2() const = 0;
+    /// Name of the project folder that takes the footage of the file at `path`.
+    virtual std::u16string GetImportFolderName(const std::u16string& path) const = 0;
+    virtual bool IsBeta() const = 0;
+
+    virtual void About();
+    virtual void GlobalSetup();
+    virtual void ParamsSetup();
+    virtual void UserChangedParam(PF_ParamDef* params[], PF_UserChangedParamExtra* extra);
+    virtual void UpdateParamsUI(PF_ParamDef* params[]);
+    /// Custom controls. Nothing is handled here, so the host treats the event as not taken.
+    virtual void Event(PF_ParamDef* params[], PF_EventExtra* extra);
+    virtual void QueryDynamicFlags();
+    virtual void ArbitraryCallback(PF_ArbParamsExtra* extra);
+    virtual void GlobalSetdown();
+    virtual void SequenceSetup() = 0;
+    virtual void SequenceSetdown() = 0;
+    virtual void GetFlattenedSequenceData() = 0;
+    virtual void SequenceFlatten() = 0;
+    virtual void SequenceResetup() = 0;
+    virtual void SmartPreRender(PF_PreRenderExtra* extra);
+    virtual void SmartRender(PF_SmartRenderExtra* extra);
+
+    const char* GetPluginName() const { return kPluginName; }
+    AEGP_PluginID GetPluginAEID() const { return mPluginAEID; }
+
+private:
+    void DrawFrame(render::Device& device, const DrawInfo& drawInfo, const ImageInfo& image, const PluginState& state);
+    /// Completes the options with what the host's device suite says, if it has one.
+    void ReadDeviceSuite(render::RenderOptions& options);
+    /// Drops the device suite's reports; called before the suite is released.
+    void ReleaseDeviceSuite() noexcept;
+
+    AEGP_PluginID mPluginAEID = 0;
+    const NimbrelDeviceSuite1* mDeviceSuite = nullptr;  ///< held from Init to Deinit
+    SPBasicSuite* mDeviceSuiteHost = nullptr;
+    std::deque<std::string> mDefinedTexts;  ///< texts that the host was given with the parameters
+};
+
+/// Makes the effect's one object; implemented by the effect.
+UniquePtr<PluginBaseAE> CreatePlugin();
+
+}  // namespace zeb
