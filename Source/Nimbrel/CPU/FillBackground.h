@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstdint>
+
+#include "Render/CPU/Image.h"
+#include "Render/CPU/Rasteriser.h"
+
+/// Program "FillBackground": a picture over black, with full alpha.
+namespace nimbrel::cpu {
+
+/// Vertex stage, six vertices over the whole viewport; the attributes are the texture coordinate.
+zeb::render::cpu::Vertex<2> FillBackgroundVertex(std::uint32_t vertex);
+
+/// Draws all of `picture`, filtered, over the viewport of `pass`.
+void FillBackground(const zeb::render::cpu::RenderPass& pass, const zeb::render::cpu::TextureView& picture);
+
+}  // namespace nimbrel::cpu

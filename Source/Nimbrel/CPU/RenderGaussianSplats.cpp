@@ -1,0 +1,119 @@
+#include "Nimbrel/CPU/RenderGaussianSplats.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "Render/CPU/Arithmetic.h"
+#include "Render/CPU/HalfConversion.h"
+
+namespace nimbrel::cpu {
+
+using namespace zeb::render;
+using namespace zeb::render::cpu;
+
+namespace {
+
+constexpr float kLeastAlpha = 0.00392156886F;  // 1/255
+constexpr float kRingBegin = 0.0274509806F;    // 7/255
+constexpr float kRingEnd = 0.0392156877F;      // 10/255
+constexpr float kMinusLog2E = -1.44269502F;
+
+glm::vec4 NoPosition() { return glm::vec4(std::numeric_limits<float>::quiet_NaN()); }
+
+float HighHalf(std::uint32_t word) { return HalfToFloat(static_cast<std::uint16_t>(word >> 16)); }
+float LowHalf(std::uint32_t word) { return HalfToFloat(static_cast<std::uint16_t>(word & 0xFFFFU)); }
+
+}  // namespace
+
+SplatVertex RenderGaussianSplatsVertex(const gpu::SplatViewData& record, std::uint32_t corner,
+                                       const gpu::TextureConstants& constants) {
+    SplatVertex vertex;
+    if (record.pos.w <= 0.0F) {
+        vertex.mPosition = NoPosition();
+        return vertex;
+    }
+    const float qx = static_cast<float>(corner & 1U) * 4.0F - 2.0F;
+    const float qy = static_cast<float>((corner >> 1U) & 1U) * 4.0F - 2.0F;
+    const glm::vec2 offset = record.axis1 * qx + record.axis2 * qy;
+    const float w = record.pos.w;
+    vertex.mPosition = {record.pos.x + (2.0F * offset.x / constants._ScreenParams.x) * w,
+                        record.pos.y + (2.0F * offset.y / constants._ScreenParams.y) * w, record.pos.z, w};
+    vertex.mAttributes = {HighHalf(record.color[0]),
+                          LowHalf(record.color[0]),
+                          HighHalf(record.color[1]),
+                          LowHalf(record.color[1]),
+                          qx,
+                          qy};
+    return vertex;
+}
+
+bool RenderGaussianSplatsPixel(const std::array<float, 6>& attributes, glm::vec4& color) {
+    float r = attributes[0];
+    float g = attributes[1];
+    float b = attributes[2];
+    const float a = attributes[3];
+    const float d = attributes[4] * attributes[4] + attributes[5] * attributes[5];
+    float p = std::exp2(d * kMinusLog2E);
+    float alpha = 0.0F;
+    if (a >= 0.0F) {
+        alpha = Saturate(p * a);
+    } else {
+        // Highlight: a magenta tint with a ring around the splat.
+        if (p > kRingBegin && p < kRingEnd) {
+            r = 1.0F;
+            g = 0.0F;
+            b = 1.0F;
+            p = 1.0F;
+        }
+        alpha = p > kRingBegin ? Saturate(p + 0.3F) : p;
+        r = r + (1.0F - r) * 0.5F;
+        g = g * 0.5F;
+        b = b + (1.0F - b) * 0.5F;
+    }
+    if (alpha < kLeastAlpha) return false;
+    color = {r * alpha, g * alpha, b * alpha, alpha};
+    return true;
+}
+
+BlendState GaussianSplatsBlend() {
+    constexpr auto kSource = BlendFactor::InverseDestinationAlpha;
+    constexpr auto kAdd = BlendOperation::Add;
+    return {true, kSource, BlendFactor::One, kAdd, kSource, BlendFactor::One, kAdd};
+}
+
+void DrawGaussianSplats(const RenderPass& pass, const gpu::TextureConstants& constants,
+                        std::span<const std::uint32_t> order, std::span<const gpu::SplatViewData> records,
+                        std::uint32_t begin, std::uint32_t end) {
+    const auto last = static_cast<std::uint32_t>(std::min<std::size_t>(end, order.size()));
+    for (std::uint32_t instance = begin; instance < last; ++instance) {
+        if (order[instance] >= records.size()) continue;
+        const gpu::SplatViewData& record = records[order[instance]];
+        if (record.pos.w <= 0.0F) continue;
+        SplatVertex corners[4];
+        for (std::uint32_t corner = 0; corner < 4; ++corner) {
+            corners[corner] = RenderGaussianSplatsVertex(record, corner, constants);
+        }
+        DrawTriangle(pass, corners[0], corners[1], corners[2], RenderGaussianSplatsPixel);
+        DrawTriangle(pass, corners[1], corners[3], corners[2], RenderGaussianSplatsPixel);
+    }
+}
+
+Vertex<4> RenderGaussianSplatsBoxesVertex(const gpu::SplatViewData& record) {
+    if (record.pos.w <= 0.0F) return {NoPosition(), {}};
+    return {glm::vec4(0.0F), {1.0F, 1.0F, 1.0F, 0.3F}};
+}
+
+bool RenderGaussianSplatsBoxesPixel(const std::array<float, 4>& attributes, glm::vec4& color) {
+    const float a = attributes[3];
+    color = {attributes[0] * a, attributes[1] * a, attributes[2] * a, a};
+    return true;
+}
+
+BlendState GaussianSplatsBoxesBlend() {
+    constexpr auto kInverse = BlendFactor::InverseSourceAlpha;
+    constexpr auto kAdd = BlendOperation::Add;
+    return {true, BlendFactor::SourceAlpha, kInverse, kAdd, BlendFactor::One, kInverse, kAdd};
+}
+
+}  // namespace nimbrel::cpu

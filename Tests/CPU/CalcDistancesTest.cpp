@@ -1,0 +1,84 @@
+#include <bit>
+#include <limits>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "Nimbrel/CPU/CalcDistances.h"
+#include "Nimbrel/CPU/SetIndices.h"
+#include "SplatScene.h"
+
+namespace nimbrel::cpu {
+namespace {
+
+TEST(CalcDistances, KeysSortAsDepthsDo) {
+    EXPECT_EQ(DepthKey(0.0F), 0x80000000U);
+    EXPECT_EQ(DepthKey(-0.0F), 0x7FFFFFFFU);
+    EXPECT_EQ(DepthKey(1.0F), 0xBF800000U);
+    EXPECT_EQ(DepthKey(-1.0F), 0x407FFFFFU);
+    const float infinity = std::numeric_limits<float>::infinity();
+    const float ascending[] = {-infinity, -1e30F, -2.0F, -1.0F, -1e-40F, -0.0F, 0.0F, 1e-40F, 0.5F, 3e8F, infinity};
+    for (std::size_t i = 1; i < std::size(ascending); ++i) {
+        EXPECT_LT(DepthKey(ascending[i - 1]), DepthKey(ascending[i])) << ascending[i];
+    }
+    EXPECT_GT(DepthKey(std::bit_cast<float>(0x7FC00000U)), DepthKey(infinity));
+}
+
+TEST(CalcDistances, DepthIsTheThirdRowOfBothMatrices) {
+    SplatScene scene(3);
+    scene.SetPosition(1, {2.0F, 3.0F, 5.0F});
+    CalcDistancesInputs inputs{scene.Blocks(), scene.Curves(), {}, {}};
+    // Alignment doubles and moves x by 1; the second matrix's third row is (10, 100, -1, 0.5).
+    inputs.mConstants._CalcDistancesMatrixAlign = glm::mat4(2.0F);
+    inputs.mConstants._CalcDistancesMatrixAlign[3] = {1.0F, 0.0F, 0.0F, 1.0F};
+    glm::mat4& second = inputs.mConstants._CalcDistancesMatrixVP = glm::mat4(7.0F);
+    second[0][2] = 10.0F;
+    second[1][2] = 100.0F;
+    second[2][2] = -1.0F;
+    second[3][2] = 0.5F;
+    inputs.mConstants._CalcDistancesSplatCount = 2;
+    std::vector<std::uint32_t> keys(4, 0x55);
+    CalcDistances(inputs, 0, 256, keys);
+    EXPECT_EQ(keys[0], DepthKey(10.5F));
+    EXPECT_EQ(keys[1], DepthKey(10.0F * 5.0F + 100.0F * 6.0F - 10.0F + 0.5F));
+    EXPECT_EQ(keys[2], 0x55U) << "beyond the count nothing is written";
+    EXPECT_EQ(keys[3], 0x55U);
+}
+
+TEST(CalcDistances, FollowsTheEffectsExactlyAsTheRecordsDo) {
+    SplatScene scene(64);
+    for (std::uint32_t i = 0; i < 64; ++i) {
+        scene.SetPosition(i, {static_cast<float>(i) * 3.7F, 11.0F - static_cast<float>(i), 900.0F});
+        scene.SetScaleRoots(i, glm::vec3(1.1F));
+    }
+    scene.SetRamp(gpu::RampRow::Noise, 0.8F);
+    CalcViewDataInputs view = scene.Inputs();
+    view.mNoise.displacement_enabled = 1;
+    view.mNoise.displacement_scale = {1.5F, 0.5F, 2.0F, 0.0F};
+    view.mNoise.displacement_shape_halfSize = glm::vec4(50.0F);
+    view.mNoise.displacement_yRotation = 0.7F;
+    view.mNoise.displacement_offset = {3.0F, 2.0F, 40.0F, 0.0F};
+    view.mNoise.noise_enabled = 1;
+    view.mNoise.noise_amplitude = glm::vec4(20.0F);
+    view.mNoise.noise_scale = {0.1F, 0.2F, 0.3F, 1.0F};
+    view.mNoise.noise_shape_halfSize = glm::vec4(100.0F);
+    CalcDistancesInputs distances{view.mBlocks, view.mCurves, {}, view.mNoise};
+    distances.mConstants = {glm::mat4(1.0F), glm::mat4(1.0F), 64, 0};
+    std::vector<std::uint32_t> keys(64);
+    CalcDistances(distances, 0, 20, keys);
+    CalcDistances(distances, 20, 64, keys);
+    for (std::uint32_t i = 0; i < 64; ++i) {
+        const float depth = CalcSplatViewData(view, i).pos.z;  // the projection keeps z
+        EXPECT_EQ(keys[i], DepthKey(depth)) << i;
+        EXPECT_NE(depth, 900.0F) << i;
+    }
+}
+
+TEST(SetIndices, WritesTheIdentityUpToTheCount) {
+    std::vector<std::uint32_t> indices(6, 77);
+    SetIndices({4}, 0, 256, indices);
+    EXPECT_EQ(indices, (std::vector<std::uint32_t>{0, 1, 2, 3, 77, 77}));
+}
+
+}  // namespace
+}  // namespace nimbrel::cpu

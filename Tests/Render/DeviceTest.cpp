@@ -1,0 +1,159 @@
+#include <algorithm>
+#include <cctype>
+
+#include <gmock/gmock.h>
+
+#include "DeviceFixture.h"
+#include "PluginBase/Exception.h"
+#include "Vulkan/Device.h"
+
+namespace zeb::render {
+namespace {
+
+using testing::HasSubstr;
+
+class DeviceTest : public DeviceFixture {
+protected:
+    static std::uint32_t GetLiveBlocks() {
+        return dynamic_cast<DeviceVulkan&>(GetDevice()).GetContext()->GetLiveBlockCount();
+    }
+};
+
+TEST_F(DeviceTest, OneCandidateIsChosenAndHardwareStandsBeforeSoftware) {
+    const std::vector<DeviceCandidate>& candidates = GetCandidates();
+    ASSERT_FALSE(candidates.empty());
+    std::int32_t index = 0;
+    bool sawSoftware = false;
+    for (const DeviceCandidate& candidate : candidates) {
+        EXPECT_EQ(candidate.mIndex, index++);
+        EXPECT_FALSE(candidate.mReason.empty());
+        const bool isSoftware = candidate.mKind == "vulkan (software)";
+        EXPECT_TRUE(isSoftware || candidate.mKind == "vulkan (hardware)") << candidate.mKind;
+        EXPECT_FALSE(sawSoftware && !isSoftware);
+        sawSoftware |= isSoftware;
+        if (candidate.mChosen) {
+            EXPECT_EQ(candidate.mName, GetDevice().GetName());
+            EXPECT_EQ(GetDevice().AreGroupBarriersCostly(), isSoftware);
+        }
+    }
+    EXPECT_EQ(std::count_if(candidates.begin(), candidates.end(), [](const auto& c) { return c.mChosen; }), 1);
+}
+
+std::string CreateFor(const std::string& request) {
+    RenderOptions options;
+    options.mRequestedDevice = request;
+    return Render::Create(1, options)->GetDescription();
+}
+
+TEST_F(DeviceTest, ARequestIsAnIndexOrAPartOfAName) {
+    const std::vector<DeviceCandidate>& candidates = GetCandidates();
+    std::string part = candidates.back().mName.substr(1, 5);
+    std::transform(part.begin(), part.end(), part.begin(), [](unsigned char c) { return std::toupper(c); });
+    const std::string last = candidates.back().mName;
+    EXPECT_EQ(CreateFor(std::to_string(candidates.size() - 1)), last);
+    EXPECT_EQ(CreateFor("Vulkan"), GetDevice().GetName());
+    if (candidates.size() == 1) {
+        EXPECT_EQ(CreateFor(part), last);
+    }
+    for (const std::string& request : {std::string("no such device"), std::to_string(candidates.size())}) {
+        const std::string failure = GetFailure([&] { CreateFor(request); });
+        EXPECT_THAT(failure, HasSubstr("\"" + request + "\""));
+        EXPECT_THAT(failure, HasSubstr(last));
+    }
+    EXPECT_THAT(GetFailure([] { CreateFor("cpu"); }), HasSubstr("no CPU device"));
+}
+
+TEST_F(DeviceTest, WavesAreOfAPowerOfTwoAndTilesNoLargerThanUsual) {
+    const std::uint32_t lanes = GetDevice().GetWaveLaneCount();
+    EXPECT_EQ(lanes & (lanes - 1), 0U);
+    EXPECT_LE(lanes, 128U);
+    EXPECT_LE(GetDevice().GetTileSize(), 16384U);
+    EXPECT_GE(GetDevice().GetTileSize(), 4096U);
+    EXPECT_FALSE(GetDevice().CanCapture());
+}
+
+TEST_F(DeviceTest, ManyListsLeaveNothingBehind) {
+    const ComputeProgramUnderTest program(GetDevice(), "Chain", [](RootSignature& signature) {
+        signature.AddRootConstants(20, 0);
+        signature.AddRootUnorderedAccessBufferView(6);
+    });
+    const auto values = MakeBuffer(64);
+    const auto zeros = MakeUpload(std::vector<std::uint32_t>(16, 0));
+    Copy([&](CopyCommandEncoder& encoder) { encoder.CopyBuffer(*values, 0, *zeros, 0, 64); });
+    DescriptorHeap& heap = *GetDevice().GetThreadData().mShaderResourceHeap;
+    std::uint32_t blocks = 0;
+    for (std::uint32_t i = 0; i < 300; ++i) {
+        // What a frame does: a temporary texture with its view, and some work.
+        const auto texture = MakeTexture(Format::RGBA8Unorm, 8, 8);
+        const auto range = heap.AllocateRange(600);
+        GetDevice().CreateTextureView(*range, i, *texture);
+        Compute([&](ComputeCommandEncoder& encoder) {
+            program.Set(encoder);
+            const std::uint32_t constants[] = {16, 1};
+            encoder.SetRootConstants(0, 2, constants);
+            encoder.SetRootUnorderedAccessBufferView(1, *values, 0);
+            encoder.Dispatch(1, 1, 1, 64, 1, 1);
+        });
+        if (i < 3) blocks = GetLiveBlocks();
+        ASSERT_EQ(GetLiveBlocks(), blocks) << i;
+    }
+    std::uint32_t expected = 0;
+    for (int i = 0; i < 300; ++i) expected = expected * 3 + 1;
+    EXPECT_EQ(Read<std::uint32_t>(*values), std::vector<std::uint32_t>(16, expected));
+}
+
+TEST_F(DeviceTest, AListKeepsItsResourcesUntilTheWait) {
+    auto source = MakeUpload(std::vector<std::uint32_t>(1000, 77));
+    const auto target = MakeBuffer(4000);
+    CommandQueue& queue = *GetDevice().GetThreadData().mCommandQueue;
+    auto list = queue.CreateCommandList("Keeps");
+    const auto encoder = list->CreateCopyCommandEncoder();
+    encoder->CopyBuffer(*target, 0, *source, 0, 4000);
+    encoder->End();
+    const std::uint32_t blocks = GetLiveBlocks();
+    source.reset();
+    const auto event = queue.Execute(std::move(list));
+    EXPECT_EQ(GetLiveBlocks(), blocks);
+    event->Wait();
+    EXPECT_EQ(GetLiveBlocks(), blocks - 1);
+    EXPECT_TRUE(event->IsCompleted());
+    event->Wait();
+    EXPECT_EQ(Read<std::uint32_t>(*target), std::vector<std::uint32_t>(1000, 77));
+}
+
+TEST_F(DeviceTest, AnEventDroppedWithoutAWaitStillFinishesItsList) {
+    CommandQueue& queue = *GetDevice().GetThreadData().mCommandQueue;
+    const auto target = MakeBuffer(400);
+    for (std::uint32_t i = 0; i < 20; ++i) {
+        const auto source = MakeUpload(std::vector<std::uint32_t>(100, i));
+        auto list = queue.CreateCommandList("Dropped");
+        const auto encoder = list->CreateCopyCommandEncoder();
+        encoder->CopyBuffer(*target, 0, *source, 0, 400);
+        encoder->End();
+        queue.Execute(std::move(list));
+    }
+    EXPECT_EQ(Read<std::uint32_t>(*target), std::vector<std::uint32_t>(100, 19));
+}
+
+TEST_F(DeviceTest, AListThatIsNeverExecutedLeavesTexturesAsTheyWere) {
+    const auto texture = MakeTexture(Format::R32Float, 4, 1);
+    const std::vector<float> values = {1, 2, 3, 4};
+    const auto source = MakeUpload(values);
+    const auto record = [&](CommandList& list) {
+        const auto encoder = list.CreateCopyCommandEncoder();
+        encoder->TextureTransitionBarrier(*texture, TextureState::CopyDestination);
+        encoder->CopyToTextureFromBuffer(*texture, *source);
+        encoder->TextureTransitionBarrier(*texture, TextureState::ShaderRead);
+        encoder->End();
+    };
+    CommandQueue& queue = *GetDevice().GetThreadData().mCommandQueue;
+    // Were the dropped list's layouts believed, the validation would find the next list at fault.
+    for (int i = 0; i < 3; ++i) record(*queue.CreateCommandList("Never executed"));
+    Run(record);
+    EXPECT_EQ(ReadFloats(*texture), values);
+    record(*queue.CreateCommandList("Never executed"));
+    EXPECT_EQ(ReadFloats(*texture), values);
+}
+
+}  // namespace
+}  // namespace zeb::render

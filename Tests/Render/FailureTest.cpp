@@ -1,0 +1,232 @@
+#include <gmock/gmock.h>
+
+#include "DeviceFixture.h"
+#include "PluginBase/Exception.h"
+#include "Vulkan/Device.h"
+
+namespace zeb::render {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+
+/// What is asked for and cannot be done: each failure names the object, and leaves the device in order.
+class FailureTest : public DeviceFixture {
+protected:
+    static VkPhysicalDeviceLimits GetLimits() {
+        return dynamic_cast<DeviceVulkan&>(GetDevice()).GetContext()->Limits();
+    }
+
+    static ComputeProgramUnderTest MakeRawAdd() {
+        return {GetDevice(), "RawAdd", [](RootSignature& signature) {
+                    signature.AddRootConstants(20, 0);
+                    signature.AddRootShaderResourceBufferView(1);
+                    signature.AddRootUnorderedAccessBufferView(2);
+                    signature.AddRootConstantBufferView(14);
+                }};
+    }
+
+    static UniquePtr<Buffer> MakeNamed(const std::string& name, std::uint64_t size) {
+        return GetDevice().CreateBuffer(name, size, MemoryKind::Default, BufferState::Common,
+                                        BufferUsage::UnorderedAccess);
+    }
+};
+
+TEST_F(FailureTest, ObjectsThatCannotBeMade) {
+    const auto texture = [](auto change) {
+        return [change] {
+            TextureDescription description;
+            description.mFormat = Format::RGBA8Unorm;
+            description.mWidth = 4;
+            description.mHeight = 4;
+            change(description);
+            GetDevice().CreateTexture("Wrong", description, 0, TextureState::Common);
+        };
+    };
+    const std::uint32_t tooWide = GetLimits().maxImageDimension2D + 1;
+    struct Case {
+        std::function<void()> mAction;
+        std::string mText;
+    };
+    const Case cases[] = {
+        {[] { MakeNamed("Empty", 0); }, "\"Empty\" of 0 bytes"},
+        {[] { MakeNamed("Vast", 1ULL << 60); }, "\"Vast\" of 1152921504606846976 bytes"},
+        {[] { GetDevice().CreateBuffer("B", 4, MemoryKind::Default, static_cast<BufferState>(9), BufferUsage::None); },
+         "Failed to get the Vulkan buffer state for the value of 9"},
+        {[] {
+             GetDevice().CreateBuffer("B", 4, MemoryKind::Default, BufferState::Common, static_cast<BufferUsage>(3));
+         },
+         "Failed to get the Vulkan resource flags for the value of 3"},
+        {texture([=](TextureDescription& d) { d.mWidth = tooWide; }), "\"Wrong\" of " + std::to_string(tooWide)},
+        {texture([](TextureDescription& d) { d.mHeight = 0; }), "\"Wrong\" of 4 x 0"},
+        {texture([](TextureDescription& d) { d.mMipLevels = 4; }), "has no 4 mip levels"},
+        {texture([](TextureDescription& d) { d.mFormat = static_cast<Format>(99); }),
+         "Failed to get the Vulkan format for the value of 99"},
+        {texture([](TextureDescription& d) { d.mDimension = static_cast<TextureDimension>(7); }),
+         "Failed to get the Vulkan resource diamension for the value of 7"},
+        {texture([](TextureDescription& d) { d.mUsage = kTextureUsageDepthTarget; }),
+         "Failed to get the Vulkan resource flags for the value of 8"},
+        {[] { GetDevice().CreateSampler("S", {static_cast<SamplerFilter>(5)}); },
+         "Failed to get the Vulkan texture filter type for the value of 5"},
+        {[] { GetDevice().CreateDescriptorHeap("Heap", DescriptorHeapType::Samplers, 0); }, "\"Heap\" of 0"},
+        {[] { GetDevice().GetThreadData().mSamplerHeap->AllocateRange(100000); }, "Failed to get range of size 100000"},
+        {[] { GetDevice().CreateShaderLibraryFromEmbeddedData("Never"); }, "embedded shader \"Never\""},
+        {[] { GetDevice().CreateRootSignature("R")->AddRootConstants(1, 0, 1); }, "register space 1"},
+        {[] { GetDevice().CreateRootSignature("R")->AddRootShaderResourceBufferView(32); }, "register 32"},
+        {[] {
+             GetDevice().CreateRootSignature("R")->AddDescriptorTable({{static_cast<DescriptorRangeType>(6), 1, 0}});
+         },
+         "Failed to get the Vulkan descriptor range type for the value of 6"},
+    };
+    for (const Case& c : cases) EXPECT_THAT(GetFailure(c.mAction), HasSubstr(c.mText));
+}
+
+TEST_F(FailureTest, PipelinesThatDoNotFitTheirProgram) {
+    const auto make = [](const std::string& name, ShaderType type, const std::function<void(RootSignature&)>& declare) {
+        const auto signature = GetDevice().CreateRootSignature("Signature");
+        declare(*signature);
+        const auto shader = GetDevice().CreateShaderLibraryFromEmbeddedData(name)->GetShader(type);
+        GetDevice().CreateComputePipelineState("Pipeline", {signature.get(), shader.get()});
+    };
+    const auto nothing = [](RootSignature&) {};
+    EXPECT_THAT(GetFailure([&] { make("Chain", ShaderType::Vertex, nothing); }),
+                AllOf(HasSubstr("\"Pipeline\""), HasSubstr("lacks a stage")));
+    EXPECT_THAT(GetFailure([&] { make("Quad", ShaderType::Pixel, nothing); }), HasSubstr("is of another kind"));
+    EXPECT_THAT(GetFailure([&] { make("Chain", ShaderType::Compute, nothing); }), HasSubstr("uses b0"));
+    EXPECT_THAT(GetFailure([&] {
+                    make("Chain", ShaderType::Compute, [](RootSignature& s) {
+                        s.AddRootConstants(20, 0);
+                        s.AddRootShaderResourceBufferView(6);
+                    });
+                }),
+                HasSubstr("uses u6"));
+    EXPECT_THAT(GetFailure([] { GetDevice().CreateComputePipelineState("Pipeline", {}); }),
+                HasSubstr("*desc.mRootSignature"));
+    const auto signature = GetDevice().CreateRootSignature("Signature");
+    EXPECT_THAT(GetFailure([&] {
+                    GetDevice().CreateComputePipelineState("Pipeline", {signature.get(), nullptr});
+                }),
+                HasSubstr("*desc.mComputeShader"));
+}
+
+TEST_F(FailureTest, ArgumentsThatAreMissingOrDoNotFit) {
+    const auto program = MakeRawAdd();
+    const auto small = MakeNamed("Small", 256);
+    const auto dispatch = [&](const std::function<void(ComputeCommandEncoder&)>& change, std::uint32_t groups = 1) {
+        return GetFailure([&] {
+            Compute([&](ComputeCommandEncoder& encoder) {
+                program.Set(encoder);
+                encoder.SetRootConstant(0, 1);
+                encoder.SetRootShaderResourceBufferView(1, *small, 0);
+                encoder.SetRootUnorderedAccessBufferView(2, *small, 128);
+                encoder.SetRootConstantBufferView(3, *small, 0);
+                change(encoder);
+                encoder.Dispatch(1, groups, 1, 64, 1, 1);
+            });
+        });
+    };
+    EXPECT_EQ(dispatch([](ComputeCommandEncoder&) {}), "no failure");
+    using Encoder = ComputeCommandEncoder;
+    EXPECT_THAT(dispatch([&](Encoder& e) { e.SetRootShaderResourceBufferView(1, *small, 256); }),
+                AllOf(HasSubstr("\"Small\" of 256 bytes"), HasSubstr("Offset 256")));
+    EXPECT_THAT(dispatch([&](Encoder& e) { e.SetRootShaderResourceBufferView(1, *small, 6); }),
+                AllOf(HasSubstr("Offset 6"), HasSubstr("\"Small\""), HasSubstr("RawAdd")));
+    EXPECT_THAT(dispatch([&](Encoder& e) { e.SetRootShaderResourceBufferView(2, *small, 0); }),
+                HasSubstr("no parameter 2 of this kind"));
+    EXPECT_THAT(dispatch([&](Encoder& e) { e.SetRootConstants(4, 1, "abcd"); }), HasSubstr("no parameter 4"));
+    EXPECT_THAT(dispatch([&](Encoder& e) { e.SetRootConstantBufferView(3, *small, 4); }),
+                AllOf(HasSubstr("Offset 4"), HasSubstr("\"Small\"")));
+    const std::uint32_t words[21] = {};
+    EXPECT_THAT(dispatch([&](Encoder& e) { e.SetRootConstants(0, 21, words); }), HasSubstr("21 root constants"));
+    const std::uint32_t limit = GetLimits().maxComputeWorkGroupCount[1];
+    EXPECT_THAT(dispatch([](Encoder&) {}, limit + 1),
+                AllOf(HasSubstr(std::to_string(limit + 1)), HasSubstr("\"RawAdd\"")));
+    EXPECT_THAT(GetFailure([&] {
+                    Compute([&](Encoder& e) {
+                        program.Set(e);
+                        e.Dispatch(1, 1, 1, 64, 1, 1);
+                    });
+                }),
+                HasSubstr("\"RawAdd\""));
+    EXPECT_THAT(GetFailure([] { Compute([](Encoder& e) { e.Dispatch(1, 1, 1, 1, 1, 1); }); }),
+                HasSubstr("no pipeline"));
+}
+
+TEST_F(FailureTest, BuffersBeyondTheStorageRangeAreNamedWithTheLimit) {
+    const std::uint64_t limit = GetLimits().maxStorageBufferRange;
+    if (limit >= UINT32_MAX) GTEST_SKIP() << "the device's limit is too high to exceed it here";
+    const auto large = MakeNamed("Large", limit + 4096);
+    const auto small = MakeNamed("Small", 256);
+    const auto program = MakeRawAdd();
+    const auto bind = [&](std::uint64_t offset) {
+        return GetFailure([&] {
+            Compute([&](ComputeCommandEncoder& encoder) {
+                program.Set(encoder);
+                encoder.SetRootConstant(0, 1);
+                encoder.SetRootShaderResourceBufferView(1, *large, offset);
+                encoder.SetRootUnorderedAccessBufferView(2, *small, 0);
+                encoder.SetRootConstantBufferView(3, *small, 0);
+                encoder.Dispatch(1, 1, 1, 64, 1, 1);
+            });
+        });
+    };
+    EXPECT_THAT(bind(0), AllOf(HasSubstr("\"Large\" of " + std::to_string(limit + 4096) + " bytes"),
+                               HasSubstr("limit is " + std::to_string(limit))));
+    EXPECT_EQ(bind(4096), "no failure");
+}
+
+TEST_F(FailureTest, CopiesOutsideTheirObjects) {
+    const auto buffer = MakeNamed("Bytes", 64);
+    const auto texture = MakeTexture(Format::RGBA8Unorm, 4, 4);
+    struct Case {
+        std::function<void(CopyCommandEncoder&)> mRecord;
+        std::string mText;
+    };
+    const TextureRegion whole = {0, 0, 4, 4, 0, 0};
+    const TextureRegion outside = {2, 0, 3, 4, 0, 0};
+    const Case cases[] = {
+        {[&](CopyCommandEncoder& e) { e.CopyBuffer(*buffer, 60, *buffer, 0, 8); }, "8 bytes at 60"},
+        {[&](CopyCommandEncoder& e) { e.CopyBuffer(*buffer, 0, *buffer, UINT64_MAX, 8); }, "\"Bytes\" of 64 bytes"},
+        {[&](CopyCommandEncoder& e) { e.CopyBuffer(*buffer, 0, *buffer, 4, 8); }, "overlaps itself"},
+        {[&](CopyCommandEncoder& e) { e.CopyToTextureFromBuffer(*texture, whole, *buffer, 4, 16); }, "64 bytes at 4"},
+        {[&](CopyCommandEncoder& e) { e.CopyToTextureFromBuffer(*texture, outside, *buffer, 0, 16); },
+         "3 x 4 at (2, 0)"},
+        {[&](CopyCommandEncoder& e) { e.CopyToBufferFromTexture(*buffer, 0, 12, *texture, whole); }, "pitch of 12"},
+        {[&](CopyCommandEncoder& e) { e.CopyToBufferFromTexture(*buffer, 2, 16, *texture, whole); }, "offset 2"},
+        {[&](CopyCommandEncoder& e) { e.CopyTexture(*texture, *texture); }, "are one"},
+        {[&](CopyCommandEncoder& e) { e.TextureTransitionBarrier(*texture, static_cast<TextureState>(12)); },
+         "Failed to get the Vulkan resource state for the value of 12"},
+    };
+    for (const Case& c : cases) EXPECT_THAT(GetFailure([&] { Copy(c.mRecord); }), HasSubstr(c.mText));
+}
+
+TEST_F(FailureTest, MapsAreOfVisibleMemoryAndInPairs) {
+    const auto hidden = MakeNamed("Hidden", 64);
+    EXPECT_THAT(GetFailure([&] { hidden->Map(0, 0); }), HasSubstr("\"Hidden\""));
+    auto seen =
+        GetDevice().CreateBuffer("Seen", 64, MemoryKind::Readback, BufferState::CopyDestination, BufferUsage::None);
+    EXPECT_THAT(GetFailure([&] { seen->Map(0, 65); }), HasSubstr("bytes 0 to 65 of the buffer \"Seen\""));
+    EXPECT_THAT(GetFailure([&] { seen->Unmap(); }), HasSubstr("Seen"));
+    seen->Map(0, 64);
+    seen.reset();
+    EXPECT_THAT(TakeMessages(), testing::ElementsAre("The buffer Seen must be unmapped."));
+}
+
+TEST_F(FailureTest, ListsTakeOneEncoderAtATimeAndRunOnce) {
+    CommandQueue& queue = *GetDevice().GetThreadData().mCommandQueue;
+    auto list = queue.CreateCommandList("Steps");
+    auto encoder = list->CreateComputeCommandEncoder();
+    EXPECT_THAT(GetFailure([&] { list->CreateCopyCommandEncoder(); }), HasSubstr("\"Steps\" has an open encoder"));
+    encoder->End();
+    EXPECT_THAT(GetFailure([&] { encoder->Dispatch(1, 1, 1, 1, 1, 1); }), HasSubstr("was ended already"));
+    EXPECT_THAT(GetFailure([&] { list->CreateGraphicsCommandEncoder({}); }),
+                HasSubstr("*renderPassDesc.mColorAttachments"));
+    encoder = list->CreateComputeCommandEncoder();
+    encoder.reset();  // dropped by a failure: the list goes on
+    list->CreateCopyCommandEncoder()->End();
+    queue.Execute(std::move(list))->Wait();
+    EXPECT_THAT(GetFailure([&] { queue.Execute(nullptr); }), HasSubstr("commandList"));
+}
+
+}  // namespace
+}  // namespace zeb::render

@@ -1,0 +1,161 @@
+#include "CommandQueue.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include <fmt/format.h>
+
+#include "CommandList.h"
+
+namespace zeb::render {
+namespace {
+
+constexpr std::uint64_t kUniformBlockSize = 64 * 1024;
+
+std::uint64_t AlignUp(std::uint64_t value, std::uint64_t alignment) {
+    return (value + alignment - 1) / alignment * alignment;
+}
+
+}  // namespace
+
+CommandAllocator::CommandAllocator(std::shared_ptr<DeviceContext> context, std::string name)
+    : mContext(std::move(context)), mName(std::move(name)) {
+    const VolkDeviceTable& api = mContext->Api();
+    try {
+        VkCommandPoolCreateInfo pool = {VK_STRUCTURE_TYPE_COMMAND_POOL_CREATE_INFO};
+        pool.flags = VK_COMMAND_POOL_CREATE_TRANSIENT_BIT;
+        pool.queueFamilyIndex = mContext->GetQueueFamily();
+        ZEB_VK_CHECK_FOR(api.vkCreateCommandPool(mContext->Get(), &pool, nullptr, &mPool), mName);
+        VkCommandBufferAllocateInfo buffer = {VK_STRUCTURE_TYPE_COMMAND_BUFFER_ALLOCATE_INFO};
+        buffer.commandPool = mPool;
+        buffer.level = VK_COMMAND_BUFFER_LEVEL_PRIMARY;
+        buffer.commandBufferCount = 1;
+        ZEB_VK_CHECK_FOR(api.vkAllocateCommandBuffers(mContext->Get(), &buffer, &mCommandBuffer), mName);
+        const VkFenceCreateInfo fence = {VK_STRUCTURE_TYPE_FENCE_CREATE_INFO};
+        ZEB_VK_CHECK_FOR(api.vkCreateFence(mContext->Get(), &fence, nullptr, &mFence), mName);
+    } catch (...) {
+        Destroy();
+        throw;
+    }
+    mContext->SetName(VK_OBJECT_TYPE_COMMAND_BUFFER, mCommandBuffer, mName);
+}
+
+CommandAllocator::~CommandAllocator() { Destroy(); }
+
+void CommandAllocator::Destroy() {
+    mContext->Api().vkDestroyFence(mContext->Get(), mFence, nullptr);
+    mContext->Api().vkDestroyCommandPool(mContext->Get(), mPool, nullptr);
+}
+
+void CommandAllocator::Reset() {
+    ZEB_VK_CHECK_FOR(mContext->Api().vkResetCommandPool(mContext->Get(), mPool, 0), mName);
+    ZEB_VK_CHECK_FOR(mContext->Api().vkResetFences(mContext->Get(), 1, &mFence), mName);
+    mUniformBlock = 0;
+    mUniformOffset = 0;
+}
+
+UniformSlice CommandAllocator::WriteUniforms(const void* data, std::size_t size) {
+    const std::uint64_t alignment = std::max<std::uint64_t>(mContext->Limits().minUniformBufferOffsetAlignment, 16);
+    // Blocks are padded to whole 16-byte rows, as programs see them.
+    const std::uint64_t room = AlignUp(size, 16);
+    mUniformOffset = AlignUp(mUniformOffset, alignment);
+    if (mUniformBlock < mUniformBlocks.size() && mUniformOffset + room > mUniformBlocks[mUniformBlock]->mSize) {
+        ++mUniformBlock;
+        mUniformOffset = 0;
+    }
+    if (mUniformBlock == mUniformBlocks.size()) {
+        mUniformBlocks.push_back(std::make_unique<BufferResource>(
+            mContext, mName + " constants", std::max(kUniformBlockSize, room), MemoryKind::Upload));
+    }
+    const BufferResource& block = *mUniformBlocks[mUniformBlock];
+    const UniformSlice slice = {block.mBuffer, mUniformOffset};
+    std::memcpy(block.mMemory.mMapped + mUniformOffset, data, size);
+    mUniformOffset += room;
+    return slice;
+}
+
+QueueState::QueueState(std::shared_ptr<DeviceContext> context, std::string name)
+    : mContext(std::move(context)), mName(std::move(name)), mSlot(mContext->GetNextQueue()) {}
+
+std::unique_ptr<CommandAllocator> QueueState::TakeAllocator() {
+    std::unique_ptr<CommandAllocator> allocator;
+    std::uint32_t number = 0;
+    {
+        const std::lock_guard lock(mMutex);
+        if (mFree.empty()) {
+            number = mNextNumber++;
+        } else {
+            allocator = std::move(mFree.back());
+            mFree.pop_back();
+        }
+    }
+    if (allocator)
+        allocator->Reset();
+    else
+        allocator = std::make_unique<CommandAllocator>(mContext, fmt::format("{}: {}", mName, number));
+    return allocator;
+}
+
+void QueueState::GiveBack(std::unique_ptr<CommandAllocator> allocator) {
+    const std::lock_guard lock(mMutex);
+    mFree.push_back(std::move(allocator));
+}
+
+void QueueState::Submit(VkCommandBuffer commandBuffer, VkFence fence) {
+    VkSubmitInfo info = {VK_STRUCTURE_TYPE_SUBMIT_INFO};
+    info.commandBufferCount = 1;
+    info.pCommandBuffers = &commandBuffer;
+    const std::lock_guard lock(mSlot.mMutex);
+    ZEB_VK_CHECK_FOR(mContext->Api().vkQueueSubmit(mSlot.mQueue, 1, &info, fence), mName);
+}
+
+CommandQueueVulkan::CommandQueueVulkan(const std::shared_ptr<DeviceContext>& context, std::string name)
+    : CommandQueue(std::move(name)), mState(std::make_shared<QueueState>(context, GetName())) {}
+
+UniquePtr<CommandList> CommandQueueVulkan::CreateCommandList(std::string name) {
+    return MakeUnique<CommandListVulkan>(mState, std::move(name));
+}
+
+UniquePtr<CommandQueueCompletionEvent> CommandQueueVulkan::Execute(UniquePtr<CommandList> commandList) {
+    if (!commandList) ZEB_RENDER_THROW("Failed to execute a command list on the queue \"{}\": commandList", GetName());
+    auto* list = dynamic_cast<CommandListVulkan*>(commandList.get());
+    if (list == nullptr) ZEB_RENDER_THROW("The command list \"{}\" belongs to another device", commandList->GetName());
+    list->Close();
+    // The event is made first: once work is submitted nothing may fail that would drop the list.
+    auto event = MakeUnique<CommandQueueCompletionEventVulkan>(mState, std::move(commandList));
+    mState->Submit(list->GetCommandBuffer(), list->GetFence());
+    list->MarkSubmitted();
+    return event;
+}
+
+CommandQueueCompletionEventVulkan::CommandQueueCompletionEventVulkan(std::shared_ptr<QueueState> queue,
+                                                                     UniquePtr<CommandList> list)
+    : mQueue(std::move(queue)), mOwner(std::move(list)), mList(static_cast<CommandListVulkan&>(*mOwner)) {}
+
+CommandQueueCompletionEventVulkan::~CommandQueueCompletionEventVulkan() {
+    try {
+        if (mList.IsSubmitted()) Wait();
+    } catch (const std::exception& failure) {
+        mQueue->GetContext()->GetInstance().Report(failure.what());
+    }
+}
+
+bool CommandQueueCompletionEventVulkan::IsCompleted() {
+    if (mIsDone) return true;
+    const DeviceContext& context = *mQueue->GetContext();
+    const VkResult status = context.Api().vkGetFenceStatus(context.Get(), mList.GetFence());
+    if (status == VK_NOT_READY) return false;
+    ZEB_VK_CHECK_FOR(status, mList.GetName());
+    return true;
+}
+
+void CommandQueueCompletionEventVulkan::Wait() {
+    if (mIsDone) return;
+    const DeviceContext& context = *mQueue->GetContext();
+    const VkFence fence = mList.GetFence();
+    ZEB_VK_CHECK_FOR(context.Api().vkWaitForFences(context.Get(), 1, &fence, VK_TRUE, UINT64_MAX), mList.GetName());
+    mIsDone = true;
+    mList.Finish();
+}
+
+}  // namespace zeb::render

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "DeviceContext.h"
+#include "RootSignature.h"
+#include "SpirvReflection.h"
+
+namespace zeb::render {
+
+/// Words of the push constants that carry what is left of buffer offsets: one for each register number.
+inline constexpr std::uint32_t kBufferOffsetCount = 20;
+
+/// One binding of a pipeline and the root parameter that feeds it.
+struct PipelineBinding {
+    ShaderBinding mShader;
+    VkShaderStageFlags mStages = 0;
+    std::uint32_t mParameter = 0;  ///< index in the root signature
+    std::uint32_t mTableSlot = 0;  ///< descriptor of the table, for a table
+
+    /// Register number without its kind.
+    std::uint32_t GetRegister() const { return mShader.mBinding % kReadOnlyShift; }
+};
+
+/// One stage of a pipeline in the making.
+struct PipelineStage {
+    VkShaderModule mModule = VK_NULL_HANDLE;
+    StageReflection mReflection;
+};
+
+/// What a pipeline is bound to: one set of push descriptors with just the bindings that its stages use, and the
+/// push constants with the rest of buffer offsets where a stage has them. Owns the stages' modules.
+class PipelineLayout {
+public:
+    PipelineLayout(std::shared_ptr<DeviceContext> context, std::string name);
+    ~PipelineLayout();
+    PipelineLayout(const PipelineLayout&) = delete;
+    PipelineLayout& operator=(const PipelineLayout&) = delete;
+
+    /// Reads the stage's code, which must be for `stage`. A stage without code throws.
+    void AddStage(const Shader& shader, VkShaderStageFlagBits stage);
+    /// Makes the native layout; each used binding must stand in the root signature.
+    void Build(const RootSignatureVulkan& signature);
+
+    const std::string& GetName() const { return mName; }
+    const std::shared_ptr<DeviceContext>& GetContext() const { return mContext; }
+    VkPipelineLayout Get() const { return mLayout; }
+    const std::vector<PipelineBinding>& GetBindings() const { return mBindings; }
+    const std::vector<PipelineStage>& GetStages() const { return mStages; }
+    VkShaderStageFlags GetPushConstantStages() const { return mPushConstantStages; }
+
+private:
+    void Merge(const StageReflection& stage, const RootSignatureVulkan& signature);
+
+    std::shared_ptr<DeviceContext> mContext;
+    std::string mName;
+    std::vector<PipelineStage> mStages;
+    std::vector<PipelineBinding> mBindings;
+    VkShaderStageFlags mPushConstantStages = 0;
+    VkDescriptorSetLayout mSetLayout = VK_NULL_HANDLE;
+    VkPipelineLayout mLayout = VK_NULL_HANDLE;
+};
+
+}  // namespace zeb::render

@@ -1,0 +1,242 @@
+#include "PipelineStates.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "EnumTables.h"
+
+namespace zeb::render {
+namespace {
+
+// The reference that a description must hold, or a failure that quotes it.
+template <class T>
+T& Need(T* pointer, const char* expression, const std::string& pipeline) {
+    if (pointer == nullptr)
+        ZEB_RENDER_THROW("Failed to create the pipeline \"{}\": {} is missing", pipeline, expression);
+    return *pointer;
+}
+
+VkPipelineShaderStageCreateInfo GetStageInfo(const PipelineStage& stage) {
+    VkPipelineShaderStageCreateInfo info = {VK_STRUCTURE_TYPE_PIPELINE_SHADER_STAGE_CREATE_INFO};
+    info.stage = stage.mReflection.mStage;
+    info.module = stage.mModule;
+    info.pName = stage.mReflection.mEntryPoint.c_str();
+    return info;
+}
+
+bool IsStripOrList(Topology topology, TopologyType type) {
+    switch (type) {
+        case TopologyType::Point: return topology == Topology::PointList;
+        case TopologyType::Line: return topology == Topology::LineList || topology == Topology::LineStrip;
+        default: return topology == Topology::TriangleList || topology == Topology::TriangleStrip;
+    }
+}
+
+// The vertex input of a pipeline: attributes by their order, one binding for each slot.
+struct VertexInput {
+    VertexInput(const GraphicsPipelineDescription& description, const PipelineVariant& variant) {
+        std::uint32_t location = 0;
+        std::uint32_t slots = 0;
+        for (const VertexElement& element : description.mVertexElements) {
+            mAttributes.push_back(
+                {location++, element.mInputSlot, GetFormatVulkan(element.mFormat), element.mAlignedByteOffset});
+            if ((slots & (1U << element.mInputSlot)) != 0) continue;
+            slots |= 1U << element.mInputSlot;
+            mBindings.push_back(
+                {element.mInputSlot, variant.mStrides[element.mInputSlot], VK_VERTEX_INPUT_RATE_VERTEX});
+        }
+        mInfo.vertexBindingDescriptionCount = static_cast<std::uint32_t>(mBindings.size());
+        mInfo.pVertexBindingDescriptions = mBindings.data();
+        mInfo.vertexAttributeDescriptionCount = static_cast<std::uint32_t>(mAttributes.size());
+        mInfo.pVertexAttributeDescriptions = mAttributes.data();
+    }
+
+    std::vector<VkVertexInputAttributeDescription> mAttributes;
+    std::vector<VkVertexInputBindingDescription> mBindings;
+    VkPipelineVertexInputStateCreateInfo mInfo = {VK_STRUCTURE_TYPE_PIPELINE_VERTEX_INPUT_STATE_CREATE_INFO};
+};
+
+VkPipelineColorBlendAttachmentState GetBlendState(const GraphicsPipelineDescription& description) {
+    VkPipelineColorBlendAttachmentState state = {};
+    state.blendEnable = description.mBlendEnabled ? VK_TRUE : VK_FALSE;
+    state.srcColorBlendFactor = GetBlendFactorVulkan(description.mSourceColorFactor);
+    state.dstColorBlendFactor = GetBlendFactorVulkan(description.mDestinationColorFactor);
+    state.colorBlendOp = GetBlendOperationVulkan(description.mColorOperation);
+    state.srcAlphaBlendFactor = GetBlendFactorVulkan(description.mSourceAlphaFactor);
+    state.dstAlphaBlendFactor = GetBlendFactorVulkan(description.mDestinationAlphaFactor);
+    state.alphaBlendOp = GetBlendOperationVulkan(description.mAlphaOperation);
+    state.colorWriteMask =
+        VK_COLOR_COMPONENT_R_BIT | VK_COLOR_COMPONENT_G_BIT | VK_COLOR_COMPONENT_B_BIT | VK_COLOR_COMPONENT_A_BIT;
+    return state;
+}
+
+VkPipelineRasterizationStateCreateInfo GetRasterState(const GraphicsPipelineDescription& description) {
+    // Depth clamping stays off, which leaves depth clipping on.
+    VkPipelineRasterizationStateCreateInfo state = {VK_STRUCTURE_TYPE_PIPELINE_RASTERIZATION_STATE_CREATE_INFO};
+    state.polygonMode = GetPolygonModeVulkan(description.mFillMode);
+    state.cullMode = GetCullModeVulkan(description.mCullMode);
+    state.frontFace = GetFrontFaceVulkan(description.mFrontFace);
+    state.lineWidth = 1.0F;
+    return state;
+}
+
+}  // namespace
+
+PipelineResource::~PipelineResource() {
+    const DeviceContext& context = *mLayout->GetContext();
+    context.Api().vkDestroyPipeline(context.Get(), mPipeline, nullptr);
+}
+
+ComputePipelineStateVulkan::ComputePipelineStateVulkan(const std::shared_ptr<DeviceContext>& context, std::string name,
+                                                       const ComputePipelineDescription& description)
+    : ComputePipelineState(std::move(name)) {
+    RootSignature& signature = Need(description.mRootSignature, "*desc.mRootSignature", GetName());
+    const Shader& shader = Need(description.mComputeShader, "*desc.mComputeShader", GetName());
+    const auto layout = std::make_shared<PipelineLayout>(context, GetName());
+    layout->AddStage(shader, VK_SHADER_STAGE_COMPUTE_BIT);
+    layout->Build(ToVulkan(signature));
+    mResource = std::make_shared<PipelineResource>(layout);
+
+    const PipelineStage& stage = layout->GetStages().front();
+    VkPipelineShaderStageRequiredSubgroupSizeCreateInfo waveSize = {
+        VK_STRUCTURE_TYPE_PIPELINE_SHADER_STAGE_REQUIRED_SUBGROUP_SIZE_CREATE_INFO};
+    waveSize.requiredSubgroupSize = context->GetWaveLaneCount();
+    VkComputePipelineCreateInfo info = {VK_STRUCTURE_TYPE_COMPUTE_PIPELINE_CREATE_INFO};
+    info.stage = GetStageInfo(stage);
+    if (stage.mReflection.mUsesWaves && context->MustPinWaveSize()) {
+        info.stage.pNext = &waveSize;
+        info.stage.flags = VK_PIPELINE_SHADER_STAGE_CREATE_REQUIRE_FULL_SUBGROUPS_BIT;
+    }
+    info.layout = layout->Get();
+    ZEB_VK_CHECK_FOR(context->Api().vkCreateComputePipelines(context->Get(), context->GetPipelineCache(), 1, &info,
+                                                             nullptr, &mResource->mPipeline),
+                     GetName());
+    context->SetName(VK_OBJECT_TYPE_PIPELINE, mResource->mPipeline, GetName());
+}
+
+GraphicsPipelineStateVulkan::GraphicsPipelineStateVulkan(const std::shared_ptr<DeviceContext>& context,
+                                                         std::string name,
+                                                         const GraphicsPipelineDescription& description)
+    : GraphicsPipelineState(std::move(name)), mDescription(description) {
+    RootSignature& signature = Need(description.mRootSignature, "*desc.mRootSignature", GetName());
+    const Shader& vertexShader = Need(description.mVertexShader, "*desc.mVertexShader", GetName());
+    const Shader& pixelShader = Need(description.mPixelShader, "*desc.mPixelShader", GetName());
+    mLayout = std::make_shared<PipelineLayout>(context, GetName());
+    mLayout->AddStage(vertexShader, VK_SHADER_STAGE_VERTEX_BIT);
+    mLayout->AddStage(pixelShader, VK_SHADER_STAGE_FRAGMENT_BIT);
+    mLayout->Build(ToVulkan(signature));
+    CheckDescription();
+    // What the description refers to is needed no more, and may go before this object does.
+    mDescription.mRootSignature = nullptr;
+    mDescription.mVertexShader = nullptr;
+    mDescription.mPixelShader = nullptr;
+    for (const VertexElement& element : mDescription.mVertexElements) mVertexSlots |= 1U << element.mInputSlot;
+    const Topology list = GetListTopology(mDescription.mTopologyType);
+    if (mVertexSlots == 0) Get({list, {}});
+}
+
+void GraphicsPipelineStateVulkan::CheckDescription() const {
+    const auto fail = [this](const std::string& what) {
+        ZEB_RENDER_THROW("Failed to create the pipeline \"{}\": {}", GetName(), what);
+    };
+    const std::int32_t targets = mDescription.mRenderTargetCount;
+    if (targets < 1 || targets > static_cast<std::int32_t>(kMaxRenderTargets))
+        fail(fmt::format("it has {} render targets", targets));
+    for (std::int32_t i = 0; i < targets; ++i) GetFormatVulkan(mDescription.mRenderTargetFormats[i]);
+    if (mDescription.mDepthFormat != Format::Unknown) fail("no format of this layer holds depth");
+    if (mDescription.mSampleCount > 1) fail(fmt::format("{} samples are not supported", mDescription.mSampleCount));
+    if (mDescription.mFillMode == FillMode::Wireframe && !mLayout->GetContext()->HasWireframe())
+        fail("the device draws no wireframes");
+    for (const VertexElement& element : mDescription.mVertexElements) {
+        if (element.mInputSlot >= kMaxVertexSlots)
+            fail(fmt::format("the vertex element {} lies in slot {}", element.mSemanticName, element.mInputSlot));
+    }
+    for (const std::uint32_t location : mLayout->GetStages().front().mReflection.mInputLocations) {
+        if (location >= mDescription.mVertexElements.size())
+            fail(fmt::format("its program reads vertex element {}, which the description lacks", location));
+    }
+}
+
+const std::shared_ptr<PipelineResource>& GraphicsPipelineStateVulkan::Get(PipelineVariant variant) {
+    if (!IsStripOrList(variant.mTopology, mDescription.mTopologyType)) {
+        ZEB_RENDER_THROW("The pipeline \"{}\" is not made for the topology {}", GetName(),
+                         static_cast<std::uint32_t>(variant.mTopology));
+    }
+    for (std::size_t slot = 0; slot < kMaxVertexSlots; ++slot) {
+        if ((mVertexSlots & (1U << slot)) == 0) variant.mStrides[slot] = 0;
+    }
+    auto& pipeline = mVariants[variant];
+    if (!pipeline) pipeline = Create(variant);
+    return pipeline;
+}
+
+std::shared_ptr<PipelineResource> GraphicsPipelineStateVulkan::Create(const PipelineVariant& variant) const {
+    std::vector<VkPipelineShaderStageCreateInfo> stages;
+    for (const PipelineStage& stage : mLayout->GetStages()) stages.push_back(GetStageInfo(stage));
+    const VertexInput vertexInput(mDescription, variant);
+    VkPipelineInputAssemblyStateCreateInfo assembly = {VK_STRUCTURE_TYPE_PIPELINE_INPUT_ASSEMBLY_STATE_CREATE_INFO};
+    assembly.topology = GetPrimitiveTopologyVulkan(variant.mTopology);
+    VkPipelineViewportStateCreateInfo viewport = {VK_STRUCTURE_TYPE_PIPELINE_VIEWPORT_STATE_CREATE_INFO};
+    viewport.viewportCount = 1;
+    viewport.scissorCount = 1;
+    const VkPipelineRasterizationStateCreateInfo raster = GetRasterState(mDescription);
+    VkPipelineMultisampleStateCreateInfo samples = {VK_STRUCTURE_TYPE_PIPELINE_MULTISAMPLE_STATE_CREATE_INFO};
+    samples.rasterizationSamples = VK_SAMPLE_COUNT_1_BIT;
+
+    const auto targetCount = static_cast<std::size_t>(mDescription.mRenderTargetCount);
+    const std::vector<VkPipelineColorBlendAttachmentState> targets(targetCount, GetBlendState(mDescription));
+    VkPipelineColorBlendStateCreateInfo blend = {VK_STRUCTURE_TYPE_PIPELINE_COLOR_BLEND_STATE_CREATE_INFO};
+    blend.attachmentCount = static_cast<std::uint32_t>(targets.size());
+    blend.pAttachments = targets.data();
+    constexpr VkDynamicState kDynamic[] = {VK_DYNAMIC_STATE_VIEWPORT, VK_DYNAMIC_STATE_SCISSOR};
+    VkPipelineDynamicStateCreateInfo dynamic = {VK_STRUCTURE_TYPE_PIPELINE_DYNAMIC_STATE_CREATE_INFO};
+    dynamic.dynamicStateCount = static_cast<std::uint32_t>(std::size(kDynamic));
+    dynamic.pDynamicStates = kDynamic;
+
+    std::vector<VkFormat> formats;
+    for (std::size_t i = 0; i < targetCount; ++i)
+        formats.push_back(GetFormatVulkan(mDescription.mRenderTargetFormats[i]));
+    VkPipelineRenderingCreateInfo rendering = {VK_STRUCTURE_TYPE_PIPELINE_RENDERING_CREATE_INFO};
+    rendering.colorAttachmentCount = static_cast<std::uint32_t>(formats.size());
+    rendering.pColorAttachmentFormats = formats.data();
+
+    VkGraphicsPipelineCreateInfo info = {VK_STRUCTURE_TYPE_GRAPHICS_PIPELINE_CREATE_INFO, &rendering};
+    info.stageCount = static_cast<std::uint32_t>(stages.size());
+    info.pStages = stages.data();
+    info.pVertexInputState = &vertexInput.mInfo;
+    info.pInputAssemblyState = &assembly;
+    info.pViewportState = &viewport;
+    info.pRasterizationState = &raster;
+    info.pMultisampleState = &samples;
+    info.pColorBlendState = &blend;
+    info.pDynamicState = &dynamic;
+    info.layout = mLayout->Get();
+    auto resource = std::make_shared<PipelineResource>(mLayout);
+    const DeviceContext& context = *mLayout->GetContext();
+    ZEB_VK_CHECK_FOR(context.Api().vkCreateGraphicsPipelines(context.Get(), context.GetPipelineCache(), 1, &info,
+                                                             nullptr, &resource->mPipeline),
+                     GetName());
+    context.SetName(VK_OBJECT_TYPE_PIPELINE, resource->mPipeline, GetName());
+    return resource;
+}
+
+ComputePipelineStateVulkan& ToVulkan(ComputePipelineState& state) {
+    auto* own = dynamic_cast<ComputePipelineStateVulkan*>(&state);
+    if (own == nullptr) ZEB_RENDER_THROW("The pipeline \"{}\" belongs to another device", state.GetName());
+    return *own;
+}
+
+GraphicsPipelineStateVulkan& ToVulkan(GraphicsPipelineState& state) {
+    auto* own = dynamic_cast<GraphicsPipelineStateVulkan*>(&state);
+    if (own == nullptr) ZEB_RENDER_THROW("The pipeline \"{}\" belongs to another device", state.GetName());
+    return *own;
+}
+
+RootSignatureVulkan& ToVulkan(RootSignature& signature) {
+    auto* own = dynamic_cast<RootSignatureVulkan*>(&signature);
+    if (own == nullptr) ZEB_RENDER_THROW("The root signature \"{}\" belongs to another device", signature.GetName());
+    return *own;
+}
+
+}  // namespace zeb::render

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <array>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "PipelineLayout.h"
+#include "PluginBase/Render/Objects.h"
+
+namespace zeb::render {
+
+/// A native pipeline, kept by the lists that use it.
+struct PipelineResource {
+    explicit PipelineResource(std::shared_ptr<const PipelineLayout> layout) : mLayout(std::move(layout)) {}
+    ~PipelineResource();
+    PipelineResource(const PipelineResource&) = delete;
+    PipelineResource& operator=(const PipelineResource&) = delete;
+
+    std::shared_ptr<const PipelineLayout> mLayout;
+    VkPipeline mPipeline = VK_NULL_HANDLE;
+};
+
+class ComputePipelineStateVulkan final : public ComputePipelineState {
+public:
+    ComputePipelineStateVulkan(const std::shared_ptr<DeviceContext>& context, std::string name,
+                               const ComputePipelineDescription& description);
+
+    const std::shared_ptr<PipelineResource>& GetResource() const { return mResource; }
+
+private:
+    std::shared_ptr<PipelineResource> mResource;
+};
+
+inline constexpr std::size_t kMaxVertexSlots = 4;
+
+/// What Vulkan bakes into a pipeline but the interface states with each draw.
+struct PipelineVariant {
+    Topology mTopology = Topology::Undefined;
+    std::array<std::uint32_t, kMaxVertexSlots> mStrides = {};
+
+    auto operator<=>(const PipelineVariant&) const = default;
+};
+
+/// One native pipeline for each topology and set of vertex strides that is drawn with, made at first use. Programs
+/// without vertex buffers get that of their list topology at once.
+class GraphicsPipelineStateVulkan final : public GraphicsPipelineState {
+public:
+    GraphicsPipelineStateVulkan(const std::shared_ptr<DeviceContext>& context, std::string name,
+                                const GraphicsPipelineDescription& description);
+
+    const std::shared_ptr<PipelineResource>& Get(PipelineVariant variant);
+    const PipelineLayout& GetLayout() const { return *mLayout; }
+    const GraphicsPipelineDescription& GetDescription() const { return mDescription; }
+    /// Bits of the vertex slots that the program reads.
+    std::uint32_t GetVertexSlots() const { return mVertexSlots; }
+
+private:
+    void CheckDescription() const;
+    std::shared_ptr<PipelineResource> Create(const PipelineVariant& variant) const;
+
+    GraphicsPipelineDescription mDescription;
+    std::shared_ptr<PipelineLayout> mLayout;
+    std::uint32_t mVertexSlots = 0;
+    std::map<PipelineVariant, std::shared_ptr<PipelineResource>> mVariants;
+};
+
+ComputePipelineStateVulkan& ToVulkan(ComputePipelineState& state);
+GraphicsPipelineStateVulkan& ToVulkan(GraphicsPipelineState& state);
+RootSignatureVulkan& ToVulkan(RootSignature& signature);
+
+}  // namespace zeb::render
