@@ -1,0 +1,109 @@
+#include "ModelMaker.h"
+
+#include <cmath>
+#include <cstring>
+
+#include <gmock/gmock.h>
+
+#include "ExactMath.h"
+#include "HarmonicColor.h"
+#include "PLYFileReader.h"
+#include "PlyBuilder.h"
+
+namespace nimbrel::maker {
+namespace {
+
+PLYFileData Make(const ModelOptions& options) {
+    const std::vector<std::uint8_t> bytes = MakeModel(options);
+    const TemporaryFile file(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
+    return PLYFileReader::ReadFile(file.GetPath(), true);
+}
+
+TEST(ExactMath, AgreesWithTheLibrary) {
+    for (double x = -40.0; x < 40.0; x += 0.0137) {
+        EXPECT_NEAR(Sin(x), std::sin(x), 1e-12) << x;
+        EXPECT_NEAR(Cos(x), std::cos(x), 1e-12) << x;
+        EXPECT_NEAR(Exp(x) / std::exp(x), 1.0, 1e-12) << x;
+        EXPECT_NEAR(Log(std::exp(x)), x, 1e-12) << x;
+    }
+    EXPECT_EQ(Exp(0.0), 1.0);
+    EXPECT_EQ(Log(1.0), 0.0);
+}
+
+// Value of the file's coefficients as a renderer reads them, for a viewer who looks along `d`: degree 0 and 1.
+double EvaluateLinear(const HarmonicColor& color, const glm::dvec3& d) {
+    return 0.5 + 0.28209479177387814 * color.GetFileCoefficient(0).x +
+           0.48860251190291992 * (-d.y * color.GetFileCoefficient(1).x + d.z * color.GetFileCoefficient(2).x -
+                                  d.x * color.GetFileCoefficient(3).x);
+}
+
+TEST(HarmonicColor, AFacingColorIsSeenFromItsNormalsSide) {
+    HarmonicColor color(1);
+    color.AddFacing(glm::dvec3(0.6, -0.8, 0.0), [](double c) { return glm::dvec3(0.25 + 0.5 * c); });
+    EXPECT_NEAR(EvaluateLinear(color, {-0.6, 0.8, 0.0}), 0.75, 1e-12) << "looking at the surface squarely";
+    EXPECT_NEAR(EvaluateLinear(color, {0.8, 0.6, 0.0}), 0.25, 1e-12) << "along it";
+    color.Add(glm::dvec3(0.125));
+    EXPECT_NEAR(EvaluateLinear(color, {0.0, 0.0, 1.0}), 0.375, 1e-12);
+}
+
+TEST(ModelMaker, TheSameOptionsGiveTheSameBytes) {
+    // FNV-1a of the whole file: a change of these is a change of everyone's pictures.
+    const auto hash = [](const ModelOptions& options) {
+        std::uint64_t value = 0xcbf29ce484222325u;
+        for (std::uint8_t byte : MakeModel(options)) value = (value ^ byte) * 0x100000001b3u;
+        return value;
+    };
+    EXPECT_EQ(hash({.mCount = 2000}), 13060209509127054370u);
+    EXPECT_EQ(hash({.mShape = Shape::Box, .mCount = 600, .mDegree = 1}), 2511793578444116149u);
+    EXPECT_NE(hash({.mCount = 500}), hash({.mCount = 500, .mSeed = 2}));
+}
+
+TEST(ModelMaker, FilesAreWholeModelsOfSaneSplats) {
+    for (Shape shape : {Shape::Knot, Shape::Box}) {
+        for (int degree = 0; degree <= 3; ++degree) {
+            for (std::int64_t count : {0, 1, 7, 3000}) {
+                const PLYFileData data = Make({.mShape = shape, .mCount = count, .mDegree = degree});
+                ASSERT_EQ(data.splatCount, count);
+                ASSERT_EQ(data.shLevel, static_cast<std::uint32_t>(degree));
+                for (std::size_t i = 0; i < data.data.size(); i += sizeof(float)) {
+                    float value;
+                    std::memcpy(&value, data.data.data() + i, sizeof(value));
+                    ASSERT_LT(std::abs(value), 60.0f) << "float " << i / 4;
+                }
+                for (std::int64_t i = 0; i < count; ++i) {
+                    float q[4];
+                    std::memcpy(q, data.data.data() + static_cast<std::size_t>(i) * data.stride + data.rotOffset, 16);
+                    ASSERT_NEAR(q[0] * q[0] + q[1] * q[1] + q[2] * q[2] + q[3] * q[3], 1.0f, 1e-5f);
+                }
+            }
+        }
+    }
+}
+
+TEST(ModelMaker, TheBoxsSplatsLieFlatOnTheirFaces) {
+    const PLYFileData data = Make({.mShape = Shape::Box, .mCount = 60, .mDegree = 0});
+    for (std::size_t i = 0; i < 60; ++i) {
+        float position[3], q[4];
+        const std::uint8_t* record = data.data.data() + i * data.stride;
+        std::memcpy(position, record, sizeof(position));
+        std::memcpy(q, record + data.rotOffset, sizeof(q));
+        // The third axis is the thin one: the rotation's last column.
+        const float normal[3] = {2 * (q[1] * q[3] + q[0] * q[2]), 2 * (q[2] * q[3] - q[0] * q[1]),
+                                 1 - 2 * (q[1] * q[1] + q[2] * q[2])};
+        const std::size_t axis = i % 6 / 2;
+        EXPECT_NEAR(std::abs(normal[axis]), 1.0f, 1e-5f) << i;
+        EXPECT_EQ(position[axis], i % 2 == 0 ? 1.0f : -1.0f) << i;
+    }
+}
+
+TEST(ModelMaker, OptionsOutOfRangeFail) {
+    for (const ModelOptions& options : {ModelOptions{.mCount = -1}, ModelOptions{.mCount = 1LL << 31},
+                                        ModelOptions{.mDegree = -1}, ModelOptions{.mDegree = 4}}) {
+        EXPECT_THROW(MakeModel(options), std::invalid_argument);
+    }
+    EXPECT_THROW(ParseShape("cone"), std::invalid_argument);
+    EXPECT_EQ(ParseShape("box"), Shape::Box);
+}
+
+}  // namespace
+}  // namespace nimbrel::maker

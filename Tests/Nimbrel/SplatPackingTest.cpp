@@ -1,0 +1,152 @@
+#include "SplatPacking.h"
+
+#include <array>
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+#include <gmock/gmock.h>
+
+#include "HalfFloat.h"
+
+namespace {
+
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+const float kNaN = std::numeric_limits<float>::quiet_NaN();
+
+template <class T>
+T ReadAs(const std::uint8_t* from) {
+    T value;
+    std::memcpy(&value, from, sizeof(value));
+    return value;
+}
+
+TEST(HalfFloat, CutsTheMantissa) {
+    struct Case {
+        float mValue;
+        std::uint16_t mHalf;
+    };
+    const Case cases[] = {
+        {0.0f, 0x0000},       {-0.0f, 0x8000},           {1.0f, 0x3c00},           {-2.0f, 0xc000},
+        {0.1f, 0x2e66},  // 0x3dcccccd: the cut bits are a little under half.
+        {1.9999999f, 0x3fff}, {65504.0f, 0x7bff},        {65535.0f, 0x7bff},       {65536.0f, 0x7c00},
+        {0x1p-14f, 0x0400},   {0x1.fffffep-15f, 0x03ff}, {0x1p-15f, 0x0200},       {0x1.8p-23f, 0x0003},
+        {0x1p-24f, 0x0001},   {0x1.fffffep-24f, 0x0001}, {0x1.fffffep-25f, 0},     {-0x1p-25f, 0x8000},
+        {1e-40f, 0x0000},     {3.4028235e38f, 0x7c00},   {-3.4028235e38f, 0xfc00}, {kInfinity, 0x7c00},
+        {-kInfinity, 0xfc00},
+    };
+    for (const Case& c : cases) EXPECT_EQ(FloatToHalfTruncated(c.mValue), c.mHalf) << c.mValue;
+    EXPECT_EQ(FloatToHalfTruncated(std::bit_cast<float>(0x7fc12345u)), 0x7c01);
+    EXPECT_EQ(FloatToHalfTruncated(std::bit_cast<float>(0xff800001u)), 0xfc01);
+}
+
+TEST(HalfFloat, EveryHalfComesBack) {
+    for (std::uint32_t half = 0; half < 0x10000; ++half) {
+        const float value = HalfToFloat(static_cast<std::uint16_t>(half));
+        if (std::isnan(value)) {
+            EXPECT_TRUE((half & 0x7c00) == 0x7c00 && (half & 0x3ff) != 0);
+        } else {
+            EXPECT_EQ(FloatToHalfTruncated(value), half);
+        }
+    }
+    EXPECT_EQ(HalfToFloat(0x3555), 0x1.554p-2f);
+    EXPECT_EQ(HalfToFloat(0x8001), -0x1p-24f);
+}
+
+TEST(SplatPacking, VectorBits) {
+    struct Case {
+        glm::vec3 mValue;
+        std::uint32_t mNorm11;
+        std::uint16_t mNorm6;
+    };
+    const Case cases[] = {
+        {{0.0f, 0.0f, 0.0f}, 0x00000000, 0x0000},
+        {{1.0f, 1.0f, 1.0f}, 0xffffffff, 0xffff},
+        {{1.0f, 0.0f, 0.0f}, 0x000007ff, 0x003f},
+        {{0.0f, 1.0f, 0.0f}, 0x001ff800, 0x07c0},
+        {{0.0f, 0.0f, 1.0f}, 0xffe00000, 0xf800},
+        // 0.5: 1023.75, 511.75 and 1023.75; 31.75, 15.75 and 15.75.
+        {{0.5f, 0.5f, 0.5f}, 1023u | 511u << 11 | 1023u << 21, 31 | 15 << 6 | 15 << 11},
+        {{-1.0f, 2.0f, kNaN}, 0x001ff800, 0x07c0},
+        {{kInfinity, -kInfinity, 1e30f}, 0xffe007ff, 0xf83f},
+    };
+    for (const Case& c : cases) {
+        std::uint8_t out[4];
+        PackVector(VectorFormat::Norm11, c.mValue, out);
+        EXPECT_EQ(ReadAs<std::uint32_t>(out), c.mNorm11);
+        PackVector(VectorFormat::Norm6, c.mValue, out);
+        EXPECT_EQ(ReadAs<std::uint16_t>(out), c.mNorm6);
+    }
+    std::uint8_t wide[12];
+    PackVector(VectorFormat::Norm16, {1.0f, 0.5f, kNaN}, wide);
+    EXPECT_EQ(ReadAs<std::uint16_t>(wide), 65535);
+    EXPECT_EQ(ReadAs<std::uint16_t>(wide + 2), 32767);
+    EXPECT_EQ(ReadAs<std::uint16_t>(wide + 4), 0);
+    PackVector(VectorFormat::Float32, {0.25f, 7.0f, kNaN}, wide);
+    EXPECT_EQ(ReadAs<glm::vec3>(wide), glm::vec3(0.25f, 1.0f, 0.0f));
+}
+
+TEST(SplatPacking, ColorBits) {
+    std::uint8_t out[16];
+    PackColor(ColorFormat::Norm8x4, {1.0f, 0.5f, kNaN, 2.0f}, out);
+    EXPECT_EQ(ReadAs<std::uint32_t>(out), 0xff007fffu);
+    PackColor(ColorFormat::Float16x4, {1.0f, 0.5f, 0.0f, -2.0f}, out);
+    EXPECT_EQ(ReadAs<std::uint64_t>(out), 0xc000'0000'3800'3c00u);
+    PackColor(ColorFormat::Float32x4, {1.0f, 5.0f, 0.0f, -2.0f}, out);
+    EXPECT_EQ(ReadAs<glm::vec4>(out), glm::vec4(1.0f, 5.0f, 0.0f, -2.0f));
+}
+
+TEST(SplatPacking, HarmonicsBits) {
+    std::array<float, 45> values{};
+    values[0] = values[4] = values[8] = 1.0f;  // Red of coefficient 1, green of 2, blue of 3.
+    values[44] = 0.5f;
+    std::array<std::uint8_t, 192> out;
+    out.fill(0xee);
+    PackSH(SHFormat::Norm6, values.data(), 15, out.data());
+    const auto halves = ReadAs<std::array<std::uint16_t, 16>>(out.data());
+    EXPECT_EQ(halves[0], 31);
+    EXPECT_EQ(halves[1], 63 << 5);
+    EXPECT_EQ(halves[2], 31 << 11);
+    EXPECT_EQ(halves[14], 15 << 11);
+    EXPECT_EQ(halves[15], 0);
+    EXPECT_EQ(out[32], 0xee);
+
+    PackSH(SHFormat::Norm11, values.data(), 15, out.data());
+    const auto words = ReadAs<std::array<std::uint32_t, 15>>(out.data());
+    EXPECT_EQ(words[0], 2047u);
+    EXPECT_EQ(words[1], 1023u << 11);
+    EXPECT_EQ(words[2], 2047u << 21);
+    EXPECT_EQ(out[60], 0xee);
+
+    PackSH(SHFormat::Float16, values.data(), 15, out.data());
+    EXPECT_EQ(ReadAs<std::uint16_t>(out.data() + 88), 0x3800);
+    EXPECT_EQ(out[90], 0xee);
+    PackSH(SHFormat::Float32, values.data(), 15, out.data());
+    EXPECT_EQ(ReadAs<float>(out.data() + 176), 0.5f);
+    EXPECT_EQ(out[180], 0xee);
+}
+
+std::uint32_t PackQuaternion(const glm::vec4& xyzw) {
+    std::uint8_t out[4];
+    PackRotation(EncodeRotation(xyzw), out);
+    return ReadAs<std::uint32_t>(out);
+}
+
+TEST(SplatPacking, RotationDropsTheLargestComponent) {
+    const auto word = [](std::uint32_t a, std::uint32_t b, std::uint32_t c, std::uint32_t dropped) {
+        return a | b << 10 | c << 20 | dropped << 30;
+    };
+    // Fields are t / sqrt(2) + 1/2 of 1023.5: 0 is 511, 0.5 is 873, -0.5 is 149, sqrt(1/2) is 1023.
+    EXPECT_EQ(PackQuaternion({0, 0, 0, 1}), word(511, 511, 511, 3));
+    EXPECT_EQ(PackQuaternion({0, 0, 0, -1}), word(511, 511, 511, 3));
+    EXPECT_EQ(PackQuaternion({1, 0, 0, 0}), word(511, 511, 511, 0));
+    // Equals: the first is dropped, and the others keep their order.
+    EXPECT_EQ(PackQuaternion({0.5f, -0.5f, 0.5f, 0.5f}), word(149, 873, 873, 0));
+    EXPECT_EQ(PackQuaternion({0.0f, -0.8f, 0.5f, 0.3316625f}), word(511, 149, 271, 1));
+    EXPECT_EQ(PackQuaternion({0.0f, 0.5f, -0.8f, 0.3316625f}), word(511, 149, 271, 2));
+    EXPECT_EQ(PackQuaternion({0.70710678f, 0, 0, 0.70710678f}), word(511, 511, 1023, 0));
+    EXPECT_EQ(PackQuaternion({kNaN, kNaN, kNaN, kNaN}), 0u);
+}
+
+}  // namespace
