@@ -1,0 +1,322 @@
+#include "Nimbrel/GaussianSplatRenderer.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+#include <glm/matrix.hpp>
+
+#include "Nimbrel/CommonCpp.h"
+#include "PluginBase/Exception.h"
+
+using namespace zeb::render;
+using nimbrel::gpu::kSplatGroupSize;
+
+namespace {
+
+constexpr std::uint32_t kConstantsStride = 256;
+constexpr std::uint32_t kViewDataConstantsStride = 768;
+/// Groups of one dispatch that every device runs, times the splats of a group.
+constexpr std::uint64_t kMaxSplats = std::uint64_t{65535} * kSplatGroupSize;
+
+// Registers of the splat programs, one sequence over all of them.
+enum Register : std::uint32_t {
+    kChunks = 1,
+    kPos = 2,
+    kOther = 3,
+    kSH = 4,
+    kColor = 5,
+    kSplatConstants = 6,
+    kCalcViewDataConstants = 7,
+    kSortDistances = 8,
+    kSortKeys = 9,
+    kSetIndicesConstants = 10,
+    kNoiseConstants = 11,
+    kCurves = 12,
+    kSampler = 14,
+    kModelConstants = 15,
+    kCalcDistancesConstants = 16,
+    kViewData = 17,
+    kExportBuffer = 18,
+    kExportDataConstants = 19,
+};
+
+std::uint32_t GetSplatCount(const GaussianSplatAsset& asset) {
+    return static_cast<std::uint32_t>(std::max(asset.splatCount, 0));
+}
+
+/// Calls `visit(group, instance, instanceIndex)` for every instance in the frame's order.
+template <class Visitor>
+void ForEachInstance(const std::vector<ModelGroup>& models, const Visitor& visit) {
+    std::uint32_t instanceIndex = 0;
+    for (const ModelGroup& group : models) {
+        for (const ModelInstance& instance : group.instances) visit(group, instance, instanceIndex++);
+    }
+}
+
+/// Copies a slot's structure, `stride` bytes each, for every instance.
+template <class T>
+void FillFromPacked(StructuredBuffer<T>& buffer, const char* name, const zeb::PackedParameters& packed,
+                    const std::vector<ModelGroup>& models) {
+    const MappedBuffer mapped(buffer);
+    const std::uint32_t stride = buffer.GetStride();
+    ForEachInstance(models, [&](const ModelGroup&, const ModelInstance& instance, std::uint32_t index) {
+        const std::byte* const bytes = packed.GetBytes(fmt::format(fmt::runtime(name), instance.modelIndex), stride);
+        std::memcpy(mapped.Get() + std::size_t{index} * stride, bytes, stride);
+    });
+}
+
+}  // namespace
+
+GaussianSplatRenderer::GaussianSplatRenderer(Device& device)
+    : mSetIndices(device, "CSSetIndices", kSplatGroupSize),
+      mNoiseConstants(device, "NoiseConstantsBuffer", kUploadBuffer, kConstantsStride),
+      mCalcDistances(device, "CSCalcDistances", kSplatGroupSize),
+      mCalcDistancesConstants(device, "CalcDistancesConstants", kUploadBuffer, kConstantsStride),
+      mCurves(device),
+      mLinearSampler(
+          device.CreateSampler("LinearSampler", {SamplerFilter::Linear, SamplerFilter::Linear, SamplerFilter::Linear,
+                                                 SamplerAddress::Clamp, SamplerAddress::Clamp, SamplerAddress::Clamp})),
+      mSamplerRange(device.GetThreadData().mSamplerHeap->AllocateRange(1)),
+      mCalcViewData(device, "CSCalcViewData", kSplatGroupSize),
+      mCalcViewDataConstants(device, "CalcViewDataConstants", kUploadBuffer, kViewDataConstantsStride),
+      mModelConstants(device, "ModelConstants", kUploadBuffer, kConstantsStride),
+      mExportData(device, "CSExportData", kSplatGroupSize),
+      mSortDistances(device, "SplatSortDistances", kGpuBuffer),
+      mSortKeys(device, "SplatSortKeys", kGpuBuffer),
+      mAssets(device),
+      mViewData(device, "SplatViewData", kGpuBuffer),
+      mExportSplatData(device, "ExportSplatData", kGpuBuffer),
+      mExportSplatDataReadback(device, "ExportSplatDataReadbackBuffer", kReadbackBuffer),
+      mSort(device),
+      mSplatPass(device) {
+    device.CreateSamplerView(*mSamplerRange, 0, *mLinearSampler);
+
+    mSetIndices.AddUnorderedAccess(kSortKeys);
+    mSetIndices.AddRootConstants(1, kSetIndicesConstants);
+
+    mCalcDistances.AddShaderResource(kChunks);
+    mCalcDistances.AddShaderResource(kPos);
+    mCalcDistances.AddRootConstants(2, kSplatConstants);
+    mCalcDistances.AddUnorderedAccess(kSortDistances);
+    mCalcDistances.AddConstantBuffer(kNoiseConstants);
+    mCalcDistances.AddDescriptorTable(DescriptorRangeType::Texture, 2, kCurves);
+    mCalcDistances.AddDescriptorTable(DescriptorRangeType::Sampler, 1, kSampler);
+    mCalcDistances.AddConstantBuffer(kCalcDistancesConstants);
+
+    for (const Register buffer : {kChunks, kPos, kOther, kSH}) mCalcViewData.AddShaderResource(buffer);
+    mCalcViewData.AddDescriptorTable(DescriptorRangeType::Texture, 1, kColor);
+    mCalcViewData.AddRootConstants(2, kSplatConstants);
+    mCalcViewData.AddConstantBuffer(kCalcViewDataConstants);
+    mCalcViewData.AddConstantBuffer(kNoiseConstants);
+    mCalcViewData.AddDescriptorTable(DescriptorRangeType::Texture, 2, kCurves);
+    mCalcViewData.AddDescriptorTable(DescriptorRangeType::Sampler, 1, kSampler);
+    mCalcViewData.AddConstantBuffer(kModelConstants);
+    mCalcViewData.AddUnorderedAccess(kViewData);
+
+    for (const Register buffer : {kChunks, kPos, kOther, kSH}) mExportData.AddShaderResource(buffer);
+    mExportData.AddDescriptorTable(DescriptorRangeType::Texture, 1, kColor);
+    mExportData.AddRootConstants(2, kSplatConstants);
+    mExportData.AddUnorderedAccess(kExportBuffer);
+    mExportData.AddRootConstants(1, kExportDataConstants);
+}
+
+zeb::UniquePtr<CommandList> GaussianSplatRenderer::Render(Device& device, const glm::mat4& projection,
+                                                          const zeb::DrawInfo& drawInfo,
+                                                          const std::vector<ModelGroup>& models, Texture& target) {
+    const Frame frame = MakeFrame(projection, drawInfo, models);
+    ThreadData& threadData = device.GetThreadData();
+    auto commandList = threadData.mCommandQueue->CreateCommandList("MainCommandList");
+    commandList->SetDescriptorHeaps(*threadData.mShaderResourceHeap, threadData.mSamplerHeap.get());
+
+    SplatPass::Splats splats;
+    if (frame.mSplatCount != 0) {
+        Upload(*commandList, frame);
+        const auto encoder = commandList->CreateComputeCommandEncoder();
+        SortSplats(*encoder, frame);
+        CalcViewData(*encoder, frame);
+        encoder->BufferTransitionBarrier(mSortKeys.Get(), BufferState::GenericRead);
+        encoder->BufferTransitionBarrier(mViewData.Get(), BufferState::GenericRead);
+        encoder->End();
+        splats = {&mSortKeys.Get(), &mViewData.Get(), frame.mSplatCount};
+    }
+    mSplatPass.Record(*commandList, drawInfo, splats, target, *mSamplerRange);
+    return commandList;
+}
+
+GaussianSplatRenderer::Frame GaussianSplatRenderer::MakeFrame(const glm::mat4& projection,
+                                                              const zeb::DrawInfo& drawInfo,
+                                                              const std::vector<ModelGroup>& models) {
+    std::uint64_t splatCount = 0;
+    Frame frame{projection, drawInfo, models};
+    for (const ModelGroup& group : models) {
+        splatCount += std::uint64_t{GetSplatCount(*group.asset)} * group.instances.size();
+        frame.mInstanceCount += static_cast<std::uint32_t>(group.instances.size());
+    }
+    if (splatCount > kMaxSplats) {
+        ZEB_THROW(zeb::kInternalError,
+                  fmt::format("The models of this frame have {} splats; no more than {} can be drawn", splatCount,
+                              kMaxSplats));
+    }
+    frame.mSplatCount = static_cast<std::uint32_t>(splatCount);
+    return frame;
+}
+
+void GaussianSplatRenderer::Upload(CommandList& commandList, const Frame& frame) {
+    const zeb::PackedParameters& packed = *frame.mDrawInfo.mPackedParameters;
+    mAssets.Upload(commandList, frame.mModels);
+    mViewData.SetCount(frame.mSplatCount);
+    mSortDistances.SetCount(frame.mSplatCount);
+    mSortKeys.SetCount(frame.mSplatCount);
+    mCurves.Upload(commandList, packed, frame.mModels);
+    mNoiseConstants.SetCount(frame.mInstanceCount);
+    FillFromPacked(mNoiseConstants, "NoiseConstants{}", packed, frame.mModels);
+}
+
+void GaussianSplatRenderer::SortSplats(ComputeCommandEncoder& encoder, const Frame& frame) {
+    encoder.BufferTransitionBarrier(mSortKeys.Get(), BufferState::UnorderedAccess);
+    encoder.BufferTransitionBarrier(mSortDistances.Get(), BufferState::UnorderedAccess);
+    encoder.BufferUnorderedAccessBarrier(mSortKeys.Get());
+    mSetIndices.Use(encoder);
+    mSetIndices.SetConstant(encoder, kSetIndicesConstants, frame.mSplatCount);
+    mSetIndices.SetUnorderedAccess(encoder, kSortKeys, mSortKeys.Get(), 0);
+    mSetIndices.DispatchItems(encoder, frame.mSplatCount);
+
+    CalcDistances(encoder, frame);
+
+    encoder.BufferUnorderedAccessBarrier(mSortKeys.Get());
+    encoder.BufferUnorderedAccessBarrier(mSortDistances.Get());
+    mSort.Sort(encoder, frame.mSplatCount, mSortDistances.Get(), mSortKeys.Get());
+    encoder.BufferUnorderedAccessBarrier(mSortKeys.Get());
+}
+
+void GaussianSplatRenderer::FillCalcDistancesConstants(const Frame& frame) {
+    // Depth is linear in the sort: the view's last elements, which only a projective view would have, are negated.
+    glm::mat4 view = frame.mDrawInfo.mCamera;
+    for (int row = 0; row < 3; ++row) view[row][3] = -view[row][3];
+
+    mCalcDistancesConstants.SetCount(frame.mInstanceCount);
+    const MappedBuffer mapped(mCalcDistancesConstants);
+    ForEachInstance(frame.mModels, [&](const ModelGroup& group, const ModelInstance& instance, std::uint32_t index) {
+        nimbrel::gpu::CalcDistancesConstants constants{};
+        constants._CalcDistancesMatrixAlign = instance.localMatrix;
+        constants._CalcDistancesMatrixVP = view * instance.modelMatrix;
+        constants._CalcDistancesSplatCount = GetSplatCount(*group.asset);
+        constants._CalcDistancesInstanceIndex = index;
+        mCalcDistancesConstants.Store(mapped.Get(), index, constants);
+    });
+}
+
+void GaussianSplatRenderer::BindGroup(ComputeCommandEncoder& encoder, const ComputeProgram& program,
+                                      const GaussianSplatAsset& asset, const AssetUploader::Place& place) const {
+    program.SetShaderResource(encoder, kChunks, mAssets.GetChunks(), place.mChunks);
+    program.SetShaderResource(encoder, kPos, mAssets.GetPos(), place.mPos);
+    nimbrel::gpu::SplatConstants constants{};
+    constants._SplatFormat = static_cast<std::uint32_t>(asset.posFormat) |
+                             static_cast<std::uint32_t>(asset.scaleFormat) << 8 |
+                             static_cast<std::uint32_t>(asset.shFormat) << 16;
+    constants._SplatColorYOffset = place.mColorRow;
+    program.SetConstants(encoder, kSplatConstants, sizeof(constants) / 4, &constants);
+}
+
+void GaussianSplatRenderer::CalcDistances(ComputeCommandEncoder& encoder, const Frame& frame) {
+    FillCalcDistancesConstants(frame);
+    mCalcDistances.Use(encoder);
+    mCalcDistances.SetDescriptorRange(encoder, kCurves, mCurves.GetRange(), 0);
+    mCalcDistances.SetDescriptorRange(encoder, kSampler, *mSamplerRange, 0);
+    std::uint64_t splatOffset = 0;
+    std::uint64_t instanceIndex = 0;
+    for (std::size_t i = 0; i < frame.mModels.size(); ++i) {
+        const ModelGroup& group = frame.mModels[i];
+        const std::uint32_t splatCount = GetSplatCount(*group.asset);
+        if (splatCount == 0) {
+            instanceIndex += group.instances.size();
+            continue;
+        }
+        BindGroup(encoder, mCalcDistances, *group.asset, mAssets.GetPlaces()[i]);
+        for (std::size_t instance = 0; instance < group.instances.size(); ++instance, ++instanceIndex) {
+            mCalcDistances.SetUnorderedAccess(encoder, kSortDistances, mSortDistances.Get(),
+                                              splatOffset * mSortDistances.GetStride());
+            mCalcDistances.SetConstantBuffer(encoder, kNoiseConstants, mNoiseConstants.Get(),
+                                             instanceIndex * kConstantsStride);
+            mCalcDistances.SetConstantBuffer(encoder, kCalcDistancesConstants, mCalcDistancesConstants.Get(),
+                                             instanceIndex * kConstantsStride);
+            mCalcDistances.DispatchItems(encoder, splatCount);
+            splatOffset += splatCount;
+        }
+    }
+}
+
+void GaussianSplatRenderer::FillCalcViewDataConstants(const Frame& frame) {
+    const zeb::DrawInfo& drawInfo = frame.mDrawInfo;
+    const CommonCpp common = CommonCpp::Read(*drawInfo.mPackedParameters);
+    const glm::mat4& view = drawInfo.mCamera;
+
+    nimbrel::gpu::CalcViewDataConstants constants{};
+    constants._MatrixVP = frame.mProjection * view;
+    constants._MatrixCamera = view;
+    constants._MatrixP = frame.mProjection;
+    constants._VecScreenParams = {static_cast<float>(drawInfo.mOutputWidth), static_cast<float>(drawInfo.mOutputHeight),
+                                  0.0F, 0.0F};
+    constants._VecWorldSpaceCameraPos = glm::inverse(view)[3];
+    constants._SplatScale = 1.0F;
+    constants._SplatOpacityScale = 1.0F;
+    constants._CameraType = static_cast<std::uint32_t>(drawInfo.mCameraType == zeb::CameraType::Orthographic
+                                                           ? nimbrel::gpu::CameraType::Orthographic
+                                                           : nimbrel::gpu::CameraType::Perspective);
+    constants._DrawZDepth = common._drawZDepthEnabled;
+    constants._ZDepthNear = common._zDepthNear;
+    constants._ZDepthFar = common._zDepthFar;
+
+    mCalcViewDataConstants.SetCount(frame.mInstanceCount);
+    const MappedBuffer mapped(mCalcViewDataConstants);
+    ForEachInstance(frame.mModels, [&](const ModelGroup& group, const ModelInstance& instance, std::uint32_t index) {
+        constants._MatrixAlign = instance.localMatrix;
+        constants._MatrixTransform = instance.modelMatrix;
+        constants._MatrixWorldToObject = instance.thirdMatrix;
+        constants._MatrixMV = view * instance.modelMatrix * instance.localMatrix;
+        constants._SHOrder = group.asset->shLevel;
+        constants._SplatCount = GetSplatCount(*group.asset);
+        constants._DrawingIndex = index;
+        mCalcViewDataConstants.Store(mapped.Get(), index, constants);
+    });
+}
+
+void GaussianSplatRenderer::CalcViewData(ComputeCommandEncoder& encoder, const Frame& frame) {
+    FillCalcViewDataConstants(frame);
+    mModelConstants.SetCount(frame.mInstanceCount);
+    FillFromPacked(mModelConstants, "ModelConstants{}", *frame.mDrawInfo.mPackedParameters, frame.mModels);
+
+    encoder.BufferTransitionBarrier(mViewData.Get(), BufferState::UnorderedAccess);
+    mCalcViewData.Use(encoder);
+    mCalcViewData.SetDescriptorRange(encoder, kCurves, mCurves.GetRange(), 0);
+    mCalcViewData.SetDescriptorRange(encoder, kSampler, *mSamplerRange, 0);
+    std::uint64_t splatOffset = 0;
+    std::uint64_t instanceIndex = 0;
+    for (std::size_t i = 0; i < frame.mModels.size(); ++i) {
+        const ModelGroup& group = frame.mModels[i];
+        const GaussianSplatAsset& asset = *group.asset;
+        const AssetUploader::Place& place = mAssets.GetPlaces()[i];
+        const std::uint32_t splatCount = GetSplatCount(asset);
+        if (splatCount == 0) {
+            instanceIndex += group.instances.size();
+            continue;
+        }
+        encoder.TextureTransitionBarrier(mAssets.GetColorTexture(asset.colorFormat), TextureState::ShaderRead);
+        BindGroup(encoder, mCalcViewData, asset, place);
+        mCalcViewData.SetShaderResource(encoder, kOther, mAssets.GetOther(), place.mOther);
+        mCalcViewData.SetShaderResource(encoder, kSH, mAssets.GetSH(), place.mSH);
+        mCalcViewData.SetDescriptorRange(encoder, kColor, mAssets.GetColorRange(),
+                                         static_cast<std::uint32_t>(asset.colorFormat));
+        for (std::size_t instance = 0; instance < group.instances.size(); ++instance, ++instanceIndex) {
+            mCalcViewData.SetConstantBuffer(encoder, kCalcViewDataConstants, mCalcViewDataConstants.Get(),
+                                            instanceIndex * kViewDataConstantsStride);
+            mCalcViewData.SetConstantBuffer(encoder, kModelConstants, mModelConstants.Get(),
+                                            instanceIndex * kConstantsStride);
+            mCalcViewData.SetConstantBuffer(encoder, kNoiseConstants, mNoiseConstants.Get(),
+                                            instanceIndex * kConstantsStride);
+            mCalcViewData.SetUnorderedAccess(encoder, kViewData, mViewData.Get(), splatOffset * mViewData.GetStride());
+            mCalcViewData.DispatchItems(encoder, splatCount);
+            splatOffset += splatCount;
+        }
+    }
+}

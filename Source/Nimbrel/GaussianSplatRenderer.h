@@ -1,0 +1,76 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include <glm/mat4x4.hpp>
+
+#include "Nimbrel/AssetUploader.h"
+#include "Nimbrel/CurveTextures.h"
+#include "Nimbrel/ModelGroup.h"
+#include "Nimbrel/ParallelSort.h"
+#include "Nimbrel/ShaderConstants.h"
+#include "Nimbrel/SplatPass.h"
+#include "PluginBase/DrawInfo.h"
+#include "PluginBase/Render/Device.h"
+#include "RenderHelper/Buffer.h"
+#include "RenderHelper/ComputeProgram.h"
+
+/// Turns a list of models and one tile's camera and parameters into one recorded command list: upload,
+/// depth keys, one sort over all instances of all models, projection, one instanced draw front to back.
+/// Every frame is recorded from nothing; only the GPU resources are kept, and they only grow.
+///
+/// One object per device and thread, not locked. Failures of the render layer pass through; the list
+/// recorded so far is dropped then.
+class GaussianSplatRenderer {
+public:
+    explicit GaussianSplatRenderer(zeb::render::Device& device);
+
+    /// `projection` takes view space to clip space; DrawInfo::mCamera is the view matrix. Draws into the
+    /// part of `target` from (0, 0) of the tile's size; all of `target` is cleared first.
+    zeb::UniquePtr<zeb::render::CommandList> Render(zeb::render::Device& device, const glm::mat4& projection,
+                                                    const zeb::DrawInfo& drawInfo,
+                                                    const std::vector<ModelGroup>& models,
+                                                    zeb::render::Texture& target);
+
+private:
+    /// What the steps of one frame share.
+    struct Frame {
+        const glm::mat4& mProjection;
+        const zeb::DrawInfo& mDrawInfo;
+        const std::vector<ModelGroup>& mModels;
+        std::uint32_t mSplatCount = 0;     ///< sum over groups of splats times instances
+        std::uint32_t mInstanceCount = 0;  ///< over all groups; an instance's number runs in frame order
+    };
+
+    static Frame MakeFrame(const glm::mat4& projection, const zeb::DrawInfo& drawInfo,
+                           const std::vector<ModelGroup>& models);
+    void Upload(zeb::render::CommandList& commandList, const Frame& frame);
+    void SortSplats(zeb::render::ComputeCommandEncoder& encoder, const Frame& frame);
+    void FillCalcDistancesConstants(const Frame& frame);
+    void CalcDistances(zeb::render::ComputeCommandEncoder& encoder, const Frame& frame);
+    void FillCalcViewDataConstants(const Frame& frame);
+    void CalcViewData(zeb::render::ComputeCommandEncoder& encoder, const Frame& frame);
+    void BindGroup(zeb::render::ComputeCommandEncoder& encoder, const ComputeProgram& program,
+                   const GaussianSplatAsset& asset, const AssetUploader::Place& place) const;
+
+    ComputeProgram mSetIndices;
+    StructuredBuffer<nimbrel::gpu::NoiseConstants1> mNoiseConstants;
+    ComputeProgram mCalcDistances;
+    StructuredBuffer<nimbrel::gpu::CalcDistancesConstants> mCalcDistancesConstants;
+    CurveTextures mCurves;
+    zeb::UniquePtr<zeb::render::Sampler> mLinearSampler;
+    zeb::UniquePtr<zeb::render::DescriptorRange> mSamplerRange;
+    ComputeProgram mCalcViewData;
+    StructuredBuffer<nimbrel::gpu::CalcViewDataConstants> mCalcViewDataConstants;
+    StructuredBuffer<nimbrel::gpu::ModelConstants1> mModelConstants;
+    ComputeProgram mExportData;
+    StructuredBuffer<std::uint32_t> mSortDistances;  ///< the sort's keys
+    StructuredBuffer<std::uint32_t> mSortKeys;       ///< the sort's payload: places in mViewData
+    AssetUploader mAssets;
+    StructuredBuffer<nimbrel::gpu::SplatViewData> mViewData;
+    StructuredBuffer<nimbrel::gpu::ExportSplatData> mExportSplatData;
+    StructuredBuffer<nimbrel::gpu::ExportSplatData> mExportSplatDataReadback;
+    ParallelSort mSort;
+    SplatPass mSplatPass;
+};

@@ -1,0 +1,178 @@
+#include "Nimbrel/ParallelSort.h"
+
+#include <initializer_list>
+#include <string>
+#include <utility>
+
+#include "PluginBase/Exception.h"
+#include "PluginBase/Render/Render.h"
+
+using namespace zeb::render;
+using nimbrel::gpu::kSortBinCount;
+using nimbrel::gpu::kSortBlockSize;
+using nimbrel::gpu::kSortGroupSize;
+using nimbrel::gpu::SortConstants;
+
+namespace {
+
+constexpr std::uint32_t kMaxThreadGroups = 800;
+constexpr std::uint32_t kBitsPerPass = 4;
+constexpr std::uint32_t kConstantsStride = 256;
+constexpr std::uint32_t kMinWaveLanes = 16;
+
+// Registers of the sort programs, one sequence over all of them.
+enum Register : std::uint32_t {
+    kConstantsRegister = 0,
+    kShiftRegister = 1,
+    kSourceKeys = 2,
+    kDestinationKeys = 3,
+    kSourcePayload = 4,
+    kDestinationPayload = 5,
+    kSumTable = 6,
+    kReducedTable = 7,
+    kScanSource = 8,
+    kScanDestination = 9,
+    kScanScratch = 10,
+};
+
+constexpr std::uint32_t DivideUp(std::uint32_t value, std::uint32_t divisor) {
+    return value / divisor + (value % divisor != 0 ? 1 : 0);
+}
+
+bool IsRegistered(const std::string& program) {
+    try {
+        Render::GetEmbeddedShaderData(program);
+        return true;
+    } catch (const zeb::Exception&) {
+        return false;
+    }
+}
+
+/// Name of the program's form for this device: waves where they are wide enough and fill a group; else,
+/// where barriers cost much, the form that has none; else group-shared memory, which runs everywhere.
+std::string ChooseForm(const Device& device, const std::string& program) {
+    const std::uint32_t lanes = device.GetWaveLaneCount();
+    if (lanes >= kMinWaveLanes && kSortGroupSize % lanes == 0 && IsRegistered(program + ".Wave"))
+        return program + ".Wave";
+    if (device.AreGroupBarriersCostly() && IsRegistered(program + ".Serial")) return program + ".Serial";
+    return program;
+}
+
+ComputeProgram MakeProgram(Device& device, const char* name, bool hasShift, std::initializer_list<Register> buffers) {
+    ComputeProgram program(device, ChooseForm(device, name), 0);
+    program.AddConstantBuffer(kConstantsRegister);
+    if (hasShift) program.AddRootConstants(1, kShiftRegister);
+    for (const Register buffer : buffers) program.AddUnorderedAccess(buffer);
+    return program;
+}
+
+}  // namespace
+
+ParallelSort::ParallelSort(Device& device)
+    : mReduce(MakeProgram(device, "FfxParallelSortReduce", false, {kSumTable, kReducedTable})),
+      mScanAdd(MakeProgram(device, "FfxParallelSortScanAdd", false, {kScanSource, kScanDestination, kScanScratch})),
+      mScan(MakeProgram(device, "FfxParallelSortScan", false, {kScanSource, kScanDestination})),
+      mScatter(MakeProgram(device, "FfxParallelSortScatter", true,
+                           {kSourceKeys, kDestinationKeys, kSourcePayload, kDestinationPayload, kSumTable})),
+      mCount(MakeProgram(device, "FfxParallelSortCount", true, {kSourceKeys, kSumTable})),
+      mConstants(device, "SortConstantsBuffer", kUploadBuffer, kConstantsStride),
+      mSortScratch(device, "SortScratchBuffer", kGpuBuffer),
+      mPayloadScratch(device, "PayloadScratchBuffer", kGpuBuffer),
+      mScratch(device, "ScratchBuffer", kGpuBuffer),
+      mReducedScratch(device, "ReducedScratchBuffer", kGpuBuffer) {
+    mConstants.SetCount(1);
+}
+
+SortConstants ParallelSort::MakeConstants(std::uint32_t numKeys) {
+    const std::uint32_t blocks = DivideUp(numKeys, kSortBlockSize);
+    SortConstants constants{};
+    constants.numKeys = numKeys;
+    constants.numThreadGroups = blocks;
+    constants.numBlocksPerThreadGroup = 1;
+    if (blocks >= kMaxThreadGroups) {
+        constants.numThreadGroups = kMaxThreadGroups;
+        constants.numBlocksPerThreadGroup = static_cast<std::int32_t>(blocks / kMaxThreadGroups);
+        constants.numThreadGroupsWithAdditionalBlocks = blocks % kMaxThreadGroups;
+    }
+    constants.numReduceThreadgroupPerBin =
+        constants.numThreadGroups < kSortBlockSize ? 1 : DivideUp(constants.numThreadGroups, kSortBlockSize);
+    constants.numScanValues = constants.numReduceThreadgroupPerBin * kSortBinCount;
+    return constants;
+}
+
+void ParallelSort::Sort(ComputeCommandEncoder& encoder, std::uint32_t numKeys, zeb::render::Buffer& keys,
+                        zeb::render::Buffer& payload) {
+    if (numKeys == 0) return;
+    const std::uint32_t blocks = DivideUp(numKeys, kSortBlockSize);
+    mSortScratch.SetCount(numKeys);
+    mPayloadScratch.SetCount(numKeys);
+    mScratch.SetCount(std::uint64_t{blocks} * kSortBinCount);
+    mReducedScratch.SetCount(std::uint64_t{DivideUp(blocks, kSortBlockSize)} * kSortBinCount);
+    for (const ::Buffer* buffer :
+         std::initializer_list<const ::Buffer*>{&mSortScratch, &mPayloadScratch, &mScratch, &mReducedScratch})
+        encoder.BufferTransitionBarrier(buffer->Get(), BufferState::UnorderedAccess);
+
+    const SortConstants constants = MakeConstants(numKeys);
+    mConstants.Store(MappedBuffer(mConstants).Get(), 0, constants);
+
+    // Source and destination change places after each pass; their even number leaves the result in place.
+    zeb::render::Buffer* keyPair[2] = {&keys, &mSortScratch.Get()};
+    zeb::render::Buffer* payloadPair[2] = {&payload, &mPayloadScratch.Get()};
+    for (std::uint32_t shift = 0; shift < 32; shift += kBitsPerPass) {
+        Pass(encoder, constants, shift, keyPair, payloadPair);
+        std::swap(keyPair[0], keyPair[1]);
+        std::swap(payloadPair[0], payloadPair[1]);
+    }
+}
+
+void ParallelSort::Run(ComputeCommandEncoder& encoder, ComputeProgram& program, std::uint32_t groups) {
+    program.SetConstantBuffer(encoder, kConstantsRegister, mConstants.Get(), 0);
+    encoder.Dispatch(groups, 1, 1, kSortGroupSize, 1, 1);
+}
+
+void ParallelSort::Pass(ComputeCommandEncoder& encoder, const SortConstants& constants, std::uint32_t shift,
+                        zeb::render::Buffer* const (&keys)[2], zeb::render::Buffer* const (&payload)[2]) {
+    zeb::render::Buffer& sums = mScratch.Get();
+    zeb::render::Buffer& reduced = mReducedScratch.Get();
+
+    mCount.Use(encoder);
+    mCount.SetConstant(encoder, kShiftRegister, shift);
+    mCount.SetUnorderedAccess(encoder, kSourceKeys, *keys[0], 0);
+    mCount.SetUnorderedAccess(encoder, kSumTable, sums, 0);
+    Run(encoder, mCount, constants.numThreadGroups);
+    encoder.BufferUnorderedAccessBarrier(sums);
+
+    mReduce.Use(encoder);
+    mReduce.SetUnorderedAccess(encoder, kSumTable, sums, 0);
+    mReduce.SetUnorderedAccess(encoder, kReducedTable, reduced, 0);
+    Run(encoder, mReduce, constants.numScanValues);
+    encoder.BufferUnorderedAccessBarrier(reduced);
+
+    mScan.Use(encoder);
+    mScan.SetUnorderedAccess(encoder, kScanSource, reduced, 0);
+    mScan.SetUnorderedAccess(encoder, kScanDestination, reduced, 0);
+    Run(encoder, mScan, 1);
+    encoder.BufferUnorderedAccessBarrier(sums);
+    encoder.BufferUnorderedAccessBarrier(reduced);
+
+    mScanAdd.Use(encoder);
+    mScanAdd.SetUnorderedAccess(encoder, kScanSource, sums, 0);
+    mScanAdd.SetUnorderedAccess(encoder, kScanDestination, sums, 0);
+    mScanAdd.SetUnorderedAccess(encoder, kScanScratch, reduced, 0);
+    Run(encoder, mScanAdd, constants.numScanValues);
+    encoder.BufferUnorderedAccessBarrier(*keys[0]);
+    encoder.BufferUnorderedAccessBarrier(*payload[0]);
+    encoder.BufferUnorderedAccessBarrier(sums);
+
+    mScatter.Use(encoder);
+    mScatter.SetConstant(encoder, kShiftRegister, shift);
+    mScatter.SetUnorderedAccess(encoder, kSourceKeys, *keys[0], 0);
+    mScatter.SetUnorderedAccess(encoder, kDestinationKeys, *keys[1], 0);
+    mScatter.SetUnorderedAccess(encoder, kSourcePayload, *payload[0], 0);
+    mScatter.SetUnorderedAccess(encoder, kDestinationPayload, *payload[1], 0);
+    mScatter.SetUnorderedAccess(encoder, kSumTable, sums, 0);
+    Run(encoder, mScatter, constants.numThreadGroups);
+    encoder.BufferUnorderedAccessBarrier(*keys[1]);
+    encoder.BufferUnorderedAccessBarrier(*payload[1]);
+    encoder.BufferUnorderedAccessBarrier(sums);
+}

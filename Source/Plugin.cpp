@@ -1,0 +1,102 @@
+#include "Plugin.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "Catalogue/Catalogue.h"
+#include "ModelList.h"
+#include "ParametersManager.h"
+#include "PluginBase/AE/ArbHandlerAE.h"
+#include "PluginBase/AE/ComputeCacheAE.h"
+#include "PluginBase/AE/TextAE.h"
+#include "Render.h"
+#include "Shaders/RegisterShaders.h"
+
+zeb::UniquePtr<zeb::PluginBaseAE> zeb::CreatePlugin() { return MakeUnique<Plugin>(); }
+
+void Plugin::Init() {
+    nimbrel::RegisterShaders();
+    PluginBaseAE::Init();
+    mComputeCache = zeb::CreateComputeCache();
+    mComputeCache->RegisterCacheable(zeb::MakeUnique<zeb::CacheableCreator<CacheableAsset>>());
+}
+
+void Plugin::Deinit() {
+    mComputeCache.reset();
+    PluginBaseAE::Deinit();
+}
+
+zeb::render::Format Plugin::GetPluginRenderFormat(zeb::PixelChannels, zeb::ChannelFormat format) const {
+    switch (format) {
+        case zeb::ChannelFormat::U8: return zeb::render::Format::RGBA8Unorm;
+        case zeb::ChannelFormat::U16: return zeb::render::Format::RGBA16Unorm;
+        case zeb::ChannelFormat::F16: return zeb::render::Format::RGBA16Float;
+        default: return zeb::render::Format::RGBA32Float;  // the host's 16 bits as well: blending needs more
+    }
+}
+
+void Plugin::Draw(zeb::UniquePtr<zeb::render::CommandList>& result, zeb::render::Device& device,
+                  const zeb::DrawInfo& drawInfo, zeb::render::Texture& target) {
+    const ModelList models = ModelList::Load(*this, drawInfo);
+    result = Render(device, drawInfo, models.GetGroups(), target);
+    models.EndProgress(*this);
+}
+
+zeb::DrawExtent Plugin::GetDrawExtent(const nlohmann::json&) { return {zeb::DrawExtent::Mode::FullLayer, {}}; }
+
+nlohmann::json Plugin::MakePreDrawState(const zeb::ParameterCurrentValueGetter&) { return nullptr; }
+
+nlohmann::json Plugin::MakeDrawState(const zeb::ParameterCurrentValueGetter& getter) {
+    nlohmann::json state = nlohmann::json::object();
+    for (std::int32_t slot = 0; slot < kSlotCount; ++slot)
+        state[fmt::format("Model{}", slot + 1)] = zeb::ToUtf8(getter.GetString(slot * kSlotEntries + kFilePathEntry));
+    return state;
+}
+
+zeb::render::RenderOptions Plugin::GetRenderOptions() {
+    zeb::render::RenderOptions options;
+    options.mShaderListFile = "Shaders.yaml";
+    options.mShaderFolders = {"Shaders/", "plugin-base/Shaders/"};
+    options.mHeapSizes = {1024, 32, 128};
+    return options;
+}
+
+PF_OutFlags Plugin::GetOutFlags() const {
+    return PF_OutFlag_SEQUENCE_DATA_NEEDS_FLATTENING | PF_OutFlag_USE_OUTPUT_EXTENT | PF_OutFlag_PIX_INDEPENDENT |
+           PF_OutFlag_CUSTOM_UI | PF_OutFlag_DEEP_COLOR_AWARE;
+}
+
+PF_OutFlags2 Plugin::GetOutFlags2() const {
+    return PF_OutFlag2_I_USE_3D_CAMERA | PF_OutFlag2_SUPPORTS_SMART_RENDER | PF_OutFlag2_FLOAT_COLOR_AWARE |
+           PF_OutFlag2_SUPPORTS_GET_FLATTENED_SEQUENCE_DATA | PF_OutFlag2_SUPPORTS_THREADED_RENDERING;
+}
+
+std::u16string Plugin::GetImportFolderName(const std::u16string&) const { return u"Nimbrel Models"; }
+
+zeb::ComputeCacheResult<CacheableAsset> Plugin::GetAsset(const std::u16string& path,
+                                                         const GaussianSplatAssetCreator::Settings& settings) {
+    CacheableAsset::Options options;
+    options.path = path;
+    options.settings = settings;
+    return zeb::ComputeCacheResult<CacheableAsset>(
+        mComputeCache->DoComputeIfNeededAndCheckout(kModelCacheName, options));
+}
+
+bool Plugin::IsAssetCached(const std::u16string& path, const GaussianSplatAssetCreator::Settings& settings) {
+    CacheableAsset::Options options;
+    options.path = path;
+    options.settings = settings;
+    return mComputeCache->DoHasValue(kModelCacheName, options);
+}
+
+zeb::UniquePtr<zeb::ParametersManagerBase> Plugin::CreateParametersManager() {
+    zeb::ParametersManagerOptions options;
+    options.mTextFileLoader = &GetTextFileLoader();
+    options.mUsesInteractColorPicker = UsesInteractColorPicker();
+    options.mCompleteCustomSettings = zeb::CompleteCustomSettingsAE;
+    return zeb::MakeUnique<ParametersManager>(std::move(options), *this);
+}
+
+zeb::UniquePtr<zeb::TextFileLoader> Plugin::CreateTextFileLoader() { return MakeTextFileLoader(); }

@@ -1,0 +1,161 @@
+// The catalogue's contents. Numeric ids are golden: saved projects hold them.
+#include <map>
+#include <set>
+#include <string>
+
+#include <duktape.h>
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include "CatalogueManager.h"
+#include "PluginBase/Misc/Hash.h"
+#include "PluginBase/Script/JSContext.h"
+
+namespace {
+
+using nlohmann::json;
+
+constexpr std::size_t kSlotSize = 148;
+constexpr std::size_t kSlotCount = 5;
+
+const json& Parameters() {
+    static const json catalogue = json::parse(GetCatalogueText());
+    return catalogue.at("parameters");
+}
+
+TEST(Catalogue, HasTheStatedNumberOfEachControl) {
+    std::map<std::string, int> counts;
+    for (const json& entry : Parameters()) ++counts[entry.at("control")];
+    const std::map<std::string, int> expected = {
+        {"FloatSlider", 257}, {"Checkbox", 131}, {"GroupBegin", 73}, {"GroupEnd", 73}, {"Point3", 50},  {"Angle", 45},
+        {"Custom", 40},       {"Popup", 35},     {"Button", 32},     {"IntSlider", 7}, {"FilePath", 5}, {"Color", 5}};
+    EXPECT_EQ(counts, expected);
+    EXPECT_EQ(Parameters().size(), 753U);
+}
+
+TEST(Catalogue, NumericIdsAreUniqueAndPinned) {
+    std::set<int> ids;
+    std::string all;
+    for (const json& entry : Parameters()) {
+        ids.insert(entry.at("uniqueID").get<int>());
+        all += fmt::format("{};", entry.at("uniqueID").get<int>());
+    }
+    EXPECT_EQ(ids.size(), Parameters().size());
+    // Over all ids in order. A new value here breaks every saved project.
+    EXPECT_EQ(zeb::HashFnv1a(all), 6718439129776229816ULL);
+    const std::pair<std::size_t, int> golden[] = {
+        {0, 1},     {148, 106}, {296, 211}, {444, 333}, {592, 442}, {2, 3},     {3, 858},   {30, 41},   {37, 321},
+        {49, 676},  {84, 750},  {110, 556}, {117, 568}, {134, 551}, {147, 105}, {150, 108}, {298, 213}, {446, 335},
+        {594, 444}, {740, 863}, {746, 869}, {747, 316}, {748, 686}, {749, 687}, {752, 320}};
+    for (const auto& [index, id] : golden) EXPECT_EQ(Parameters()[index].at("uniqueID"), id) << index;
+}
+
+TEST(Catalogue, SelectedEntries) {
+    const std::pair<std::size_t, const char*> cases[] = {
+        {0,
+         R"({"control":"GroupBegin","uniqueID":1,"fullName":"Model 1","hint":"Model 1","scriptName":"Model1",
+                "fullId":"Model1"})"},
+        {2, R"({"control":"FilePath","uniqueID":3,"fullName":"1 Model","hint":"1 Model","scriptName":"Model1_model",
+                "fullId":"Model1_model","flags":["ReceiveOnChangeEvent","NotAnimatable"]})"},
+        {7, R"({"control":"FloatSlider","uniqueID":9,"fullName":"1 Align Scale","hint":"1 Align Scale",
+                "scriptName":"Model1_align_scale","fullId":"Model1_align_scale","flags":["DisplayPercent"],
+                "precision":{"value":1},"validMin":{"value":0},"displayMin":{"value":0},"displayMax":{"value":100},
+                "default":{"value":100}})"},
+        {16, R"({"control":"Popup","uniqueID":17,"fullName":"1 Crop Shape Type","hint":"1 Crop Shape Type",
+                "scriptName":"Model1_crop_shape_type","fullId":"Model1_crop_shape_type",
+                "flags":["ReceiveOnChangeEvent","NotAnimatable"],"enum":{"value":["Sphere","Box"]},
+                "default":{"value":0}})"},
+        {32, R"({"control":"Custom","uniqueID":42,"fullName":"1 Color Gradient","hint":"1 Color Gradient",
+                "scriptName":"Model1_effects_splatColor_gradient","fullId":"Model1_effects_splatColor_gradient",
+                "valueType":"Gradient","colorIndex":33,"showControlIndex":34,
+                "default":{"keys":[[0,{"color":[1.0,1.0,1.0],"type":1}],[1.0,{"color":[1.0,1.0,1.0],"type":1}]]}})"},
+        {33, R"({"control":"Color","uniqueID":43,"fullName":"1 Color Gradient Color","hint":"1 Color Gradient Color",
+                "scriptName":"Model1_effects_splatColor_gradientColor",
+                "fullId":"Model1_effects_splatColor_gradientColor",
+                "flags":["ReceiveOnChangeEvent","NotAnimatable"],"skipAPI":["AE","FxPlug","ZEB"],
+                "defaultRed":{"value":1},"defaultGreen":{"value":1},"defaultBlue":{"value":1}})"},
+        {130, R"({"control":"Button","uniqueID":688,"fullName":"Create","hint":"Create",
+                "scriptName":"Model1_transform_createNullObject","fullId":"Model1_transform_createNullObject",
+                "skipAPI":["OpenFX","FxPlug"],"label":{"value":"Null Object"}})"},
+        {743, R"({"control":"FloatSlider","uniqueID":866,"fullName":"Z Depth Near","hint":"Z Depth Near",
+                "scriptName":"RenderSettings_drawZDepth_zDepthNear","fullId":"RenderSettings_drawZDepth_zDepthNear",
+                "validMin":{"value":0},"displayMin":{"value":0},"displayMax":{"value":1000},"default":{"value":100},
+                "precision":{"value":1}})"},
+        {749, R"({"control":"IntSlider","uniqueID":687,"fullName":"Splats Count","hint":"Splats Count",
+                "scriptName":"Debug_splatsCount","fullId":"Debug_splatsCount","skipConfigs":["Release"],
+                "validMin":{"value":-1},"displayMin":{"value":0},"displayMax":{"value":100000},
+                "default":{"value":-1}})"},
+    };
+    for (const auto& [index, text] : cases) EXPECT_EQ(Parameters()[index], json::parse(text)) << index;
+    const json& ramp = Parameters()[108];
+    EXPECT_EQ(ramp.at("default"), json::parse(R"({"type":0,"interpolation":0,"keys":[[0.0,1.0],[1.0,0.0]]})"));
+    EXPECT_EQ(ramp.at("showControlIndex"), 109);
+    EXPECT_EQ(Parameters()[744].at("default").at("value"), 10000) << "above its slider's end";
+}
+
+/// Replaces the slot's number and shifts its indices, as if the entry stood in slot 1.
+json AsSlot1(json entry, std::size_t slot) {
+    const std::string number = std::to_string(slot + 1);
+    const auto replace = [&](std::string text, const std::string& prefix, const std::string& suffix) {
+        const std::string from = prefix + number + suffix;
+        return text.compare(0, from.size(), from) == 0 ? prefix + "1" + suffix + text.substr(from.size()) : text;
+    };
+    for (const char* key : {"fullName", "hint"}) entry[key] = replace(replace(entry[key], "", " "), "Model ", "");
+    for (const char* key : {"fullId", "scriptName"}) entry[key] = replace(entry[key], "Model", "");
+    for (const char* key : {"colorIndex", "showControlIndex"}) {
+        if (entry.contains(key)) entry[key] = entry[key].get<std::size_t>() - slot * kSlotSize;
+    }
+    entry.erase("uniqueID");
+    return entry;
+}
+
+TEST(Catalogue, SlotsAreCopiesOfTheFirst) {
+    for (std::size_t slot = 0; slot < kSlotCount; ++slot) {
+        std::int32_t depth = 0;
+        for (std::size_t i = 0; i < kSlotSize; ++i) {
+            const json& entry = Parameters()[slot * kSlotSize + i];
+            ASSERT_EQ(AsSlot1(entry, slot), AsSlot1(Parameters()[i], 0)) << slot << " " << i;
+            if (entry.at("control") == "GroupBegin") ++depth;
+            if (entry.at("control") == "GroupEnd") --depth;
+            ASSERT_EQ(depth == 0, i == kSlotSize - 1) << "the slot's group ends with the slot";
+        }
+    }
+    EXPECT_EQ(Parameters()[148].at("fullName"), "Model 2");
+    EXPECT_EQ(Parameters()[593].at("fullName"), "5 Show Model");
+    EXPECT_EQ(Parameters()[593].at("fullId"), "Model5_showModel");
+}
+
+TEST(Catalogue, HostSeesWhatIsNotSkipped) {
+    const test::CatalogueManager manager;
+    // A slot has nine controls of other hosts; a release build leaves out the six debug ones as well.
+#ifdef NIMBREL_RELEASE
+    constexpr std::int32_t kExpected = 753 - 5 * 9 - 6;
+#else
+    constexpr std::int32_t kExpected = 753 - 5 * 9;
+#endif
+    std::int32_t last = 0;
+    for (const auto& description : manager.Get().GetTable()) last = std::max(last, description.mParameterIndex);
+    EXPECT_EQ(last, kExpected);
+    EXPECT_EQ(manager.Get().GetTable()[0].mParameterIndex, 1);
+    EXPECT_EQ(manager.Get().GetTable()[33].mParameterIndex, -1);
+    EXPECT_EQ(manager.Get().GetTable()[35].mParameterIndex, 34);
+}
+
+TEST(Catalogue, ScriptNamesEveryParameter) {
+    zeb::JSContext context;
+    const auto loader = MakeTextFileLoader();
+    context.PCompile(*loader, u"Script/PackedParameters.js", 0);
+    ASSERT_EQ(duk_pcall(context.Get(), 0), 0) << duk_safe_to_string(context.Get(), -1);
+    ASSERT_EQ(duk_peval_string(context.Get(), "[ParamInd, Shape, Blending]"), 0);
+    const json read = json::parse(duk_json_encode(context.Get(), -1));
+    EXPECT_EQ(read[0].size(), Parameters().size());
+    for (std::size_t i = 0; i < Parameters().size(); ++i)
+        EXPECT_EQ(read[0].value(Parameters()[i].at("fullId").get<std::string>(), -1), static_cast<int>(i));
+    EXPECT_EQ(read[0].at("Model1"), 0);
+    EXPECT_EQ(read[0].at("Debug_groupEnd"), 752);
+    EXPECT_EQ(read[1], json::parse(R"({"Sphere":0,"Box":1})"));
+    EXPECT_EQ(read[2], json::parse(R"({"Normal":0,"Add":1,"Multiply":2})"));
+}
+
+}  // namespace

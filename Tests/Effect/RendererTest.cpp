@@ -1,0 +1,232 @@
+#include <cstring>
+
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <glm/ext/matrix_transform.hpp>
+
+#include "Nimbrel/GaussianSplatAsset.h"
+#include "Nimbrel/ShaderConstants.h"
+#include "PluginBase/Exception.h"
+#include "RecordingDevice.h"
+#include "Render.h"
+#include "TestBlob.h"
+
+using namespace zeb::render;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+namespace {
+
+/// An asset whose blocks are filled with one byte value each.
+GaussianSplatAsset MakeAsset(std::int32_t splatCount, std::uint8_t fill) {
+    GaussianSplatAsset asset;
+    asset.splatCount = splatCount;
+    asset.shLevel = 2;
+    asset.shFormat = SHFormat::Norm6;
+    const auto size = GaussianSplatAsset::CalcTextureSize(splatCount);
+    asset.colorWidth = size.width;
+    asset.colorHeight = size.height;
+    const auto count = static_cast<std::size_t>(std::max(splatCount, 0));
+    asset.posData.assign(count * 4 + 4, fill);  // longer than the splats, as made assets are
+    asset.otherData.assign(count * 8, fill);
+    asset.shData.assign(count * 32, fill);
+    asset.chunkData.assign((count + 255) / 256 * 64, fill);
+    asset.colorData.assign(static_cast<std::size_t>(size.width * size.height) * 4, fill);
+    return asset;
+}
+
+template <class T>
+T Load(const std::vector<std::byte>& bytes, std::size_t offset) {
+    T value;
+    EXPECT_LE(offset + sizeof(value), bytes.size());
+    std::memcpy(&value, bytes.data() + offset, sizeof(value));
+    return value;
+}
+
+}  // namespace
+
+class RendererTest : public ::testing::Test {
+protected:
+    RendererTest() {
+        mDrawInfo.mFullWidth = mDrawInfo.mOutputWidth = 640;
+        mDrawInfo.mFullHeight = mDrawInfo.mOutputHeight = 360;
+        mDrawInfo.mFocalLength = 640.0F;
+        mDrawInfo.mCamera[3] = glm::vec4(-320.0F, -180.0F, 640.0F, 1.0F);
+    }
+
+    /// Records a frame into a target that is larger than the tile, as kept ones are.
+    void Record(const std::vector<ModelGroup>& models) {
+        TextureDescription description;
+        description.mFormat = Format::RGBA32Float;
+        description.mWidth = 1920;
+        description.mHeight = 1080;
+        const auto target = mDevice.CreateTexture("Target", description, 0, TextureState::RenderTarget);
+        mDrawInfo.mPackedParameters = &mBlob.Pack();
+        mDevice.mLog.clear();
+        mDevice.mCreated.clear();
+        Render(mDevice, mDrawInfo, models, *target);
+    }
+
+    static ModelInstance MakeInstance(std::uint32_t slot) {
+        ModelInstance instance;
+        instance.modelIndex = slot;
+        instance.localMatrix = glm::scale(glm::mat4(1.0F), glm::vec3(1000.0F));
+        instance.modelMatrix = glm::translate(glm::mat4(1.0F), glm::vec3(static_cast<float>(slot), 0.0F, 0.0F));
+        instance.thirdMatrix = glm::inverse(instance.modelMatrix * instance.localMatrix);
+        return instance;
+    }
+
+    RecordingDevice mDevice;
+    TestBlob mBlob = TestBlob::MakeEffect();
+    zeb::DrawInfo mDrawInfo;
+};
+
+TEST_F(RendererTest, WithoutSplatsTheTargetIsClearedAndNothingElse) {
+    const GaussianSplatAsset empty = MakeAsset(0, 0);
+    for (const auto& models : {std::vector<ModelGroup>{}, std::vector<ModelGroup>{{&empty, {MakeInstance(1)}}}}) {
+        Record(models);
+        EXPECT_THAT(mDevice.mLog,
+                    ElementsAre("list MainCommandList", "heaps", "pass Target clear", "transition Target 4", "end"));
+    }
+}
+
+TEST_F(RendererTest, OneSortAndOneDrawServeAllInstances) {
+    const GaussianSplatAsset first = MakeAsset(300, 0x11);
+    const GaussianSplatAsset empty = MakeAsset(0, 0);
+    const GaussianSplatAsset second = MakeAsset(1000, 0x22);
+    for (int slot = 1; slot <= 4; ++slot) {
+        mBlob.Set(fmt::format("NoiseConstants{}", slot), 0, static_cast<float>(slot));
+        mBlob.Set(fmt::format("ModelConstants{}", slot), 252, slot);
+        mBlob.Set(fmt::format("Ramps{}", slot), 28668, static_cast<float>(slot));
+        mBlob.Set(fmt::format("Gradients{}", slot), 16380, static_cast<float>(slot));
+    }
+    Record({{&first, {MakeInstance(2)}}, {&empty, {MakeInstance(3)}}, {&second, {MakeInstance(1), MakeInstance(4)}}});
+
+    // 300 + 2 * 1000 splats; the empty asset's instance keeps its number but dispatches nothing.
+    EXPECT_THAT(mDevice.Find("dispatch CS"),
+                ElementsAre("dispatch CSSetIndices 9 1 1 of 256", "dispatch CSCalcDistances 2 1 1 of 256",
+                            "dispatch CSCalcDistances 4 1 1 of 256", "dispatch CSCalcDistances 4 1 1 of 256",
+                            "dispatch CSCalcViewData 2 1 1 of 256", "dispatch CSCalcViewData 4 1 1 of 256",
+                            "dispatch CSCalcViewData 4 1 1 of 256"));
+    EXPECT_THAT(mDevice.Find("uav 3 SplatSortDistances"),
+                Contains("uav 3 SplatSortDistances+1200"));  // behind the first 300 keys
+    EXPECT_THAT(mDevice.Find("uav 11 SplatViewData"),
+                ElementsAre("uav 11 SplatViewData+0", "uav 11 SplatViewData+12000", "uav 11 SplatViewData+52000"));
+    EXPECT_THAT(mDevice.Find("cbv 6 CalcViewDataConstants"),
+                ElementsAre("cbv 6 CalcViewDataConstants+0", "cbv 6 CalcViewDataConstants+1536",
+                            "cbv 6 CalcViewDataConstants+2304"));
+    EXPECT_THAT(mDevice.Find("cbv 7 CalcDistancesConstants"),
+                ElementsAre("cbv 7 CalcDistancesConstants+0", "cbv 7 CalcDistancesConstants+512",
+                            "cbv 7 CalcDistancesConstants+768"));
+    EXPECT_THAT(mDevice.Find("srv 1 SplatPos"),
+                ElementsAre("srv 1 SplatPos+0", "srv 1 SplatPos+1200", "srv 1 SplatPos+0", "srv 1 SplatPos+1200"));
+    EXPECT_THAT(mDevice.Find("srv 0 SplatChunks"), Contains("srv 0 SplatChunks+128"));
+    EXPECT_THAT(mDevice.Find("srv 2 SplatOther"), ElementsAre("srv 2 SplatOther+0", "srv 2 SplatOther+2400"));
+    EXPECT_THAT(mDevice.Find("srv 3 SplatSH"), ElementsAre("srv 3 SplatSH+0", "srv 3 SplatSH+9600"));
+    // Formats 2, 2, 3; each asset, also the empty one, has 16 rows of colours.
+    EXPECT_THAT(mDevice.Find("constants 5 "), ElementsAre("constants 5 197122 0", "constants 5 197122 32"));
+    EXPECT_THAT(mDevice.Find("copy ColorData2"),
+                ElementsAre("copy ColorData2 2048x16@0,0 from UploadColorData+0 by 8192",
+                            "copy ColorData2 2048x16@0,16 from UploadColorData+131072 by 8192",
+                            "copy ColorData2 2048x16@0,32 from UploadColorData+262144 by 8192"));
+    EXPECT_THAT(mDevice.mCreated, Contains("texture RampsTexture 1024x28 24"));
+    EXPECT_THAT(mDevice.mCreated, Contains("texture GradientsTexture 1024x4 1"));
+
+    EXPECT_THAT(mDevice.Find("draw "), ElementsAre("draw RenderGaussianSplats_1 6x2300"));
+    EXPECT_THAT(mDevice.Find("viewport"), ElementsAre("viewport 0 0 640 360"));
+    EXPECT_THAT(mDevice.Find("scissor"), ElementsAre("scissor 0 0 640 360"));
+
+    const auto& noise = mDevice.Bytes("NoiseConstantsBuffer");
+    const auto& ramps = mDevice.Bytes("RampsUploadBuffer");
+    const auto& gradients = mDevice.Bytes("GradientsUploadBuffer");
+    const std::uint32_t slots[] = {2, 3, 1, 4};
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(Load<float>(noise, i * 256), static_cast<float>(slots[i]));
+        EXPECT_EQ(Load<std::uint32_t>(mDevice.Bytes("ModelConstants"), i * 256 + 252), slots[i]);
+        EXPECT_EQ(Load<float>(ramps, i * 28672 + 28668), static_cast<float>(slots[i]));
+        EXPECT_EQ(Load<float>(gradients, i * 16384 + 16380), static_cast<float>(slots[i]));
+    }
+    const auto& positions = mDevice.Bytes("SplatPos");
+    ASSERT_EQ(positions.size(), 1300U * 4);
+    EXPECT_EQ(positions[1199], std::byte{0x11});
+    EXPECT_EQ(positions[1200], std::byte{0x22});
+}
+
+TEST_F(RendererTest, ConstantsOfAnInstanceAreTheFramesAndItsOwn) {
+    const GaussianSplatAsset asset = MakeAsset(5, 0);
+    mBlob.Set("CommonCpp", 4, 12.5F);
+    mDrawInfo.mCameraType = zeb::CameraType::Orthographic;
+    const ModelInstance instance = MakeInstance(3);
+    Record({{&asset, {MakeInstance(1), instance}}});
+
+    const auto view = Load<nimbrel::gpu::CalcViewDataConstants>(mDevice.Bytes("CalcViewDataConstants"), 768);
+    EXPECT_EQ(view._MatrixAlign, instance.localMatrix);
+    EXPECT_EQ(view._MatrixTransform, instance.modelMatrix);
+    EXPECT_EQ(view._MatrixWorldToObject, instance.thirdMatrix);
+    EXPECT_EQ(view._MatrixCamera, mDrawInfo.mCamera);
+    // A point at the layer's centre on the image plane: 640 in front of the camera.
+    const glm::vec4 clip = view._MatrixVP * glm::vec4(320.0F, 180.0F, 0.0F, 1.0F);
+    EXPECT_NEAR(clip.x / clip.w, 0.0F, 1e-6F);
+    EXPECT_NEAR(clip.y / clip.w, 0.0F, 1e-6F);
+    // One file unit to the right is 1000 pixels; the slot's offset adds 3.
+    EXPECT_EQ(glm::vec3(view._MatrixMV * glm::vec4(1.0F, 0.0F, 0.0F, 1.0F)), glm::vec3(683.0F, -180.0F, 640.0F));
+    EXPECT_EQ(view._VecScreenParams, glm::vec4(640.0F, 360.0F, 0.0F, 0.0F));
+    EXPECT_EQ(glm::vec3(view._VecWorldSpaceCameraPos), glm::vec3(320.0F, 180.0F, -640.0F));
+    EXPECT_EQ(view._SplatScale, 1.0F);
+    EXPECT_EQ(view._SplatOpacityScale, 1.0F);
+    EXPECT_EQ(view._SHOrder, 2U);
+    EXPECT_EQ(view._SplatCount, 5U);
+    EXPECT_EQ(view._CameraType, 1U);
+    EXPECT_EQ(view._DrawingIndex, 1U);
+    EXPECT_EQ(view._DrawZDepth, 0U);
+    EXPECT_EQ(view._ZDepthNear, 12.5F);
+
+    const auto distances = Load<nimbrel::gpu::CalcDistancesConstants>(mDevice.Bytes("CalcDistancesConstants"), 256);
+    EXPECT_EQ(distances._CalcDistancesMatrixAlign, instance.localMatrix);
+    EXPECT_EQ(distances._CalcDistancesSplatCount, 5U);
+    EXPECT_EQ(distances._CalcDistancesInstanceIndex, 1U);
+    // The sort depth grows away from the camera.
+    const auto depth = [&](float z) { return (distances._CalcDistancesMatrixVP * glm::vec4(0.0F, 0.0F, z, 1.0F)).z; };
+    EXPECT_LT(depth(1.0F), depth(2.0F));
+}
+
+TEST_F(RendererTest, ZDepthGoesThroughATargetOfItsOwn) {
+    const GaussianSplatAsset asset = MakeAsset(5, 0);
+    mBlob.Set("CommonCpp", 0, 1);
+    Record({{&asset, {MakeInstance(1)}}});
+    EXPECT_THAT(mDevice.mCreated, Contains("texture ZDepthRT 1920x1080 1"));
+    EXPECT_THAT(mDevice.Find("pass"), ElementsAre("pass ZDepthRT clear", "pass Target clear"));
+    EXPECT_THAT(mDevice.Find("viewport"), ElementsAre("viewport 0 0 640 360", "viewport 0 0 1920 1080"));
+    EXPECT_THAT(mDevice.Find("draw"), ElementsAre("draw RenderGaussianSplats_1 6x5", "draw FillBackground_1 0 6"));
+    Record({});  // black without splats, in the texture that stands
+    EXPECT_THAT(mDevice.Find("draw"), ElementsAre("draw FillBackground_1 0 6"));
+    EXPECT_THAT(mDevice.mCreated, Not(Contains(HasSubstr("ZDepthRT"))));
+}
+
+TEST_F(RendererTest, BuffersStayWhenModelsLeaveAndGrowWhenTheyCome) {
+    const GaussianSplatAsset small = MakeAsset(10, 0);
+    const GaussianSplatAsset large = MakeAsset(5000, 0);
+    Record({{&large, {MakeInstance(1)}}});
+    Record({{&small, {MakeInstance(1)}}});
+    EXPECT_THAT(mDevice.mCreated, Not(Contains(HasSubstr("buffer "))));
+    Record({{&large, {MakeInstance(1), MakeInstance(2)}}});
+    EXPECT_THAT(mDevice.mCreated, Contains("buffer SplatViewData 400000"));
+    EXPECT_THAT(mDevice.mCreated, Not(Contains(HasSubstr("buffer SplatPos"))));
+}
+
+TEST_F(RendererTest, MoreSplatsThanADispatchTakesAreRefused) {
+    GaussianSplatAsset asset = MakeAsset(1, 0);
+    asset.splatCount = 4000000;
+    try {
+        Record({{&asset, std::vector<ModelInstance>(5, MakeInstance(1))}});
+        FAIL();
+    } catch (const zeb::Exception& exception) {
+        EXPECT_THAT(exception.what(), HasSubstr("20000000 splats; no more than 16776960"));
+    }
+    EXPECT_THAT(mDevice.Find("dispatch"), IsEmpty());
+    // An asset whose blocks do not hold what its count says is not read past its end.
+    EXPECT_THROW(Record({{&asset, {MakeInstance(1)}}}), zeb::Exception);
+}
