@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+
+#include "NimbrelHost/Host.h"
+
+namespace nimbrel::host {
+
+/// What the host does with values that only the effect understands, each through the effect's own callback. Handles
+/// given back are the caller's to dispose of. Any thread. Throws EffectError.
+PF_Handle CopyCustom(Host& host, const Parameter& parameter, PF_Handle source);
+PF_Handle InterpolateCustom(Host& host, const Parameter& parameter, PF_Handle left, PF_Handle right, double fraction);
+PF_Handle ScanCustom(Host& host, const Parameter& parameter, const std::string& text);
+std::string PrintCustom(Host& host, const Parameter& parameter, PF_Handle value);
+void DisposeCustom(Host& host, const Parameter& parameter, PF_Handle value);
+
+/// The value at a time as a fresh handle.
+PF_Handle EvaluateCustom(Host& host, const Parameter& parameter, double seconds);
+
+/// Disposes of all custom values that the parameter holds, its default included.
+void ReleaseCustom(Host& host, Parameter& parameter);
+
+}  // namespace nimbrel::host

@@ -1,0 +1,138 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "NimbrelHost/Catalogue.h"
+#include "NimbrelHost/ComputeCache.h"
+#include "NimbrelHost/DeviceReport.h"
+#include "NimbrelHost/EffectLibrary.h"
+#include "NimbrelHost/HandleStore.h"
+#include "NimbrelHost/LiveObjects.h"
+#include "NimbrelHost/Parameter.h"
+#include "NimbrelHost/Project.h"
+#include "NimbrelHost/Scene.h"
+#include "NimbrelHost/SuiteRegistry.h"
+#include "NimbrelHost/World.h"
+
+namespace nimbrel::host {
+
+struct HostOptions {
+    std::filesystem::path mPlugin;   ///< the effect library
+    std::string mDevice;             ///< as for --gpu; empty: the effect chooses
+    bool mValidate = false;          ///< ask for the graphics API's validation layer
+    bool mServeComputeCache = true;  ///< without it the effect keeps its values itself
+    bool mServeHash = true;
+    std::uint64_t mCacheLimit = 0;  ///< bytes; 0 for none
+    /// Do what a real host does now and then: repeated and abandoned pre-renders, empty requests, frames in parts with
+    /// other origins, worlds full of garbage, flattened and restored sequence data.
+    bool mStrict = false;
+    /// Shows a message of the effect that is no failure. Any thread, one at a time.
+    std::function<void(const std::string&)> mShowMessage;
+    /// Hears of progress within a frame, such as loading models. Any thread, one at a time.
+    std::function<void(int current, int total)> mProgress;
+};
+
+/// A reference to an effect that the effect asked for and must give back.
+struct EffectReference {};
+
+/// A property of a layer or of the effect, by reference.
+struct StreamReference {
+    Layer* mLayer = nullptr;  ///< of a layer's stream
+    int mStream = -1;
+    Parameter* mParameter = nullptr;  ///< of an effect's stream
+};
+
+/// The host: loads one effect, applies it to a layer, keeps what its suites serve, and drives its commands.
+///
+/// Suite functions carry no context, so there is one host per process at a time. All functions are for the main thread,
+/// except what suites and render threads read: the stores, the project and the parameters.
+class Host {
+public:
+    Host(HostOptions options, const Composition& composition, const std::optional<Camera>& camera, Catalogue catalogue);
+    ~Host();
+    Host(const Host&) = delete;
+    Host& operator=(const Host&) = delete;
+
+    /// The process's host. Throws std::logic_error if there is none.
+    static Host& Active();
+
+    /// Loads the library and brings the effect up, as when a user applies it: global setup, parameters, sequence.
+    /// Throws EffectError, UsageError.
+    void Start();
+    /// Only as far as the effect's devices are known.
+    void StartGlobal();
+    /// Takes the effect down and reports what it leaked. Called by the destructor too, which swallows failures.
+    void Stop();
+
+    /// Lets the effect bring names and visibility of its controls up to date.
+    void UpdateParameterControls();
+
+    const HostOptions& GetOptions() const { return mOptions; }
+    const EffectLibrary& GetEffect() const { return mEffect; }
+    const TimeBase& GetTimeBase() const { return mTimeBase; }
+    Diagnostics& GetDiagnostics() { return mDiagnostics; }
+    HandleStore& GetHandles() { return mHandles; }
+    HandleStore& GetMemory() { return mMemory; }
+    SuiteRegistry& GetSuites() { return mSuites; }
+    ComputeCache& GetCache() { return mCache; }
+    DeviceReport& GetDevices() { return mDevices; }
+    Project& GetProject() { return mProject; }
+    ParameterTable& GetParameters() { return mParameters; }
+    LiveObjects<StreamReference>& GetStreams() { return mStreams; }
+    LiveObjects<EffectReference>& GetEffectReferences() { return mEffectReferences; }
+    LiveObjects<Footage>& GetLooseFootage() { return mLooseFootage; }
+    World* AddWorld(const World::Layout& layout) { return mWorlds.Add(std::make_unique<World>(layout)); }
+    bool RemoveWorld(const World* world) { return mWorlds.Take(world) != nullptr; }
+    SPBasicSuite* GetBasicSuite() { return &mBasicSuite; }
+    PF_Handle GetGlobalData() const { return mGlobalData; }
+    PF_Handle GetSequenceData() const { return mSequenceData; }
+    bool SupportsThreads() const;
+
+    /// Defines one parameter; only within the command that sets parameters up.
+    void AddParameter(const PF_ParamDef& definition);
+    void ShowMessage(const std::string& text);
+    void ReportProgress(int current, int total);
+
+    /// What an effect's undo groups come to; 0 between commands.
+    std::atomic<int> mOpenUndoGroups{0};
+
+private:
+    void SetUpGlobal();
+    void SetUpParameters();
+    void SetUpSequence();
+    void FlattenAndRestoreSequence();
+    void ReportLeaks();
+
+    HostOptions mOptions;
+    Catalogue mCatalogue;
+    TimeBase mTimeBase;
+    Diagnostics mDiagnostics;
+    HandleStore mHandles{"handle", mDiagnostics};
+    HandleStore mMemory{"memory handle", mDiagnostics};
+    SuiteRegistry mSuites;
+    ComputeCache mCache;
+    DeviceReport mDevices;
+    Project mProject;
+    ParameterTable mParameters;
+    LiveObjects<StreamReference> mStreams;
+    LiveObjects<EffectReference> mEffectReferences;
+    LiveObjects<Footage> mLooseFootage;  ///< made by the effect and not in the project yet
+    LiveObjects<World> mWorlds;          ///< made by the effect
+    SPBasicSuite mBasicSuite{};
+    EffectLibrary mEffect;
+    std::mutex mShowMutex;
+    PF_Handle mGlobalData = nullptr;
+    PF_Handle mSequenceData = nullptr;
+    PF_OutFlags mOutFlags = 0;
+    PF_OutFlags2 mOutFlags2 = 0;
+    bool mGlobalIsUp = false;
+    bool mSequenceIsUp = false;
+};
+
+}  // namespace nimbrel::host

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace nimbrel::host {
+
+/// The function tables that the effect can acquire by name and version, with a count of who has not released yet.
+/// Tables are filled before the effect starts; acquiring and releasing is for any thread.
+class SuiteRegistry {
+public:
+    void Add(const std::string& name, std::int32_t version, const void* table);
+
+    /// Null if the suite is not served; otherwise one more must be released.
+    const void* Acquire(const char* name, std::int32_t version);
+    /// False for a suite that is not held.
+    bool Release(const char* name, std::int32_t version);
+
+    int CountHeld(const std::string& name, std::int32_t version) const;
+    /// How often the suite was acquired in all.
+    int CountAcquired(const std::string& name, std::int32_t version) const;
+    /// "AEGP Layer Suite 14 (held 2 times)" for each suite that was not given back.
+    std::vector<std::string> ListHeld() const;
+
+private:
+    struct Entry {
+        const void* mTable = nullptr;
+        int mHeld = 0;
+        int mAcquired = 0;
+    };
+
+    mutable std::mutex mMutex;
+    std::map<std::pair<std::string, std::int32_t>, Entry> mEntries;
+};
+
+}  // namespace nimbrel::host

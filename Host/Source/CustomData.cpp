@@ -1,0 +1,96 @@
+#include "NimbrelHost/CustomData.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "NimbrelHost/Command.h"
+#include "NimbrelHost/Errors.h"
+
+namespace nimbrel::host {
+namespace {
+
+/// Calls the effect for one function of a custom value. Each function's record begins with the effect's own context.
+template <class Fill>
+void Call(Host& host, const Parameter& parameter, PF_FunctionSelector function, Fill fill) {
+    PF_ArbParamsExtra extra{};
+    extra.which_function = function;
+    extra.id = parameter.mDefinition.u.arb_d.id;
+    extra.u.new_func_params.refconPV = parameter.mDefinition.u.arb_d.refconPV;
+    fill(extra.u);
+    Command(host, PF_Cmd_ARBITRARY_CALLBACK).Run(nullptr, &extra);
+}
+
+PF_Handle Checked(const Parameter& parameter, PF_Handle handle, const char* what) {
+    if (handle != nullptr) return handle;
+    throw EffectError(fmt::format("the effect gave no value when {} \"{}\"", what, parameter.mName));
+}
+
+}  // namespace
+
+PF_Handle CopyCustom(Host& host, const Parameter& parameter, PF_Handle source) {
+    PF_Handle copy = nullptr;
+    Call(host, parameter, PF_Arbitrary_COPY_FUNC, [&](PF_ArbParamsUnion& u) {
+        u.copy_func_params.src_arbH = source;
+        u.copy_func_params.dst_arbPH = &copy;
+    });
+    return Checked(parameter, copy, "copying");
+}
+
+PF_Handle InterpolateCustom(Host& host, const Parameter& parameter, PF_Handle left, PF_Handle right, double fraction) {
+    PF_Handle mixed = nullptr;
+    Call(host, parameter, PF_Arbitrary_INTERP_FUNC, [&](PF_ArbParamsUnion& u) {
+        u.interp_func_params.left_arbH = left;
+        u.interp_func_params.right_arbH = right;
+        u.interp_func_params.tF = fraction;
+        u.interp_func_params.interpPH = &mixed;
+    });
+    return Checked(parameter, mixed, "interpolating");
+}
+
+PF_Handle ScanCustom(Host& host, const Parameter& parameter, const std::string& text) {
+    PF_Handle scanned = nullptr;
+    Call(host, parameter, PF_Arbitrary_SCAN_FUNC, [&](PF_ArbParamsUnion& u) {
+        u.scan_func_params.bufPC = text.c_str();
+        u.scan_func_params.bytes_to_scanLu = static_cast<A_u_long>(text.size() + 1);
+        u.scan_func_params.arbPH = &scanned;
+    });
+    return Checked(parameter, scanned, "reading");
+}
+
+std::string PrintCustom(Host& host, const Parameter& parameter, PF_Handle value) {
+    A_u_long size = 0;
+    Call(host, parameter, PF_Arbitrary_PRINT_SIZE_FUNC, [&](PF_ArbParamsUnion& u) {
+        u.print_size_func_params.arbH = value;
+        u.print_size_func_params.print_sizePLu = &size;
+    });
+    std::string text(size, '\0');
+    Call(host, parameter, PF_Arbitrary_PRINT_FUNC, [&](PF_ArbParamsUnion& u) {
+        u.print_func_params.arbH = value;
+        u.print_func_params.print_sizeLu = size;
+        u.print_func_params.print_bufferPC = text.data();
+    });
+    text.resize(std::min(text.find('\0'), text.size()));
+    return text;
+}
+
+void DisposeCustom(Host& host, const Parameter& parameter, PF_Handle value) {
+    if (value == nullptr) return;
+    Call(host, parameter, PF_Arbitrary_DISPOSE_FUNC, [&](PF_ArbParamsUnion& u) { u.dispose_func_params.arbH = value; });
+}
+
+PF_Handle EvaluateCustom(Host& host, const Parameter& parameter, double seconds) {
+    const KeySpan span = parameter.mValue.Find(seconds);
+    const PF_Handle left = parameter.mValue.mKeys[span.mLeft].mValue.mCustom;
+    if (span.mLeft == span.mRight) return CopyCustom(host, parameter, left);
+    return InterpolateCustom(host, parameter, left, parameter.mValue.mKeys[span.mRight].mValue.mCustom, span.mFraction);
+}
+
+void ReleaseCustom(Host& host, Parameter& parameter) {
+    for (auto& key : parameter.mValue.mKeys) {
+        DisposeCustom(host, parameter, std::exchange(key.mValue.mCustom, nullptr));
+    }
+    DisposeCustom(host, parameter, std::exchange(parameter.mDefault.mCustom, nullptr));
+}
+
+}  // namespace nimbrel::host

@@ -1,0 +1,162 @@
+#include "NimbrelHost/Project.h"
+
+#include <algorithm>
+#include <glm/gtc/matrix_transform.hpp>
+
+#include "HostInterface/HostInterface.h"
+#include "NimbrelHost/Text.h"
+
+namespace nimbrel::host {
+
+glm::dmat4 Layer::ToWorld(double seconds) const {
+    if (mCamera) return CameraToWorld(*mCamera, seconds);
+    return mKind == Kind::Null ? glm::translate(glm::dmat4(1), mPosition) : glm::dmat4(1);
+}
+
+Project::Project(const Composition& composition, const std::optional<Camera>& camera) : mComposition(composition) {
+    const auto addItem = [&](Item::Kind kind, std::string name) {
+        auto item = std::make_unique<Item>();
+        item->mId = mNextId++;
+        item->mKind = kind;
+        item->mName = std::move(name);
+        if (!mItems.empty()) item->mParent = GetRoot();
+        mItems.push_back(std::move(item));
+    };
+    addItem(Item::Kind::Folder, "Root");
+    addItem(Item::Kind::Composition, "Composition");
+    Item* const solid = AddFootage(std::make_unique<Footage>(), GetRoot());
+    solid->mName = "Splats";
+    mEffectLayer = AddLayer(solid);
+    if (camera) {
+        auto layer = std::make_unique<Layer>();
+        layer->mKind = Layer::Kind::Camera;
+        layer->mName = "Camera";
+        layer->mFlags = AEGP_LayerFlag_VIDEO_ACTIVE | AEGP_LayerFlag_LAYER_IS_3D;
+        layer->mCamera = *camera;
+        Insert(std::move(layer), 0);
+    }
+}
+
+Layer* Project::Insert(std::unique_ptr<Layer> layer, std::size_t index) {
+    layer->mId = mNextId++;
+    Layer* const pointer = layer.get();
+    mLayers.insert(mLayers.begin() + static_cast<std::ptrdiff_t>(index), std::move(layer));
+    return pointer;
+}
+
+Layer* Project::GetCameraLayer() {
+    for (const auto& layer : mLayers) {
+        if (layer->mKind == Layer::Kind::Camera && (layer->mFlags & AEGP_LayerFlag_VIDEO_ACTIVE) != 0)
+            return layer.get();
+    }
+    return nullptr;
+}
+
+Item* Project::AddFolder(std::string name, Item* parent) {
+    auto item = std::make_unique<Item>();
+    item->mId = mNextId++;
+    item->mName = std::move(name);
+    item->mParent = parent;
+    mItems.push_back(std::move(item));
+    return mItems.back().get();
+}
+
+Item* Project::AddFootage(std::unique_ptr<Footage> footage, Item* parent) {
+    auto item = std::make_unique<Item>();
+    item->mId = mNextId++;
+    item->mKind = Item::Kind::Footage;
+    item->mName = PathText(footage->mPath.filename());
+    item->mParent = parent;
+    footage->mItem = item.get();
+    item->mFootage = std::move(footage);
+    mItems.push_back(std::move(item));
+    return mItems.back().get();
+}
+
+Layer* Project::AddLayer(Item* source) {
+    auto layer = std::make_unique<Layer>();
+    layer->mName = source->mName;
+    layer->mSource = source;
+    layer->mFlags = AEGP_LayerFlag_VIDEO_ACTIVE | AEGP_LayerFlag_EFFECTS_ACTIVE;
+    return Insert(std::move(layer), 0);
+}
+
+Layer* Project::AddNull(std::string name) {
+    auto layer = std::make_unique<Layer>();
+    layer->mKind = Layer::Kind::Null;
+    layer->mName = std::move(name);
+    layer->mFlags = AEGP_LayerFlag_VIDEO_ACTIVE | AEGP_LayerFlag_NULL_LAYER;
+    layer->mPosition = {mComposition.mWidth / 2.0, mComposition.mHeight / 2.0, 0};
+    return Insert(std::move(layer), 0);
+}
+
+bool Project::Reorder(Layer* layer, int index) {
+    const int last = static_cast<int>(mLayers.size()) - 1;
+    const int from = GetIndex(layer);
+    const int to = index == -1 ? last : index;
+    if (from < 0 || to < 0 || to > last) return false;
+    const auto first = mLayers.begin();
+    if (from < to) {
+        std::rotate(first + from, first + from + 1, first + to + 1);
+    } else {
+        std::rotate(first + to, first + from, first + from + 1);
+    }
+    return true;
+}
+
+Item* Project::FindItem(const void* item) const {
+    for (const auto& candidate : mItems) {
+        if (candidate.get() == item) return candidate.get();
+    }
+    return nullptr;
+}
+
+Layer* Project::FindLayer(const void* layer) const {
+    for (const auto& candidate : mLayers) {
+        if (candidate.get() == layer) return candidate.get();
+    }
+    return nullptr;
+}
+
+Footage* Project::FindFootage(const void* footage) const {
+    for (const auto& item : mItems) {
+        if (item->mFootage && item->mFootage.get() == footage) return item->mFootage.get();
+    }
+    return nullptr;
+}
+
+Layer* Project::FindLayerById(int id) const {
+    for (const auto& layer : mLayers) {
+        if (layer->mId == id) return layer.get();
+    }
+    return nullptr;
+}
+
+int Project::GetIndex(const Layer* layer) const {
+    for (std::size_t i = 0; i < mLayers.size(); ++i) {
+        if (mLayers[i].get() == layer) return static_cast<int>(i);
+    }
+    return -1;
+}
+
+Layer* Project::ImportModel(const std::filesystem::path& file) {
+    for (const auto& layer : mLayers) {
+        if (layer->mSource != nullptr && layer->mSource->mFootage && layer->mSource->mFootage->mPath == file) {
+            return layer.get();
+        }
+    }
+    auto footage = std::make_unique<Footage>();
+    footage->mPath = file;
+    Layer* const layer = AddLayer(AddFootage(std::move(footage), GetRoot()));
+    layer->mFlags &= ~AEGP_LayerFlag_VIDEO_ACTIVE;
+    Reorder(layer, -1);
+    return layer;
+}
+
+std::filesystem::path Project::GetLayerPath(int layerId) const {
+    const Layer* const layer = layerId == AEGP_LayerIDVal_NONE ? nullptr : FindLayerById(layerId);
+    if (layer == nullptr || layer->mSource == nullptr || !layer->mSource->mFootage) return {};
+    return layer->mSource->mFootage->mPath;
+}
+
+}  // namespace nimbrel::host

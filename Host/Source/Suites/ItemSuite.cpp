@@ -1,0 +1,117 @@
+#include <cstdio>
+
+#include "NimbrelHost/Text.h"
+#include "Suites/SuiteSupport.h"
+
+namespace nimbrel::host {
+namespace {
+
+bool IsProject(AEGP_ProjectH project) {
+    return static_cast<const void*>(project) == static_cast<const void*>(&TheProject());
+}
+
+A_Err GetFirstProjItem(AEGP_ProjectH project, AEGP_ItemH* item) {
+    if (!IsProject(project) || item == nullptr) return A_Err_PARAMETER;
+    *item = ToHandle(TheProject().GetRoot());
+    return A_Err_NONE;
+}
+
+A_Err GetNextProjItem(AEGP_ProjectH project, AEGP_ItemH handle, AEGP_ItemH* next) {
+    if (!IsProject(project) || next == nullptr) return A_Err_PARAMETER;
+    const auto& items = TheProject().GetItems();
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        if (ToHandle(items[i].get()) != handle) continue;
+        *next = i + 1 < items.size() ? ToHandle(items[i + 1].get()) : nullptr;
+        return A_Err_NONE;
+    }
+    return A_Err_PARAMETER;
+}
+
+A_Err GetItemType(AEGP_ItemH handle, A_short* type) {
+    const Item* const item = ToItem(handle);
+    if (item == nullptr || type == nullptr) return A_Err_PARAMETER;
+    switch (item->mKind) {
+        case Item::Kind::Folder: *type = AEGP_ItemType_FOLDER; break;
+        case Item::Kind::Composition: *type = AEGP_ItemType_COMP; break;
+        case Item::Kind::Footage: *type = AEGP_ItemType_FOOTAGE; break;
+    }
+    return A_Err_NONE;
+}
+
+A_Err GetItemName(AEGP_PluginID, AEGP_ItemH handle, AEGP_MemHandle* name) {
+    return Guarded([&] {
+        const Item* const item = ToItem(handle);
+        if (item == nullptr || name == nullptr) return A_Err_PARAMETER;
+        *name = NewTextHandle(item->mName);
+        return *name == nullptr ? A_Err_ALLOC : A_Err_NONE;
+    });
+}
+
+A_Err GetNarrowItemName(AEGP_ItemH handle, A_char* name) {
+    const Item* const item = ToItem(handle);
+    if (item == nullptr || name == nullptr) return A_Err_PARAMETER;
+    std::snprintf(name, 32, "%s", item->mName.c_str());  // the interface's length of item names
+    return A_Err_NONE;
+}
+
+A_Err GetItemID(AEGP_ItemH handle, A_long* id) {
+    const Item* const item = ToItem(handle);
+    if (item == nullptr || id == nullptr) return A_Err_PARAMETER;
+    *id = item->mId;
+    return A_Err_NONE;
+}
+
+A_Err GetItemParentFolder(AEGP_ItemH handle, AEGP_ItemH* parent) {
+    const Item* const item = ToItem(handle);
+    if (item == nullptr || parent == nullptr) return A_Err_PARAMETER;
+    *parent = ToHandle(item->mParent);
+    return A_Err_NONE;
+}
+
+A_Err AddFolder(const std::string& name, AEGP_ItemH parentHandle, AEGP_ItemH* folder) {
+    if (const A_Err error = CheckMayChangeProject()) return error;
+    Item* const parent = parentHandle == nullptr ? TheProject().GetRoot() : ToItem(parentHandle);
+    if (parent == nullptr || parent->mKind != Item::Kind::Folder || folder == nullptr) return A_Err_PARAMETER;
+    *folder = ToHandle(TheProject().AddFolder(name, parent));
+    return A_Err_NONE;
+}
+
+A_Err CreateNewFolder(const A_UTF16Char* name, AEGP_ItemH parent, AEGP_ItemH* folder) {
+    return Guarded([&] { return name == nullptr ? A_Err_PARAMETER : AddFolder(ToUtf8(name), parent, folder); });
+}
+
+A_Err CreateNarrowFolder(const A_char* name, AEGP_ItemH parent, AEGP_ItemH* folder) {
+    return Guarded([&] { return name == nullptr ? A_Err_PARAMETER : AddFolder(name, parent, folder); });
+}
+
+template <class Table>
+void FillItemTable(Table& table) {
+    table.AEGP_GetFirstProjItem = GetFirstProjItem;
+    table.AEGP_GetNextProjItem = GetNextProjItem;
+    table.AEGP_GetItemType = GetItemType;
+    table.AEGP_GetItemID = GetItemID;
+    table.AEGP_GetItemParentFolder = GetItemParentFolder;
+}
+
+}  // namespace
+
+void AddItemSuites(SuiteRegistry& suites) {
+    static const AEGP_ItemSuite9 suite9 = [] {
+        auto table = MakeTable<AEGP_ItemSuite9>(kAEGPItemSuite);
+        FillItemTable(table);
+        table.AEGP_GetItemName = GetItemName;
+        table.AEGP_CreateNewFolder = CreateNewFolder;
+        return table;
+    }();
+    static const AEGP_ItemSuite6 suite6 = [] {
+        auto table = MakeTable<AEGP_ItemSuite6>(kAEGPItemSuite);
+        FillItemTable(table);
+        table.AEGP_GetItemName = GetNarrowItemName;
+        table.AEGP_CreateNewFolder = CreateNarrowFolder;
+        return table;
+    }();
+    suites.Add(kAEGPItemSuite, kAEGPItemSuiteVersion9, &suite9);
+    suites.Add(kAEGPItemSuite, kAEGPItemSuiteVersion6, &suite6);
+}
+
+}  // namespace nimbrel::host

@@ -1,0 +1,155 @@
+#include "NimbrelHost/Text.h"
+#include "Suites/SuiteSupport.h"
+
+namespace nimbrel::host {
+namespace {
+
+A_Err GetCompNumLayers(AEGP_CompH comp, A_long* count) {
+    if (!IsComp(comp) || count == nullptr) return A_Err_PARAMETER;
+    *count = static_cast<A_long>(TheProject().GetLayers().size());
+    return A_Err_NONE;
+}
+
+A_Err GetCompLayerByIndex(AEGP_CompH comp, A_long index, AEGP_LayerH* layer) {
+    const auto& layers = TheProject().GetLayers();
+    if (!IsComp(comp) || layer == nullptr || index < 0 || index >= static_cast<A_long>(layers.size())) {
+        return A_Err_PARAMETER;
+    }
+    *layer = ToHandle(layers[static_cast<std::size_t>(index)].get());
+    return A_Err_NONE;
+}
+
+A_Err GetLayerIndex(AEGP_LayerH handle, A_long* index) {
+    const Layer* const layer = ToLayer(handle);
+    if (layer == nullptr || index == nullptr) return A_Err_PARAMETER;
+    *index = TheProject().GetIndex(layer);
+    return A_Err_NONE;
+}
+
+A_Err GetLayerSourceItem(AEGP_LayerH handle, AEGP_ItemH* item) {
+    const Layer* const layer = ToLayer(handle);
+    if (layer == nullptr || item == nullptr) return A_Err_PARAMETER;
+    *item = ToHandle(layer->mSource);
+    return A_Err_NONE;
+}
+
+A_Err GetLayerParentComp(AEGP_LayerH handle, AEGP_CompH* comp) {
+    if (ToLayer(handle) == nullptr || comp == nullptr) return A_Err_PARAMETER;
+    *comp = TheComp();
+    return A_Err_NONE;
+}
+
+A_Err GetLayerName(AEGP_PluginID, AEGP_LayerH handle, AEGP_MemHandle* layerName, AEGP_MemHandle* sourceName) {
+    return Guarded([&] {
+        const Layer* const layer = ToLayer(handle);
+        if (layer == nullptr) return A_Err_PARAMETER;
+        if (layerName != nullptr) *layerName = NewTextHandle(layer->mName);
+        if (sourceName != nullptr) *sourceName = NewTextHandle(layer->mSource != nullptr ? layer->mSource->mName : "");
+        return A_Err_NONE;
+    });
+}
+
+A_Err GetLayerFlags(AEGP_LayerH handle, A_long* flags) {
+    const Layer* const layer = ToLayer(handle);
+    if (layer == nullptr || flags == nullptr) return A_Err_PARAMETER;
+    *flags = layer->mFlags;
+    return A_Err_NONE;
+}
+
+A_Err SetLayerFlag(AEGP_LayerH handle, A_long flag, A_Boolean value) {
+    if (const A_Err error = CheckMayChangeProject()) return error;
+    Layer* const layer = ToLayer(handle);
+    if (layer == nullptr) return A_Err_PARAMETER;
+    layer->mFlags = value != 0 ? layer->mFlags | flag : layer->mFlags & ~flag;
+    return A_Err_NONE;
+}
+
+A_Err IsAddLayerValid(AEGP_ItemH handle, AEGP_CompH comp, A_Boolean* valid) {
+    const Item* const item = ToItem(handle);
+    if (item == nullptr || !IsComp(comp) || valid == nullptr) return A_Err_PARAMETER;
+    *valid = item->mKind == Item::Kind::Footage ? 1 : 0;
+    return A_Err_NONE;
+}
+
+A_Err AddLayer(AEGP_ItemH handle, AEGP_CompH comp, AEGP_LayerH* layer) {
+    return Guarded([&]() -> A_Err {
+        if (const A_Err error = CheckMayChangeProject()) return error;
+        Item* const item = ToItem(handle);
+        if (item == nullptr || item->mKind != Item::Kind::Footage || !IsComp(comp) || layer == nullptr) {
+            return A_Err_PARAMETER;
+        }
+        *layer = ToHandle(TheProject().AddLayer(item));
+        return A_Err_NONE;
+    });
+}
+
+A_Err ReorderLayer(AEGP_LayerH handle, A_long index) {
+    if (const A_Err error = CheckMayChangeProject()) return error;
+    Layer* const layer = ToLayer(handle);
+    return layer != nullptr && TheProject().Reorder(layer, index) ? A_Err_NONE : A_Err_PARAMETER;
+}
+
+A_Err GetLayerObjectType(AEGP_LayerH handle, A_long* type) {
+    const Layer* const layer = ToLayer(handle);
+    if (layer == nullptr || type == nullptr) return A_Err_PARAMETER;
+    *type = layer->mKind == Layer::Kind::Camera ? AEGP_ObjectType_CAMERA : AEGP_ObjectType_AV;
+    return A_Err_NONE;
+}
+
+A_Err GetLayerID(AEGP_LayerH handle, A_long* id) {
+    const Layer* const layer = ToLayer(handle);
+    if (layer == nullptr || id == nullptr) return A_Err_PARAMETER;
+    *id = layer->mId;
+    return A_Err_NONE;
+}
+
+A_Err GetLayerToWorldXform(AEGP_LayerH handle, const A_Time* time, A_Matrix4* matrix) {
+    const Layer* const layer = ToLayer(handle);
+    if (layer == nullptr || time == nullptr || matrix == nullptr) return A_Err_PARAMETER;
+    *matrix = ToRowMatrix(layer->ToWorld(ToSeconds(time)));
+    return A_Err_NONE;
+}
+
+A_Err SetLayerName(AEGP_LayerH handle, const A_UTF16Char* name) {
+    return Guarded([&]() -> A_Err {
+        if (const A_Err error = CheckMayChangeProject()) return error;
+        Layer* const layer = ToLayer(handle);
+        if (layer == nullptr || name == nullptr) return A_Err_PARAMETER;
+        layer->mName = ToUtf8(name);
+        return A_Err_NONE;
+    });
+}
+
+A_Err GetLayerFromLayerID(AEGP_CompH comp, A_long id, AEGP_LayerH* layer) {
+    if (!IsComp(comp) || layer == nullptr) return A_Err_PARAMETER;
+    *layer = ToHandle(TheProject().FindLayerById(id));
+    return *layer == nullptr ? A_Err_PARAMETER : A_Err_NONE;
+}
+
+}  // namespace
+
+void AddLayerSuite(SuiteRegistry& suites) {
+    static const AEGP_LayerSuite8 suite = [] {
+        auto table = MakeTable<AEGP_LayerSuite8>(kAEGPLayerSuite);
+        table.AEGP_GetCompNumLayers = GetCompNumLayers;
+        table.AEGP_GetCompLayerByIndex = GetCompLayerByIndex;
+        table.AEGP_GetLayerIndex = GetLayerIndex;
+        table.AEGP_GetLayerSourceItem = GetLayerSourceItem;
+        table.AEGP_GetLayerParentComp = GetLayerParentComp;
+        table.AEGP_GetLayerName = GetLayerName;
+        table.AEGP_GetLayerFlags = GetLayerFlags;
+        table.AEGP_SetLayerFlag = SetLayerFlag;
+        table.AEGP_IsAddLayerValid = IsAddLayerValid;
+        table.AEGP_AddLayer = AddLayer;
+        table.AEGP_ReorderLayer = ReorderLayer;
+        table.AEGP_GetLayerObjectType = GetLayerObjectType;
+        table.AEGP_GetLayerID = GetLayerID;
+        table.AEGP_GetLayerToWorldXform = GetLayerToWorldXform;
+        table.AEGP_SetLayerName = SetLayerName;
+        table.AEGP_GetLayerFromLayerID = GetLayerFromLayerID;
+        return table;
+    }();
+    suites.Add(kAEGPLayerSuite, kAEGPLayerSuiteVersion8, &suite);
+}
+
+}  // namespace nimbrel::host

@@ -1,0 +1,123 @@
+#include "Suites/SuiteSupport.h"
+
+// What the effect keeps with the host without a project: memory, cached values, hashes.
+
+#include "NimbrelHost/Hash128.h"
+
+namespace nimbrel::host {
+namespace {
+
+void** ToBlock(AEGP_MemHandle handle) { return reinterpret_cast<void**>(handle); }
+
+A_Err NewMemHandle(AEGP_PluginID, const A_char*, A_u_long size, A_long, AEGP_MemHandle* handle) {
+    return Guarded([&] {
+        if (handle == nullptr) return A_Err_PARAMETER;
+        *handle = reinterpret_cast<AEGP_MemHandle>(Host::Active().GetMemory().New(size));
+        return *handle == nullptr ? A_Err_ALLOC : A_Err_NONE;
+    });
+}
+
+A_Err FreeMemHandle(AEGP_MemHandle handle) {
+    return Guarded([&] { return Host::Active().GetMemory().Dispose(ToBlock(handle)) ? A_Err_NONE : A_Err_PARAMETER; });
+}
+
+A_Err LockMemHandle(AEGP_MemHandle handle, void** data) {
+    return Guarded([&] {
+        if (data == nullptr) return A_Err_PARAMETER;
+        *data = Host::Active().GetMemory().Lock(ToBlock(handle));
+        return *data == nullptr ? A_Err_PARAMETER : A_Err_NONE;
+    });
+}
+
+A_Err UnlockMemHandle(AEGP_MemHandle handle) {
+    return Guarded([&] { return Host::Active().GetMemory().Unlock(ToBlock(handle)) ? A_Err_NONE : A_Err_PARAMETER; });
+}
+
+A_Err GetMemHandleSize(AEGP_MemHandle handle, A_u_long* size) {
+    return Guarded([&] {
+        HandleStore& memory = Host::Active().GetMemory();
+        if (size == nullptr || !memory.IsLive(ToBlock(handle))) return A_Err_PARAMETER;
+        *size = static_cast<A_u_long>(memory.GetSize(ToBlock(handle)));
+        return A_Err_NONE;
+    });
+}
+
+A_Err ResizeMemHandle(const A_char*, A_u_long size, AEGP_MemHandle handle) {
+    return Guarded([&] { return Host::Active().GetMemory().Resize(ToBlock(handle), size) ? A_Err_NONE : A_Err_ALLOC; });
+}
+
+ComputeCache& TheCache() { return Host::Active().GetCache(); }
+
+A_Err ClassRegister(AEGP_CCComputeClassIdP name, const AEGP_ComputeCacheCallbacks* callbacks) {
+    return Guarded([&] { return TheCache().Register(name, callbacks); });
+}
+
+A_Err ClassUnregister(AEGP_CCComputeClassIdP name) {
+    return Guarded([&] { return TheCache().Unregister(name); });
+}
+
+A_Err ComputeIfNeededAndCheckout(AEGP_CCComputeClassIdP name, AEGP_CCComputeOptionsRefconP options, bool wait,
+                                 AEGP_CCCheckoutReceiptP* receipt) {
+    return Guarded([&] { return TheCache().ComputeIfNeededAndCheckout(name, options, wait, receipt); });
+}
+
+A_Err CheckoutCached(AEGP_CCComputeClassIdP name, AEGP_CCComputeOptionsRefconP options,
+                     AEGP_CCCheckoutReceiptP* receipt) {
+    return Guarded([&] { return TheCache().CheckoutCached(name, options, receipt); });
+}
+
+A_Err GetReceiptComputeValue(AEGP_CCCheckoutReceiptP receipt, AEGP_CCComputeValueRefconP* value) {
+    return Guarded([&] { return TheCache().GetValue(receipt, value); });
+}
+
+A_Err CheckinComputeReceipt(AEGP_CCCheckoutReceiptP receipt) {
+    return Guarded([&] { return TheCache().Checkin(receipt); });
+}
+
+A_Err MixInto(Hash128 hash, A_u_longlong size, const void* data, AEGP_GUID* guid) {
+    if ((data == nullptr && size > 0) || guid == nullptr) return A_Err_PARAMETER;
+    MixHash(hash, data, static_cast<std::size_t>(size));
+    static_assert(sizeof(hash) == sizeof(*guid));
+    std::memcpy(guid, hash.data(), sizeof(*guid));
+    return A_Err_NONE;
+}
+
+A_Err CreateHashFromPtr(A_u_longlong size, const void* data, AEGP_GUID* guid) {
+    return MixInto(StartHash(), size, data, guid);
+}
+
+A_Err HashMixInPtr(A_u_longlong size, const void* data, AEGP_GUID* guid) {
+    if (guid == nullptr) return A_Err_PARAMETER;
+    Hash128 hash{};
+    std::memcpy(hash.data(), guid, sizeof(*guid));
+    return MixInto(hash, size, data, guid);
+}
+
+}  // namespace
+
+void AddMemorySuite(SuiteRegistry& suites) {
+    static const AEGP_MemorySuite1 suite = [] {
+        auto table = MakeTable<AEGP_MemorySuite1>(kAEGPMemorySuite);
+        table.AEGP_NewMemHandle = NewMemHandle;
+        table.AEGP_FreeMemHandle = FreeMemHandle;
+        table.AEGP_LockMemHandle = LockMemHandle;
+        table.AEGP_UnlockMemHandle = UnlockMemHandle;
+        table.AEGP_GetMemHandleSize = GetMemHandleSize;
+        table.AEGP_ResizeMemHandle = ResizeMemHandle;
+        return table;
+    }();
+    suites.Add(kAEGPMemorySuite, kAEGPMemorySuiteVersion1, &suite);
+}
+
+void AddComputeCacheSuite(SuiteRegistry& suites) {
+    static const AEGP_ComputeCacheSuite1 suite = {ClassRegister,  ClassUnregister,        ComputeIfNeededAndCheckout,
+                                                  CheckoutCached, GetReceiptComputeValue, CheckinComputeReceipt};
+    suites.Add(kAEGPComputeCacheSuite, kAEGPComputeCacheSuiteVersion1, &suite);
+}
+
+void AddHashSuite(SuiteRegistry& suites) {
+    static const AEGP_HashSuite1 suite = {CreateHashFromPtr, HashMixInPtr};
+    suites.Add(kAEGPHashSuite, kAEGPHashSuiteVersion1, &suite);
+}
+
+}  // namespace nimbrel::host

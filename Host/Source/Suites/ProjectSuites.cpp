@@ -1,0 +1,148 @@
+#include "NimbrelHost/Text.h"
+#include "Suites/SuiteSupport.h"
+
+// The suites of projects, footage and compositions.
+
+namespace nimbrel::host {
+namespace {
+
+A_Err GetNumProjects(A_long* count) {
+    if (count == nullptr) return A_Err_PARAMETER;
+    *count = 1;
+    return A_Err_NONE;
+}
+
+A_Err GetProjectByIndex(A_long index, AEGP_ProjectH* project) {
+    if (index != 0 || project == nullptr) return A_Err_PARAMETER;
+    *project = reinterpret_cast<AEGP_ProjectH>(&TheProject());
+    return A_Err_NONE;
+}
+
+A_Err GetProjectRootFolder(AEGP_ProjectH project, AEGP_ItemH* root) {
+    if (static_cast<const void*>(project) != static_cast<const void*>(&TheProject()) || root == nullptr) {
+        return A_Err_PARAMETER;
+    }
+    *root = ToHandle(TheProject().GetRoot());
+    return A_Err_NONE;
+}
+
+Footage* ToFootage(AEGP_FootageH handle) {
+    Footage* const footage = TheProject().FindFootage(handle);
+    return footage != nullptr ? footage : Host::Active().GetLooseFootage().Find(handle);
+}
+
+A_Err GetMainFootageFromItem(AEGP_ItemH handle, AEGP_FootageH* footage) {
+    const Item* const item = ToItem(handle);
+    if (item == nullptr || !item->mFootage || footage == nullptr) return A_Err_PARAMETER;
+    *footage = ToHandle(item->mFootage.get());
+    return A_Err_NONE;
+}
+
+A_Err GetFootagePath(AEGP_FootageH handle, A_long, A_long, AEGP_MemHandle* path) {
+    return Guarded([&] {
+        const Footage* const footage = ToFootage(handle);
+        if (footage == nullptr || path == nullptr) return A_Err_PARAMETER;
+        *path = NewTextHandle(PathText(footage->mPath));
+        return *path == nullptr ? A_Err_ALLOC : A_Err_NONE;
+    });
+}
+
+A_Err GetFootageSignature(AEGP_FootageH handle, A_long* signature) {
+    const Footage* const footage = ToFootage(handle);
+    if (footage == nullptr || signature == nullptr) return A_Err_PARAMETER;
+    *signature = footage->mPath.empty() ? AEGP_FootageSignature_SOLID : AEGP_FootageSignature_NONE;
+    return A_Err_NONE;
+}
+
+A_Err NewFootage(AEGP_PluginID, const A_UTF16Char* path, const AEGP_FootageLayerKey*,
+                 const AEGP_FileSequenceImportOptions*, AEGP_InterpretationStyle, void*, AEGP_FootageH* footage) {
+    return Guarded([&]() -> A_Err {
+        if (const A_Err error = CheckMayChangeProject()) return error;
+        if (path == nullptr || footage == nullptr) return A_Err_PARAMETER;
+        auto made = std::make_unique<Footage>();
+        made->mPath = TextPath(ToUtf8(path));
+        std::error_code ignored;
+        if (!std::filesystem::is_regular_file(made->mPath, ignored)) return A_Err_PARAMETER;
+        *footage = ToHandle(Host::Active().GetLooseFootage().Add(std::move(made)));
+        return A_Err_NONE;
+    });
+}
+
+A_Err AddFootageToProject(AEGP_FootageH handle, AEGP_ItemH folderHandle, AEGP_ItemH* item) {
+    return Guarded([&]() -> A_Err {
+        if (const A_Err error = CheckMayChangeProject()) return error;
+        Item* const folder = ToItem(folderHandle);
+        if (folder == nullptr || folder->mKind != Item::Kind::Folder || item == nullptr) return A_Err_PARAMETER;
+        std::unique_ptr<Footage> footage = Host::Active().GetLooseFootage().Take(handle);
+        if (!footage) return A_Err_PARAMETER;
+        *item = ToHandle(TheProject().AddFootage(std::move(footage), folder));
+        return A_Err_NONE;
+    });
+}
+
+A_Err DisposeFootage(AEGP_FootageH handle) {
+    return Guarded([&] { return Host::Active().GetLooseFootage().Take(handle) ? A_Err_NONE : A_Err_PARAMETER; });
+}
+
+A_Err GetCompFromItem(AEGP_ItemH handle, AEGP_CompH* comp) {
+    const Item* const item = ToItem(handle);
+    if (item == nullptr || item->mKind != Item::Kind::Composition || comp == nullptr) return A_Err_PARAMETER;
+    *comp = TheComp();
+    return A_Err_NONE;
+}
+
+A_Err GetItemFromComp(AEGP_CompH comp, AEGP_ItemH* item) {
+    if (!IsComp(comp) || item == nullptr) return A_Err_PARAMETER;
+    *item = ToHandle(TheProject().GetCompositionItem());
+    return A_Err_NONE;
+}
+
+A_Err GetCompFramerate(AEGP_CompH comp, A_FpLong* rate) {
+    if (!IsComp(comp) || rate == nullptr) return A_Err_PARAMETER;
+    *rate = TheProject().GetComposition().mFrameRate;
+    return A_Err_NONE;
+}
+
+A_Err CreateNullInComp(const A_UTF16Char* name, AEGP_CompH comp, const A_Time*, AEGP_LayerH* layer) {
+    return Guarded([&]() -> A_Err {
+        if (const A_Err error = CheckMayChangeProject()) return error;
+        if (!IsComp(comp) || layer == nullptr) return A_Err_PARAMETER;
+        *layer = ToHandle(TheProject().AddNull(name == nullptr ? "Null" : ToUtf8(name)));
+        return A_Err_NONE;
+    });
+}
+
+}  // namespace
+
+void AddProjectSuites(SuiteRegistry& suites) {
+    static const AEGP_ProjSuite6 projectSuite = [] {
+        auto table = MakeTable<AEGP_ProjSuite6>(kAEGPProjSuite);
+        table.AEGP_GetNumProjects = GetNumProjects;
+        table.AEGP_GetProjectByIndex = GetProjectByIndex;
+        table.AEGP_GetProjectRootFolder = GetProjectRootFolder;
+        return table;
+    }();
+    static const AEGP_FootageSuite5 footageSuite = [] {
+        auto table = MakeTable<AEGP_FootageSuite5>(kAEGPFootageSuite);
+        table.AEGP_GetMainFootageFromItem = GetMainFootageFromItem;
+        table.AEGP_GetFootagePath = GetFootagePath;
+        table.AEGP_GetFootageSignature = GetFootageSignature;
+        table.AEGP_NewFootage = NewFootage;
+        table.AEGP_AddFootageToProject = AddFootageToProject;
+        table.AEGP_DisposeFootage = DisposeFootage;
+        return table;
+    }();
+    static const AEGP_CompSuite11 compSuite = [] {
+        auto table = MakeTable<AEGP_CompSuite11>(kAEGPCompSuite);
+        table.AEGP_GetCompFromItem = GetCompFromItem;
+        table.AEGP_GetItemFromComp = GetItemFromComp;
+        table.AEGP_GetCompFramerate = GetCompFramerate;
+        table.AEGP_CreateNullInComp = CreateNullInComp;
+        return table;
+    }();
+    suites.Add(kAEGPProjSuite, kAEGPProjSuiteVersion6, &projectSuite);
+    suites.Add(kAEGPFootageSuite, kAEGPFootageSuiteVersion5, &footageSuite);
+    suites.Add(kAEGPCompSuite, kAEGPCompSuiteVersion11, &compSuite);
+}
+
+}  // namespace nimbrel::host

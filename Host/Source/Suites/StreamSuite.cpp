@@ -1,0 +1,322 @@
+#include <fmt/format.h>
+
+#include "NimbrelHost/Settings.h"
+#include "NimbrelHost/Text.h"
+#include "Suites/SuiteSupport.h"
+
+namespace nimbrel::host {
+namespace {
+
+StreamReference* ToStream(AEGP_StreamRefH handle) { return Host::Active().GetStreams().Find(handle); }
+
+AEGP_StreamRefH NewStream(const StreamReference& stream) {
+    return reinterpret_cast<AEGP_StreamRefH>(
+        Host::Active().GetStreams().Add(std::make_unique<StreamReference>(stream)));
+}
+
+/// The value of a layer's own stream. Streams that the layer doesn't have give false.
+bool ReadLayerStream(const Layer& layer, int stream, double seconds, AEGP_StreamVal2& value, A_long& type) {
+    const auto vector = [&](const glm::dvec3& from) {
+        value.three_d = {from.x, from.y, from.z};
+        type = stream == AEGP_LayerStream_POSITION || stream == AEGP_LayerStream_ANCHORPOINT
+                   ? AEGP_StreamType_ThreeD_SPATIAL
+                   : AEGP_StreamType_ThreeD;
+        return true;
+    };
+    const auto number = [&](double from) {
+        value.one_d = from;
+        type = AEGP_StreamType_OneD;
+        return true;
+    };
+    const Camera* const camera = layer.mCamera ? &*layer.mCamera : nullptr;
+    const bool isRotation = stream >= AEGP_LayerStream_ROTATE_X && stream <= AEGP_LayerStream_ROTATE_Y;
+    if (camera == nullptr) {
+        if (stream == AEGP_LayerStream_POSITION || stream == AEGP_LayerStream_ANCHORPOINT)
+            return vector(layer.mPosition);
+        if (stream == AEGP_LayerStream_SCALE) return vector(glm::dvec3(100));
+        if (stream == AEGP_LayerStream_ORIENTATION) return vector(glm::dvec3(0));
+        return (isRotation || stream == AEGP_LayerStream_ROTATE_Z) && number(0);
+    }
+    const glm::dvec3 rotation = Evaluate(camera->mRotation, seconds);
+    switch (stream) {
+        case AEGP_LayerStream_ZOOM: return number(Evaluate(camera->mZoom, seconds));
+        case AEGP_LayerStream_POSITION: return vector(Evaluate(camera->mPosition, seconds));
+        case AEGP_LayerStream_ANCHORPOINT:
+            return camera->mPointOfInterest && vector(Evaluate(*camera->mPointOfInterest, seconds));
+        case AEGP_LayerStream_ORIENTATION: return vector(Evaluate(camera->mOrientation, seconds));
+        case AEGP_LayerStream_ROTATE_X: return number(rotation.x);
+        case AEGP_LayerStream_ROTATE_Y: return number(rotation.y);
+        case AEGP_LayerStream_ROTATE_Z: return number(rotation.z);
+        default: return false;
+    }
+}
+
+/// The type of an effect's stream; no-data for what has no value here.
+A_long GetParameterStreamType(const Parameter& parameter) {
+    switch (parameter.GetType()) {
+        case PF_Param_LAYER: return AEGP_StreamType_LAYER_ID;
+        case PF_Param_COLOR: return AEGP_StreamType_COLOR;
+        case PF_Param_POINT_3D: return AEGP_StreamType_ThreeD_SPATIAL;
+        case PF_Param_ARBITRARY_DATA: return AEGP_StreamType_ARB;
+        default: return parameter.HasValue() ? AEGP_StreamType_OneD : AEGP_StreamType_NO_DATA;
+    }
+}
+
+/// Values of streams are as the user sees them: points in full-resolution pixels, pop-ups from 1.
+A_Err ReadParameterStream(const Parameter& parameter, double seconds, AEGP_StreamVal2& value) {
+    const glm::dvec3 numbers = EvaluateNumbers(parameter, seconds);
+    switch (GetParameterStreamType(parameter)) {
+        case AEGP_StreamType_LAYER_ID: value.layer_id = static_cast<AEGP_LayerIDVal>(numbers.x); return A_Err_NONE;
+        case AEGP_StreamType_COLOR: value.color = {1, numbers.x, numbers.y, numbers.z}; return A_Err_NONE;
+        case AEGP_StreamType_ThreeD_SPATIAL: value.three_d = {numbers.x, numbers.y, numbers.z}; return A_Err_NONE;
+        case AEGP_StreamType_OneD:
+            value.one_d = numbers.x + (parameter.GetType() == PF_Param_POPUP ? 1 : 0);
+            return A_Err_NONE;
+        default: return A_Err_PARAMETER;
+    }
+}
+
+A_Err WriteParameterStream(Parameter& parameter, const AEGP_StreamVal2& value) {
+    if (!parameter.mValue.IsConstant()) return A_Err_PARAMETER;
+    glm::dvec3 numbers(0);
+    switch (GetParameterStreamType(parameter)) {
+        case AEGP_StreamType_LAYER_ID:
+            if (value.layer_id != AEGP_LayerIDVal_NONE && TheProject().FindLayerById(value.layer_id) == nullptr) {
+                return A_Err_PARAMETER;
+            }
+            numbers.x = value.layer_id;
+            break;
+        case AEGP_StreamType_COLOR: numbers = {value.color.redF, value.color.greenF, value.color.blueF}; break;
+        case AEGP_StreamType_ThreeD_SPATIAL: numbers = {value.three_d.x, value.three_d.y, value.three_d.z}; break;
+        case AEGP_StreamType_OneD: numbers.x = value.one_d - (parameter.GetType() == PF_Param_POPUP ? 1 : 0); break;
+        default: return A_Err_PARAMETER;
+    }
+    parameter.mValue.mKeys.front().mValue.mNumbers = numbers;
+    parameter.mIsSet = true;
+    return A_Err_NONE;
+}
+
+A_Err GetNewLayerStream(AEGP_PluginID, AEGP_LayerH handle, A_long stream, AEGP_StreamRefH* reference) {
+    return Guarded([&] {
+        Layer* const layer = ToLayer(handle);
+        AEGP_StreamVal2 value{};
+        A_long type = 0;
+        if (layer == nullptr || reference == nullptr || !ReadLayerStream(*layer, stream, 0, value, type)) {
+            return A_Err_PARAMETER;
+        }
+        *reference = NewStream({layer, stream, nullptr});
+        return A_Err_NONE;
+    });
+}
+
+A_Err GetEffectNumParamStreams(AEGP_EffectRefH effect, A_long* count) {
+    if (Host::Active().GetEffectReferences().Find(effect) == nullptr || count == nullptr) return A_Err_PARAMETER;
+    *count = static_cast<A_long>(Host::Active().GetParameters().Count()) + 1;
+    return A_Err_NONE;
+}
+
+A_Err GetNewEffectStreamByIndex(AEGP_PluginID, AEGP_EffectRefH effect, A_long index, AEGP_StreamRefH* reference) {
+    return Guarded([&] {
+        Host& host = Host::Active();
+        Parameter* const parameter = host.GetParameters().Get(index);
+        if (host.GetEffectReferences().Find(effect) == nullptr || parameter == nullptr || reference == nullptr) {
+            return A_Err_PARAMETER;
+        }
+        *reference = NewStream({nullptr, -1, parameter});
+        return A_Err_NONE;
+    });
+}
+
+A_Err DisposeStream(AEGP_StreamRefH reference) {
+    return Guarded([&] {
+        if (Host::Active().GetStreams().Take(reference)) return A_Err_NONE;
+        Host::Active().GetDiagnostics().Report("dispose: stream that is not, or no longer, in use");
+        return A_Err_PARAMETER;
+    });
+}
+
+std::string GetName(const StreamReference& stream) {
+    return stream.mParameter != nullptr ? stream.mParameter->mName
+                                        : fmt::format("{} stream {}", stream.mLayer->mName, stream.mStream);
+}
+
+A_Err GetStreamName(AEGP_PluginID, AEGP_StreamRefH reference, A_Boolean, AEGP_MemHandle* name) {
+    return Guarded([&] {
+        const StreamReference* const stream = ToStream(reference);
+        if (stream == nullptr || name == nullptr) return A_Err_PARAMETER;
+        *name = NewTextHandle(GetName(*stream));
+        return *name == nullptr ? A_Err_ALLOC : A_Err_NONE;
+    });
+}
+
+A_Err IsStreamTimevarying(AEGP_StreamRefH reference, A_Boolean* varies) {
+    const StreamReference* const stream = ToStream(reference);
+    if (stream == nullptr || varies == nullptr) return A_Err_PARAMETER;
+    *varies = stream->mParameter != nullptr && !stream->mParameter->mValue.IsConstant() ? 1 : 0;
+    return A_Err_NONE;
+}
+
+A_Err GetStreamType(AEGP_StreamRefH reference, A_long* type) {
+    const StreamReference* const stream = ToStream(reference);
+    if (stream == nullptr || type == nullptr) return A_Err_PARAMETER;
+    AEGP_StreamVal2 value{};
+    *type = AEGP_StreamType_NO_DATA;
+    if (stream->mParameter != nullptr) {
+        *type = GetParameterStreamType(*stream->mParameter);
+    } else {
+        ReadLayerStream(*stream->mLayer, stream->mStream, 0, value, *type);
+    }
+    return A_Err_NONE;
+}
+
+A_Err GetNewStreamValue(AEGP_PluginID, AEGP_StreamRefH reference, A_short, const A_Time* time, A_Boolean,
+                        AEGP_StreamValue2* value) {
+    return Guarded([&]() -> A_Err {
+        const StreamReference* const stream = ToStream(reference);
+        if (stream == nullptr || time == nullptr || value == nullptr) return A_Err_PARAMETER;
+        *value = {};
+        value->streamH = reference;
+        if (stream->mParameter != nullptr) return ReadParameterStream(*stream->mParameter, ToSeconds(time), value->val);
+        A_long type = 0;
+        const bool good = ReadLayerStream(*stream->mLayer, stream->mStream, ToSeconds(time), value->val, type);
+        return good ? A_Err_NONE : A_Err_PARAMETER;
+    });
+}
+
+A_Err DisposeStreamValue(AEGP_StreamValue2* value) {
+    // No kind of value that is given out holds memory.
+    if (value == nullptr) return A_Err_PARAMETER;
+    value->streamH = nullptr;
+    return A_Err_NONE;
+}
+
+A_Err SetStreamValue(AEGP_PluginID, AEGP_StreamRefH reference, AEGP_StreamValue2* value) {
+    return Guarded([&]() -> A_Err {
+        if (const A_Err error = CheckMayChangeProject()) return error;
+        const StreamReference* const stream = ToStream(reference);
+        if (stream == nullptr || stream->mParameter == nullptr || value == nullptr) return A_Err_PARAMETER;
+        return WriteParameterStream(*stream->mParameter, value->val);
+    });
+}
+
+A_Err GetLayerStreamValue(AEGP_LayerH handle, A_long stream, A_short, const A_Time* time, A_Boolean,
+                          AEGP_StreamVal2* value, A_long* type) {
+    const Layer* const layer = ToLayer(handle);
+    A_long found = 0;
+    if (layer == nullptr || time == nullptr || value == nullptr ||
+        !ReadLayerStream(*layer, stream, ToSeconds(time), *value, found)) {
+        return A_Err_PARAMETER;
+    }
+    if (type != nullptr) *type = found;
+    return A_Err_NONE;
+}
+
+Expression* ToExpression(AEGP_StreamRefH reference) {
+    StreamReference* const stream = ToStream(reference);
+    if (stream == nullptr) return nullptr;
+    return stream->mParameter != nullptr ? &stream->mParameter->mExpression
+                                         : &stream->mLayer->mExpressions[stream->mStream];
+}
+
+A_Err SetExpressionState(AEGP_PluginID, AEGP_StreamRefH reference, A_Boolean enabled) {
+    return Guarded([&]() -> A_Err {
+        if (const A_Err error = CheckMayChangeProject()) return error;
+        Expression* const expression = ToExpression(reference);
+        if (expression == nullptr) return A_Err_PARAMETER;
+        expression->mEnabled = enabled != 0;
+        return A_Err_NONE;
+    });
+}
+
+A_Err SetExpressionText(AEGP_StreamRefH reference, const std::string& text) {
+    if (const A_Err error = CheckMayChangeProject()) return error;
+    Expression* const expression = ToExpression(reference);
+    if (expression == nullptr) return A_Err_PARAMETER;
+    expression->mText = text;
+    expression->mEnabled = !text.empty();
+    return A_Err_NONE;
+}
+
+A_Err SetExpression(AEGP_PluginID, AEGP_StreamRefH reference, const A_UTF16Char* text) {
+    return Guarded([&] { return text == nullptr ? A_Err_PARAMETER : SetExpressionText(reference, ToUtf8(text)); });
+}
+
+A_Err SetNarrowExpression(AEGP_PluginID, AEGP_StreamRefH reference, const A_char* text) {
+    return Guarded([&] { return text == nullptr ? A_Err_PARAMETER : SetExpressionText(reference, text); });
+}
+
+A_Err GetDynamicStreamFlags(AEGP_StreamRefH reference, A_u_long* flags) {
+    const StreamReference* const stream = ToStream(reference);
+    if (stream == nullptr || flags == nullptr) return A_Err_PARAMETER;
+    const bool hidden = stream->mParameter != nullptr && stream->mParameter->mIsHidden;
+    *flags = hidden ? A_u_long{AEGP_DynStreamFlag_HIDDEN} : 0U;
+    return A_Err_NONE;
+}
+
+A_Err SetDynamicStreamFlag(AEGP_StreamRefH reference, A_u_long flag, A_Boolean undoable, A_Boolean set) {
+    if (const A_Err error = CheckMayChangeProject()) return error;
+    const StreamReference* const stream = ToStream(reference);
+    if (stream == nullptr || stream->mParameter == nullptr) return A_Err_PARAMETER;
+    if (flag != AEGP_DynStreamFlag_HIDDEN || undoable != 0) return A_Err_PARAMETER;
+    stream->mParameter->mIsHidden = set != 0;
+    return A_Err_NONE;
+}
+
+A_Err SetStreamName(AEGP_StreamRefH reference, const A_UTF16Char* name) {
+    return Guarded([&]() -> A_Err {
+        if (const A_Err error = CheckMayChangeProject()) return error;
+        const StreamReference* const stream = ToStream(reference);
+        if (stream == nullptr || stream->mParameter == nullptr || name == nullptr) return A_Err_PARAMETER;
+        stream->mParameter->mName = ToUtf8(name);
+        return A_Err_NONE;
+    });
+}
+
+/// What both versions of the stream suite have alike.
+template <class Table>
+void FillStreamTable(Table& table) {
+    table.AEGP_GetNewLayerStream = GetNewLayerStream;
+    table.AEGP_GetEffectNumParamStreams = GetEffectNumParamStreams;
+    table.AEGP_GetNewEffectStreamByIndex = GetNewEffectStreamByIndex;
+    table.AEGP_DisposeStream = DisposeStream;
+    table.AEGP_IsStreamTimevarying = IsStreamTimevarying;
+    table.AEGP_GetStreamType = GetStreamType;
+    table.AEGP_GetNewStreamValue = GetNewStreamValue;
+    table.AEGP_DisposeStreamValue = DisposeStreamValue;
+    table.AEGP_SetStreamValue = SetStreamValue;
+    table.AEGP_GetLayerStreamValue = GetLayerStreamValue;
+    table.AEGP_SetExpressionState = SetExpressionState;
+}
+
+}  // namespace
+
+void AddStreamSuites(SuiteRegistry& suites) {
+    static const AEGP_StreamSuite5 suite5 = [] {
+        auto table = MakeTable<AEGP_StreamSuite5>(kAEGPStreamSuite);
+        FillStreamTable(table);
+        table.AEGP_GetStreamName = GetStreamName;
+        table.AEGP_SetExpression = SetExpression;
+        return table;
+    }();
+    static const AEGP_StreamSuite2 suite2 = [] {
+        auto table = MakeTable<AEGP_StreamSuite2>(kAEGPStreamSuite);
+        FillStreamTable(table);
+        table.AEGP_SetExpression = SetNarrowExpression;
+        return table;
+    }();
+    suites.Add(kAEGPStreamSuite, kAEGPStreamSuiteVersion5, &suite5);
+    suites.Add(kAEGPStreamSuite, kAEGPStreamSuiteVersion2, &suite2);
+}
+
+void AddDynamicStreamSuite(SuiteRegistry& suites) {
+    static const AEGP_DynamicStreamSuite4 suite = [] {
+        auto table = MakeTable<AEGP_DynamicStreamSuite4>(kAEGPDynamicStreamSuite);
+        table.AEGP_GetDynamicStreamFlags = GetDynamicStreamFlags;
+        table.AEGP_SetDynamicStreamFlag = SetDynamicStreamFlag;
+        table.AEGP_SetStreamName = SetStreamName;
+        return table;
+    }();
+    suites.Add(kAEGPDynamicStreamSuite, kAEGPDynamicStreamSuiteVersion4, &suite);
+}
+
+}  // namespace nimbrel::host

@@ -1,0 +1,54 @@
+#include "Suites/SuiteSupport.h"
+
+#include <fmt/format.h>
+
+#include "NimbrelHost/Command.h"
+#include "NimbrelHost/Text.h"
+
+namespace nimbrel::host {
+
+void ReportUnserved(const char* suite, int slot) {
+    try {
+        Host::Active().GetDiagnostics().Report(fmt::format("{}: function {} is not served by this host", suite, slot));
+    } catch (...) {
+        // Without a host there is nobody to tell.
+    }
+}
+
+A_Err CheckMayChangeProject() {
+    const Command* const command = Command::Current();
+    if (command == nullptr) return A_Err_WRONG_THREAD;
+    switch (command->GetCommand()) {
+        case PF_Cmd_GLOBAL_SETUP:
+        case PF_Cmd_GLOBAL_SETDOWN:
+        case PF_Cmd_USER_CHANGED_PARAM:
+        case PF_Cmd_UPDATE_PARAMS_UI:
+        case PF_Cmd_EVENT: return A_Err_NONE;
+        default: return A_Err_CONST_PROJECT_MODIFICATION;
+    }
+}
+
+double ToSeconds(A_long value, A_u_long scale) { return scale == 0 ? 0 : static_cast<double>(value) / scale; }
+
+double ToSeconds(const A_Time* time) { return time == nullptr ? 0 : ToSeconds(time->value, time->scale); }
+
+AEGP_MemHandle NewTextHandle(std::string_view text) {
+    const std::u16string wide = ToUtf16(text);
+    const std::size_t size = (wide.size() + 1) * sizeof(char16_t);
+    HandleStore& memory = Host::Active().GetMemory();
+    void** const handle = memory.New(size);
+    if (handle == nullptr) return nullptr;
+    std::memcpy(*handle, wide.c_str(), size);
+    return reinterpret_cast<AEGP_MemHandle>(handle);
+}
+
+A_Matrix4 ToRowMatrix(const glm::dmat4& matrix) {
+    // Columns for column vectors are rows for row vectors: the same memory.
+    A_Matrix4 rows{};
+    for (int row = 0; row < 4; ++row) {
+        for (int column = 0; column < 4; ++column) rows.mat[row][column] = matrix[row][column];
+    }
+    return rows;
+}
+
+}  // namespace nimbrel::host

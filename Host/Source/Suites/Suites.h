@@ -1,0 +1,22 @@
+#pragma once
+
+#include "NimbrelHost/SuiteRegistry.h"
+
+namespace nimbrel::host {
+
+/// Enters the function tables that this host serves. Slots that it doesn't serve answer an error and report which
+/// they are.
+void AddEffectSuites(SuiteRegistry& suites);
+void AddPFInterfaceSuite(SuiteRegistry& suites);
+void AddLayerSuite(SuiteRegistry& suites);
+void AddStreamSuites(SuiteRegistry& suites);
+void AddDynamicStreamSuite(SuiteRegistry& suites);
+void AddUtilitySuites(SuiteRegistry& suites);
+void AddItemSuites(SuiteRegistry& suites);
+void AddProjectSuites(SuiteRegistry& suites);
+void AddMemorySuite(SuiteRegistry& suites);
+void AddComputeCacheSuite(SuiteRegistry& suites);
+void AddHashSuite(SuiteRegistry& suites);
+void AddDeviceSuite(SuiteRegistry& suites);
+
+}  // namespace nimbrel::host

@@ -1,0 +1,174 @@
+#include "CommandLine.h"
+
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <utility>
+
+#include "NimbrelHost/Errors.h"
+#include "NimbrelHost/JsonView.h"
+
+namespace nimbrel::host {
+namespace {
+
+constexpr const char* kDescription =
+    "nimbrel-render draws models of 3D Gaussian splats (binary PLY files) through the Nimbrel effect and writes the\n"
+    "frames as PNG or OpenEXR.\n";
+
+constexpr const char* kFooter = R"(
+Scene file: JSON with "composition" (width, height, frameRate, duration in seconds, bitsPerChannel 8, 16 or 32,
+downsample), "camera" (type, zoom in pixels, position, pointOfInterest, orientation and rotation in degrees) and
+"parameters" by id. World space is pixels: x right, y down, z into the picture; a file unit of a model is 1000 pixels.
+Values are as a user sees them: percent sliders in percent, angles in degrees, check boxes true or false, pop-ups an
+index from 0 or the choice's text, colours [r, g, b] from 0 to 1, 3D points in pixels, files a path. Anything that can
+be animated takes {"keyframes": [[seconds, value], ...]}, with "interpolation": "linear" or "hold".
+
+A parameter is named by its id, its shown name ("1 Align Scale") or # and its number; --list-parameters shows all.
+
+Exit codes: 0 all frames written; 1 the effect or the graphics device failed; 2 the command line or the scene is wrong;
+130 interrupted.
+
+Examples:
+  nimbrel-render --model statue.ply -o statue.png             one picture, the model framed to fill it
+  nimbrel-render --model room.ply --size 1280x720 --set Model1_transform_yRotation=45 --fit -o room.png
+  nimbrel-render shot.json -o out/shot.####.exr --depth 32 --frames 0-47 --threads 4
+  nimbrel-render shot.json --set 'Model1_transform_yRotation={"keyframes": [[0, 0], [2, 360]]}' -o turn.####.png
+  nimbrel-render --list-gpus                                  what it would render on
+  nimbrel-render --list-parameters | less                     what can be set)";
+
+glm::dvec3 ParseColor(const std::string& text) {
+    const Json value = ParseJson("[" + text + "]", "--background");
+    const JsonView view(value, "--background");
+    constexpr std::string_view expected = "R,G,B, three numbers from 0 to 1";
+    const glm::dvec3 color = view.Vector3(expected);
+    for (int c = 0; c < 3; ++c) {
+        if (color[c] < 0 || color[c] > 1) view.Fail(expected);
+    }
+    return color;
+}
+
+void AddSceneOptions(CLI::App& app, CommandLine& line) {
+    app.add_option("scene", line.mScene, "scene file; may be left out when --model is given")->type_name("SCENE.json");
+    // Each use takes one word, so that the scene's name may follow.
+    app.add_option("--model", line.mModels,
+                   "put a PLY file into model slot 1 to 5; without a number the next free slot; repeatable")
+        ->type_name("[SLOT=]FILE")
+        ->allow_extra_args(false);
+    app.add_option("--set", line.mSets, "set a parameter over what the scene says; JSON or bare text; repeatable")
+        ->type_name("ID=VALUE")
+        ->allow_extra_args(false);
+    app.add_flag(
+        "--fit", line.mFit,
+        "move and scale the shown models so that each fills the picture (align anchor and scale); on by itself "
+        "without a scene file as long as no align or transform parameter is set");
+    app.add_option("--size", line.mSize, "size of the composition in pixels")->type_name("WxH");
+    app.add_option("--fps", line.mFrameRate, "frames per second")->type_name("N");
+    app.add_option("--depth", line.mDepth, "bits per channel: 8 and 16 for PNG, 32 for EXR")->type_name("8|16|32");
+    app.add_option("--downsample", line.mDownsample, "render every Nth pixel only")->type_name("N");
+    app.add_option("--save-scene", line.mSaveScene,
+                   "write the scene as it stands with all options; renders only if --output or --frames is given too")
+        ->type_name("FILE");
+}
+
+void AddOutputOptions(CLI::App& app, CommandLine& line, std::string& alpha, std::string& background) {
+    app.add_option(
+           "-o,--output", line.mOutput,
+           "output file, .png (8 or 16 bit) or .exr (32-bit float); a run of # is the frame's number; without # "
+           "one frame is written")
+        ->type_name("PATTERN")
+        ->capture_default_str();
+    app.add_option(
+           "--frames", line.mFrames,
+           "frames to render, from 0, inclusive, every Sth; default all of the scene, or frame 0 without a scene "
+           "file")
+        ->type_name("A[-B[xS]]");
+    app.add_option("--alpha", alpha, "how colour is stored; default straight for PNG, premultiplied for EXR")
+        ->type_name("straight|premultiplied");
+    app.add_option("--background", background, "composite over a colour (0 to 1) and write an opaque picture")
+        ->type_name("R,G,B");
+    app.add_option("--stats", line.mStats, "write per-frame times in milliseconds, splats and peak memory as JSON")
+        ->type_name("FILE");
+    app.add_flag("--quiet", line.mQuiet, "no progress bar; it shows only on a terminal");
+}
+
+void AddEffectOptions(CLI::App& app, CommandLine& line) {
+    app.add_option("--gpu", line.mGpu,
+                   "device to render on: the processor's own cores, any Vulkan device, a part of a "
+                   "name, or an index of --list-gpus")
+        ->type_name("cpu|vulkan|NAME|INDEX");
+    app.add_flag("--list-gpus", line.mListGpus, "list the devices and mark the one that would be chosen");
+    app.add_option("--threads", line.mThreads, "frames to render at once")->type_name("N")->capture_default_str();
+    app.add_flag("--validate", line.mValidate,
+                 "run with the graphics API's validation layer; its errors end with code 1");
+    app.add_flag("--list-parameters", line.mListParameters, "print all parameters as JSON and end");
+    app.add_option("--plugin", line.mPlugin, "the effect library; default: the one beside this program")
+        ->type_name("FILE");
+    app.add_option("--catalogue", line.mCatalogue,
+                   "the parameters' ids; default nimbrel-catalogue.json beside this program")
+        ->type_name("FILE");
+    app.add_option("--cache-limit", line.mCacheMegabytes, "let go of models not in use beyond this many megabytes")
+        ->type_name("MB");
+    app.add_flag("--no-host-cache", line.mNoHostCache,
+                 "withhold the host's cache and hash, so that the effect uses its own");
+    app.add_flag("--strict", line.mStrict, "drive the effect in all the ways that a host may, to test it");
+}
+
+/// Breaks descriptions into lines, which the formatter indents, and puts the options under a heading.
+void Arrange(CLI::App& app, std::size_t from, const std::string& heading) {
+    constexpr std::size_t width = 76;
+    const std::vector<CLI::Option*> options = app.get_options();
+    for (std::size_t i = from; i < options.size(); ++i) {
+        std::string text = options[i]->get_description();
+        for (std::size_t line = 0; text.size() - line > width;) {
+            const std::size_t blank = text.rfind(' ', line + width);
+            if (blank == std::string::npos || blank <= line) break;
+            text[blank] = '\n';
+            line = blank + 1;
+        }
+        options[i]->description(text);
+        if (!options[i]->get_positional()) options[i]->group(heading);
+    }
+}
+
+}  // namespace
+
+std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv) {
+    CommandLine line;
+    std::string alpha, background;
+    CLI::App app{kDescription, "nimbrel-render"};
+    app.footer(kFooter);
+    app.get_formatter()->column_width(36);
+    app.set_version_flag("--version", "nimbrel-render 1.1.0");
+    std::size_t arranged = app.get_options().size();
+    AddSceneOptions(app, line);
+    Arrange(app, std::exchange(arranged, app.get_options().size()), "Scene");
+    AddOutputOptions(app, line, alpha, background);
+    Arrange(app, std::exchange(arranged, app.get_options().size()), "Output");
+    AddEffectOptions(app, line);
+    Arrange(app, arranged, "Effect and device");
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp&) {
+        fmt::print("{}", app.help());
+        return std::nullopt;
+    } catch (const CLI::CallForVersion&) {
+        fmt::print("nimbrel-render 1.1.0\n");
+        return std::nullopt;
+    } catch (const CLI::ParseError& error) {
+        throw UsageError(fmt::format("{} (see --help)", error.what()));
+    }
+    line.mHasOutput = app.count("--output") > 0;
+    if (line.mThreads < 1 || line.mThreads > 256) {
+        throw UsageError(fmt::format("--threads: expected 1 to 256, but it is {}", line.mThreads));
+    }
+    if (!background.empty()) line.mBackground = ParseColor(background);
+    if (!alpha.empty()) {
+        if (alpha != "straight" && alpha != "premultiplied") {
+            throw UsageError(fmt::format("--alpha: expected straight or premultiplied, but it is \"{}\"", alpha));
+        }
+        line.mAlpha = alpha == "straight" ? AlphaMode::Straight : AlphaMode::Premultiplied;
+    }
+    return line;
+}
+
+}  // namespace nimbrel::host

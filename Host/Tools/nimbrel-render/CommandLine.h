@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <glm/vec3.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "NimbrelHost/Picture.h"
+
+namespace nimbrel::host {
+
+/// What the user asked for.
+struct CommandLine {
+    std::string mScene;
+    std::vector<std::string> mModels;  ///< [SLOT=]FILE
+    std::vector<std::string> mSets;    ///< ID=VALUE
+    bool mFit = false;
+    std::string mOutput = "frame.####.png";
+    bool mHasOutput = false;
+    std::string mSize, mFrames;
+    std::optional<double> mFrameRate;
+    std::optional<int> mDepth, mDownsample;
+    std::optional<AlphaMode> mAlpha;
+    std::optional<glm::dvec3> mBackground;
+    int mThreads = 1;
+    std::string mPlugin, mCatalogue, mGpu;
+    bool mListGpus = false;
+    bool mValidate = false;
+    bool mListParameters = false;
+    std::string mSaveScene, mStats;
+    bool mQuiet = false;
+    bool mStrict = false;
+    bool mNoHostCache = false;
+    std::uint64_t mCacheMegabytes = 0;
+};
+
+/// Reads the program's arguments. Throws UsageError. Gives nothing when help or the version was asked for and printed.
+std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv);
+
+}  // namespace nimbrel::host

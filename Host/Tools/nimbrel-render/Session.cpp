@@ -1,0 +1,281 @@
+#include "Session.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+
+#include "NimbrelHost/Errors.h"
+#include "NimbrelHost/Host.h"
+#include "NimbrelHost/Output.h"
+#include "NimbrelHost/PlyBounds.h"
+#include "NimbrelHost/RenderJob.h"
+#include "NimbrelHost/Settings.h"
+#include "NimbrelHost/Text.h"
+#include "ProgressBar.h"
+
+namespace nimbrel::host {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+void ApplyOverrides(const CommandLine& line, Composition& composition) {
+    if (!line.mSize.empty()) ParseSize(line.mSize, composition.mWidth, composition.mHeight);
+    const auto read = [](const auto& option, const char* name, auto reader, auto& target) {
+        if (!option) return;
+        const Json value = *option;
+        target = reader(JsonView(value, name));
+    };
+    read(line.mFrameRate, "--fps", ReadFrameRate, composition.mFrameRate);
+    read(line.mDepth, "--depth", ReadBitsPerChannel, composition.mBitsPerChannel);
+    read(line.mDownsample, "--downsample", ReadDownsample, composition.mDownsample);
+}
+
+std::vector<int> ChooseFrames(const CommandLine& line, const Composition& composition, const FramePattern& pattern) {
+    if (line.mFrames.empty()) {
+        if (line.mScene.empty() || !pattern.HasNumber()) return {0};
+        std::vector<int> all(static_cast<std::size_t>(CountFrames(composition)));
+        for (std::size_t i = 0; i < all.size(); ++i) all[i] = static_cast<int>(i);
+        return all;
+    }
+    std::vector<int> frames = ParseFrames(line.mFrames);
+    if (frames.size() > 1 && !pattern.HasNumber()) {
+        throw UsageError(fmt::format("--output: expected a run of # for the number of the {} frames in \"{}\"",
+                                     frames.size(), pattern.GetText()));
+    }
+    return frames;
+}
+
+/// The output must be able to hold the composition's depth, and its folder must be there.
+void CheckOutput(const FramePattern& pattern, const Composition& composition) {
+    const bool isExr = pattern.GetFormat() == FramePattern::Format::Exr;
+    if (isExr != (composition.mBitsPerChannel == 32)) {
+        throw UsageError(fmt::format("--output: expected {} for {} bits per channel, but it is \"{}\" (see --depth)",
+                                     isExr ? "a .png file" : "an .exr file", composition.mBitsPerChannel,
+                                     pattern.GetText()));
+    }
+    const std::filesystem::path folder = pattern.Expand(0).parent_path();
+    std::error_code ignored;
+    if (!folder.empty() && !std::filesystem::is_directory(folder, ignored)) {
+        throw UsageError(fmt::format("--output: expected an existing folder, but \"{}\" is none", PathText(folder)));
+    }
+}
+
+std::filesystem::path FindPlugin(const CommandLine& line) {
+    return line.mPlugin.empty() ? ProgramFolder() / DefaultPluginName() : TextPath(line.mPlugin);
+}
+
+Catalogue ReadCatalogue(const CommandLine& line) {
+    if (!line.mCatalogue.empty()) return Catalogue::Read(TextPath(line.mCatalogue));
+    for (const std::filesystem::path& folder : {ProgramFolder(), FindPlugin(line).parent_path()}) {
+        const std::filesystem::path file = folder / "nimbrel-catalogue.json";
+        if (std::error_code ignored; std::filesystem::exists(file, ignored)) return Catalogue::Read(file);
+    }
+    return {};
+}
+
+HostOptions MakeHostOptions(const CommandLine& line) {
+    HostOptions options;
+    options.mPlugin = FindPlugin(line);
+    options.mDevice = line.mGpu;
+    options.mValidate = line.mValidate;
+    options.mServeComputeCache = !line.mNoHostCache;
+    options.mServeHash = !line.mNoHostCache;
+    options.mCacheLimit = line.mCacheMegabytes << 20;
+    options.mStrict = line.mStrict;
+    return options;
+}
+
+[[noreturn]] void FailWithoutSlots() {
+    throw UsageError(
+        "--model: expected an effect with Model1_model; is nimbrel-catalogue.json beside the program (see "
+        "--catalogue)?");
+}
+
+/// "2=room.ply" or "room.ply", which takes the first slot without a model.
+void ApplyModel(Host& host, const std::string& text) {
+    if (FindSlotParameter(host, 1, "model") == nullptr) FailWithoutSlots();
+    int slot = 0;
+    std::string file = text;
+    const std::size_t equals = text.find('=');
+    const bool isNumbered = equals != std::string::npos && equals > 0 &&
+                            std::all_of(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(equals),
+                                        [](char c) { return c >= '0' && c <= '9'; });
+    if (isNumbered) {
+        slot = equals == 1 ? text[0] - '0' : 0;
+        file = text.substr(equals + 1);
+        if (slot < 1 || slot > kModelSlots) {
+            throw UsageError(fmt::format("--model: expected a slot from 1 to {}, but it is \"{}\"", kModelSlots, text));
+        }
+    } else {
+        for (int s = kModelSlots; s >= 1; --s) {
+            const Parameter* const model = FindSlotParameter(host, s, "model");
+            if (model != nullptr && !model->mIsSet) slot = s;
+        }
+        if (slot == 0)
+            throw UsageError(
+                fmt::format("--model: expected at most {} models, no slot is left for {}", kModelSlots, text));
+    }
+    ApplySetting(
+        host, {fmt::format("Model{}_model", slot), Json(file), "--model", text, std::filesystem::current_path(), {}});
+}
+
+void ApplySet(Host& host, const std::string& text) {
+    // A shown name may hold a blank but no "=".
+    const std::size_t equals = text.find('=');
+    if (equals == std::string::npos || equals == 0) {
+        throw UsageError(fmt::format("--set: expected ID=VALUE, but it is \"{}\"", text));
+    }
+    Setting setting{text.substr(0, equals), {}, "--set", text.substr(0, equals), std::filesystem::current_path(), {}};
+    const std::string value = text.substr(equals + 1);
+    const bool looksLikeJson = Json::accept(value);
+    setting.mValue = looksLikeJson ? ParseJson(value, "--set " + setting.mId) : Json(value);
+    if (!setting.mValue.is_string() || !looksLikeJson) setting.mBareText = value;
+    ApplySetting(host, setting);
+}
+
+void ApplySettings(Host& host, const CommandLine& line, const Scene& scene) {
+    for (const Setting& setting : scene.mSettings) ApplySetting(host, setting);
+    for (const std::string& model : line.mModels) ApplyModel(host, model);
+    for (const std::string& set : line.mSets) ApplySet(host, set);
+    const auto isPlaced = [](const auto& parameter) {
+        const bool places = parameter->mId.find("_align_") != std::string::npos ||
+                            parameter->mId.find("_transform_") != std::string::npos;
+        return parameter->mIsSet && places;
+    };
+    const auto& parameters = host.GetParameters().GetAll();
+    const bool placed = std::any_of(parameters.begin(), parameters.end(), isPlaced);
+    if (line.mFit || (line.mScene.empty() && !placed)) FitModels(host);
+}
+
+int ListGpus(const CommandLine& line) {
+    Host host(MakeHostOptions(line), Composition{}, std::nullopt, {});
+    int code = kExitDone;
+    try {
+        host.StartGlobal();
+    } catch (const EffectError& error) {
+        fmt::print(stderr, "{}\n", error.what());
+        code = kExitFailed;
+    }
+    const auto devices = host.GetDevices().GetDevices();
+    std::size_t nameWidth = 4, kindWidth = 4;
+    for (const auto& device : devices) {
+        nameWidth = std::max(nameWidth, device.mName.size());
+        kindWidth = std::max(kindWidth, device.mKind.size());
+    }
+    fmt::print("  {:<5}  {:<{}}  {:<{}}  {}\n", "INDEX", "NAME", nameWidth, "KIND", kindWidth, "NOTE");
+    for (const auto& device : devices) {
+        fmt::print("{} {:<5}  {:<{}}  {:<{}}  {}\n", device.mChosen ? '*' : ' ', device.mIndex, device.mName, nameWidth,
+                   device.mKind, kindWidth, device.mReason);
+    }
+    const std::string chosen = host.GetDevices().GetChosenName();
+    fmt::print("{}\n", chosen.empty() ? "No device would be chosen." : "Chosen (*): " + chosen);
+    host.Stop();
+    return code;
+}
+
+std::int64_t CountSplats(Host& host) {
+    std::int64_t count = 0;
+    for (int slot = 1; slot <= kModelSlots; ++slot) {
+        const std::filesystem::path file = GetModelFile(host, slot, true);
+        if (!file.empty()) count += ReadPlyCount(file).value_or(0);
+    }
+    return count;
+}
+
+void WriteStats(Host& host, const CommandLine& line, const std::vector<FrameTimes>& times, double setupMs) {
+    const std::string chosen = host.GetDevices().GetChosenName();
+    Json frames = Json::array();
+    for (const FrameTimes& frame : times) {
+        frames.push_back({{"frame", frame.mFrame},
+                          {"preRender_ms", frame.mPreRenderMs},
+                          {"render_ms", frame.mRenderMs},
+                          {"write_ms", frame.mWriteMs}});
+    }
+    const Json stats = {{"gpu", chosen.empty() ? Json(nullptr) : Json(chosen)},
+                        {"frames", std::move(frames)},
+                        {"setup_ms", setupMs},
+                        {"load_ms", host.GetCache().GetComputeSeconds() * 1000},
+                        {"splats", CountSplats(host)},
+                        {"peak_rss_bytes", GetPeakMemory()}};
+    WriteTextFile(TextPath(line.mStats), stats.dump(2));
+}
+
+std::vector<FrameTimes> RenderAll(Host& host, const CommandLine& line, const FramePattern& pattern,
+                                  const std::vector<int>& frames, ProgressBar& bar) {
+    const bool isExr = pattern.GetFormat() == FramePattern::Format::Exr;
+    const PictureOptions picture{line.mAlpha.value_or(isExr ? AlphaMode::Premultiplied : AlphaMode::Straight),
+                                 line.mBackground};
+    const auto write = [&](int frame, const Frame& pixels) {
+        WriteWhole(pattern.Expand(frame), [&](const std::filesystem::path& file) {
+            isExr ? WriteExr(file, pixels, picture) : WritePng(file, pixels, picture);
+        });
+    };
+    return RenderFrames(host, frames, line.mThreads, write, [&] { bar.FrameDone(); });
+}
+
+/// Writes what was asked for besides frames.
+void WriteTexts(Host& host, const CommandLine& line) {
+    if (!line.mSaveScene.empty()) {
+        const std::filesystem::path file = TextPath(line.mSaveScene);
+        WriteTextFile(file, WriteScene(host, std::filesystem::absolute(file).parent_path()).dump(2));
+    }
+    if (line.mListParameters) fmt::print("{}\n", ListParameters(host).dump(2));
+}
+
+/// Prints what the validation layer and the host's own checks found. Gives the exit code.
+int ReportFindings(Host& host) {
+    for (const std::string& text : host.GetDiagnostics().Get()) fmt::print(stderr, "warning: {}\n", text);
+    const std::vector<std::string> messages = host.GetDevices().GetValidationMessages();
+    for (const std::string& text : messages) fmt::print(stderr, "validation: {}\n", text);
+    if (messages.empty()) return kExitDone;
+    fmt::print(stderr, "{} validation errors\n", messages.size());
+    return kExitFailed;
+}
+
+}  // namespace
+
+int RunSession(const CommandLine& line) {
+    if (line.mListGpus) return ListGpus(line);
+    if (line.mScene.empty() && line.mModels.empty() && !line.mListParameters && line.mSaveScene.empty()) {
+        throw UsageError("expected a SCENE.json or --model FILE (see --help)");
+    }
+    Scene scene = line.mScene.empty() ? Scene{} : ReadScene(TextPath(line.mScene));
+    ApplyOverrides(line, scene.mComposition);
+    const bool onlyText =
+        line.mListParameters || (!line.mSaveScene.empty() && !line.mHasOutput && line.mFrames.empty());
+    const FramePattern pattern(line.mOutput);
+    if (!onlyText) CheckOutput(pattern, scene.mComposition);
+    const std::vector<int> frames = ChooseFrames(line, scene.mComposition, pattern);
+
+    ProgressBar bar(frames.size(), line.mQuiet || onlyText);
+    HostOptions options = MakeHostOptions(line);
+    options.mProgress = [&](int current, int total) { bar.Within(current, total); };
+    options.mShowMessage = [&](const std::string& text) {
+        bar.Clear();
+        fmt::print(stderr, "{}\n", text);
+    };
+    Host host(options, scene.mComposition, scene.mCamera, ReadCatalogue(line));
+    try {
+        const Clock::time_point start = Clock::now();
+        host.Start();
+        ApplySettings(host, line, scene);
+        host.UpdateParameterControls();
+        const double setupMs = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+        WriteTexts(host, line);
+        if (!onlyText) {
+            const std::vector<FrameTimes> times = RenderAll(host, line, pattern, frames, bar);
+            if (!line.mStats.empty()) WriteStats(host, line, times, setupMs);
+        }
+    } catch (const EffectError&) {
+        bar.Clear();
+        ReportFindings(host);
+        throw;
+    }
+    bar.Clear();
+    host.Stop();
+    return ReportFindings(host);
+}
+
+}  // namespace nimbrel::host

@@ -1,0 +1,10 @@
+#pragma once
+
+#include "CommandLine.h"
+
+namespace nimbrel::host {
+
+/// Does what the command line asks for. Gives the exit code; throws UsageError, EffectError, OutputError, Interrupted.
+int RunSession(const CommandLine& line);
+
+}  // namespace nimbrel::host

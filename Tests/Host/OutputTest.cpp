@@ -1,0 +1,73 @@
+#include "NimbrelHost/Output.h"
+
+#include <gmock/gmock.h>
+
+#include "TestSupport.h"
+
+namespace nimbrel::host {
+namespace {
+
+TEST(Output, ReadsFrameRanges) {
+    EXPECT_EQ(ParseFrames("7"), std::vector<int>{7});
+    EXPECT_EQ(ParseFrames("2-4"), (std::vector<int>{2, 3, 4}));
+    EXPECT_EQ(ParseFrames("0-10x5"), (std::vector<int>{0, 5, 10}));
+    EXPECT_EQ(ParseFrames("1-9x5"), (std::vector<int>{1, 6}));
+    for (const char* bad : {"", "-1", "4-2", "1-", "x2", "1-5x0", "1-5x", "a", "1,2", "1 ", "99999999999", "1-5x2y"}) {
+        EXPECT_THAT(UsageMessage([&] { ParseFrames(bad); }), ::testing::HasSubstr("--frames: expected A, A-B or A-BxS"))
+            << bad;
+    }
+}
+
+TEST(Output, ReadsSizes) {
+    int width = 0, height = 0;
+    ParseSize("1280x720", width, height);
+    EXPECT_EQ(width, 1280);
+    EXPECT_EQ(height, 720);
+    for (const char* bad : {"1280", "1280x", "x720", "0x5", "5x30001", "10x10x10", "-5x5", "10X10"}) {
+        EXPECT_THAT(UsageMessage([&] { ParseSize(bad, width, height); }),
+                    ::testing::HasSubstr("--size: expected WIDTHxHEIGHT"))
+            << bad;
+    }
+}
+
+TEST(Output, ExpandsTheLastRunOfHashes) {
+    const struct {
+        const char* mPattern;
+        int mFrame;
+        const char* mFile;
+    } cases[] = {
+        {"frame.####.png", 7, "frame.0007.png"}, {"frame.##.png", 1234, "frame.1234.png"},
+        {"a#b##.exr", 5, "a#b05.exr"},           {"#.png", 0, "0.png"},
+        {"plain.png", 9, "plain.png"},           {"out#/x.png", 3, "out#/x.png"},
+        {"out#/x#.png", 3, "out#/x3.png"},
+    };
+    for (const auto& [pattern, frame, file] : cases) EXPECT_EQ(FramePattern(pattern).Expand(frame), file);
+    EXPECT_TRUE(FramePattern("a.#.png").HasNumber());
+    EXPECT_FALSE(FramePattern("out#/x.png").HasNumber());
+    EXPECT_EQ(FramePattern("a.exr").GetFormat(), FramePattern::Format::Exr);
+    for (const char* bad : {"frame.####", "a.jpg", "", "a.png.txt", ".png"}) {
+        EXPECT_THAT(UsageMessage([&] { FramePattern{bad}; }), ::testing::HasSubstr(".png or .exr")) << bad;
+    }
+}
+
+TEST(Output, AFileAppearsWholeOrNotAtAll) {
+    const TestFolder folder;
+    WriteTextFile(folder / "a.txt", "one");
+    EXPECT_THROW(WriteWhole(folder / "a.txt",
+                            [](const std::filesystem::path& temporary) {
+                                std::ofstream(temporary) << "half";
+                                throw OutputError("disk full");
+                            }),
+                 OutputError);
+    std::ifstream stream(folder / "a.txt");
+    std::string word;
+    stream >> word;
+    EXPECT_EQ(word, "one") << "the old file stays";
+    int files = 0;
+    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder / "")) ++files;
+    EXPECT_EQ(files, 1) << "nothing half-written is left";
+    EXPECT_THROW(WriteTextFile(folder / "none/a.txt", "x"), OutputError);
+}
+
+}  // namespace
+}  // namespace nimbrel::host

@@ -1,0 +1,192 @@
+// nimbrel-render as its user meets it: arguments in, files, messages and exit codes out.
+#include <gmock/gmock.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+
+#include "NimbrelHost/JsonView.h"
+#include "TestSupport.h"
+
+namespace nimbrel::host {
+namespace {
+
+using ::testing::HasSubstr;
+
+struct Result {
+    int mCode = 0;
+    std::string mOutput;  ///< both streams
+};
+
+class Program : public ::testing::Test {
+protected:
+    Program() {
+        mFolder.Write("catalogue.json",
+                      R"({"parameters": [{"uniqueID": 10, "fullId": "Model1_align_scale"},
+                          {"uniqueID": 15, "fullId": "Model1_align_anchorPoint"}, {"uniqueID": 16, "fullId": "Model1_model"}]})");
+        mFolder.Write("a.ply", MakePly({-1, -1, -1, 1, 1, 1, 0, 0, 0}));
+        mFolder.Write("scene.json", R"({"composition": {"width": 16, "height": 8, "duration": 0.125},
+                                        "parameters": {"Model1_model": "a.ply", "Turn": 7}})");
+    }
+
+    Result Run(const std::string& arguments) const {
+        std::string command = "exec 2>&1; cd '" + (mFolder / "").string() + "' && '" RENDER_PROGRAM "'";
+        if (arguments.find("--plugin") == std::string::npos) command += " --plugin '" TEST_EFFECT "'";
+        if (arguments.find("--catalogue") == std::string::npos) command += " --catalogue catalogue.json";
+        command += " " + arguments;
+        std::FILE* const pipe = ::popen(command.c_str(), "r");
+        Result result;
+        std::array<char, 4096> block;
+        for (std::size_t got; (got = std::fread(block.data(), 1, block.size(), pipe)) > 0;) {
+            result.mOutput.append(block.data(), got);
+        }
+        const int status = ::pclose(pipe);
+        result.mCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        return result;
+    }
+
+    bool Has(const std::string& name) const { return std::filesystem::exists(mFolder / name); }
+    Json ReadJson(const std::string& name) const { return ReadJsonFile(mFolder / name); }
+
+    TestFolder mFolder;
+};
+
+TEST_F(Program, WritesTheScenesFrames) {
+    const Result result = Run("scene.json -o f.##.png --threads 2 --stats stats.json");
+    EXPECT_EQ(result.mCode, 0) << result.mOutput;
+    EXPECT_EQ(result.mOutput, "");
+    EXPECT_TRUE(Has("f.00.png") && Has("f.01.png") && Has("f.02.png"));
+    EXPECT_FALSE(Has("f.03.png"));
+    const Json stats = ReadJson("stats.json");
+    EXPECT_EQ(stats["splats"], 3);
+    EXPECT_EQ(stats["frames"].size(), 3U);
+    EXPECT_EQ(stats["frames"][2]["frame"], 2);
+    EXPECT_GT(stats["frames"][2]["render_ms"], 0.0);
+    EXPECT_GT(stats["peak_rss_bytes"], 1000000);
+    EXPECT_TRUE(stats["load_ms"].is_number());
+
+    EXPECT_EQ(Run("scene.json --depth 32 --frames 1-9x4 -o g#.exr").mCode, 0);
+    EXPECT_TRUE(Has("g1.exr") && Has("g5.exr") && Has("g9.exr"));
+    EXPECT_EQ(Run("--model a.ply").mCode, 0);
+    EXPECT_TRUE(Has("frame.0000.png"));
+    EXPECT_FALSE(Has("frame.0001.png"));
+}
+
+TEST_F(Program, SavesTheSceneAsOptionsLeaveIt) {
+    EXPECT_EQ(Run("scene.json --size 20x10 --set Turn=-5 --set Mode=Add --fit --save-scene out.json").mCode, 0);
+    EXPECT_FALSE(Has("frame.0000.png"));
+    const Json scene = ReadJson("out.json");
+    EXPECT_EQ(scene["composition"]["width"], 20);
+    EXPECT_EQ(scene["parameters"]["Turn"], -5.0);
+    EXPECT_EQ(scene["parameters"]["Mode"], 1);
+    EXPECT_EQ(scene["parameters"]["Model1_model"], "a.ply");
+    EXPECT_TRUE(scene["parameters"].contains("Model1_align_anchorPoint"));
+    EXPECT_EQ(Run("out.json -o again.png").mCode, 0);
+
+    // Fitting is on by itself only without a scene file and without anything placed.
+    const auto isFitted = [&](const std::string& arguments) {
+        EXPECT_EQ(Run(arguments + " --save-scene fit.json").mCode, 0);
+        return ReadJson("fit.json")["parameters"].contains("Model1_align_anchorPoint");
+    };
+    EXPECT_TRUE(isFitted("--model a.ply"));
+    EXPECT_FALSE(isFitted("scene.json"));
+    EXPECT_FALSE(isFitted("--model a.ply --set Model1_align_scale=10"));
+    EXPECT_TRUE(isFitted("--model a.ply --set Model1_align_scale=10 --fit"));
+}
+
+TEST_F(Program, ListsParametersAndHelps) {
+    const Result list = Run("--list-parameters");
+    EXPECT_EQ(list.mCode, 0);
+    EXPECT_EQ(ParseJson(list.mOutput, "list").size(), 14U);
+    const Result help = Run("--help");
+    EXPECT_EQ(help.mCode, 0);
+    for (const char* option : {"--model",
+                               "--set",
+                               "--fit",
+                               "--output",
+                               "--size",
+                               "--fps",
+                               "--depth",
+                               "--downsample",
+                               "--frames",
+                               "--alpha",
+                               "--background",
+                               "--threads",
+                               "--plugin",
+                               "--gpu",
+                               "--list-gpus",
+                               "--validate",
+                               "--list-parameters",
+                               "--save-scene",
+                               "--stats",
+                               "--quiet",
+                               "Exit codes",
+                               "Examples"}) {
+        EXPECT_THAT(help.mOutput, HasSubstr(option));
+    }
+    EXPECT_EQ(Run("--list-gpus").mCode, 0);
+}
+
+TEST_F(Program, EndsWithTwoAndOneLineForAWrongRequest) {
+    const struct {
+        const char* mArguments;
+        const char* mMessage;
+    } cases[] = {
+        {"", "expected a SCENE.json or --model FILE"},
+        {"none.json", "none.json: expected a readable file"},
+        {"scene.json extra.json", "--help"},
+        {"scene.json --depth 32", "--output: expected an .exr file for 32 bits per channel"},
+        {"scene.json --depth 16 -o a.exr", "--output: expected a .png file for 16 bits per channel"},
+        {"scene.json --depth 12", "--depth: expected 8, 16 or 32, but it is 12"},
+        {"scene.json --depth many", "--help"},
+        {"scene.json --downsample 0", "--downsample: expected a whole number from 1 to 64"},
+        {"scene.json --fps 0", "--fps: expected a number from 0.1 to 1000"},
+        {"scene.json --size 10", "--size: expected WIDTHxHEIGHT"},
+        {"scene.json --frames 3-1", "--frames: expected A, A-B or A-BxS"},
+        {"scene.json --frames 0-3 -o one.png", "--output: expected a run of #"},
+        {"scene.json -o none/f.png", "--output: expected an existing folder, but \"none\" is none"},
+        {"scene.json -o f.gif", "--output: expected a name that ends in .png or .exr"},
+        {"scene.json --threads 0", "--threads: expected 1 to 256"},
+        {"scene.json --alpha maybe", "--alpha: expected straight or premultiplied"},
+        {"scene.json --background 1,2", "--background: expected R,G,B"},
+        {"scene.json --background 0,0,2", "--background: expected R,G,B"},
+        {"scene.json --set Turn", "--set: expected ID=VALUE"},
+        {"scene.json --set Turm=1", "unknown parameter \"Turm\""},
+        {"scene.json --set Mode=Screen", "--set: Mode: expected 0 to 2 or one of"},
+        {"--model 6=a.ply", "--model: expected a slot from 1 to 5"},
+        {"--model none.ply", "--model: none.ply: expected a file"},
+        {"scene.json --plugin none.so", "none.so: expected the effect library"},
+        {"scene.json --catalogue none.json", "none.json: expected a readable file"},
+        {"scene.json --press x", "--help"},
+    };
+    for (const auto& [arguments, message] : cases) {
+        const Result result = Run(arguments);
+        EXPECT_EQ(result.mCode, 2) << arguments << ": " << result.mOutput;
+        EXPECT_THAT(result.mOutput, HasSubstr(message)) << arguments;
+        EXPECT_EQ(std::count(result.mOutput.begin(), result.mOutput.end(), '\n'), 1)
+            << arguments << ": " << result.mOutput;
+    }
+}
+
+TEST_F(Program, EndsWithOneWhenTheEffectFailsAndKeepsWhatIsDone) {
+    const Result result = Run(R"(scene.json -o f.#.png --set 'Fault={"keyframes": [[0, "None"], [0.08, "Message"]]}')");
+    EXPECT_EQ(result.mCode, 1);
+    EXPECT_EQ(result.mOutput, "the test effect fails\nas it was told\n");
+    EXPECT_TRUE(Has("f.0.png") && Has("f.1.png"));
+    EXPECT_FALSE(Has("f.2.png"));
+    int files = 0;
+    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(mFolder / "")) ++files;
+    EXPECT_EQ(files, 5) << "three inputs, two frames, nothing half-written";
+}
+
+TEST_F(Program, EndsWith130WhenInterrupted) {
+    // The effect waits for a cancel; the shell's child gets the signal that a terminal would send.
+    const Result result =
+        Run("scene.json -o f.#.png --set Fault=Wait & pid=$!; sleep 0.5; kill -INT $pid; wait $pid; echo code $?");
+    EXPECT_THAT(result.mOutput, HasSubstr("nimbrel-render: interrupted"));
+    EXPECT_THAT(result.mOutput, HasSubstr("code 130"));
+    EXPECT_FALSE(Has("f.0.png"));
+}
+
+}  // namespace
+}  // namespace nimbrel::host
