@@ -1,0 +1,160 @@
+// nimbrel-render as a user runs it: exit codes, messages, files.
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+
+#include "Shot.h"
+
+namespace nimbrel::endtoend {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string ReadFile(const fs::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+struct Outcome {
+    int mCode = -1;
+    std::string mOutput;
+    std::string mErrors;
+};
+
+Outcome Run(const std::string& arguments, const std::string& environment = "") {
+    const fs::path out = GetScratchFolder() / "stdout.txt";
+    const fs::path err = GetScratchFolder() / "stderr.txt";
+    const std::string command = environment + " " + std::string(NIMBREL_RENDER_FILE) + " " + arguments + " >" +
+                                out.string() + " 2>" + err.string();
+    const int status = std::system(command.c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFile(out), ReadFile(err)};
+}
+
+/// A fresh folder for a run's files.
+fs::path MakeFolder(const std::string& name) {
+    const fs::path folder = GetScratchFolder() / name;
+    fs::remove_all(folder);
+    fs::create_directories(folder);
+    return folder;
+}
+
+std::vector<std::string> ListFiles(const fs::path& folder) {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(folder)) names.push_back(entry.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+TEST(Program, RendersAModelWithoutAScene) {
+    const fs::path folder = MakeFolder("model");
+    const Outcome outcome = Run("--model " + GetModelFile(4000, 3).string() + " --size 160x90 --validate -o " +
+                                (folder / "x.png").string() + " --stats " + (folder / "stats.json").string());
+    EXPECT_EQ(outcome.mCode, 0) << outcome.mErrors;
+    EXPECT_EQ(outcome.mErrors, "");
+    EXPECT_EQ(ReadFile(folder / "x.png").substr(1, 3), "PNG");
+    const host::Json stats = host::Json::parse(ReadFile(folder / "stats.json"));
+    EXPECT_EQ(stats.at("splats"), 4000);
+    EXPECT_EQ(stats.at("frames").size(), 1U);
+    EXPECT_GT(stats.at("frames")[0].at("render_ms"), 0.0);
+}
+
+TEST(Program, WritesTheSameFilesWithAnyNumberOfThreads) {
+    const fs::path folder = MakeFolder("threads");
+    std::ofstream(folder / "scene.json") << R"({"composition": {"width": 120, "height": 80, "duration": 0.25},
+               "parameters": {"Model1_model": ")"
+                                         << GetModelFile(4000, 3).string() << R"(", "Model1_align_scale": 2.5,
+               "Model1_transform_yRotation": {"keyframes": [[0, 0], [0.25, 120]]}}})";
+    for (const std::string threads : {"1", "2"}) {
+        fs::create_directories(folder / threads);
+        const Outcome outcome = Run((folder / "scene.json").string() + " --frames 0-5 --threads " + threads + " -o " +
+                                    (folder / threads / "f.##.png").string());
+        ASSERT_EQ(outcome.mCode, 0) << outcome.mErrors;
+    }
+    const std::vector<std::string> names = ListFiles(folder / "1");
+    ASSERT_EQ(names.size(), 6U);
+    EXPECT_EQ(names.front(), "f.00.png");
+    EXPECT_EQ(ListFiles(folder / "2"), names);
+    for (const std::string& name : names)
+        EXPECT_EQ(ReadFile(folder / "1" / name), ReadFile(folder / "2" / name)) << name;
+}
+
+TEST(Program, ShowsTheEffectsFailuresAndWritesNothing) {
+    const fs::path folder = MakeFolder("failures");
+    std::ofstream(folder / "broken.ply") << "ply\nformat ascii 1.0\nelement vertex 1\nend_header\n";
+    // The count claims far more than any process gets.
+    std::ofstream(folder / "huge.ply") << [] {
+        std::string header = "ply\nformat binary_little_endian 1.0\nelement vertex 2000000000\n";
+        for (const char* name : {"x", "y", "z", "f_dc_0", "f_dc_1", "f_dc_2", "opacity", "scale_0", "scale_1",
+                                 "scale_2", "rot_0", "rot_1", "rot_2", "rot_3"}) {
+            header += std::string("property float ") + name + "\n";
+        }
+        return header + "end_header\n";
+    }();
+    struct Case {
+        std::string mArguments;
+        int mCode;
+        std::string mMessage;
+    };
+    const std::string good = GetModelFile(4000, 3).string();
+    const Case cases[] = {
+        {"--model " + (folder / "broken.ply").string(), 1, "Unexpected file format."},
+        {"--model " + good + " --model " + (folder / "broken.ply").string(), 1, "broken.ply"},
+        {"--model " + (folder / "huge.ply").string(), 1, "huge.ply"},
+        {"--model " + good + " --gpu no-such-device", 1, "no-such-device"},
+        {"--model " + good + " --depth 32", 2, "png"},
+        {"--model " + (folder / "missing.ply").string(), 2, "missing.ply"},
+        {"--model " + good + " --set Model1_align_scael=3", 2, "Model1_align_scael"},
+        {"--no-such-option", 2, "--no-such-option"},
+    };
+    for (const Case& test : cases) {
+        const fs::path out = MakeFolder("failures-out");
+        const Outcome outcome = Run(test.mArguments + " --size 64x64 -o " + (out / "x.png").string());
+        EXPECT_EQ(outcome.mCode, test.mCode) << test.mArguments << "\n" << outcome.mErrors;
+        EXPECT_NE(outcome.mErrors.find(test.mMessage), std::string::npos) << test.mArguments << "\n" << outcome.mErrors;
+        EXPECT_TRUE(ListFiles(out).empty()) << test.mArguments << " left " << ListFiles(out).front();
+    }
+}
+
+TEST(Program, ListsParametersAndDevices) {
+    const Outcome parameters = Run("--list-parameters");
+    ASSERT_EQ(parameters.mCode, 0) << parameters.mErrors;
+    const host::Json list = host::Json::parse(parameters.mOutput);
+    int hostIndex = 1;
+    for (const host::Json& parameter : list) EXPECT_EQ(parameter.at("hostIndex"), hostIndex++);
+    const auto find = [&](const std::string& id) {
+        for (const host::Json& parameter : list) {
+            if (parameter.at("id") == id) return parameter;
+        }
+        return host::Json();
+    };
+    const host::Json scale = find("Model1_align_scale");
+    EXPECT_EQ(scale.at("uniqueId"), 9);
+    EXPECT_EQ(scale.at("type"), "FloatSlider");
+    EXPECT_EQ(scale.at("value"), 100);
+    EXPECT_EQ(scale.at("percent"), true);
+    EXPECT_EQ(find("Model1_transform_position").at("value"), host::Json::parse("[960, 540, 0]"));
+    EXPECT_TRUE(find("Model1_effects_splatColor_editRamp").is_null()) << "hidden from this host";
+
+    const Outcome devices = Run("--list-gpus");
+    EXPECT_EQ(devices.mCode, 0) << devices.mErrors;
+    EXPECT_FALSE(devices.mOutput.empty());
+}
+
+TEST(Program, SavedSceneRendersTheSamePicture) {
+    const fs::path folder = MakeFolder("saved");
+    const std::string model = GetModelFile(4000, 3).string();
+    ASSERT_EQ(Run("--model " + model + " --size 120x80 --save-scene " + (folder / "scene.json").string() + " -o " +
+                  (folder / "a.png").string())
+                  .mCode,
+              0);
+    const Outcome again = Run((folder / "scene.json").string() + " -o " + (folder / "b.png").string() + " --frames 0");
+    ASSERT_EQ(again.mCode, 0) << again.mErrors;
+    EXPECT_EQ(ReadFile(folder / "a.png"), ReadFile(folder / "b.png"));
+}
+
+}  // namespace
+}  // namespace nimbrel::endtoend

@@ -1,0 +1,92 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <glm/vec3.hpp>
+
+#include "NimbrelHost/Host.h"
+#include "NimbrelHost/Picture.h"
+#include "NimbrelHost/Scene.h"
+
+/// A shot described once and drawn twice: by the effect, through the host's commands, and by the reference
+/// renderer from matrices that are computed here from the same numbers.
+namespace nimbrel::endtoend {
+
+struct ShotModel {
+    std::filesystem::path mFile;
+    glm::dvec3 mAnchor{0.0};         ///< pixels, which is file units times 1000
+    double mAlignScale = 100.0;      ///< percent
+    glm::dvec3 mAlignRotation{0.0};  ///< degrees
+    glm::dvec3 mPosition{0.0};       ///< pixels of the layer
+    double mScale = 100.0;           ///< percent
+    glm::dvec3 mRotation{0.0};       ///< degrees
+};
+
+struct ShotCamera {
+    bool mOrthographic = false;
+    double mZoom = 1000.0;
+    glm::dvec3 mPosition{0.0};
+    glm::dvec3 mTarget{0.0};
+};
+
+struct Shot {
+    std::string mName;
+    int mWidth = 320;
+    int mHeight = 180;
+    int mBitsPerChannel = 32;
+    int mDownsample = 1;
+    std::optional<ShotCamera> mCamera;
+    std::vector<ShotModel> mModels;
+};
+
+/// The shot as a scene document; it goes through the host's own reader.
+host::Json MakeSceneDocument(const Shot& shot);
+
+/// A host that has the effect applied, strict, with the validation layer on.
+class EffectHost {
+public:
+    struct Options {
+        bool mServeComputeCache = true;
+        bool mStrict = true;
+        std::string mDevice;
+        std::uint64_t mCacheLimit = 0;
+    };
+
+    explicit EffectHost(const Shot& shot) : EffectHost(shot, Options{}) {}
+    EffectHost(const Shot& shot, const Options& options);
+    /// Stops the effect; anything that it leaked or did wrong, and any word of the validation layer, fails the test.
+    ~EffectHost();
+
+    host::Host& Get() { return *mHost; }
+    host::Frame Render(int frame = 0);
+
+private:
+    std::unique_ptr<host::Host> mHost;
+};
+
+/// The frame as the effect draws it, in a host of its own.
+host::Frame RenderWithEffect(const Shot& shot);
+
+/// The same frame from the reference renderer, in the host's layout.
+host::Frame RenderReference(const Shot& shot);
+
+/// Peak signal-to-noise ratio in decibels of premultiplied colour and alpha, peak 1; infinite for equal frames.
+double ComparePsnr(const host::Frame& a, const host::Frame& b);
+
+/// Share of channels that differ by more than `tolerance` in units of the depth, premultiplied.
+double DifferingShare(const host::Frame& a, const host::Frame& b, double tolerance);
+
+/// Mean alpha, 0 to 1: a picture with nothing in it proves nothing.
+double MeanAlpha(const host::Frame& frame);
+
+/// A procedural model of so many splats and degree as a file; made once per process.
+std::filesystem::path GetModelFile(int count, int degree);
+
+/// An empty folder that goes with the process.
+std::filesystem::path GetScratchFolder();
+
+}  // namespace nimbrel::endtoend
