@@ -26,46 +26,42 @@ uint PositionFormat() { return _SplatFormat & 255u; }
 uint ScaleFormat() { return (_SplatFormat >> 8) & 255u; }
 uint SHFormat() { return (_SplatFormat >> 16) & 255u; }
 
-// Loads from a raw buffer at any even byte address: a word, put together from two where it starts in the middle of
-// one, and a 16-bit field.
-#define DECLARE_LOADS(buffer, reg)                                                                \
-    uint LoadWord##buffer(uint address) {                                                         \
-        uint first = buffer.Load(ZEB_BYTES(reg, address & ~3u));                                  \
-        if ((address & 2u) == 0u) return first;                                                   \
-        return (buffer.Load(ZEB_BYTES(reg, (address & ~3u) + 4u)) << 16) | (first >> 16);         \
-    }                                                                                             \
-    uint LoadField##buffer(uint address) {                                                        \
-        return (buffer.Load(ZEB_BYTES(reg, address & ~3u)) >> ((address & 2u) * 8u)) & 0xFFFFu;   \
-    }                                                                                             \
-    float3 LoadVector##buffer(uint format, uint address) {                                        \
-        if (format == 0u)                                                                         \
-            return float3(asfloat(LoadWord##buffer(address)), asfloat(LoadWord##buffer(address + 4u)), \
-                          asfloat(LoadWord##buffer(address + 8u)));                               \
-        if (format == 1u) {                                                                       \
-            uint xy = LoadWord##buffer(address);                                                  \
-            return float3(float(xy & 0xFFFFu), float(xy >> 16), float(LoadField##buffer(address + 4u))) * \
-                   1.52590219e-05;                                                                \
-        }                                                                                         \
-        if (format == 2u) return UnpackVector11(LoadWord##buffer(address));                       \
-        if (format == 3u) return UnpackVector6(LoadField##buffer(address));                       \
-        return float3(0.0, 0.0, 0.0);                                                             \
+// Up to 12 bytes of a raw buffer from any even address on, as words. Only words that hold some of these bytes are read.
+#define DECLARE_LOAD(buffer, reg)                                                                     \
+    uint3 Load##buffer(uint address, uint size) {                                                     \
+        uint word = address & ~3u;                                                                    \
+        uint last = (address + size - 1u) & ~3u;                                                      \
+        uint w0 = buffer.Load(ZEB_BYTES(reg, word));                                                  \
+        uint w1 = 0u, w2 = 0u, w3 = 0u;                                                               \
+        if (word + 4u <= last) w1 = buffer.Load(ZEB_BYTES(reg, word + 4u));                           \
+        if (word + 8u <= last) w2 = buffer.Load(ZEB_BYTES(reg, word + 8u));                           \
+        if (word + 12u <= last) w3 = buffer.Load(ZEB_BYTES(reg, word + 12u));                         \
+        if ((address & 2u) == 0u) return uint3(w0, w1, w2);                                           \
+        return uint3((w1 << 16) | (w0 >> 16), (w2 << 16) | (w1 >> 16), (w3 << 16) | (w2 >> 16));      \
     }
 
-float3 UnpackVector11(uint word) {
-    return float3(float(word & 2047u) * 0.000488519785, float((word >> 11) & 1023u) * 0.000977517106,
-                  float(word >> 21) * 0.000488519785);
-}
-
-float3 UnpackVector6(uint field) {
-    return float3(float(field & 63u) * 0.0158730168, float((field >> 6) & 31u) * 0.0322580636,
-                  float((field >> 11) & 31u) * 0.0322580636);
-}
-
+// Bytes of a packed vector; 0 for an unknown format.
 uint VectorSize(uint format) {
     if (format == 0u) return 12u;
     if (format == 1u) return 6u;
     if (format == 2u) return 4u;
     return format == 3u ? 2u : 0u;
+}
+
+float3 Unpack11(uint word) {
+    return float3(float(word & 2047u) * 0.000488519785, float((word >> 11) & 1023u) * 0.000977517106,
+                  float(word >> 21) * 0.000488519785);
+}
+
+float3 UnpackVector(uint format, uint3 words) {
+    if (format == 0u) return asfloat(words);
+    if (format == 1u)
+        return float3(float(words.x & 0xFFFFu), float(words.x >> 16), float(words.y & 0xFFFFu)) * 1.52590219e-05;
+    if (format == 2u) return Unpack11(words.x);
+    if (format == 3u)
+        return float3(float(words.x & 63u) * 0.0158730168, float((words.x >> 6) & 31u) * 0.0322580636,
+                      float((words.x >> 11) & 31u) * 0.0322580636);
+    return float3(0.0, 0.0, 0.0);
 }
 
 float RangeLow(uint range) { return f16tof32(range & 0xFFFFu); }
@@ -77,12 +73,14 @@ float Denormalise(uint range, float v) {
     return low + v * (RangeHigh(range) - low);
 }
 
-DECLARE_LOADS(_SplatPos, 2)
+DECLARE_LOAD(_SplatPos, 2)
 
 // Position of splat i in asset space. Every format goes through its chunk's range.
 float3 DecodePosition(uint i) {
     uint format = PositionFormat();
-    float3 v = LoadVector_SplatPos(format, VectorSize(format) * i);
+    uint size = VectorSize(format);
+    float3 v = float3(0.0, 0.0, 0.0);
+    if (size != 0u) v = UnpackVector(format, Load_SplatPos(size * i, size));
     uint chunk = ZEB_ELEMENT(1, i >> 8);
     float2 x = _SplatChunks[chunk].posX;
     float2 y = _SplatChunks[chunk].posY;

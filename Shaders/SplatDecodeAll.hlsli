@@ -8,8 +8,8 @@ ByteAddressBuffer _SplatOther : register(t3);
 ByteAddressBuffer _SplatSH : register(t4);
 Texture2D<float4> _SplatColor : register(t5);
 
-DECLARE_LOADS(_SplatOther, 3)
-DECLARE_LOADS(_SplatSH, 4)
+DECLARE_LOAD(_SplatOther, 3)
+DECLARE_LOAD(_SplatSH, 4)
 
 #define SH_COEFFICIENTS 15
 
@@ -19,7 +19,7 @@ uint OtherSize() { return 4u + VectorSize(ScaleFormat()) + (SHFormat() > 3u ? 2u
 // Unit quaternion, vector part in xyz, scalar part in w. The word holds three components and which one is left out;
 // that one is the positive root.
 float4 DecodeRotation(uint i) {
-    uint word = LoadWord_SplatOther(OtherSize() * i);
+    uint word = Load_SplatOther(OtherSize() * i, 4u).x;
     float a = float(word & 1023u) * 0.00138241798 - 0.707106769;
     float b = float((word >> 10) & 1023u) * 0.00138241798 - 0.707106769;
     float c = float((word >> 20) & 1023u) * 0.00138241798 - 0.707106769;
@@ -33,7 +33,9 @@ float4 DecodeRotation(uint i) {
 
 // Lengths of the splat's axes: stored as eighth roots.
 float3 DecodeScale(uint i) {
-    float3 v = LoadVector_SplatOther(ScaleFormat(), OtherSize() * i + 4u);
+    uint size = VectorSize(ScaleFormat());
+    float3 v = float3(0.0, 0.0, 0.0);
+    if (size != 0u) v = UnpackVector(ScaleFormat(), Load_SplatOther(OtherSize() * i + 4u, size));
     uint chunk = ZEB_ELEMENT(1, i >> 8);
     float3 t = float3(Denormalise(_SplatChunks[chunk].sclX, v.x), Denormalise(_SplatChunks[chunk].sclY, v.y),
                       Denormalise(_SplatChunks[chunk].sclZ, v.z));
@@ -74,26 +76,20 @@ uint SHRecordSize(uint format) {
 }
 
 uint SHRecordIndex(uint i) {
-    return SHFormat() > 3u ? LoadField_SplatOther(OtherSize() * (i + 1u) - 2u) : i;
+    if (SHFormat() <= 3u) return i;
+    return Load_SplatOther(OtherSize() * (i + 1u) - 2u, 2u).x & 0xFFFFu;
 }
 
-float3 UnpackSH6(uint field) {
-    return float3(float(field & 31u) * 0.0322580636, float((field >> 5) & 63u) * 0.0158730168,
-                  float((field >> 11) & 31u) * 0.0322580636);
-}
+// Bytes of one coefficient: halves for formats that share records.
+uint SHCoefficientSize(uint format) { return format > 3u ? 6u : VectorSize(format); }
 
-// Coefficient k, 0 to 14, of the record at `address`, as it is stored.
-float3 LoadSHCoefficient(uint format, uint address, uint k) {
-    if (format == 0u) {
-        uint at = address + k * 12u;
-        return float3(asfloat(LoadWord_SplatSH(at)), asfloat(LoadWord_SplatSH(at + 4u)),
-                      asfloat(LoadWord_SplatSH(at + 8u)));
-    }
-    if (format == 2u) return UnpackVector11(LoadWord_SplatSH(address + k * 4u));
-    if (format == 3u) return UnpackSH6(LoadField_SplatSH(address + k * 2u));
-    uint at = address + k * 6u;
-    return float3(f16tof32(LoadField_SplatSH(at)), f16tof32(LoadField_SplatSH(at + 2u)),
-                  f16tof32(LoadField_SplatSH(at + 4u)));
+float3 UnpackSH(uint format, uint3 words) {
+    if (format == 0u) return asfloat(words);
+    if (format == 2u) return Unpack11(words.x);
+    if (format == 3u)
+        return float3(float(words.x & 31u) * 0.0322580636, float((words.x >> 5) & 63u) * 0.0158730168,
+                      float((words.x >> 11) & 31u) * 0.0322580636);
+    return float3(f16tof32(words.x & 0xFFFFu), f16tof32(words.x >> 16), f16tof32(words.y & 0xFFFFu));
 }
 
 struct SHSource {
@@ -113,7 +109,8 @@ SHSource OpenSH(uint i) {
 
 // Coefficient k, 0 to 14; formats 1 to 3 are stored relative to the chunk's range.
 float3 DecodeSH(SHSource source, uint k) {
-    float3 v = LoadSHCoefficient(source.format, source.address, k);
+    uint size = SHCoefficientSize(source.format);
+    float3 v = UnpackSH(source.format, Load_SplatSH(source.address + k * size, size));
     if (source.format == 0u || source.format > 3u) return v;
     return float3(Denormalise(source.ranges.x, v.x), Denormalise(source.ranges.y, v.y),
                   Denormalise(source.ranges.z, v.z));

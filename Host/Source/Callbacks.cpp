@@ -35,6 +35,7 @@ PF_Err CheckinParam(PF_ProgPtr reference, PF_ParamDef* record) {
     return WithCommand(reference, [&](Command& command) { return command.CheckinParameter(record); });
 }
 
+// Parameters are only ever appended, so an index must be the next one.
 PF_Err AddParam(PF_ProgPtr reference, PF_ParamIndex index, PF_ParamDef* definition) {
     return WithCommand(reference, [&](Command& command) -> PF_Err {
         if (command.GetCommand() != PF_Cmd_PARAMS_SETUP) return PF_Err_INVALID_CALLBACK;
@@ -45,6 +46,7 @@ PF_Err AddParam(PF_ProgPtr reference, PF_ParamIndex index, PF_ParamDef* definiti
     });
 }
 
+// Both ways of asking answer the same, so that an effect may use either.
 PF_Err Abort(PF_ProgPtr) { return IsInterrupted() ? PF_Interrupt_CANCEL : PF_Err_NONE; }
 
 PF_Err Progress(PF_ProgPtr reference, A_long current, A_long total) {
@@ -81,6 +83,7 @@ double Binary(double x, double y) {
     return Function(x, y);
 }
 
+// Image functions of the table stay null: they belong to older ways of rendering.
 PF_UtilCallbacks MakeUtilCallbacks() {
     PF_UtilCallbacks utils{};
     utils.host_new_handle = [](A_u_longlong size) -> PF_Handle { return Host::Active().GetHandles().New(size); };

@@ -54,6 +54,7 @@ const std::string& Catalogue::GetId(std::int32_t uniqueId) const {
     return found == mIds.end() ? none : found->second;
 }
 
+// A quarter of the letters may be wrong; more would suggest what nobody meant.
 std::string FindSimilar(std::string_view word, const std::vector<std::string>& candidates) {
     std::string best;
     std::size_t bestDistance = word.size() / 4 + 2;

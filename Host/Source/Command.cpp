@@ -14,6 +14,7 @@ namespace {
 
 constexpr A_long kApplicationId = 0x46585443;  // 'FXTC'
 
+// Commands of a thread nest like its calls.
 thread_local Command* tCurrent = nullptr;
 
 std::string GetCommandName(PF_Cmd command) {
@@ -35,6 +36,7 @@ std::string GetCommandName(PF_Cmd command) {
 
 }  // namespace
 
+// The records are on the heap and gone with the command, so that a pointer kept too long is found by memory checkers.
 Command::Command(Host& host, PF_Cmd command, int time)
     : mHost(host), mCommand(command), mRecords(std::make_unique<Records>()), mOuter(tCurrent) {
     FillInData(time);
@@ -52,6 +54,7 @@ void Command::FillInData(int time) {
     PF_InData& in = mRecords->mIn;
     in.inter = GetInteractCallbacks();
     in.utils = GetUtilCallbacks();
+    // The reference names this very command: one kept from another is refused.
     in.effect_ref = reinterpret_cast<PF_ProgPtr>(this);
     in.quality = PF_Quality_HI;
     in.version = {13, 27};
@@ -60,6 +63,7 @@ void Command::FillInData(int time) {
     in.current_time = time;
     in.time_step = clock.mStep;
     in.local_time_step = clock.mStep;
+    // Times are 32-bit; a composition longer than that is cut in what it tells of its length only.
     in.total_time = static_cast<A_long>(
         std::min<std::int64_t>(INT32_MAX, static_cast<std::int64_t>(CountFrames(composition)) * clock.mStep));
     in.time_scale = static_cast<A_u_long>(clock.mScale);
@@ -80,10 +84,13 @@ void Command::FillInData(int time) {
 void Command::Run(PF_ParamDef** parameters, void* extra) {
     PF_OutData& out = mRecords->mOut;
     const PF_Err error = mHost.GetEffect().mMain(mCommand, &mRecords->mIn, &out, parameters, nullptr, extra);
+    // The effect holds what it checked out for the length of the command and no longer.
     CheckLeftovers();
     out.return_msg[sizeof(out.return_msg) - 1] = 0;
     std::string message = out.return_msg;
+    // Effects break lines with carriage returns, as their host's dialogs want it.
     std::replace(message.begin(), message.end(), '\r', '\n');
+    // A cancel that nobody asked for is a failure like any other.
     if (error == PF_Interrupt_CANCEL && IsInterrupted()) throw Interrupted();
     if (error != PF_Err_NONE || (out.out_flags & PF_OutFlag_DISPLAY_ERROR_MESSAGE) != 0) {
         if (message.empty()) {
@@ -101,6 +108,7 @@ void Command::CheckLeftovers() {
         diagnostics.Report(fmt::format("{}: {} parameters not checked in", name, mCheckedOut.size()));
         while (!mCheckedOut.empty()) CheckinParameter(mCheckedOut.begin()->first);
     }
+    // Receipts are counted by thread, and an outer command may hold some rightly.
     if (mOuter != nullptr) return;
     if (const std::size_t receipts = mHost.GetCache().CountReceiptsOfThisThread(); receipts > 0) {
         diagnostics.Report(fmt::format("{}: {} cached values not checked in", name, receipts));
@@ -122,6 +130,7 @@ Command* Command::FromReference(PF_ProgPtr reference) {
 
 PF_Err Command::CheckoutParameter(int index, int time, unsigned scale, PF_ParamDef* record) {
     if (record == nullptr || scale == 0) return PF_Err_BAD_CALLBACK_PARAM;
+    // The input layer has no picture worth rendering for a checkout; its record is empty, as for a layer of none.
     if (index == 0) {
         *record = {};
         mCheckedOut[record] = {};
@@ -131,6 +140,7 @@ PF_Err Command::CheckoutParameter(int index, int time, unsigned scale, PF_ParamD
     if (parameter == nullptr) return PF_Err_INVALID_INDEX;
     const double seconds = static_cast<double>(time) / scale;
     FillRecord(*parameter, seconds, mHost.GetProject().GetComposition().mDownsample, *record);
+    // A fresh copy each time: the effect may read it until it checks it in, whatever happens to the value.
     PF_Handle custom = nullptr;
     if (parameter->GetType() == PF_Param_ARBITRARY_DATA) custom = EvaluateCustom(mHost, *parameter, seconds);
     if (custom != nullptr) record->u.arb_d.value = custom;
@@ -158,6 +168,7 @@ PF_Err Command::CheckoutLayer(int index, int checkoutId, PF_CheckoutResult* resu
         return PF_Err_BAD_CALLBACK_PARAM;
     }
     const Composition& composition = mHost.GetProject().GetComposition();
+    // A layer parameter of none answers with empty sizes, which is how effects tell.
     const bool isThere =
         parameter == nullptr || static_cast<int>(EvaluateNumbers(*parameter, 0).x) != AEGP_LayerIDVal_NONE;
     *result = {};

@@ -11,6 +11,7 @@ ComputeCache::ComputeCache(Diagnostics& diagnostics, std::uint64_t limit) : mDia
 
 ComputeCache::~ComputeCache() = default;
 
+// All four callbacks are required: the cache could neither compare, make, weigh nor free values without them.
 A_Err ComputeCache::Register(const char* className, const AEGP_ComputeCacheCallbacks* callbacks) {
     if (className == nullptr || callbacks == nullptr || callbacks->generate_key == nullptr ||
         callbacks->compute == nullptr || callbacks->approx_size_value == nullptr ||
@@ -34,6 +35,8 @@ A_Err ComputeCache::Unregister(const char* className) {
         std::unique_lock lock(mMutex);
         const std::shared_ptr<Class> type = FindClass(className);
         if (!type) return A_Err_PARAMETER;
+        // From here on no thread finds the class, but some may be computing for it: they are waited for, since the
+        // effect may be unloaded once this returns.
         type->mUnregistered = true;
         mClasses.erase(className);
         mChanged.wait(lock, [&] {
@@ -65,10 +68,12 @@ A_Err ComputeCache::ComputeIfNeededAndCheckout(const char* className, void* opti
     lock.unlock();
     if (const A_Err error = MakeKey(*type, options, key)) return error;
     lock.lock();
+    // Each round looks afresh: while this thread slept the value may have been made, purged again or given up.
     for (;;) {
         if (type->mUnregistered) return A_Err_PARAMETER;
         const auto found = type->mEntries.find(key);
         if (found == type->mEntries.end()) {
+            // The entry without a value is what makes others wait.
             const auto entry = std::make_shared<Entry>();
             type->mEntries.emplace(key, entry);
             return Compute(type, key, entry, options, lock, receipt);
@@ -91,6 +96,7 @@ A_Err ComputeCache::ComputeIfNeededAndCheckout(const char* className, void* opti
 A_Err ComputeCache::Compute(const std::shared_ptr<Class>& type, const Key& key, const std::shared_ptr<Entry>& entry,
                             void* options, std::unique_lock<std::mutex>& lock, void** receipt) {
     using Clock = std::chrono::steady_clock;
+    // Making a value takes seconds; the lock is let go so that other keys are served meanwhile.
     entry->mComputing = std::this_thread::get_id();
     lock.unlock();
     void* value = nullptr;
@@ -107,6 +113,7 @@ A_Err ComputeCache::Compute(const std::shared_ptr<Class>& type, const Key& key, 
         entry->mSize = size;
         mSize += size;
         *receipt = MakeReceipt(type, entry);
+        // The receipt just made keeps the new value from being purged by its own arrival.
         if (mLimit != 0) doomed = TakePurgeable(mLimit);
     } else {
         type->mEntries.erase(key);
@@ -127,6 +134,7 @@ A_Err ComputeCache::CheckoutCached(const char* className, void* options, void** 
     Key key{};
     if (const A_Err error = MakeKey(*type, options, key)) return error;
     lock.lock();
+    // A value in the making counts as absent: this call never waits.
     const auto found = type->mEntries.find(key);
     if (found == type->mEntries.end() || !found->second->mReady) return A_Err_NOT_IN_CACHE_OR_COMPUTE_PENDING;
     *receipt = MakeReceipt(type, found->second);
@@ -153,6 +161,7 @@ A_Err ComputeCache::Checkin(void* receipt) {
             mDiagnostics.Report("compute cache: checked in without a receipt");
             return A_Err_STRUCT;
         }
+        // The last check-in may make room that was wanted while the value was held.
         --found->second->mEntry->mCheckouts;
         mReceipts.erase(found);
         if (mLimit != 0) doomed = TakePurgeable(mLimit);
@@ -199,6 +208,7 @@ double ComputeCache::GetComputeSeconds() const {
     return mComputeSeconds;
 }
 
+// Called under the lock. The class is shared, so that it outlives being unregistered while a callback runs.
 std::shared_ptr<ComputeCache::Class> ComputeCache::FindClass(const char* className) const {
     const auto found = className == nullptr ? mClasses.end() : mClasses.find(className);
     if (found != mClasses.end()) return found->second;
@@ -214,6 +224,7 @@ A_Err ComputeCache::MakeKey(const Class& type, void* options, Key& key) const {
     return error;
 }
 
+// Called under the lock. Receipts are objects of their own, so that a wrong or stale one is told apart safely.
 void* ComputeCache::MakeReceipt(const std::shared_ptr<Class>& type, const std::shared_ptr<Entry>& entry) {
     ++entry->mCheckouts;
     entry->mLastUse = ++mClock;
@@ -223,6 +234,8 @@ void* ComputeCache::MakeReceipt(const std::shared_ptr<Class>& type, const std::s
     return pointer;
 }
 
+// Called under the lock; the values are deleted after it. Values are few and large, so a search of all of them each
+// time costs nothing next to making one.
 std::vector<ComputeCache::Doomed> ComputeCache::TakePurgeable(std::uint64_t limit) {
     std::vector<Doomed> doomed;
     while (mSize > limit) {
@@ -236,6 +249,7 @@ std::vector<ComputeCache::Doomed> ComputeCache::TakePurgeable(std::uint64_t limi
                 oldest = entry;
             }
         }
+        // All that is left is in use: the limit yields, values in use never go.
         if (!oldestClass) break;
         mSize -= oldest->second->mSize;
         doomed.push_back({oldestClass, oldest->second->mValue});

@@ -11,6 +11,7 @@ namespace nimbrel::host {
 namespace {
 
 /// Calls the effect for one function of a custom value. Each function's record begins with the effect's own context.
+/// The callback has no parameters and no time; it may come inside another command, on any thread.
 template <class Fill>
 void Call(Host& host, const Parameter& parameter, PF_FunctionSelector function, Fill fill) {
     PF_ArbParamsExtra extra{};
@@ -21,6 +22,7 @@ void Call(Host& host, const Parameter& parameter, PF_FunctionSelector function, 
     Command(host, PF_Cmd_ARBITRARY_CALLBACK).Run(nullptr, &extra);
 }
 
+// A null handle without an error would be found only when the frame that needs it crashes.
 PF_Handle Checked(const Parameter& parameter, PF_Handle handle, const char* what) {
     if (handle != nullptr) return handle;
     throw EffectError(fmt::format("the effect gave no value when {} \"{}\"", what, parameter.mName));
@@ -52,6 +54,7 @@ PF_Handle ScanCustom(Host& host, const Parameter& parameter, const std::string& 
     PF_Handle scanned = nullptr;
     Call(host, parameter, PF_Arbitrary_SCAN_FUNC, [&](PF_ArbParamsUnion& u) {
         u.scan_func_params.bufPC = text.c_str();
+        // The size includes the terminator, so that either way of reading the text ends where it should.
         u.scan_func_params.bytes_to_scanLu = static_cast<A_u_long>(text.size() + 1);
         u.scan_func_params.arbPH = &scanned;
     });
@@ -70,6 +73,7 @@ std::string PrintCustom(Host& host, const Parameter& parameter, PF_Handle value)
         u.print_func_params.print_sizeLu = size;
         u.print_func_params.print_bufferPC = text.data();
     });
+    // The size is an upper bound; the text ends at its terminator.
     text.resize(std::min(text.find('\0'), text.size()));
     return text;
 }
@@ -79,6 +83,7 @@ void DisposeCustom(Host& host, const Parameter& parameter, PF_Handle value) {
     Call(host, parameter, PF_Arbitrary_DISPOSE_FUNC, [&](PF_ArbParamsUnion& u) { u.dispose_func_params.arbH = value; });
 }
 
+// Between two keyframes only the effect knows how to mix.
 PF_Handle EvaluateCustom(Host& host, const Parameter& parameter, double seconds) {
     const KeySpan span = parameter.mValue.Find(seconds);
     const PF_Handle left = parameter.mValue.mKeys[span.mLeft].mValue.mCustom;

@@ -22,6 +22,7 @@ std::vector<std::string> DeviceReport::GetValidationMessages() const {
     return mMessages;
 }
 
+// The first that is marked: an effect that tries again after a failure reports its devices again.
 std::string DeviceReport::GetChosenName() const {
     const std::scoped_lock lock(mMutex);
     for (const Device& device : mDevices) {

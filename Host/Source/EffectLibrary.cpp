@@ -76,6 +76,7 @@ EffectLibrary EffectLibrary::Load(const std::filesystem::path& file, SPBasicSuit
     void* const library = OpenLibrary(file, error);
     if (library == nullptr) throw UsageError(fmt::format("{}: expected a loadable effect library: {}", where, error));
     const auto registerEffect = reinterpret_cast<RegisterFunction>(FindSymbol(library, "PluginDataEntryFunction"));
+    // This function is what makes a library an effect to a host; there is nothing else to look for.
     if (registerEffect == nullptr) {
         throw UsageError(
             fmt::format("{}: expected an effect library, but it exports no PluginDataEntryFunction", where));
@@ -85,6 +86,7 @@ EffectLibrary EffectLibrary::Load(const std::filesystem::path& file, SPBasicSuit
     if (code != A_Err_NONE || registration.mCount == 0) {
         throw EffectError(fmt::format("{}: the library registered no effect (code {})", where, code));
     }
+    // Interfaces of one major number are served back to the first.
     if (registration.mKind != kEffectKind || registration.mMajor != 13) {
         throw EffectError(fmt::format("{}: \"{}\" is for interface {}.{}, this host serves 13.27", where,
                                       registration.mName, registration.mMajor, registration.mMinor));
@@ -108,6 +110,7 @@ std::filesystem::path DefaultPluginName() {
 #endif
 }
 
+// Where the program is, not where it was called from: the effect lies beside it.
 std::filesystem::path ProgramFolder() {
 #ifdef _WIN32
     wchar_t name[32768];

@@ -14,8 +14,10 @@ HandleStore::~HandleStore() {
     for (auto& [handle, block] : mBlocks) std::free(block->mData);
 }
 
+// calloc: what an effect finds in a new handle is the same in every run, so that frames don't depend on chance.
 void** HandleStore::New(std::uint64_t size) {
     if (size > SIZE_MAX / 2) return nullptr;
+    // An empty handle is still a handle: it gets a byte, and its size stays 0.
     auto block = std::make_unique<Block>();
     block->mData = std::calloc(1, std::max<std::size_t>(1, static_cast<std::size_t>(size)));
     if (block->mData == nullptr) return nullptr;
@@ -26,6 +28,7 @@ void** HandleStore::New(std::uint64_t size) {
     return handle;
 }
 
+// Called under the lock. The text names the operation, since a stale handle says nothing of itself.
 HandleStore::Block* HandleStore::Find(void** handle, const char* operation) const {
     const auto found = mBlocks.find(handle);
     if (found != mBlocks.end()) return found->second.get();
@@ -72,6 +75,7 @@ bool HandleStore::Resize(void** handle, std::uint64_t size) {
     const std::scoped_lock lock(mMutex);
     Block* const block = Find(handle, "resize");
     if (block == nullptr || size > SIZE_MAX / 2) return false;
+    // The block moves, the handle stays: effects hold the pointer to the pointer.
     void* const data = std::realloc(block->mData, std::max<std::size_t>(1, static_cast<std::size_t>(size)));
     if (data == nullptr) return false;
     block->mData = data;
@@ -89,6 +93,7 @@ std::size_t HandleStore::CountLive() const {
     return mBlocks.size();
 }
 
+// Locks don't pin anything here; the count finds effects that would starve a host whose memory moves.
 std::size_t HandleStore::CountLocked() const {
     const std::scoped_lock lock(mMutex);
     return static_cast<std::size_t>(

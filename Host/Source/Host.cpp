@@ -14,8 +14,10 @@
 namespace nimbrel::host {
 namespace {
 
+// Suite functions get no context, so they find the host here.
 std::atomic<Host*> gActive{nullptr};
 
+// A suite that isn't served is no fault: effects try newer ones first and do without.
 SPErr AcquireSuite(const A_char* name, A_long version, const void** suite) {
     if (suite == nullptr) return static_cast<SPErr>(kSPBadParameterError);
     try {
@@ -68,6 +70,7 @@ Host::Host(HostOptions options, const Composition& composition, const std::optio
       mProject(composition, camera) {
     Host* none = nullptr;
     if (!gActive.compare_exchange_strong(none, this)) throw std::logic_error("a process has one effect host at a time");
+    // All tables stand before the library loads: its registration may ask for suites already.
     mBasicSuite = {AcquireSuite, ReleaseSuite, IsEqual, AllocateBlock, FreeBlock, ReallocateBlock, Undefined};
     AddEffectSuites(mSuites);
     AddPFInterfaceSuite(mSuites);
@@ -87,6 +90,7 @@ Host::~Host() {
     try {
         Stop();
     } catch (const std::exception&) {
+        // The effect has been told everything it can be told.
         // A failure to go down has nobody to hear of it any more.
     }
     gActive = nullptr;
@@ -110,12 +114,14 @@ void Host::Start() {
     if (mOptions.mStrict) FlattenAndRestoreSequence();
 }
 
+// The flags of this command hold for the effect's whole life.
 void Host::SetUpGlobal() {
     Command command(*this, PF_Cmd_GLOBAL_SETUP);
     command.Run();
     mGlobalData = command.Out().global_data;
     mOutFlags = command.Out().out_flags;
     mOutFlags2 = command.Out().out_flags2;
+    // Before anything can fail: what came up is taken down again.
     mGlobalIsUp = true;
     if ((mOutFlags2 & PF_OutFlag2_SUPPORTS_SMART_RENDER) == 0) {
         throw EffectError(fmt::format("\"{}\" doesn't render in the two steps that this host drives", mEffect.mName));
@@ -132,6 +138,7 @@ void Host::SetUpParameters() {
     }
     for (const auto& parameter : mParameters.GetAll()) {
         if (parameter->GetType() != PF_Param_ARBITRARY_DATA) continue;
+        // The value is a copy of the default, so that either can be disposed of alone.
         parameter->mValue.mKeys.front().mValue.mCustom = CopyCustom(*this, *parameter, parameter->mDefault.mCustom);
     }
 }
@@ -162,6 +169,7 @@ void Host::FlattenAndRestoreSequence() {
         command.Run();
         live = command.Out().sequence_data;
     }
+    // The flat data stays the host's, as on disk.
     if (live != flat) mHandles.Dispose(flat);
     Command command(*this, PF_Cmd_SEQUENCE_SETDOWN);
     std::swap(mSequenceData, live);  // the restored copy serves from here on
@@ -171,6 +179,7 @@ void Host::FlattenAndRestoreSequence() {
 
 void Host::UpdateParameterControls() {
     Command command(*this, PF_Cmd_UPDATE_PARAMS_UI);
+    // This command is the one that carries all values at once, as they are at time 0.
     std::vector<PF_ParamDef> records(mParameters.Count() + 1);
     std::vector<PF_ParamDef*> pointers{&records[0]};
     for (std::size_t i = 1; i < records.size(); ++i) {
@@ -198,6 +207,7 @@ void Host::UpdateParameterControls() {
 
 void Host::Stop() {
     if (!mGlobalIsUp) return;
+    // Values that only the effect can dispose of go while it still runs.
     for (const auto& parameter : mParameters.GetAll()) ReleaseCustom(*this, *parameter);
     if (mSequenceIsUp) {
         mSequenceIsUp = false;
@@ -210,6 +220,7 @@ void Host::Stop() {
     ReportLeaks();
 }
 
+// What is left now was never given back, and no later command can.
 void Host::ReportLeaks() {
     const auto report = [&](std::size_t count, const char* what) {
         if (count > 0) mDiagnostics.Report(fmt::format("the effect left {} {} behind", count, what));
@@ -228,6 +239,7 @@ bool Host::SupportsThreads() const { return (mOutFlags2 & PF_OutFlag2_SUPPORTS_T
 
 void Host::AddParameter(const PF_ParamDef& definition) {
     Parameter& parameter = mParameters.Add(definition, mCatalogue, mProject.GetComposition());
+    // The default's handle passes to the host with the definition.
     if (parameter.GetType() == PF_Param_ARBITRARY_DATA) parameter.mDefault.mCustom = definition.u.arb_d.dephault;
 }
 

@@ -32,6 +32,7 @@ std::string Describe(const Json& value) {
 }  // namespace
 
 Json ParseJson(std::string_view text, const std::string& origin) {
+    // Checked while parsing: a document nested too deep is never built.
     const auto limitDepth = [&](int depth, Json::parse_event_t, Json&) {
         if (depth > kMaxDepth) {
             throw UsageError(fmt::format("{}: expected at most {} levels of nesting", origin, kMaxDepth));
@@ -51,6 +52,7 @@ Json ParseJson(std::string_view text, const std::string& origin) {
     }
 }
 
+// Folders open as streams on some systems, so it must be a file.
 Json ReadJsonFile(const std::filesystem::path& file) {
     std::error_code error;
     std::ifstream stream;
@@ -74,6 +76,7 @@ void JsonView::RequireObject(std::initializer_list<std::string_view> keys) const
     if (!mValue.is_object()) Fail("an object");
     for (const auto& [key, value] : mValue.items()) {
         if (std::find(keys.begin(), keys.end(), key) != keys.end()) continue;
+        // The list of what would have been right comes with the complaint.
         std::string known;
         for (const std::string_view name : keys) known += fmt::format("{}\"{}\"", known.empty() ? "" : ", ", name);
         throw UsageError(fmt::format("{}: {}: unknown key, expected one of {}", mFile,
@@ -113,6 +116,7 @@ double JsonView::NumberBetween(double low, double high) const {
 int JsonView::IntegerBetween(int low, int high) const {
     const bool unbounded = low == std::numeric_limits<int>::min() && high == std::numeric_limits<int>::max();
     const std::string expected = unbounded ? "a whole number" : fmt::format("a whole number from {} to {}", low, high);
+    // 5.0 is a whole number, too.
     const double number = Number(expected);
     if (number != std::floor(number) || number < low || number > high) Fail(expected);
     return static_cast<int>(number);

@@ -18,6 +18,7 @@
 namespace nimbrel::host {
 namespace {
 
+// Seven digits: at 1000 frames a second still hours.
 constexpr int kMaxFrame = 9999999;
 
 /// Takes a whole number off the front of the text.
@@ -34,6 +35,7 @@ bool TakeCharacter(std::string_view& text, char character) {
     return true;
 }
 
+// Two programs may write into one folder.
 int ProcessId() {
 #ifdef _WIN32
     return _getpid();
@@ -96,6 +98,7 @@ std::filesystem::path FramePattern::Expand(int frame) const {
 
 namespace detail {
 
+// In the same folder, since only within one file system does a rename replace a file at once.
 std::filesystem::path MakeTemporaryName(const std::filesystem::path& file) {
     static std::atomic<unsigned> counter{0};
     return file.parent_path() /

@@ -41,6 +41,7 @@ const TypeRow* FindType(int type) {
     return found == std::end(kTypes) ? nullptr : &*found;
 }
 
+// An effect joins a pop-up's choices with bars.
 std::vector<std::string> SplitChoices(const char* joined) {
     std::vector<std::string> choices;
     std::string_view rest = joined == nullptr ? "" : joined;
@@ -52,6 +53,7 @@ std::vector<std::string> SplitChoices(const char* joined) {
     return choices;
 }
 
+// Defaults in host units. The records keep some as they are stored: fixed point, counted from 1, or percentages.
 glm::dvec3 ReadDefault(const PF_ParamDef& definition, const Composition& composition) {
     const PF_ParamDefUnion& u = definition.u;
     switch (definition.param_type) {
@@ -108,6 +110,7 @@ Parameter& ParameterTable::Add(const PF_ParamDef& definition, const Catalogue& c
         parameter->mChoices = SplitChoices(std::exchange(parameter->mDefinition.u.pd.u.namesptr, nullptr));
     } else if (definition.param_type == PF_Param_CHECKBOX) {
         label = std::exchange(parameter->mDefinition.u.bd.u.nameptr, nullptr);
+        // Of check boxes this always holds, said or not.
         parameter->mDefinition.flags |= PF_ParamFlag_CANNOT_INTERP;
     } else if (definition.param_type == PF_Param_BUTTON) {
         label = std::exchange(parameter->mDefinition.u.button_d.u.namesptr, nullptr);
@@ -137,6 +140,7 @@ Parameter& ParameterTable::Find(std::string_view id, const std::string& where) {
     const bool isNumber = id.size() > 1 && id[0] == '#' &&
                           std::from_chars(id.data() + 1, id.data() + id.size(), number).ptr == id.data() + id.size();
     Parameter* found = nullptr;
+    // Shown names serve where they are unique. Buttons of all slots share theirs, so these go by id or number only.
     std::vector<std::string> names;
     for (const auto& parameter : mParameters) {
         if (isNumber ? parameter->mUniqueId == number : parameter->mName == id && parameter->HasValue()) {
@@ -159,6 +163,7 @@ glm::dvec3 EvaluateNumbers(const Parameter& parameter, double seconds) {
     const KeySpan span = parameter.mValue.Find(seconds);
     const glm::dvec3 left = parameter.mValue.mKeys[span.mLeft].mValue.mNumbers;
     const int type = parameter.GetType();
+    // There is nothing between on and off, between two choices or two layers.
     const bool held = type == PF_Param_CHECKBOX || type == PF_Param_POPUP || type == PF_Param_LAYER;
     if (held || span.mLeft == span.mRight) return left;
     const glm::dvec3 right = parameter.mValue.mKeys[span.mRight].mValue.mNumbers;
@@ -178,6 +183,7 @@ void FillRecord(const Parameter& parameter, double seconds, int downsample, PF_P
         case PF_Param_POPUP: u.pd.value = static_cast<A_long>(numbers.x) + 1; break;
         case PF_Param_COLOR: u.cd.value = {255, ToByte(numbers.x), ToByte(numbers.y), ToByte(numbers.z)}; break;
         case PF_Param_POINT_3D:
+            // In pixels of the picture being rendered, z along with x and y.
             u.point3d_d.x_value = numbers.x / downsample;
             u.point3d_d.y_value = numbers.y / downsample;
             u.point3d_d.z_value = numbers.z / downsample;

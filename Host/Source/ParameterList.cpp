@@ -12,6 +12,7 @@
 namespace nimbrel::host {
 namespace {
 
+// Text that isn't JSON is shown as it is; the list is for reading.
 Json WriteCustom(Host& host, const Parameter& parameter, PF_Handle handle) {
     const std::string text = PrintCustom(host, parameter, handle);
     Json value = Json::parse(text, nullptr, false);
@@ -29,6 +30,7 @@ Json WriteValue(Host& host, const Parameter& parameter, const ParameterValue& va
         case PF_Param_COLOR:
         case PF_Param_POINT_3D: return Json::array({numbers.x, numbers.y, numbers.z});
         case PF_Param_ARBITRARY_DATA: return WriteCustom(host, parameter, value.mCustom);
+        // Relative where possible, so that a scene can move with its models.
         case PF_Param_LAYER: {
             const std::filesystem::path path = host.GetProject().GetLayerPath(static_cast<int>(numbers.x));
             if (path.empty()) return nullptr;
@@ -53,6 +55,7 @@ void AddLimits(const PF_ParamDef& definition, Json& json) {
         json["percent"] = (slider.display_flags & PF_ValueDisplayFlag_PERCENT) != 0;
     } else if (definition.param_type == PF_Param_SLIDER) {
         const PF_SliderDef& slider = definition.u.sd;
+        // The ends of the number's range are no limits.
         const auto addInteger = [&](const char* key, A_long limit) {
             const bool limits =
                 limit != std::numeric_limits<A_long>::min() && limit != std::numeric_limits<A_long>::max();
@@ -96,6 +99,7 @@ Json WriteScene(Host& host, const std::filesystem::path& folder) {
     if (camera != nullptr) scene["camera"] = WriteCamera(*camera->mCamera);
     Json parameters = Json::object();
     for (const auto& parameter : host.GetParameters().GetAll()) {
+        // Defaults are left out: they may get better in a later version.
         if (!parameter->mIsSet) continue;
         parameters[parameter->GetKey()] = WriteAnimation(parameter->mValue, [&](const ParameterValue& value) {
             return WriteValue(host, *parameter, value, std::filesystem::absolute(folder));

@@ -44,6 +44,7 @@ Rgba LoadPixel(const Frame& frame, int x, int y) {
     }
 }
 
+// Frames are straight. Compositing premultiplies on the way, so what lies under full transparency vanishes.
 Rgba Finish(const Rgba& straight, const PictureOptions& options) {
     const double alpha = straight[3];
     Rgba pixel = straight;
@@ -97,6 +98,7 @@ bool EncodePng(std::FILE* file, const std::uint8_t* const* rows, int width, int 
     png_set_user_limits(png, 0x7fffffff, 0x7fffffff);
     png_set_IHDR(png, info, static_cast<png_uint_32>(width), static_cast<png_uint_32>(height), bits,
                  PNG_COLOR_TYPE_RGB_ALPHA, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    // Splat pictures are noise to a packer: more effort costs much time and saves little.
     png_set_compression_level(png, 4);
     png_write_info(png, info);
     if (bits == 16) png_set_swap(png);  // files hold the high byte first
@@ -129,6 +131,7 @@ Frame::Frame(int width, int height, int bitsPerChannel)
 }
 
 void WritePng(const std::filesystem::path& file, const Frame& frame, const PictureOptions& options) {
+    // Rounded half up and clamped: premultiplied colours and words over the host's white stay in range.
     const auto scaled = [](double channel, double white) {
         return std::clamp(std::floor(channel * white + 0.5), 0.0, white);
     };

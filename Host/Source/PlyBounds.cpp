@@ -12,6 +12,8 @@
 namespace nimbrel::host {
 namespace {
 
+/// The host's own look into model files, for framing and counting alone; what is wrong with a file is for the effect to
+/// say.
 struct Header {
     std::int64_t mCount = 0;
     std::size_t mStride = 0;
@@ -31,6 +33,7 @@ std::size_t TypeSize(const std::string& type) {
 
 /// Reads the header of a binary file with the one element "vertex", leaving the stream at the body.
 std::optional<Header> ReadHeader(std::istream& stream) {
+    // A file that is none may hold no line end for gigabytes; real headers have fewer than a hundred lines.
     constexpr int kMaxLines = 4096;
     Header header;
     bool binary = false;
@@ -92,6 +95,7 @@ std::optional<Bounds> ReadPlyBounds(const std::filesystem::path& file) {
     std::array<std::vector<float>, 3> axes;
     std::vector<char> block(header->mStride * 4096);
     for (std::int64_t left = header->mCount; left > 0;) {
+        // In blocks, so that what a header claims takes no memory; the file's own end decides.
         const std::int64_t wanted = std::min<std::int64_t>(left, 4096);
         stream.read(block.data(), static_cast<std::streamsize>(wanted * static_cast<std::int64_t>(header->mStride)));
         const std::int64_t got = stream.gcount() / static_cast<std::int64_t>(header->mStride);
@@ -99,6 +103,7 @@ std::optional<Bounds> ReadPlyBounds(const std::filesystem::path& file) {
             const char* splat = block.data() + static_cast<std::size_t>(i) * header->mStride;
             std::array<float, 3> position{};
             for (std::size_t a = 0; a < 3; ++a) std::memcpy(&position[a], splat + header->mOffsets[a], sizeof(float));
+            // A splat without a place is not drawn.
             if (!std::isfinite(position[0]) || !std::isfinite(position[1]) || !std::isfinite(position[2])) continue;
             for (std::size_t a = 0; a < 3; ++a) axes[a].push_back(position[a]);
         }

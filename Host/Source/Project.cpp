@@ -8,6 +8,7 @@
 
 namespace nimbrel::host {
 
+// Footage layers are flat and fill the composition, so their space is the world's.
 glm::dmat4 Layer::ToWorld(double seconds) const {
     if (mCamera) return CameraToWorld(*mCamera, seconds);
     return mKind == Kind::Null ? glm::translate(glm::dmat4(1), mPosition) : glm::dmat4(1);
@@ -22,10 +23,12 @@ Project::Project(const Composition& composition, const std::optional<Camera>& ca
         if (!mItems.empty()) item->mParent = GetRoot();
         mItems.push_back(std::move(item));
     };
+    // The first two items are the root and the composition, which GetRoot and GetCompositionItem rely on.
     addItem(Item::Kind::Folder, "Root");
     addItem(Item::Kind::Composition, "Composition");
     Item* const solid = AddFootage(std::make_unique<Footage>(), GetRoot());
     solid->mName = "Splats";
+    // The effect sits on a solid of the composition's size, as a user would apply it.
     mEffectLayer = AddLayer(solid);
     if (camera) {
         auto layer = std::make_unique<Layer>();
@@ -33,6 +36,7 @@ Project::Project(const Composition& composition, const std::optional<Camera>& ca
         layer->mName = "Camera";
         layer->mFlags = AEGP_LayerFlag_VIDEO_ACTIVE | AEGP_LayerFlag_LAYER_IS_3D;
         layer->mCamera = *camera;
+        // On top, like a camera that a user adds.
         Insert(std::move(layer), 0);
     }
 }
@@ -44,6 +48,13 @@ Layer* Project::Insert(std::unique_ptr<Layer> layer, std::size_t index) {
     return pointer;
 }
 
+void Project::SetComposition(const Composition& composition) {
+    const double frameRate = mComposition.mFrameRate;
+    mComposition = composition;
+    mComposition.mFrameRate = frameRate;
+}
+
+// Switching a camera's layer off takes the view back to the one without a camera.
 Layer* Project::GetCameraLayer() {
     for (const auto& layer : mLayers) {
         if (layer->mKind == Layer::Kind::Camera && (layer->mFlags & AEGP_LayerFlag_VIDEO_ACTIVE) != 0)
@@ -52,6 +63,7 @@ Layer* Project::GetCameraLayer() {
     return nullptr;
 }
 
+// Items keep their order of making, which is the order in which effects walk them.
 Item* Project::AddFolder(std::string name, Item* parent) {
     auto item = std::make_unique<Item>();
     item->mId = mNextId++;
@@ -67,6 +79,7 @@ Item* Project::AddFootage(std::unique_ptr<Footage> footage, Item* parent) {
     item->mKind = Item::Kind::Footage;
     item->mName = PathText(footage->mPath.filename());
     item->mParent = parent;
+    // Named by its file, as a host names what it imports.
     footage->mItem = item.get();
     item->mFootage = std::move(footage);
     mItems.push_back(std::move(item));
@@ -91,6 +104,7 @@ Layer* Project::AddNull(std::string name) {
 }
 
 bool Project::Reorder(Layer* layer, int index) {
+    // Places are those after the move: index 0 is the top, the others close up.
     const int last = static_cast<int>(mLayers.size()) - 1;
     const int from = GetIndex(layer);
     const int to = index == -1 ? last : index;
@@ -118,6 +132,8 @@ Layer* Project::FindLayer(const void* layer) const {
     return nullptr;
 }
 
+// The finders walk their lists: projects here have a dozen objects, and a pointer that isn't in the list is never
+// followed.
 Footage* Project::FindFootage(const void* footage) const {
     for (const auto& item : mItems) {
         if (item->mFootage && item->mFootage.get() == footage) return item->mFootage.get();
@@ -140,6 +156,7 @@ int Project::GetIndex(const Layer* layer) const {
 }
 
 Layer* Project::ImportModel(const std::filesystem::path& file) {
+    // A file is imported once, however many slots show it.
     for (const auto& layer : mLayers) {
         if (layer->mSource != nullptr && layer->mSource->mFootage && layer->mSource->mFootage->mPath == file) {
             return layer.get();
@@ -148,6 +165,7 @@ Layer* Project::ImportModel(const std::filesystem::path& file) {
     auto footage = std::make_unique<Footage>();
     footage->mPath = file;
     Layer* const layer = AddLayer(AddFootage(std::move(footage), GetRoot()));
+    // Never drawn itself: it only carries the file for the effect's layer parameter.
     layer->mFlags &= ~AEGP_LayerFlag_VIDEO_ACTIVE;
     Reorder(layer, -1);
     return layer;

@@ -30,6 +30,7 @@ double MillisecondsSince(Clock::time_point start) {
     return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
 }
 
+// An empty rectangle means nothing to draw; its coordinates mean nothing.
 bool IsEmpty(const PF_LRect& rect) { return rect.left >= rect.right || rect.top >= rect.bottom; }
 
 PF_Err CheckoutLayer(PF_ProgPtr effect, PF_ParamIndex index, A_long id, const PF_RenderRequest*, A_long, A_long,
@@ -89,6 +90,7 @@ public:
         Command command(mHost, PF_Cmd_SMART_PRE_RENDER, mTime);
         command.mLayerRequests = &mLayers;
         command.Run(nullptr, &extra);
+        // More than was asked for would not fit the world that the render gets.
         CheckResult();
     }
 
@@ -98,6 +100,7 @@ public:
     void Render(World& world) {
         PF_SmartRenderInput input{};
         input.output_request = mRequest;
+        // The same request as in the pre-render, and the data that it left.
         input.bitdepth = BitDepth();
         input.pre_render_data = mOutput.pre_render_data;
         PF_SmartRenderCallbacks callbacks{CheckoutLayerPixels, CheckinLayerPixels, CheckoutOutput};
@@ -143,7 +146,17 @@ void RehearsePreRenders(Host& host, int time, const PF_LRect& rect) {
     }
 }
 
-void RenderPart(Host& host, int time, const PF_LRect& rect, Frame& frame, FrameTimes& times) {
+int GetTime(Host& host, int frame) {
+    const std::int64_t time = static_cast<std::int64_t>(frame) * host.GetTimeBase().mStep;
+    if (time > INT32_MAX)
+        throw UsageError(fmt::format("--frames: expected a frame within the host's time, not {}", frame));
+    return static_cast<int>(time);
+}
+
+}  // namespace
+
+void RenderPart(Host& host, int number, const PF_LRect& rect, Frame& frame, FrameTimes& times) {
+    const int time = GetTime(host, number);
     const bool strict = host.GetOptions().mStrict;
     RenderCall call(host, time, rect);
     Clock::time_point start = Clock::now();
@@ -157,6 +170,7 @@ void RenderPart(Host& host, int time, const PF_LRect& rect, Frame& frame, FrameT
     layout.mBitsPerChannel = frame.mBitsPerChannel;
     layout.mOriginX = result.left;
     layout.mOriginY = result.top;
+    // Padding differs between the modes, so that no effect gets used to one.
     layout.mPaddingBytes = strict ? 48 : 16;
     layout.mInitialByte = strict ? 0xA5 : 0;
     World world(layout);
@@ -167,26 +181,21 @@ void RenderPart(Host& host, int time, const PF_LRect& rect, Frame& frame, FrameT
     world.CopyInto(frame);
 }
 
-}  // namespace
-
 Frame RenderFrame(Host& host, int frame, FrameTimes& times) {
     const Composition& composition = host.GetProject().GetComposition();
-    const std::int64_t time = static_cast<std::int64_t>(frame) * host.GetTimeBase().mStep;
-    if (time > INT32_MAX)
-        throw UsageError(fmt::format("--frames: expected a frame within the host's time, not {}", frame));
     times.mFrame = frame;
     Frame picture(composition.OutputWidth(), composition.OutputHeight(), composition.mBitsPerChannel);
     const PF_LRect whole{0, 0, picture.mWidth, picture.mHeight};
-    const int now = static_cast<int>(time);
+    // One pre-render and one render of the whole, as for a final output.
     if (!host.GetOptions().mStrict) {
-        RenderPart(host, now, whole, picture, times);
+        RenderPart(host, frame, whole, picture, times);
         return picture;
     }
-    RehearsePreRenders(host, now, whole);
+    RehearsePreRenders(host, GetTime(host, frame), whole);
     // Odd frames come in two parts, the second with its origin inside the layer.
     const int split = frame % 2 == 1 ? picture.mWidth / 3 : 0;
-    if (split > 0) RenderPart(host, now, {0, 0, split, picture.mHeight}, picture, times);
-    RenderPart(host, now, {split, 0, picture.mWidth, picture.mHeight}, picture, times);
+    if (split > 0) RenderPart(host, frame, {0, 0, split, picture.mHeight}, picture, times);
+    RenderPart(host, frame, {split, 0, picture.mWidth, picture.mHeight}, picture, times);
     return picture;
 }
 
@@ -199,6 +208,7 @@ std::vector<FrameTimes> RenderFrames(Host& host, const std::vector<int>& frames,
     std::atomic<std::size_t> finished{0};
     std::atomic<bool> stop{false};
     std::mutex doneMutex;
+    // Frames are taken in order; the next one begins only while nothing failed and nobody asked to stop.
     const auto work = [&] {
         while (!stop && !IsInterrupted()) {
             const std::size_t i = next++;
@@ -217,12 +227,14 @@ std::vector<FrameTimes> RenderFrames(Host& host, const std::vector<int>& frames,
             }
         }
     };
+    // An effect that didn't declare itself ready for threads renders on this one alone.
     const int wanted = host.SupportsThreads() ? threads : 1;
     const auto count = std::min(static_cast<std::size_t>(std::max(1, wanted)), std::max<std::size_t>(1, frames.size()));
-    std::vector<std::thread> helpers;
-    for (std::size_t i = 1; i < count; ++i) helpers.emplace_back(work);
+    std::vector<std::thread> others;
+    for (std::size_t i = 1; i < count; ++i) others.emplace_back(work);
     work();
-    for (std::thread& helper : helpers) helper.join();
+    for (std::thread& other : others) other.join();
+    // Later frames may have failed first; the earliest is what the user looks into.
     for (const std::exception_ptr& failure : failures) {
         if (failure) std::rethrow_exception(failure);
     }
@@ -238,6 +250,7 @@ std::uint64_t GetPeakMemory() {
 #else
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
+    // Kilobytes on Linux.
     return static_cast<std::uint64_t>(usage.ru_maxrss) * 1024;
 #endif
 }

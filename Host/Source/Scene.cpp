@@ -13,6 +13,7 @@ namespace {
 
 constexpr int kMaxDimension = 30000;  // of the host's worlds
 constexpr int kMaxDownsample = 64;
+// Frames are numbered and times kept in 32 bits.
 constexpr double kMaxDuration = 3 * 3600;
 
 Composition ReadComposition(const JsonView& view) {
@@ -46,6 +47,7 @@ Camera ReadCamera(const JsonView& view, const Composition& composition) {
     const auto vector = [](const JsonView& value) { return value.Vector3(); };
     if (view.Has("zoom")) {
         camera.mZoom = ReadAnimation<double>(view.Member("zoom"), ReadZoom);
+        // The camera's place at rest follows its zoom, so that the layer fills the picture at any zoom.
         camera.mPosition.mKeys.front().mValue.z = -Evaluate(camera.mZoom, 0);
     }
     if (view.Has("position")) camera.mPosition = ReadAnimation<glm::dvec3>(view.Member("position"), vector);
@@ -80,6 +82,7 @@ TimeBase MakeTimeBase(double frameRate) {
     if (std::abs(frameRate - nearest * 1000 / 1001) < 0.0005 * nearest / 24) {
         return {1001, static_cast<int>(nearest) * 1000};
     }
+    // Other rates get the nearest fraction whose parts stay small.
     TimeBase best{1, std::max(1, static_cast<int>(nearest))};
     double bestError = std::abs(frameRate - nearest);
     for (int step = 2; step <= 1000 && bestError > 1e-9; ++step) {
@@ -109,6 +112,7 @@ Scene ParseScene(const Json& document, const std::string& file, const std::files
         const JsonView parameters = root.Member("parameters");
         if (!parameters.Value().is_object()) parameters.Fail("an object of parameters by id");
         for (const auto& [key, value] : parameters.Value().items()) {
+            // Values wait until the effect has said what its parameters are.
             scene.mSettings.push_back({key, value, file, "parameters." + key, folder, {}});
         }
     }

@@ -19,6 +19,7 @@ constexpr double kMaxDegrees = 32767;  // of a 16.16 number
 /// Whether a limit of a float slider limits anything.
 bool IsLimit(float limit) { return std::isfinite(limit) && std::abs(limit) < std::numeric_limits<float>::max(); }
 
+// Values outside a slider's limits are refused, as a user could not enter them either.
 double ReadFloatSlider(const PF_FloatSliderDef& slider, const JsonView& view) {
     const double number = view.Number();
     const bool hasMin = IsLimit(slider.valid_min), hasMax = IsLimit(slider.valid_max);
@@ -30,6 +31,7 @@ double ReadFloatSlider(const PF_FloatSliderDef& slider, const JsonView& view) {
     return number;
 }
 
+// By text or by number; the text must be the choice's own, letter for letter.
 double ReadChoice(const Parameter& parameter, const JsonView& view) {
     const int count = static_cast<int>(parameter.mChoices.size());
     std::string expected = fmt::format("0 to {} or one of ", count - 1);
@@ -57,6 +59,7 @@ double ReadLayer(Host& host, const Setting& setting, const JsonView& view) {
     if (view.Value().is_null()) return AEGP_LayerIDVal_NONE;
     const std::string text = setting.mBareText.empty() ? view.String("the path of a file") : setting.mBareText;
     if (text.empty()) return AEGP_LayerIDVal_NONE;
+    // What stands at the path is looked at here, so that a mistyped name is the user's error and not the effect's.
     const std::filesystem::path file = (setting.mFolder / TextPath(text)).lexically_normal();
     std::error_code ignored;
     if (!std::filesystem::is_regular_file(file, ignored)) {
@@ -66,6 +69,7 @@ double ReadLayer(Host& host, const Setting& setting, const JsonView& view) {
     return host.GetProject().ImportModel(file)->mId;
 }
 
+// Whether the object makes sense only the effect can say.
 PF_Handle ReadCustom(Host& host, const Parameter& parameter, const JsonView& view) {
     if (!view.Value().is_object()) view.Fail("an object in the parameter's JSON form");
     try {
@@ -129,6 +133,7 @@ void ApplySetting(Host& host, const Setting& setting) {
             if (read.mCustom != nullptr) made.push_back(read.mCustom);
             return read;
         });
+        // Only now, with all keyframes read, does the old value go.
         std::swap(parameter.mValue, animation);
         parameter.mIsSet = true;
         for (const auto& key : animation.mKeys) DisposeCustom(host, parameter, key.mValue.mCustom);
@@ -142,6 +147,7 @@ Parameter* FindSlotParameter(Host& host, int slot, std::string_view name) {
     return host.GetParameters().FindById(fmt::format("Model{}_{}", slot, name));
 }
 
+// Whether a model is shown is asked at time 0: what appears later is framed when the user frames it.
 std::filesystem::path GetModelFile(Host& host, int slot, bool onlyShown) {
     const Parameter* const model = FindSlotParameter(host, slot, "model");
     if (model == nullptr) return {};
@@ -159,6 +165,7 @@ void FitModels(Host& host) {
         if (file.empty() || anchor == nullptr || scale == nullptr) continue;
         const std::optional<Bounds> bounds = ReadPlyBounds(file);
         if (!bounds) continue;
+        // Each slot is framed for itself; two models in one picture share its middle.
         const Fit fit = FitBounds(*bounds, composition.mWidth, composition.mHeight);
         SetNumbers(*anchor, fit.mAnchor);
         SetNumbers(*scale, glm::dvec3(fit.mScalePercent, 0, 0));

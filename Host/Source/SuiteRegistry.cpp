@@ -13,12 +13,14 @@ const void* SuiteRegistry::Acquire(const char* name, std::int32_t version) {
     if (name == nullptr) return nullptr;
     const std::scoped_lock lock(mMutex);
     const auto found = mEntries.find({name, version});
+    // Versions are exact: a table of another version has other slots.
     if (found == mEntries.end()) return nullptr;
     ++found->second.mHeld;
     ++found->second.mAcquired;
     return found->second.mTable;
 }
 
+// An effect may release on another thread than it acquired on, so counts are per suite and not per thread.
 bool SuiteRegistry::Release(const char* name, std::int32_t version) {
     if (name == nullptr) return false;
     const std::scoped_lock lock(mMutex);
@@ -40,6 +42,7 @@ int SuiteRegistry::CountAcquired(const std::string& name, std::int32_t version) 
     return found == mEntries.end() ? 0 : found->second.mAcquired;
 }
 
+// A suite that stays held costs this host nothing, but a real host keeps its code loaded for it.
 std::vector<std::string> SuiteRegistry::ListHeld() const {
     const std::scoped_lock lock(mMutex);
     std::vector<std::string> held;

@@ -20,6 +20,7 @@ std::size_t PixelSize(int bitsPerChannel) { return static_cast<std::size_t>(bits
 
 }  // namespace
 
+// A row takes what its pixels need, rounded up to 16 bytes, and padding on top: rows never touch.
 World::World(const Layout& layout) : mLayout(layout) {
     const std::size_t used = static_cast<std::size_t>(layout.mWidth) * PixelSize(layout.mBitsPerChannel);
     const std::size_t rowBytes = (used + 15) / 16 * 16 + static_cast<std::size_t>(layout.mPaddingBytes);
@@ -51,6 +52,7 @@ PF_PixelFormat World::GetFormat() const {
     }
 }
 
+// Origins are layer coordinates, so the world's place in the frame is its origin; what lies outside is cut off.
 void World::CopyInto(Frame& frame) const {
     const int left = std::max(0, mLayout.mOriginX);
     const int right = std::min(frame.mWidth, mLayout.mOriginX + mLayout.mWidth);
@@ -69,6 +71,7 @@ void World::CopyInto(Frame& frame) const {
     }
 }
 
+// Finds writes past the width, which in a window of a larger world would be the neighbour's pixels.
 bool World::IsPaddingUntouched() const {
     const std::size_t used = static_cast<std::size_t>(mLayout.mWidth) * PixelSize(mLayout.mBitsPerChannel);
     const auto rowBytes = static_cast<std::size_t>(mRecord.rowbytes);

@@ -26,8 +26,11 @@ std::string ReplaceNumber(std::string text, int slot) {
     return place == std::string::npos ? text : text.replace(place, 3, std::to_string(slot));
 }
 
+/// The catalogue keeps most values in an object of their own.
 Json Boxed(const Json& value) { return Json{{"value", value}}; }
 
+/// The expanded catalogue. Indices are given out before parameters are written, since a parameter can refer
+/// to one that stands behind it.
 class Catalogue {
 public:
     explicit Catalogue(const Json& source) : mSource(source) {
@@ -74,6 +77,7 @@ public:
     }
 
 private:
+    /// Symbolic name of an entry in a slot (from 1), or of a global one (0).
     static std::string FullId(const Json& entry, int slot) {
         const std::string id = entry.at("id");
         if (slot == 0) return id;
@@ -104,6 +108,7 @@ private:
         return resolved;
     }
 
+    /// Vectors have a key for each component, custom values a name for their JSON, others one boxed value.
     void AddDefault(const Json& value, const std::string& control, Json& out) const {
         static const std::map<std::string, std::vector<const char*>> components = {
             {"Color", {"defaultRed", "defaultGreen", "defaultBlue"}}, {"Point3", {"defaultX", "defaultY", "defaultZ"}}};
@@ -117,6 +122,7 @@ private:
         }
     }
 
+    /// A pair of limits, null for none.
     static void AddRange(const Json& range, const std::string& name, Json& out) {
         if (!range.at(0).is_null()) out[name + "Min"] = Boxed(range.at(0));
         if (!range.at(1).is_null()) out[name + "Max"] = Boxed(range.at(1));
@@ -167,6 +173,7 @@ private:
         mPacks.push_back(std::move(out));
     }
 
+    /// What the script object holds before the first frame: it gives the member its class.
     static std::string InitialValue(const Json& member) {
         const std::string type = member.at("type");
         if (member.contains("arraySize")) {

@@ -88,7 +88,8 @@ GaussianSplatRenderer::GaussianSplatRenderer(Device& device)
       mExportSplatData(device, "ExportSplatData", kGpuBuffer),
       mExportSplatDataReadback(device, "ExportSplatDataReadbackBuffer", kReadbackBuffer),
       mSort(device),
-      mSplatPass(device) {
+      mSplatPass(device),
+      mShapesPass(device) {
     device.CreateSamplerView(*mSamplerRange, 0, *mLinearSampler);
 
     mSetIndices.AddUnorderedAccess(kSortKeys);
@@ -140,6 +141,8 @@ zeb::UniquePtr<CommandList> GaussianSplatRenderer::Render(Device& device, const 
         splats = {&mSortKeys.Get(), &mViewData.Get(), frame.mSplatCount};
     }
     mSplatPass.Record(*commandList, drawInfo, splats, target, *mSamplerRange);
+    const ShapesInfo shapes = ShapesInfo::Collect(*drawInfo.mPackedParameters, models);
+    mShapesPass.Record(*commandList, projection, drawInfo, shapes, target);
     return commandList;
 }
 

@@ -9,6 +9,7 @@
 #include "Nimbrel/CurveTextures.h"
 #include "Nimbrel/ModelGroup.h"
 #include "Nimbrel/ParallelSort.h"
+#include "Nimbrel/RenderShapesPass.h"
 #include "Nimbrel/ShaderConstants.h"
 #include "Nimbrel/SplatPass.h"
 #include "PluginBase/DrawInfo.h"
@@ -17,7 +18,8 @@
 #include "RenderHelper/ComputeProgram.h"
 
 /// Turns a list of models and one tile's camera and parameters into one recorded command list: upload,
-/// depth keys, one sort over all instances of all models, projection, one instanced draw front to back.
+/// depth keys, one sort over all instances of all models, projection, one instanced draw front to back,
+/// wireframe aids on top.
 /// Every frame is recorded from nothing; only the GPU resources are kept, and they only grow.
 ///
 /// One object per device and thread, not locked. Failures of the render layer pass through; the list
@@ -73,4 +75,5 @@ private:
     StructuredBuffer<nimbrel::gpu::ExportSplatData> mExportSplatDataReadback;
     ParallelSort mSort;
     SplatPass mSplatPass;
+    RenderShapesPass mShapesPass;
 };

@@ -243,6 +243,17 @@ PLYFileData MakeLayout(const PLYHeader& header) {
     return data;
 }
 
+// A path that is no text (half a surrogate pair) names no file, like one that does not exist.
+std::ifstream OpenFile(const std::u16string& path) {
+    std::ifstream file;
+    try {
+        file.open(std::filesystem::path(path), std::ios::in | std::ios::binary);
+    } catch (const std::filesystem::filesystem_error&) {
+        file.setstate(std::ios::failbit);
+    }
+    return file;
+}
+
 // What the file does not have stays zero.
 void ReadBody(std::istream& file, PLYFileData& data) {
     if (data.splatCount < 0) throw std::bad_alloc();
@@ -260,7 +271,7 @@ PLYFileReader::LoadModelException::LoadModelException(std::string_view file, int
     : zeb::Exception(file, line, function, errorCode, plainMessage), message(plainMessage) {}
 
 PLYFileData PLYFileReader::ReadFile(const std::u16string& path, bool loadData) {
-    std::ifstream file(std::filesystem::path(path), std::ios::in | std::ios::binary);
+    std::ifstream file = OpenFile(path);
     if (!file) ZEB_THROW_AS(LoadModelException, zeb::kInternalError, "Failed to open the file.");
     PLYFileData data = MakeLayout(ParseHeader(file));
     if (loadData) ReadBody(file, data);

@@ -128,7 +128,8 @@ static_assert(sizeof(CalcViewDataConstants) == 516);
 static_assert(offsetof(CalcViewDataConstants, _MatrixVP) == 192 && offsetof(CalcViewDataConstants, _MatrixP) == 384);
 static_assert(offsetof(CalcViewDataConstants, _VecScreenParams) == 448);
 static_assert(offsetof(CalcViewDataConstants, _SplatScale) == 480 && offsetof(CalcViewDataConstants, _SHOrder) == 488);
-static_assert(offsetof(CalcViewDataConstants, _CameraType) == 496 && offsetof(CalcViewDataConstants, _ZDepthFar) == 512);
+static_assert(offsetof(CalcViewDataConstants, _CameraType) == 496 &&
+              offsetof(CalcViewDataConstants, _ZDepthFar) == 512);
 
 /// b16 of the distance kernel. The third row of the second matrix gives the sort depth.
 struct CalcDistancesConstants {

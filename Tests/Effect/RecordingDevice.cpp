@@ -159,8 +159,12 @@ public:
     void Draw(Topology, std::uint32_t first, std::uint32_t count) override {
         mDevice.Log(fmt::format("draw {} {} {}", mPipeline, first, count));
     }
-    void DrawInstanced(Topology, std::uint32_t, std::uint32_t count, std::uint32_t, std::uint32_t instances) override {
-        mDevice.Log(fmt::format("draw {} {}x{}", mPipeline, count, instances));
+    void DrawInstanced(Topology topology, std::uint32_t, std::uint32_t count, std::uint32_t,
+                       std::uint32_t instances) override {
+        const char* const kind = topology == Topology::LineStrip  ? " strip"
+                                 : topology == Topology::LineList ? " lines"
+                                                                  : "";
+        mDevice.Log(fmt::format("draw {} {}x{}{}", mPipeline, count, instances, kind));
     }
     void DrawIndexed(Topology, std::uint32_t, std::uint32_t count) override {
         mDevice.Log(fmt::format("draw {} {}", mPipeline, count));
@@ -297,9 +301,9 @@ UniquePtr<DescriptorHeap> RecordingDevice::CreateDescriptorHeap(std::string name
     return MakeUnique<FakeHeap>(std::move(name));
 }
 
-UniquePtr<GraphicsPipelineState> RecordingDevice::CreateGraphicsPipelineState(std::string name,
-                                                                              const GraphicsPipelineDescription&) {
-    mCreated.push_back("pipeline " + name);
+UniquePtr<GraphicsPipelineState> RecordingDevice::CreateGraphicsPipelineState(
+    std::string name, const GraphicsPipelineDescription& description) {
+    mCreated.push_back("pipeline " + name + (description.mTopologyType == TopologyType::Line ? " of lines" : ""));
     return MakeUnique<GraphicsPipelineState>(std::move(name));
 }
 

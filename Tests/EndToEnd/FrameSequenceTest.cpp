@@ -34,6 +34,17 @@ Shot WithoutModels(Shot shot) {
     return shot;
 }
 
+/// The rightmost columns of a frame.
+host::Frame CropRight(const host::Frame& frame, int width) {
+    host::Frame crop(width, frame.mHeight, frame.mBitsPerChannel);
+    for (int row = 0; row < frame.mHeight; ++row) {
+        std::memcpy(crop.mPixels.data() + static_cast<std::size_t>(row) * crop.RowSize(),
+                    frame.mPixels.data() + (static_cast<std::size_t>(row) + 1) * frame.RowSize() - crop.RowSize(),
+                    crop.RowSize());
+    }
+    return crop;
+}
+
 /// Turns the running host's composition and parameters into those of another shot, as a user would.
 void Switch(EffectHost& host, const Shot& shot) {
     host::Json document = MakeSceneDocument(shot);
@@ -62,38 +73,31 @@ TEST(FrameSequence, EachFrameEqualsItselfRenderedAlone) {
 }
 
 TEST(FrameSequence, WideFrameEqualsItsPartsAssembled) {
-    // Wider than a tile. Under a parallel camera a part is a narrower frame with the camera moved sideways.
-    constexpr int kWidth = 16390;
-    constexpr int kHeight = 48;
-    constexpr int kParts = 5;
-    constexpr int kPartWidth = kWidth / kParts;
-    const auto makeShot = [](int left, int width) {
-        Shot shot = MakeShot(width, kHeight, 32);
-        shot.mModels.clear();
-        // One model across the seam between the tiles, one in the first.
-        for (const double x : {16384.0, 9000.0}) {
-            ShotModel model;
-            model.mFile = GetModelFile(4000, 2);
-            model.mAlignScale = 3.0;
-            model.mPosition = {x, kHeight / 2.0, 0};
-            shot.mModels.push_back(model);
-        }
-        const double centre = left + width / 2.0;
-        shot.mCamera = ShotCamera{true, 1000.0, {centre, kHeight / 2.0, -1000}, {centre, kHeight / 2.0, 0}};
-        return shot;
-    };
-    const host::Frame whole = RenderWithEffect(makeShot(0, kWidth));
-    host::Frame assembled(kWidth, kHeight, 32);
-    for (int part = 0; part < kParts; ++part) {
-        const host::Frame piece = RenderWithEffect(makeShot(part * kPartWidth, kPartWidth));
-        for (int row = 0; row < kHeight; ++row) {
-            std::memcpy(assembled.mPixels.data() + static_cast<std::size_t>(row) * assembled.RowSize() +
-                            static_cast<std::size_t>(part) * piece.RowSize(),
-                        piece.mPixels.data() + static_cast<std::size_t>(row) * piece.RowSize(), piece.RowSize());
-        }
+    // Wider than a tile: one model lies across the seam at 16384, one in the first tile.
+    Shot shot = MakeShot(16390, 48, 32);
+    shot.mModels.clear();
+    for (const double x : {16384.0, 9000.0}) {
+        ShotModel model;
+        model.mFile = GetModelFile(4000, 2);
+        model.mAlignScale = 3.0;
+        model.mPosition = {x, 24.0, 0};
+        shot.mModels.push_back(model);
     }
-    ASSERT_GT(MeanAlpha(assembled), 0.001);
-    EXPECT_GE(ComparePsnr(whole, assembled), 70.0);
+    EffectHost host(shot);
+    const host::Frame whole = host.Render();
+    host::Frame assembled(shot.mWidth, shot.mHeight, 32);
+    host::FrameTimes times;
+    host::RenderPart(host.Get(), 0, {0, 0, 16384, shot.mHeight}, assembled, times);
+    host::RenderPart(host.Get(), 0, {16384, 0, shot.mWidth, shot.mHeight}, assembled, times);
+    EXPECT_EQ(whole.mPixels, assembled.mPixels);
+
+    // Each tile stands where it belongs. A splat far off a tile's axis is drawn rounder than in the whole picture,
+    // since the projection of its shape is limited to the tile's own angle: the seam's narrow tile is looser.
+    const host::Frame expected = RenderReference(shot);
+    ASSERT_GT(MeanAlpha(expected), 0.001);
+    EXPECT_GE(ComparePsnr(whole, expected), 50.0);
+    EXPECT_GE(ComparePsnr(CropRight(whole, 6), CropRight(expected, 6)), 20.0);
+    EXPECT_GT(MeanAlpha(CropRight(expected, 6)), 0.05);
 }
 
 TEST(FrameSequence, ThreadsGiveTheSameFrames) {
@@ -107,7 +111,9 @@ TEST(FrameSequence, ThreadsGiveTheSameFrames) {
     std::vector<std::vector<std::uint8_t>> single(kFrames);
     std::vector<std::vector<std::uint8_t>> threaded(kFrames);
     const auto renderAll = [&](int threads, bool hostCache, std::vector<std::vector<std::uint8_t>>& frames) {
-        EffectHost host(shot, {.mServeComputeCache = hostCache});
+        EffectHost::Options options;
+        options.mServeComputeCache = hostCache;
+        EffectHost host(shot, options);
         host::Setting turn;
         turn.mId = "Model1_transform_yRotation";
         turn.mValue = host::Json::parse(R"({"keyframes": [[0.0, 0], [0.3, 90]]})");
@@ -130,7 +136,9 @@ TEST(FrameSequence, ThreadsGiveTheSameFrames) {
 TEST(FrameSequence, HostMayPurgeModelsBetweenFrames) {
     const Shot shot = MakeShot(160, 90, 8);
     const host::Frame expected = RenderWithEffect(shot);
-    EffectHost host(shot, {.mCacheLimit = 1});
+    EffectHost::Options options;
+    options.mCacheLimit = 1;
+    EffectHost host(shot, options);
     for (int i = 0; i < 3; ++i) EXPECT_EQ(host.Render().mPixels, expected.mPixels);
 }
 

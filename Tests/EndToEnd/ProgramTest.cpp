@@ -3,6 +3,7 @@
 
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -25,7 +26,7 @@ struct Outcome {
     std::string mErrors;
 };
 
-Outcome Run(const std::string& arguments, const std::string& environment = "") {
+Outcome RunProgram(const std::string& arguments, const std::string& environment = "") {
     const fs::path out = GetScratchFolder() / "stdout.txt";
     const fs::path err = GetScratchFolder() / "stderr.txt";
     const std::string command = environment + " " + std::string(NIMBREL_RENDER_FILE) + " " + arguments + " >" +
@@ -51,8 +52,8 @@ std::vector<std::string> ListFiles(const fs::path& folder) {
 
 TEST(Program, RendersAModelWithoutAScene) {
     const fs::path folder = MakeFolder("model");
-    const Outcome outcome = Run("--model " + GetModelFile(4000, 3).string() + " --size 160x90 --validate -o " +
-                                (folder / "x.png").string() + " --stats " + (folder / "stats.json").string());
+    const Outcome outcome = RunProgram("--model " + GetModelFile(4000, 3).string() + " --size 160x90 --validate -o " +
+                                       (folder / "x.png").string() + " --stats " + (folder / "stats.json").string());
     EXPECT_EQ(outcome.mCode, 0) << outcome.mErrors;
     EXPECT_EQ(outcome.mErrors, "");
     EXPECT_EQ(ReadFile(folder / "x.png").substr(1, 3), "PNG");
@@ -70,8 +71,8 @@ TEST(Program, WritesTheSameFilesWithAnyNumberOfThreads) {
                "Model1_transform_yRotation": {"keyframes": [[0, 0], [0.25, 120]]}}})";
     for (const std::string threads : {"1", "2"}) {
         fs::create_directories(folder / threads);
-        const Outcome outcome = Run((folder / "scene.json").string() + " --frames 0-5 --threads " + threads + " -o " +
-                                    (folder / threads / "f.##.png").string());
+        const Outcome outcome = RunProgram((folder / "scene.json").string() + " --frames 0-5 --threads " + threads +
+                                           " -o " + (folder / threads / "f.##.png").string());
         ASSERT_EQ(outcome.mCode, 0) << outcome.mErrors;
     }
     const std::vector<std::string> names = ListFiles(folder / "1");
@@ -112,7 +113,7 @@ TEST(Program, ShowsTheEffectsFailuresAndWritesNothing) {
     };
     for (const Case& test : cases) {
         const fs::path out = MakeFolder("failures-out");
-        const Outcome outcome = Run(test.mArguments + " --size 64x64 -o " + (out / "x.png").string());
+        const Outcome outcome = RunProgram(test.mArguments + " --size 64x64 -o " + (out / "x.png").string());
         EXPECT_EQ(outcome.mCode, test.mCode) << test.mArguments << "\n" << outcome.mErrors;
         EXPECT_NE(outcome.mErrors.find(test.mMessage), std::string::npos) << test.mArguments << "\n" << outcome.mErrors;
         EXPECT_TRUE(ListFiles(out).empty()) << test.mArguments << " left " << ListFiles(out).front();
@@ -120,7 +121,7 @@ TEST(Program, ShowsTheEffectsFailuresAndWritesNothing) {
 }
 
 TEST(Program, ListsParametersAndDevices) {
-    const Outcome parameters = Run("--list-parameters");
+    const Outcome parameters = RunProgram("--list-parameters");
     ASSERT_EQ(parameters.mCode, 0) << parameters.mErrors;
     const host::Json list = host::Json::parse(parameters.mOutput);
     int hostIndex = 1;
@@ -139,7 +140,7 @@ TEST(Program, ListsParametersAndDevices) {
     EXPECT_EQ(find("Model1_transform_position").at("value"), host::Json::parse("[960, 540, 0]"));
     EXPECT_TRUE(find("Model1_effects_splatColor_editRamp").is_null()) << "hidden from this host";
 
-    const Outcome devices = Run("--list-gpus");
+    const Outcome devices = RunProgram("--list-gpus");
     EXPECT_EQ(devices.mCode, 0) << devices.mErrors;
     EXPECT_FALSE(devices.mOutput.empty());
 }
@@ -147,11 +148,12 @@ TEST(Program, ListsParametersAndDevices) {
 TEST(Program, SavedSceneRendersTheSamePicture) {
     const fs::path folder = MakeFolder("saved");
     const std::string model = GetModelFile(4000, 3).string();
-    ASSERT_EQ(Run("--model " + model + " --size 120x80 --save-scene " + (folder / "scene.json").string() + " -o " +
-                  (folder / "a.png").string())
+    ASSERT_EQ(RunProgram("--model " + model + " --size 120x80 --save-scene " + (folder / "scene.json").string() +
+                         " -o " + (folder / "a.png").string())
                   .mCode,
               0);
-    const Outcome again = Run((folder / "scene.json").string() + " -o " + (folder / "b.png").string() + " --frames 0");
+    const Outcome again =
+        RunProgram((folder / "scene.json").string() + " -o " + (folder / "b.png").string() + " --frames 0");
     ASSERT_EQ(again.mCode, 0) << again.mErrors;
     EXPECT_EQ(ReadFile(folder / "a.png"), ReadFile(folder / "b.png"));
 }

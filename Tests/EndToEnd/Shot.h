@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -42,6 +43,9 @@ struct Shot {
     std::optional<ShotCamera> mCamera;
     std::vector<ShotModel> mModels;
 };
+
+/// For GoogleTest's messages.
+inline void PrintTo(const Shot& shot, std::ostream* stream) { *stream << shot.mName; }
 
 /// The shot as a scene document; it goes through the host's own reader.
 host::Json MakeSceneDocument(const Shot& shot);

@@ -23,7 +23,8 @@ protected:
     Program() {
         mFolder.Write("catalogue.json",
                       R"({"parameters": [{"uniqueID": 10, "fullId": "Model1_align_scale"},
-                          {"uniqueID": 15, "fullId": "Model1_align_anchorPoint"}, {"uniqueID": 16, "fullId": "Model1_model"}]})");
+                          {"uniqueID": 15, "fullId": "Model1_align_anchorPoint"},
+                          {"uniqueID": 16, "fullId": "Model1_model"}]})");
         mFolder.Write("a.ply", MakePly({-1, -1, -1, 1, 1, 1, 0, 0, 0}));
         mFolder.Write("scene.json", R"({"composition": {"width": 16, "height": 8, "duration": 0.125},
                                         "parameters": {"Model1_model": "a.ply", "Turn": 7}})");

@@ -30,7 +30,8 @@ TEST(Scene, FillsInDefaults) {
 
 TEST(Scene, ReadsAll) {
     const Scene scene = Parse(R"({
-        "composition": {"width": 101, "height": 51, "frameRate": 25, "duration": 2, "bitsPerChannel": 32, "downsample": 2},
+        "composition": {"width": 101, "height": 51, "frameRate": 25, "duration": 2, "bitsPerChannel": 32,
+                        "downsample": 2},
         "camera": {"type": "orthographic", "zoom": {"keyframes": [[0, 100], [2, 200]]}, "position": [1, 2, 3],
                    "pointOfInterest": [4, 5, 6], "orientation": [7, 8, 9],
                    "rotation": {"keyframes": [[0, [0, 0, 0]], [1, [10, 20, 30]]], "interpolation": "hold"}},
@@ -86,7 +87,7 @@ TEST(Scene, NamesFileKeyAndExpectation) {
         {R"({"composition": )", "s.json: expected valid JSON: parse error at line 1"},
     };
     for (const auto& [text, message] : cases) {
-        const std::string shown = UsageMessage([&] { Parse(text); });
+        const std::string shown = UsageMessage([&, t = text] { Parse(t); });
         EXPECT_THAT(shown, ::testing::HasSubstr(message)) << text;
         EXPECT_EQ(shown.find('\n'), std::string::npos) << "one line: " << shown;
     }

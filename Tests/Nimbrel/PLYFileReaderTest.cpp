@@ -118,7 +118,8 @@ TEST(PLYFileReader, FailsWithAMessageForWhatIsNoSplatModel) {
 }
 
 TEST(PLYFileReader, AFileThatCannotBeOpenedFails) {
-    for (const std::u16string path : {u"/no/such/folder/model.ply", u""}) {
+    const std::u16string halfAPair(1, char16_t{0xd800});
+    for (const std::u16string& path : {std::u16string(u"/no/such/folder/model.ply"), std::u16string(), halfAPair}) {
         try {
             PLYFileReader::ReadFile(path, true);
             FAIL();

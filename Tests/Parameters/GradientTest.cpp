@@ -111,7 +111,8 @@ TEST(Gradient, JsonOfAWrongShapeIsRefusedAndChangesNothing) {
     };
     for (const auto& [text, message] : cases) {
         Gradient gradient;
-        EXPECT_THAT(MessageOf([&] { gradient.FromJSON(text); }), testing::HasSubstr(message)) << text.substr(0, 80);
+        EXPECT_THAT(MessageOf([&, &json = text] { gradient.FromJSON(json); }), testing::HasSubstr(message))
+            << text.substr(0, 80);
         EXPECT_TRUE(gradient.IsEqual(Gradient()));
     }
 }

@@ -122,7 +122,8 @@ TEST(ParametersManager, RefusesABadCatalogue) {
          "Struct P is described twice."},
     };
     for (const auto& [text, message] : cases)
-        EXPECT_THAT(MessageOf([&] { TextManager manager(text); }), testing::HasSubstr(message)) << text;
+        EXPECT_THAT(MessageOf([&catalogue = text] { TextManager manager(catalogue); }), testing::HasSubstr(message))
+            << text;
 }
 
 TEST(ParametersManager, UnknownNumericIdIsNamed) {

@@ -248,7 +248,8 @@ TEST(Ramp, JsonOfAWrongShapeIsRefusedAndChangesNothing) {
     };
     for (const auto& [text, message] : cases) {
         Ramp ramp;
-        EXPECT_THAT(MessageOf([&] { ramp.FromJSON(text); }), testing::HasSubstr(message)) << text.substr(0, 80);
+        EXPECT_THAT(MessageOf([&, &json = text] { ramp.FromJSON(json); }), testing::HasSubstr(message))
+            << text.substr(0, 80);
         EXPECT_TRUE(ramp.IsEqual(Ramp()));
     }
 }

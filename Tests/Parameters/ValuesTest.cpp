@@ -105,7 +105,8 @@ TEST(Values, LoadRefusesWrongTypes) {
         {R"([{"id":110,"value":)" + deep + "}]", "nested deeper than"},
     };
     for (const auto& [text, message] : cases)
-        EXPECT_THAT(MessageOf([&] { manager.LoadValues(setter, json::parse(text)); }), testing::HasSubstr(message))
+        EXPECT_THAT(MessageOf([&, &values = text] { manager.LoadValues(setter, json::parse(values)); }),
+                    testing::HasSubstr(message))
             << text.substr(0, 60);
 }
 

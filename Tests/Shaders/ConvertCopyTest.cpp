@@ -63,8 +63,8 @@ Bytes CopyOnDevice(int depth, int layout, const gpu::CopyConstants& constants, F
     return GpuRun::Read(buffer);
 }
 
-Bytes CopyOnProcessor(int depth, int layout, const gpu::CopyConstants& constants, Format format,
-                      const Picture& picture, const Bytes& texels, Bytes destination) {
+Bytes CopyOnProcessor(int depth, int layout, const gpu::CopyConstants& constants, Format format, const Picture& picture,
+                      const Bytes& texels, Bytes destination) {
     const zeb::render::cpu::TextureView view{texels.data(), format, picture.mWidth, picture.mHeight, 1};
     zeb::render::cpu::CopyConstants twin{};
     std::memcpy(&twin, &constants, sizeof twin);
@@ -106,8 +106,10 @@ TEST(Copy, HandWorkedChannels) {
         return CopyOnDevice(depth, layout, constants, Format::RGBA32Float, picture, texels,
                             Bytes(pitch, std::byte{0xEE}));
     };
-    EXPECT_EQ(FromBytes<std::uint8_t>(copy(0, 0, 8), 0, 8), (std::vector<std::uint8_t>{0, 128, 255, 255, 0, 0, 64, 191}));
-    EXPECT_EQ(FromBytes<std::uint8_t>(copy(0, 3, 8), 0, 8), (std::vector<std::uint8_t>{255, 0, 128, 255, 191, 0, 0, 64}));
+    EXPECT_EQ(FromBytes<std::uint8_t>(copy(0, 0, 8), 0, 8),
+              (std::vector<std::uint8_t>{0, 128, 255, 255, 0, 0, 64, 191}));
+    EXPECT_EQ(FromBytes<std::uint8_t>(copy(0, 3, 8), 0, 8),
+              (std::vector<std::uint8_t>{255, 0, 128, 255, 191, 0, 0, 64}));
     EXPECT_EQ(FromBytes<std::uint8_t>(copy(0, 1, 12), 0, 12),
               (std::vector<std::uint8_t>{0, 128, 255, 0, 0, 64, 0, 0, 0xEE, 0xEE, 0xEE, 0xEE}));
     EXPECT_EQ(FromBytes<std::uint8_t>(copy(0, 2, 4), 0, 4), (std::vector<std::uint8_t>{255, 191, 0, 0}));
@@ -138,8 +140,7 @@ TEST(Copy, HalvesRoundToTheNearestEven) {
             constexpr std::uint32_t kLow[] = {0,      1,      0xFFF,  0x1000, 0x1001, 0x1FFF, 0x0800, 0x1800,
                                               0x2000, 0x2FFF, 0x3000, 0x3001, 0x7000, 0x3FFF, 0x0FFE, 0x7FFFFF};
             const std::uint32_t mantissa = (high + kLow[k & 15]) & 0x7FFFFFU;
-            picture.mTexels.push_back(
-                std::bit_cast<float>(((k & 1U) << 31) | (exponent << 23) | mantissa));
+            picture.mTexels.push_back(std::bit_cast<float>(((k & 1U) << 31) | (exponent << 23) | mantissa));
         }
     }
     ASSERT_EQ(picture.mTexels.size(), std::size_t{256} * 64 * 4);
@@ -160,9 +161,9 @@ std::vector<float> Convert(const char* program, const Picture& picture) {
     GpuTexture& texture =
         run.AddTexture(Format::RGBA32Float, picture.mWidth, picture.mHeight, ToBytes(picture.mTexels));
     const gpu::ConvertConstants constants{{picture.mWidth, picture.mHeight}};
-    GpuTexture& target = run.Draw(program,
-                                  {{"b0", nullptr, nullptr, RecordBytes(constants), 0}, {"t0", nullptr, &texture, {}, 0}},
-                                  Format::RGBA32Float, picture.mWidth, picture.mHeight, 4);
+    GpuTexture& target =
+        run.Draw(program, {{"b0", nullptr, nullptr, RecordBytes(constants), 0}, {"t0", nullptr, &texture, {}, 0}},
+                 Format::RGBA32Float, picture.mWidth, picture.mHeight, 4);
     run.Execute();
     return FromBytes<float>(GpuRun::Read(target), 0, picture.mTexels.size());
 }
@@ -175,8 +176,10 @@ TEST(Convert, NoneGivesEveryTexelInItsPlace) {
 TEST(Convert, UnmultiplyDividesByAlphaFromItsThresholdOn) {
     const float edge = 0.00100000005F;
     const float below = std::nextafter(edge, 0.0F);
-    const Picture picture{4, 1, {0.2F, 0.1F, 0.4F, 0.5F, edge, 0.0F, edge, edge,  //
-                                 0.3F, 0.2F, 0.1F, below, 0.5F, 0.6F, 0.7F, -1.0F}};
+    const Picture picture{4,
+                          1,
+                          {0.2F, 0.1F, 0.4F, 0.5F, edge, 0.0F, edge, edge,  //
+                           0.3F, 0.2F, 0.1F, below, 0.5F, 0.6F, 0.7F, -1.0F}};
     const std::vector<float> expected = {0.4F, 0.2F, 0.8F, 0.5F, 1.0F, 0.0F, 1.0F, edge,  //
                                          0.3F, 0.2F, 0.1F, 0.0F, 0.5F, 0.6F, 0.7F, 0.0F};
     EXPECT_EQ(Convert("ConvertUnmultiply", picture), expected);

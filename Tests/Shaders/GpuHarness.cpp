@@ -13,9 +13,7 @@ using namespace zeb::render;
 
 namespace {
 
-std::uint32_t RegisterNumber(const std::string& name) {
-    return static_cast<std::uint32_t>(std::stoul(name.substr(1)));
-}
+std::uint32_t RegisterNumber(const std::string& name) { return static_cast<std::uint32_t>(std::stoul(name.substr(1))); }
 
 zeb::UniquePtr<zeb::render::Render> MakeRender() {
     RegisterShaders();
@@ -27,8 +25,8 @@ zeb::UniquePtr<zeb::render::Render> MakeRender() {
 }
 
 zeb::UniquePtr<Buffer> MakeFilled(const Bytes& contents) {
-    auto buffer = GetDevice().CreateBuffer("Start values", std::max<std::size_t>(contents.size(), 4), MemoryKind::Upload,
-                                           BufferState::GenericRead, BufferUsage::None);
+    auto buffer = GetDevice().CreateBuffer("Start values", std::max<std::size_t>(contents.size(), 4),
+                                           MemoryKind::Upload, BufferState::GenericRead, BufferUsage::None);
     std::byte* bytes = buffer->Map(0, 0);
     std::copy(contents.begin(), contents.end(), bytes);
     buffer->Unmap();
@@ -72,7 +70,7 @@ GpuRun::GpuRun() {
     ThreadData& thread = GetDevice().GetThreadData();
     mList = thread.mCommandQueue->CreateCommandList("Test");
     mList->SetDescriptorHeaps(*thread.mShaderResourceHeap, thread.mSamplerHeap.get());
-    const SamplerDescription linear{SamplerFilter::Linear,  SamplerFilter::Linear,  SamplerFilter::Linear,
+    const SamplerDescription linear{SamplerFilter::Linear, SamplerFilter::Linear, SamplerFilter::Linear,
                                     SamplerAddress::Clamp, SamplerAddress::Clamp, SamplerAddress::Clamp};
     mSampler = GetDevice().CreateSampler("Linear", linear);
     mSamplerRange = thread.mSamplerHeap->AllocateRange(1);
@@ -133,8 +131,8 @@ GpuRun::Pipeline& GpuRun::GetPipeline(const std::string& program, const std::vec
     AddParameters(*pipeline->mSignature, bindings);
     if (compute) {
         pipeline->mShaders.push_back(pipeline->mLibrary->GetShader(ShaderType::Compute));
-        pipeline->mCompute = GetDevice().CreateComputePipelineState(
-            program, {pipeline->mSignature.get(), pipeline->mShaders[0].get()});
+        pipeline->mCompute =
+            GetDevice().CreateComputePipelineState(program, {pipeline->mSignature.get(), pipeline->mShaders[0].get()});
     }
     mPipelines.push_back(std::move(pipeline));
     return *mPipelines.back();

@@ -73,7 +73,8 @@ public:
     /// Records one dispatch, with a barrier on all buffers behind it. Programs' pipelines are kept by name.
     void Dispatch(const std::string& program, const std::vector<Binding>& bindings, std::uint32_t groupsX,
                   std::uint32_t groupsY = 1);
-    /// Draws `vertices` of a strip into a target of the size and format and returns the target's texels, tightly packed.
+    /// Draws `vertices` of a strip into a target of the size and format and returns the target's texels, tightly
+    /// packed.
     GpuTexture& Draw(const std::string& program, const std::vector<Binding>& bindings, zeb::render::Format format,
                      std::uint32_t width, std::uint32_t height, std::uint32_t vertices);
     /// Submits and waits. Nothing can be recorded afterwards.

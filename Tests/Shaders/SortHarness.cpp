@@ -37,7 +37,8 @@ gpu::SortConstants MakeConstants(std::uint32_t count, const KeyShares& shares) {
         constants.numBlocksPerThreadGroup = shares.mBlocksPerGroup;
         constants.numThreadGroupsWithAdditionalBlocks = shares.mGroupsWithAdditionalBlock;
     }
-    constants.numReduceThreadgroupPerBin = constants.numThreadGroups < 512 ? 1 : (constants.numThreadGroups + 511) / 512;
+    constants.numReduceThreadgroupPerBin =
+        constants.numThreadGroups < 512 ? 1 : (constants.numThreadGroups + 511) / 512;
     constants.numScanValues = constants.numReduceThreadgroupPerBin * 16;
     return constants;
 }
@@ -119,9 +120,9 @@ std::vector<KeySet> MakeKeySets(std::uint32_t count) {
 std::vector<std::uint32_t> EdgeCounts(std::uint32_t limit) {
     std::vector<std::uint32_t> counts;
     for (const std::uint32_t count :
-         {0U,      1U,      2U,      15U,     16U,     63U,     64U,     127U,    128U,    129U,    511U,    512U,   513U,
-          1023U,   1024U,   1025U,   4095U,   16385U,  261632U, 262144U, 262145U, 409599U, 409600U, 409601U, 410113U,
-          819200U, 819201U, 1000003U}) {
+         {0U,      1U,      2U,      15U,     16U,     63U,     64U,     127U,    128U,    129U,
+          511U,    512U,    513U,    1023U,   1024U,   1025U,   4095U,   16385U,  261632U, 262144U,
+          262145U, 409599U, 409600U, 409601U, 410113U, 819200U, 819201U, 1000003U}) {
         if (count <= limit) counts.push_back(count);
     }
     return counts;
@@ -155,8 +156,8 @@ double ExpectSorts(const SortForm& form, const KeySet& set, const KeyShares& sha
     const std::vector<std::uint32_t> sortedPayloads = Words(*buffers.mPayloads[0]);
     std::size_t wrong = 0;
     for (std::uint32_t i = 0; i < count; ++i) {
-        const bool right = sortedKeys[kGuardWords + i] == set.mKeys[order[i]] &&
-                           sortedPayloads[kGuardWords + i] == payloads[order[i]];
+        const bool right =
+            sortedKeys[kGuardWords + i] == set.mKeys[order[i]] && sortedPayloads[kGuardWords + i] == payloads[order[i]];
         if (!right && wrong++ == 0) ADD_FAILURE() << "first difference at place " << i;
     }
     EXPECT_EQ(wrong, 0U);

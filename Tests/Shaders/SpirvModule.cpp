@@ -5,13 +5,13 @@
 #include <set>
 #include <stdexcept>
 
-// Numbers of instructions, decorations and storage classes are those of the SPIR-V specification, version 1.3.
+// Numbers of instructions, decorations and storage classes are those of SPIR-V 1.3 (Khronos).
 namespace nimbrel::test {
 namespace {
 
 constexpr std::uint32_t kOpName = 5, kOpMemberName = 6, kOpEntryPoint = 15, kOpExecutionMode = 16, kOpCapability = 17;
-constexpr std::uint32_t kOpTypeInt = 21, kOpTypeFloat = 22, kOpTypeVector = 23, kOpTypeMatrix = 24, kOpTypeImage = 25;
-constexpr std::uint32_t kOpTypeSampler = 26, kOpTypeArray = 28, kOpTypeRuntimeArray = 29, kOpTypeStruct = 30;
+constexpr std::uint32_t kOpTypeInt = 21, kOpTypeVector = 23, kOpTypeMatrix = 24, kOpTypeImage = 25;
+constexpr std::uint32_t kOpTypeSampler = 26, kOpTypeArray = 28, kOpTypeStruct = 30;
 constexpr std::uint32_t kOpTypePointer = 32, kOpConstant = 43, kOpFunction = 54, kOpVariable = 59;
 constexpr std::uint32_t kOpDecorate = 71, kOpMemberDecorate = 72;
 constexpr std::uint32_t kRowMajor = 4, kArrayStride = 6, kMatrixStride = 7, kBinding = 33, kOffset = 35;

@@ -61,9 +61,7 @@ std::string Describe(const gpu::SplatViewData& r) {
     return text + " colour " + half(0, 16) + half(0, 0) + half(1, 16) + half(1, 0);
 }
 
-float DepthOf(std::uint32_t key) {
-    return std::bit_cast<float>((key & 0x80000000U) != 0 ? key ^ 0x80000000U : ~key);
-}
+float DepthOf(std::uint32_t key) { return std::bit_cast<float>((key & 0x80000000U) != 0 ? key ^ 0x80000000U : ~key); }
 
 /// Compares device and twin. Returns how many records are drawn: pos.w above 0.
 std::size_t ExpectSameResults(const SplatModel& model, const Tolerance& tolerance) {
@@ -91,10 +89,10 @@ std::size_t ExpectSameResults(const SplatModel& model) { return ExpectSameResult
 
 TEST(SplatKernels, EveryPackedFormatDecodesToTheSameBits) {
     const Formats cases[] = {
-        {2, 2, 3, Format::RGBA8Unorm},   {0, 0, 0, Format::RGBA32Float},  {1, 1, 1, Format::RGBA16Float},
-        {3, 3, 2, Format::RGBA8Unorm},   {1, 0, 3, Format::RGBA32Float},  {0, 1, 2, Format::RGBA16Float},
-        {2, 3, 1, Format::RGBA8Unorm},   {3, 2, 0, Format::RGBA8Unorm},   {2, 1, 5, Format::RGBA8Unorm},
-        {2, 0, 4, Format::RGBA8Unorm},   {2, 3, 8, Format::RGBA8Unorm},   {9, 7, 3, Format::RGBA8Unorm},
+        {2, 2, 3, Format::RGBA8Unorm}, {0, 0, 0, Format::RGBA32Float}, {1, 1, 1, Format::RGBA16Float},
+        {3, 3, 2, Format::RGBA8Unorm}, {1, 0, 3, Format::RGBA32Float}, {0, 1, 2, Format::RGBA16Float},
+        {2, 3, 1, Format::RGBA8Unorm}, {3, 2, 0, Format::RGBA8Unorm},  {2, 1, 5, Format::RGBA8Unorm},
+        {2, 0, 4, Format::RGBA8Unorm}, {2, 3, 8, Format::RGBA8Unorm},  {9, 7, 3, Format::RGBA8Unorm},
     };
     std::uint32_t seed = 0;
     for (const Formats& formats : cases) {
@@ -287,10 +285,9 @@ TEST(SplatKernels, DistanceAndViewDataSeeTheSamePlace) {
 
 // Whole positions straight through: key and clip position can be worked out by hand.
 TEST(SplatKernels, HandWorkedDepthsAndKeys) {
-    const std::pair<float, std::uint32_t> cases[] = {{0.0F, 0x80000000U},     {-0.0F, 0x7FFFFFFFU},
-                                                     {1.0F, 0xBF800000U},     {-1.0F, 0x407FFFFFU},
-                                                     {3.5F, 0xC0600000U},     {-2.0F, 0x3FFFFFFFU},
-                                                     {1e30F, 0xF149F2CAU},    {0.125F, 0xBE000000U}};
+    const std::pair<float, std::uint32_t> cases[] = {{0.0F, 0x80000000U},  {-0.0F, 0x7FFFFFFFU}, {1.0F, 0xBF800000U},
+                                                     {-1.0F, 0x407FFFFFU}, {3.5F, 0xC0600000U},  {-2.0F, 0x3FFFFFFFU},
+                                                     {1e30F, 0xF149F2CAU}, {0.125F, 0xBE000000U}};
     const auto count = static_cast<std::uint32_t>(std::size(cases));
     SplatModel model = MakeModel(count, {0, 2, 3, Format::RGBA8Unorm}, 1);
     // From -0 to 1, so that a value of -0 stays one.
@@ -314,7 +311,8 @@ TEST(SplatKernels, IndicesAreTheIdentityUpToTheCount) {
     for (const std::uint32_t count : {1U, 256U, 1000U}) {
         GpuRun run;
         GpuBuffer& buffer = run.AddBuffer(ToBytes(std::vector<std::uint32_t>(2000, 77U)));
-        run.Dispatch("CSSetIndices", {{"u9", &buffer, nullptr, {}, 12}, {"b10", nullptr, nullptr, RecordBytes(count), 0}},
+        run.Dispatch("CSSetIndices",
+                     {{"u9", &buffer, nullptr, {}, 12}, {"b10", nullptr, nullptr, RecordBytes(count), 0}},
                      (count + 255) / 256);
         run.Execute();
         const auto words = FromBytes<std::uint32_t>(GpuRun::Read(buffer), 0, 2000);
@@ -337,8 +335,8 @@ TEST(SplatKernels, ExportGivesTheSameNumbers) {
             const auto* b = reinterpret_cast<const float*>(&twin);
             for (std::size_t k = 0; k < sizeof twin / 4; ++k) {
                 // Logarithms may differ in their last bits, and what comes from 8-bit channels.
-                const bool logarithm = k * 4 >= offsetof(gpu::ExportSplatData, opacity) &&
-                                       k * 4 < offsetof(gpu::ExportSplatData, rot);
+                const bool logarithm =
+                    k * 4 >= offsetof(gpu::ExportSplatData, opacity) && k * 4 < offsetof(gpu::ExportSplatData, rot);
                 const bool channel = formats.mColor == Format::RGBA8Unorm && k >= 6 && k < 9;
                 const float tolerance = logarithm || channel ? 2e-6F : 0.0F;
                 if (!IsNear(a[k], b[k], tolerance, tolerance) && wrong++ == 0)

@@ -54,7 +54,8 @@ void PutFloat(Bytes& bytes, std::size_t at, float value) { std::memcpy(bytes.dat
 /// Formats of whole floats or halves cannot hold any bits: these get values of 0 to 1.
 void FillNumbers(Random& random, SplatModel& model, const Formats& formats) {
     if (formats.mPosition == 0) {
-        for (std::size_t i = 0; i < std::size_t{model.mCount} * 3; ++i) PutFloat(model.mPositions, i * 4, random.Between(0, 1));
+        for (std::size_t i = 0; i < std::size_t{model.mCount} * 3; ++i)
+            PutFloat(model.mPositions, i * 4, random.Between(0, 1));
     }
     const std::size_t other = 4 + VectorBytes(formats.mScale) + (formats.mSH > 3 ? 2 : 0);
     for (std::size_t i = 0; i < model.mCount; ++i) {
@@ -66,7 +67,8 @@ void FillNumbers(Random& random, SplatModel& model, const Formats& formats) {
         }
     }
     if (formats.mSH == 0) {
-        for (std::size_t at = 0; at + 4 <= model.mSH.size(); at += 4) PutFloat(model.mSH, at, random.Between(-0.5F, 0.5F));
+        for (std::size_t at = 0; at + 4 <= model.mSH.size(); at += 4)
+            PutFloat(model.mSH, at, random.Between(-0.5F, 0.5F));
     } else if (formats.mSH == 1 || formats.mSH > 3) {
         for (std::size_t at = 0; at + 2 <= model.mSH.size(); at += 2) {
             const std::uint16_t half = zeb::render::cpu::FloatToHalf(random.Between(-0.5F, 0.5F));
@@ -162,8 +164,8 @@ struct ModelOnDevice {
           mColor(run.AddTexture(model.mColorFormat, 2048, model.mColorHeight, model.mColor)),
           mRamps(run.AddTexture(Format::R32Float, gpu::kCurveSamples, gpu::kRampRows * model.mInstances,
                                 ToBytes(model.mRamps))),
-          mGradients(run.AddTexture(Format::RGBA32Float, gpu::kCurveSamples, model.mInstances,
-                                    ToBytes(model.mGradients))),
+          mGradients(
+              run.AddTexture(Format::RGBA32Float, gpu::kCurveSamples, model.mInstances, ToBytes(model.mGradients))),
           mSplatConstants(RecordBytes(model.mSplat)),
           mNoiseConstants(RecordBytes(model.mNoise)) {}
 
@@ -263,13 +265,27 @@ KernelResults RunOnDevice(const SplatModel& model) {
     GpuBuffer& keys = run.AddBuffer(Guards(4, model.mCount));
     const std::uint32_t groups = (model.mCount + 255) / 256;
     run.Dispatch("CSCalcDistances",
-                 {device.Get("t1"), device.Get("t2"), device.Get("b6"), {"u8", &keys, nullptr, {}, 4}, device.Get("b11"),
-                  device.Get("t12"), device.Get("s14"), {"b16", nullptr, nullptr, RecordBytes(model.mDistances), 0}},
+                 {device.Get("t1"),
+                  device.Get("t2"),
+                  device.Get("b6"),
+                  {"u8", &keys, nullptr, {}, 4},
+                  device.Get("b11"),
+                  device.Get("t12"),
+                  device.Get("s14"),
+                  {"b16", nullptr, nullptr, RecordBytes(model.mDistances), 0}},
                  groups);
     run.Dispatch("CSCalcViewData",
-                 {device.Get("t1"), device.Get("t2"), device.Get("t3"), device.Get("t4"), device.Get("t5"),
-                  device.Get("b6"), {"b7", nullptr, nullptr, RecordBytes(model.mView), 0}, device.Get("b11"),
-                  device.Get("t12"), device.Get("t13"), device.Get("s14"),
+                 {device.Get("t1"),
+                  device.Get("t2"),
+                  device.Get("t3"),
+                  device.Get("t4"),
+                  device.Get("t5"),
+                  device.Get("b6"),
+                  {"b7", nullptr, nullptr, RecordBytes(model.mView), 0},
+                  device.Get("b11"),
+                  device.Get("t12"),
+                  device.Get("t13"),
+                  device.Get("s14"),
                   {"b15", nullptr, nullptr, RecordBytes(model.mModel), 0},
                   {"u17", &records, nullptr, {}, sizeof(gpu::SplatViewData)}},
                  groups);
@@ -293,8 +309,13 @@ std::vector<gpu::ExportSplatData> ExportOnDevice(const SplatModel& model) {
     const ModelOnDevice device(run, model);
     GpuBuffer& records = run.AddBuffer(Guards(sizeof(gpu::ExportSplatData), model.mCount));
     run.Dispatch("CSExportData",
-                 {device.Get("t1"), device.Get("t2"), device.Get("t3"), device.Get("t4"), device.Get("t5"),
-                  device.Get("b6"), {"u18", &records, nullptr, {}, sizeof(gpu::ExportSplatData)},
+                 {device.Get("t1"),
+                  device.Get("t2"),
+                  device.Get("t3"),
+                  device.Get("t4"),
+                  device.Get("t5"),
+                  device.Get("b6"),
+                  {"u18", &records, nullptr, {}, sizeof(gpu::ExportSplatData)},
                   {"b19", nullptr, nullptr, RecordBytes(gpu::ExportDataConstants{model.mCount}), 0}},
                  (model.mCount + 255) / 256);
     run.Execute();

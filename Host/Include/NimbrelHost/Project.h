@@ -60,6 +60,8 @@ public:
     Project(const Composition& composition, const std::optional<Camera>& camera);
 
     const Composition& GetComposition() const { return mComposition; }
+    /// New settings, as from a user's dialog. The frame rate stays: keys and frames are counted by it.
+    void SetComposition(const Composition& composition);
     Item* GetRoot() { return mItems.front().get(); }
     Item* GetCompositionItem() { return mItems[1].get(); }
     Layer* GetEffectLayer() { return mEffectLayer; }

@@ -19,6 +19,10 @@ struct FrameTimes {
 /// may render at once. Throws EffectError, Interrupted.
 Frame RenderFrame(Host& host, int frame, FrameTimes& times);
 
+/// Renders the part of a frame inside `rect` (pixels of the written frame) into `picture`, as when a real host asks for
+/// a region. Adds to `times`. Throws as RenderFrame.
+void RenderPart(Host& host, int frame, const PF_LRect& rect, Frame& picture, FrameTimes& times);
+
 /// Renders frames on `threads` threads, handed out in order, and has each written by the thread that rendered it.
 /// `done` hears of each finished frame, one at a time. After a failure no further frame begins; the failure of the
 /// earliest frame is thrown, and what was written stays. Gives the times in the order of `frames`.

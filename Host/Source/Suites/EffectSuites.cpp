@@ -9,6 +9,7 @@ namespace {
 
 HandleStore& Handles() { return Host::Active().GetHandles(); }
 
+// The handle functions return no codes: failure is a null handle, a null pointer, or nothing.
 PF_Handle NewHandle(A_u_longlong size) {
     PF_Handle handle = nullptr;
     Guarded([&] { return (handle = Handles().New(size)) == nullptr ? A_Err_ALLOC : A_Err_NONE; });
@@ -43,6 +44,7 @@ PF_Err ResizeHandle(A_u_longlong size, PF_Handle* handle) {
         [&] { return handle != nullptr && Handles().Resize(*handle, size) ? PF_Err_NONE : PF_Err_OUT_OF_MEMORY; });
 }
 
+// Cleared whether asked for or not. Sides are at most those of a host's worlds.
 PF_Err NewWorld(PF_ProgPtr effect, A_long width, A_long height, PF_Boolean, A_long format, PF_EffectWorld* record) {
     return Guarded([&] {
         Command* const command = Command::FromReference(effect);
@@ -64,6 +66,7 @@ PF_Err DisposeWorld(PF_ProgPtr, PF_EffectWorld* record) {
     });
 }
 
+// The record's flags tell 16 bits only, so the format comes from the world behind it.
 PF_Err GetPixelFormat(const PF_EffectWorld* record, A_long* format) {
     const World* const world = World::FromRecord(record);
     if (world == nullptr || format == nullptr) return PF_Err_BAD_CALLBACK_PARAM;
@@ -120,6 +123,7 @@ PF_Err GetConstSequenceData(PF_ProgPtr effect, PF_ConstHandle* data) {
     return PF_Err_NONE;
 }
 
+// The device suite: what the command line asks for goes in, what the effect found comes out.
 int32_t GetRequestedDevice(const char** request) {
     if (request == nullptr) return A_Err_PARAMETER;
     *request = Host::Active().GetOptions().mDevice.c_str();

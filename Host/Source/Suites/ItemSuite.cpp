@@ -10,12 +10,14 @@ bool IsProject(AEGP_ProjectH project) {
     return static_cast<const void*>(project) == static_cast<const void*>(&TheProject());
 }
 
+// The walk begins with the root folder, which is an item like the others.
 A_Err GetFirstProjItem(AEGP_ProjectH project, AEGP_ItemH* item) {
     if (!IsProject(project) || item == nullptr) return A_Err_PARAMETER;
     *item = ToHandle(TheProject().GetRoot());
     return A_Err_NONE;
 }
 
+// Ends with a null item and no error; an item that isn't the project's is an error.
 A_Err GetNextProjItem(AEGP_ProjectH project, AEGP_ItemH handle, AEGP_ItemH* next) {
     if (!IsProject(project) || next == nullptr) return A_Err_PARAMETER;
     const auto& items = TheProject().GetItems();
@@ -61,6 +63,7 @@ A_Err GetItemID(AEGP_ItemH handle, A_long* id) {
     return A_Err_NONE;
 }
 
+// The root has no parent: a null item.
 A_Err GetItemParentFolder(AEGP_ItemH handle, AEGP_ItemH* parent) {
     const Item* const item = ToItem(handle);
     if (item == nullptr || parent == nullptr) return A_Err_PARAMETER;
@@ -68,6 +71,7 @@ A_Err GetItemParentFolder(AEGP_ItemH handle, AEGP_ItemH* parent) {
     return A_Err_NONE;
 }
 
+// Two folders may have one name, as in any project.
 A_Err AddFolder(const std::string& name, AEGP_ItemH parentHandle, AEGP_ItemH* folder) {
     if (const A_Err error = CheckMayChangeProject()) return error;
     Item* const parent = parentHandle == nullptr ? TheProject().GetRoot() : ToItem(parentHandle);
@@ -84,6 +88,7 @@ A_Err CreateNarrowFolder(const A_char* name, AEGP_ItemH parent, AEGP_ItemH* fold
     return Guarded([&] { return name == nullptr ? A_Err_PARAMETER : AddFolder(name, parent, folder); });
 }
 
+// Both versions serve the same functions; only texts are wide in one and narrow in the other.
 template <class Table>
 void FillItemTable(Table& table) {
     table.AEGP_GetFirstProjItem = GetFirstProjItem;

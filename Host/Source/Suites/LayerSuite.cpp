@@ -4,6 +4,7 @@
 namespace nimbrel::host {
 namespace {
 
+// Functions that only read take any thread; those that change the project ask CheckMayChangeProject first.
 A_Err GetCompNumLayers(AEGP_CompH comp, A_long* count) {
     if (!IsComp(comp) || count == nullptr) return A_Err_PARAMETER;
     *count = static_cast<A_long>(TheProject().GetLayers().size());
@@ -26,6 +27,7 @@ A_Err GetLayerIndex(AEGP_LayerH handle, A_long* index) {
     return A_Err_NONE;
 }
 
+// Cameras and nulls have no source: a null item, and no error.
 A_Err GetLayerSourceItem(AEGP_LayerH handle, AEGP_ItemH* item) {
     const Layer* const layer = ToLayer(handle);
     if (layer == nullptr || item == nullptr) return A_Err_PARAMETER;
@@ -39,6 +41,7 @@ A_Err GetLayerParentComp(AEGP_LayerH handle, AEGP_CompH* comp) {
     return A_Err_NONE;
 }
 
+// Either name may be left out; the effect frees what it gets.
 A_Err GetLayerName(AEGP_PluginID, AEGP_LayerH handle, AEGP_MemHandle* layerName, AEGP_MemHandle* sourceName) {
     return Guarded([&] {
         const Layer* const layer = ToLayer(handle);
@@ -64,6 +67,7 @@ A_Err SetLayerFlag(AEGP_LayerH handle, A_long flag, A_Boolean value) {
     return A_Err_NONE;
 }
 
+// A composition inside itself would never end, and folders have no picture.
 A_Err IsAddLayerValid(AEGP_ItemH handle, AEGP_CompH comp, A_Boolean* valid) {
     const Item* const item = ToItem(handle);
     if (item == nullptr || !IsComp(comp) || valid == nullptr) return A_Err_PARAMETER;
@@ -89,6 +93,7 @@ A_Err ReorderLayer(AEGP_LayerH handle, A_long index) {
     return layer != nullptr && TheProject().Reorder(layer, index) ? A_Err_NONE : A_Err_PARAMETER;
 }
 
+// Nulls are picture layers without a picture, so they answer as those do.
 A_Err GetLayerObjectType(AEGP_LayerH handle, A_long* type) {
     const Layer* const layer = ToLayer(handle);
     if (layer == nullptr || type == nullptr) return A_Err_PARAMETER;
@@ -103,6 +108,7 @@ A_Err GetLayerID(AEGP_LayerH handle, A_long* id) {
     return A_Err_NONE;
 }
 
+// For a camera this is camera-to-world; whoever wants a view matrix inverts it.
 A_Err GetLayerToWorldXform(AEGP_LayerH handle, const A_Time* time, A_Matrix4* matrix) {
     const Layer* const layer = ToLayer(handle);
     if (layer == nullptr || time == nullptr || matrix == nullptr) return A_Err_PARAMETER;
@@ -120,6 +126,7 @@ A_Err SetLayerName(AEGP_LayerH handle, const A_UTF16Char* name) {
     });
 }
 
+// An id of a layer that is gone is an error and gives a null layer, so that neither alone is relied on.
 A_Err GetLayerFromLayerID(AEGP_CompH comp, A_long id, AEGP_LayerH* layer) {
     if (!IsComp(comp) || layer == nullptr) return A_Err_PARAMETER;
     *layer = ToHandle(TheProject().FindLayerById(id));

@@ -9,6 +9,7 @@ namespace {
 
 void** ToBlock(AEGP_MemHandle handle) { return reinterpret_cast<void**>(handle); }
 
+// Memory is always cleared, which is more than the flags may ask for.
 A_Err NewMemHandle(AEGP_PluginID, const A_char*, A_u_long size, A_long, AEGP_MemHandle* handle) {
     return Guarded([&] {
         if (handle == nullptr) return A_Err_PARAMETER;
@@ -21,6 +22,7 @@ A_Err FreeMemHandle(AEGP_MemHandle handle) {
     return Guarded([&] { return Host::Active().GetMemory().Dispose(ToBlock(handle)) ? A_Err_NONE : A_Err_PARAMETER; });
 }
 
+// A handle's data is reached through its lock alone: the handle itself is opaque to the effect.
 A_Err LockMemHandle(AEGP_MemHandle handle, void** data) {
     return Guarded([&] {
         if (data == nullptr) return A_Err_PARAMETER;
@@ -33,6 +35,7 @@ A_Err UnlockMemHandle(AEGP_MemHandle handle) {
     return Guarded([&] { return Host::Active().GetMemory().Unlock(ToBlock(handle)) ? A_Err_NONE : A_Err_PARAMETER; });
 }
 
+// Sizes are 32-bit here and in bytes; a text's size includes its terminator.
 A_Err GetMemHandleSize(AEGP_MemHandle handle, A_u_long* size) {
     return Guarded([&] {
         HandleStore& memory = Host::Active().GetMemory();
@@ -46,6 +49,7 @@ A_Err ResizeMemHandle(const A_char*, A_u_long size, AEGP_MemHandle handle) {
     return Guarded([&] { return Host::Active().GetMemory().Resize(ToBlock(handle), size) ? A_Err_NONE : A_Err_ALLOC; });
 }
 
+// The cache answers the interface's codes itself; these only keep exceptions in.
 ComputeCache& TheCache() { return Host::Active().GetCache(); }
 
 A_Err ClassRegister(AEGP_CCComputeClassIdP name, const AEGP_ComputeCacheCallbacks* callbacks) {
@@ -74,6 +78,7 @@ A_Err CheckinComputeReceipt(AEGP_CCCheckoutReceiptP receipt) {
     return Guarded([&] { return TheCache().Checkin(receipt); });
 }
 
+// The key is the running state: mixing goes on where the last call ended.
 A_Err MixInto(Hash128 hash, A_u_longlong size, const void* data, AEGP_GUID* guid) {
     if ((data == nullptr && size > 0) || guid == nullptr) return A_Err_PARAMETER;
     MixHash(hash, data, static_cast<std::size_t>(size));
@@ -86,6 +91,7 @@ A_Err CreateHashFromPtr(A_u_longlong size, const void* data, AEGP_GUID* guid) {
     return MixInto(StartHash(), size, data, guid);
 }
 
+// Mixing into a key that was never started is served too: any 16 bytes are a state.
 A_Err HashMixInPtr(A_u_longlong size, const void* data, AEGP_GUID* guid) {
     if (guid == nullptr) return A_Err_PARAMETER;
     Hash128 hash{};

@@ -6,6 +6,7 @@
 namespace nimbrel::host {
 namespace {
 
+// An effect reference is good within the command that brought it, and on that thread.
 A_Err GetEffectLayer(PF_ProgPtr effect, AEGP_LayerH* layer) {
     if (Command::FromReference(effect) == nullptr || layer == nullptr) return A_Err_PARAMETER;
     *layer = ToHandle(TheProject().GetEffectLayer());
@@ -21,18 +22,21 @@ A_Err GetNewEffectForEffect(AEGP_PluginID, PF_ProgPtr effect, AEGP_EffectRefH* r
     });
 }
 
+// The effect's layer begins at time 0 and is not stretched.
 A_Err ConvertEffectToCompTime(PF_ProgPtr effect, A_long time, A_u_long scale, A_Time* compTime) {
     if (Command::FromReference(effect) == nullptr || compTime == nullptr) return A_Err_PARAMETER;
     *compTime = {time, scale};
     return A_Err_NONE;
 }
 
+// No camera is no error: a null layer.
 A_Err GetEffectCamera(PF_ProgPtr effect, const A_Time* time, AEGP_LayerH* camera) {
     if (Command::FromReference(effect) == nullptr || time == nullptr || camera == nullptr) return A_Err_PARAMETER;
     *camera = ToHandle(TheProject().GetCameraLayer());
     return A_Err_NONE;
 }
 
+// Without a camera layer, the view that shows the layer as it is.
 A_Err GetEffectCameraMatrix(PF_ProgPtr effect, const A_Time* time, A_Matrix4* matrix, A_FpLong* distance,
                             A_short* width, A_short* height) {
     if (Command::FromReference(effect) == nullptr || time == nullptr || matrix == nullptr) return A_Err_PARAMETER;

@@ -12,6 +12,7 @@ A_Err GetNumProjects(A_long* count) {
     return A_Err_NONE;
 }
 
+// One project is open, and it is the handle to itself.
 A_Err GetProjectByIndex(A_long index, AEGP_ProjectH* project) {
     if (index != 0 || project == nullptr) return A_Err_PARAMETER;
     *project = reinterpret_cast<AEGP_ProjectH>(&TheProject());
@@ -26,6 +27,7 @@ A_Err GetProjectRootFolder(AEGP_ProjectH project, AEGP_ItemH* root) {
     return A_Err_NONE;
 }
 
+// Footage is the project's, or the effect's until it hands it over.
 Footage* ToFootage(AEGP_FootageH handle) {
     Footage* const footage = TheProject().FindFootage(handle);
     return footage != nullptr ? footage : Host::Active().GetLooseFootage().Find(handle);
@@ -38,6 +40,7 @@ A_Err GetMainFootageFromItem(AEGP_ItemH handle, AEGP_FootageH* footage) {
     return A_Err_NONE;
 }
 
+// One file is all that footage has here: frame and file number don't matter. A solid's path is empty text.
 A_Err GetFootagePath(AEGP_FootageH handle, A_long, A_long, AEGP_MemHandle* path) {
     return Guarded([&] {
         const Footage* const footage = ToFootage(handle);
@@ -54,6 +57,7 @@ A_Err GetFootageSignature(AEGP_FootageH handle, A_long* signature) {
     return A_Err_NONE;
 }
 
+// No dialog ever shows, so every way of interpreting files comes to the same; only the file must be there.
 A_Err NewFootage(AEGP_PluginID, const A_UTF16Char* path, const AEGP_FootageLayerKey*,
                  const AEGP_FileSequenceImportOptions*, AEGP_InterpretationStyle, void*, AEGP_FootageH* footage) {
     return Guarded([&]() -> A_Err {
@@ -68,6 +72,7 @@ A_Err NewFootage(AEGP_PluginID, const A_UTF16Char* path, const AEGP_FootageLayer
     });
 }
 
+// The project takes the footage over: disposing of it afterwards is an error.
 A_Err AddFootageToProject(AEGP_FootageH handle, AEGP_ItemH folderHandle, AEGP_ItemH* item) {
     return Guarded([&]() -> A_Err {
         if (const A_Err error = CheckMayChangeProject()) return error;
@@ -103,6 +108,7 @@ A_Err GetCompFramerate(AEGP_CompH comp, A_FpLong* rate) {
     return A_Err_NONE;
 }
 
+// Nulls last as long as the composition, whatever duration is asked for.
 A_Err CreateNullInComp(const A_UTF16Char* name, AEGP_CompH comp, const A_Time*, AEGP_LayerH* layer) {
     return Guarded([&]() -> A_Err {
         if (const A_Err error = CheckMayChangeProject()) return error;

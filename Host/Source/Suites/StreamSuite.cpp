@@ -7,6 +7,7 @@
 namespace nimbrel::host {
 namespace {
 
+// References live until they are disposed of; each is an object of its own even for the same stream.
 StreamReference* ToStream(AEGP_StreamRefH handle) { return Host::Active().GetStreams().Find(handle); }
 
 AEGP_StreamRefH NewStream(const StreamReference& stream) {
@@ -29,6 +30,7 @@ bool ReadLayerStream(const Layer& layer, int stream, double seconds, AEGP_Stream
         return true;
     };
     const Camera* const camera = layer.mCamera ? &*layer.mCamera : nullptr;
+    // Layers without a camera don't move: their streams are those of a layer at rest.
     const bool isRotation = stream >= AEGP_LayerStream_ROTATE_X && stream <= AEGP_LayerStream_ROTATE_Y;
     if (camera == nullptr) {
         if (stream == AEGP_LayerStream_POSITION || stream == AEGP_LayerStream_ANCHORPOINT)
@@ -77,6 +79,7 @@ A_Err ReadParameterStream(const Parameter& parameter, double seconds, AEGP_Strea
 }
 
 A_Err WriteParameterStream(Parameter& parameter, const AEGP_StreamVal2& value) {
+    // With keyframes it would be open which of them is meant.
     if (!parameter.mValue.IsConstant()) return A_Err_PARAMETER;
     glm::dvec3 numbers(0);
     switch (GetParameterStreamType(parameter)) {
@@ -92,10 +95,12 @@ A_Err WriteParameterStream(Parameter& parameter, const AEGP_StreamVal2& value) {
         default: return A_Err_PARAMETER;
     }
     parameter.mValue.mKeys.front().mValue.mNumbers = numbers;
+    // What the effect sets is part of the scene, as if the user had set it.
     parameter.mIsSet = true;
     return A_Err_NONE;
 }
 
+// Streams are made only where the layer has the property, so that reading them later succeeds.
 A_Err GetNewLayerStream(AEGP_PluginID, AEGP_LayerH handle, A_long stream, AEGP_StreamRefH* reference) {
     return Guarded([&] {
         Layer* const layer = ToLayer(handle);
@@ -169,6 +174,7 @@ A_Err GetStreamType(AEGP_StreamRefH reference, A_long* type) {
     return A_Err_NONE;
 }
 
+// Layer time and composition time are one, and expressions are kept but not run.
 A_Err GetNewStreamValue(AEGP_PluginID, AEGP_StreamRefH reference, A_short, const A_Time* time, A_Boolean,
                         AEGP_StreamValue2* value) {
     return Guarded([&]() -> A_Err {
@@ -228,6 +234,7 @@ A_Err SetExpressionState(AEGP_PluginID, AEGP_StreamRefH reference, A_Boolean ena
     });
 }
 
+// An empty text takes the expression off; a new one is on at once.
 A_Err SetExpressionText(AEGP_StreamRefH reference, const std::string& text) {
     if (const A_Err error = CheckMayChangeProject()) return error;
     Expression* const expression = ToExpression(reference);
@@ -245,6 +252,7 @@ A_Err SetNarrowExpression(AEGP_PluginID, AEGP_StreamRefH reference, const A_char
     return Guarded([&] { return text == nullptr ? A_Err_PARAMETER : SetExpressionText(reference, text); });
 }
 
+// Hidden is the only flag that parameters carry here.
 A_Err GetDynamicStreamFlags(AEGP_StreamRefH reference, A_u_long* flags) {
     const StreamReference* const stream = ToStream(reference);
     if (stream == nullptr || flags == nullptr) return A_Err_PARAMETER;
@@ -257,11 +265,13 @@ A_Err SetDynamicStreamFlag(AEGP_StreamRefH reference, A_u_long flag, A_Boolean u
     if (const A_Err error = CheckMayChangeProject()) return error;
     const StreamReference* const stream = ToStream(reference);
     if (stream == nullptr || stream->mParameter == nullptr) return A_Err_PARAMETER;
+    // Other flags, and undoable ones, are for streams in groups that can be added to.
     if (flag != AEGP_DynStreamFlag_HIDDEN || undoable != 0) return A_Err_PARAMETER;
     stream->mParameter->mIsHidden = set != 0;
     return A_Err_NONE;
 }
 
+// The name shown changes; the number that scenes and projects go by does not.
 A_Err SetStreamName(AEGP_StreamRefH reference, const A_UTF16Char* name) {
     return Guarded([&]() -> A_Err {
         if (const A_Err error = CheckMayChangeProject()) return error;

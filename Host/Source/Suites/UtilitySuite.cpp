@@ -12,6 +12,7 @@ A_Err ReportInfo(AEGP_PluginID, const A_char* text) {
     });
 }
 
+// Nothing is undone in a batch, but groups must match: the command checks when it ends.
 A_Err StartUndoGroup(const A_char*) {
     if (const A_Err error = CheckMayChangeProject()) return error;
     ++Host::Active().mOpenUndoGroups;
@@ -35,6 +36,7 @@ A_Err IsScriptingAvailable(A_Boolean* available) {
     return A_Err_NONE;
 }
 
+// There is no script engine; effects ask IsScriptingAvailable first.
 A_Err ExecuteScript(AEGP_PluginID, const A_char*, A_Boolean, AEGP_MemHandle*, AEGP_MemHandle*) { return A_Err_GENERIC; }
 
 template <class Table>

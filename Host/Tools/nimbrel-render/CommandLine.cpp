@@ -36,6 +36,7 @@ Examples:
   nimbrel-render --list-gpus                                  what it would render on
   nimbrel-render --list-parameters | less                     what can be set)";
 
+// Read as the inside of a JSON array, which numbers with commas are.
 glm::dvec3 ParseColor(const std::string& text) {
     const Json value = ParseJson("[" + text + "]", "--background");
     const JsonView view(value, "--background");
@@ -157,6 +158,7 @@ std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv) {
     } catch (const CLI::ParseError& error) {
         throw UsageError(fmt::format("{} (see --help)", error.what()));
     }
+    // The library checks shapes, what follows checks values.
     line.mHasOutput = app.count("--output") > 0;
     if (line.mThreads < 1 || line.mThreads > 256) {
         throw UsageError(fmt::format("--threads: expected 1 to 256, but it is {}", line.mThreads));

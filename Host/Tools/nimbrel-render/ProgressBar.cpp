@@ -38,6 +38,7 @@ void ProgressBar::FrameDone() {
     Draw();
 }
 
+// A total that is reached means the effect goes on to render.
 void ProgressBar::Within(int current, int total) {
     const std::scoped_lock lock(mMutex);
     mWithin = current < total ? fmt::format("  loading {}/{}", current, total) : "";
@@ -49,6 +50,7 @@ void ProgressBar::Clear() {
     if (mShows) fmt::print(stderr, "\r\x1b[K");
 }
 
+// One line, drawn over itself; called under the lock.
 void ProgressBar::Draw() {
     if (!mShows) return;
     constexpr std::size_t width = 30;

@@ -20,6 +20,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+// Options are checked by the same rules as the scene's keys, under the option's name.
 void ApplyOverrides(const CommandLine& line, Composition& composition) {
     if (!line.mSize.empty()) ParseSize(line.mSize, composition.mWidth, composition.mHeight);
     const auto read = [](const auto& option, const char* name, auto reader, auto& target) {
@@ -34,6 +35,7 @@ void ApplyOverrides(const CommandLine& line, Composition& composition) {
 
 std::vector<int> ChooseFrames(const CommandLine& line, const Composition& composition, const FramePattern& pattern) {
     if (line.mFrames.empty()) {
+        // Without a scene nothing moves, and without a number there is room for one picture.
         if (line.mScene.empty() || !pattern.HasNumber()) return {0};
         std::vector<int> all(static_cast<std::size_t>(CountFrames(composition)));
         for (std::size_t i = 0; i < all.size(); ++i) all[i] = static_cast<int>(i);
@@ -66,6 +68,7 @@ std::filesystem::path FindPlugin(const CommandLine& line) {
     return line.mPlugin.empty() ? ProgramFolder() / DefaultPluginName() : TextPath(line.mPlugin);
 }
 
+// Without a catalogue parameters go by their names and numbers.
 Catalogue ReadCatalogue(const CommandLine& line) {
     if (!line.mCatalogue.empty()) return Catalogue::Read(TextPath(line.mCatalogue));
     for (const std::filesystem::path& folder : {ProgramFolder(), FindPlugin(line).parent_path()}) {
@@ -109,6 +112,7 @@ void ApplyModel(Host& host, const std::string& text) {
             throw UsageError(fmt::format("--model: expected a slot from 1 to {}, but it is \"{}\"", kModelSlots, text));
         }
     } else {
+        // Backwards, so that the first free slot is the last found.
         for (int s = kModelSlots; s >= 1; --s) {
             const Parameter* const model = FindSlotParameter(host, s, "model");
             if (model != nullptr && !model->mIsSet) slot = s;
@@ -129,6 +133,7 @@ void ApplySet(Host& host, const std::string& text) {
     }
     Setting setting{text.substr(0, equals), {}, "--set", text.substr(0, equals), std::filesystem::current_path(), {}};
     const std::string value = text.substr(equals + 1);
+    // What isn't JSON is taken as text: paths and choices need no quotes.
     const bool looksLikeJson = Json::accept(value);
     setting.mValue = looksLikeJson ? ParseJson(value, "--set " + setting.mId) : Json(value);
     if (!setting.mValue.is_string() || !looksLikeJson) setting.mBareText = value;
@@ -136,6 +141,7 @@ void ApplySet(Host& host, const std::string& text) {
 }
 
 void ApplySettings(Host& host, const CommandLine& line, const Scene& scene) {
+    // Later ones win: the scene, then --model, then --set in the order given.
     for (const Setting& setting : scene.mSettings) ApplySetting(host, setting);
     for (const std::string& model : line.mModels) ApplyModel(host, model);
     for (const std::string& set : line.mSets) ApplySet(host, set);
@@ -149,6 +155,7 @@ void ApplySettings(Host& host, const CommandLine& line, const Scene& scene) {
     if (line.mFit || (line.mScene.empty() && !placed)) FitModels(host);
 }
 
+// The table is printed even when the effect found no device to its liking: that is when it is needed.
 int ListGpus(const CommandLine& line) {
     Host host(MakeHostOptions(line), Composition{}, std::nullopt, {});
     int code = kExitDone;
@@ -175,6 +182,7 @@ int ListGpus(const CommandLine& line) {
     return code;
 }
 
+// Drawn splats: a file that two slots show counts twice.
 std::int64_t CountSplats(Host& host) {
     std::int64_t count = 0;
     for (int slot = 1; slot <= kModelSlots; ++slot) {
@@ -243,6 +251,7 @@ int RunSession(const CommandLine& line) {
     }
     Scene scene = line.mScene.empty() ? Scene{} : ReadScene(TextPath(line.mScene));
     ApplyOverrides(line, scene.mComposition);
+    // What is asked for in words alone renders nothing.
     const bool onlyText =
         line.mListParameters || (!line.mSaveScene.empty() && !line.mHasOutput && line.mFrames.empty());
     const FramePattern pattern(line.mOutput);

@@ -25,6 +25,7 @@ void CheckDepth(const Json& value, int depth) {
 /// A number truncated to an integer of `T`'s range.
 template <class T>
 T ReadInteger(const Json& value) {
+    // A double holds every 32-bit integer exactly, so the comparison is safe where a cast would not be.
     const double number = std::trunc(ReadDouble(value));
     if (!(number >= static_cast<double>(std::numeric_limits<T>::min()) &&
           number <= static_cast<double>(std::numeric_limits<T>::max())))
@@ -35,6 +36,7 @@ T ReadInteger(const Json& value) {
 }  // namespace
 
 Json Parse(std::string_view text) {
+    // Parsing itself does not recurse; the callback stops a text before it becomes a value that must not be dumped.
     return Json::parse(text, [](int depth, Json::parse_event_t, Json&) {
         if (depth > kMaxDepth) ThrowTooDeep();
         return true;

@@ -15,6 +15,7 @@ static_assert(std::endian::native == std::endian::little, "the blob is written a
 constexpr std::uint64_t kHeaderSize = 8;
 constexpr std::uint64_t kEntrySize = 32;
 
+/// Where a structure and its name lie.
 struct DirectoryEntry {
     std::uint64_t mNameOffset = 0;
     std::uint64_t mNameLength = 0;
@@ -26,6 +27,7 @@ static_assert(sizeof(DirectoryEntry) == kEntrySize);
 }  // namespace
 
 PackedParameters::PackedParameters(const std::byte* data, std::size_t size) {
+    // The check is made so that no sum can overflow.
     const auto checkRange = [size](std::uint64_t offset, std::uint64_t length) {
         if (offset > size || length > size - offset)
             ZEB_THROW(kInternalError,
@@ -34,6 +36,7 @@ PackedParameters::PackedParameters(const std::byte* data, std::size_t size) {
     checkRange(0, kHeaderSize);
     std::uint64_t count = 0;
     std::memcpy(&count, data, sizeof(count));
+    // A count that the blob cannot hold must not be multiplied.
     if (count > size / kEntrySize) checkRange(size, kEntrySize);
     checkRange(kHeaderSize, count * kEntrySize);
     for (std::uint64_t i = 0; i < count; ++i) {
@@ -74,6 +77,7 @@ void ParameterPacker::WriteDirectory(BlobWriter& writer) const {
     const std::uint64_t count = mPackNames.size();
     std::memcpy(writer.AppendZeros(kHeaderSize), &count, kHeaderSize);
     std::uint64_t nameOffset = kHeaderSize + count * kEntrySize;
+    // Names come first, then the structures, unpadded.
     std::uint64_t structOffset = nameOffset;
     for (const std::string& name : mPackNames) structOffset += name.size();
     for (const std::string& name : mPackNames) {

@@ -1,3 +1,5 @@
+// The road of a frame's constants: parameters to script objects, a script for what must be derived, objects
+// to the blob. What a structure holds is the catalogue's business, member by member.
 #include "PluginBase/Parameters/ParameterPacker.h"
 
 #include <array>
@@ -72,6 +74,7 @@ private:
     duk_idx_t mIndex = 0;
 };
 
+/// Pushes a global of the scripts; undefined if they have none of that name.
 void PushGlobal(duk_context* context, const std::string& name) {
     script::RunProtected(context, 1, fmt::format("Failed to get the global object {}", name),
                          [text = name.c_str()](duk_context* inner) {
@@ -80,6 +83,7 @@ void PushGlobal(duk_context* context, const std::string& name) {
                          });
 }
 
+/// Calls a global function with the getter; the object it works on it knows by name.
 void RunScript(duk_context* context, const std::string& function, duk_idx_t getterIndex) {
     PushGlobal(context, function);
     duk_dup(context, getterIndex);
@@ -113,12 +117,14 @@ ParameterPacker::ParameterPacker(const ParametersManagerBase& manager, const Jso
         const std::string name = json::ReadString(Field(entry, "name"));
         Struct pack;
         pack.mSizeInBytes = json::ReadUint32(Field(entry, "sizeInBytes"));
+        // A structure whose members all come from parameters has no function.
         const Json& function = Field(entry, "scriptFunction");
         if (function.is_string()) pack.mScriptFunction = json::ReadString(function);
         for (const Json& member : json::Array(Field(entry, "members"))) {
             pack.mMembers.push_back(ReadMember(member));
             CheckInside(name, pack, pack.mMembers.back());
         }
+        // The directory is by name, so two structures of one name would be one entry.
         if (!mPacks.emplace(name, std::move(pack)).second)
             ZEB_THROW(kInternalError, fmt::format("Struct {} is described twice.", name));
         mPackNames.push_back(name);
@@ -126,6 +132,7 @@ ParameterPacker::ParameterPacker(const ParametersManagerBase& manager, const Jso
 }
 
 ParameterPacker::~ParameterPacker() {
+    // No frame is under way any more; heaps of other threads are free to go.
     const std::lock_guard lock(mMutex);
     mContexts.clear();
 }
@@ -139,6 +146,7 @@ const ParameterPacker::Struct& ParameterPacker::GetPack(std::string_view name) c
 void ParameterPacker::PackFromGetter(BlobWriter& writer, const ParameterCurrentValueGetter& getter) const {
     JSContext& context = GetScript();
     duk_context* stack = context.Get();
+    // Whatever fails below, the thread's next frame finds the stack as it was.
     const script::StackGuard guard(stack);
     const ScopedGetter scriptGetter(context, getter);
     WriteDirectory(writer);
@@ -182,6 +190,7 @@ void ParameterPacker::LoadScripts(JSContext& context) const {
     for (const std::string& file : mScriptFiles) {
         std::u16string name;
         utf8::utf8to16(file.begin(), file.end(), std::back_inserter(name));
+        // Each file runs once, to leave its functions and objects in the heap's globals.
         context.PCompile(*loader, name, 0);
         if (duk_pcall(stack, 0) != DUK_EXEC_SUCCESS)
             ZEB_THROW_SCRIPT(stack, 1, "Failed to call duk_pcall(*context, 0)");

@@ -30,6 +30,7 @@ struct ArrayView {
     std::size_t mLength = 0;
 };
 
+/// Pushes the member; undefined if the object has none of that name. Scripts can run: accessors, proxies.
 void PushProperty(const Place& place) {
     script::RunProtected(place.mContext.Get(), 1, "Failed to get a member",
                          [object = place.mObject, name = place.mMember.mName.c_str()](duk_context* inner) {
@@ -63,6 +64,7 @@ ArrayView ViewArray(const Place& place) {
     return {.mData = size > 0 ? data : nullptr, .mLength = length > 0 ? static_cast<std::size_t>(length) : 0};
 }
 
+/// Throws unless the buffer at the top of the stack has elements of 4 bytes.
 void CheckElementSize(const Place& place, const ArrayView& view) {
     duk_size_t size = 0;
     (void)duk_get_buffer_data(place.mContext.Get(), -1, &size);
@@ -112,6 +114,7 @@ void CheckNoSource(const Place& place, bool hasSource) {
                                               place.mMember.mName, place.mStruct));
 }
 
+/// The custom value of a parameter; a text that is refused is the JSON library's exception.
 template <class Custom>
 Custom ReadCustom(const ParameterCurrentValueGetter& getter, std::int32_t index) {
     Custom custom;
@@ -119,6 +122,8 @@ Custom ReadCustom(const ParameterCurrentValueGetter& getter, std::int32_t index)
     return custom;
 }
 
+/// Curves are evaluated here and straight into the typed array: 40 of 1024 samples each are the bulk of a
+/// frame's work, and one value at a time through the engine would cost many times as much.
 void SetArray(const Place& place, bool hasSource, const ParameterCurrentValueGetter& getter) {
     const Member& member = place.mMember;
     if (member.mType == MemberType::Bool || member.mType == MemberType::Mat4x4)
@@ -140,6 +145,7 @@ void SetArray(const Place& place, bool hasSource, const ParameterCurrentValueGet
     duk_pop(place.mContext.Get());
 }
 
+/// An integer member takes sliders of integers and pop-ups.
 std::int32_t ReadInt(const Place& place, const ParameterCurrentValueGetter& getter) {
     const std::int32_t source = place.mMember.mSourceParameter;
     switch (getter.GetDescription(source).mValueKind) {
@@ -151,6 +157,7 @@ std::int32_t ReadInt(const Place& place, const ParameterCurrentValueGetter& gett
     }
 }
 
+/// Every member is written on every call, so nothing of an earlier frame is left in the object.
 void SetSingle(const Place& place, bool hasSource, const ParameterCurrentValueGetter& getter) {
     const std::int32_t source = place.mMember.mSourceParameter;
     switch (place.mMember.mType) {
@@ -184,6 +191,7 @@ void SetSingle(const Place& place, bool hasSource, const ParameterCurrentValueGe
     duk_pop(place.mContext.Get());
 }
 
+/// Copies the array at the top of the stack into the structure.
 void PackArray(const Place& place, std::byte* destination) {
     const Member& member = place.mMember;
     if (duk_is_buffer_data(place.mContext.Get(), -1) == 0)
@@ -198,6 +206,7 @@ void PackArray(const Place& place, std::byte* destination) {
     std::memcpy(destination, view.mData, expected * 4);
 }
 
+/// Writes the value at the top of the stack into the structure; a value of another type counts as 0.
 void PackSingle(const Place& place, std::byte* destination) {
     duk_context* context = place.mContext.Get();
     const auto write = [destination](const auto& value) { std::memcpy(destination, &value, sizeof(value)); };

@@ -1,3 +1,4 @@
+// Questions to the table once it has been read. Nothing here writes, so any thread may ask.
 #include "PluginBase/Parameters/ParametersManagerBase.h"
 
 #include <fmt/format.h>
@@ -80,6 +81,7 @@ std::int32_t ParametersManagerBase::FindIndexByParameterIndex(std::int32_t param
 
 UniquePtr<ParameterInitialProperties> ParametersManagerBase::MakeInitialProperties() const {
     auto properties = MakeUnique<ParameterInitialProperties>(*this);
+    // The rules that set names and states at run time apply before the host is told the names.
     UpdateUI(*mDefaultValueGetter, *properties);
     return properties;
 }

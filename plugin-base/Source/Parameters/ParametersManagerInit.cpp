@@ -26,6 +26,7 @@ constexpr std::string_view kConfig = "Release";
 constexpr std::string_view kConfig = "Debug";
 #endif
 
+/// A word of the catalogue's `control` key and what it stands for.
 struct ControlWord {
     std::string_view mWord;
     ControlType mControl;
@@ -49,6 +50,7 @@ constexpr std::array kControls = {
     ControlWord{"Custom", ControlType::Custom, ValueKind::Custom},
 };
 
+/// A word of the catalogue's `flags` key.
 struct FlagWord {
     std::string_view mWord;
     ParameterFlag mFlag;
@@ -100,6 +102,7 @@ glm::vec3 BoxedVec3(const Json& entry, const std::array<const char*, 3>& keys) {
     return vector;
 }
 
+/// The entry's flags in their order, and Skip for a parameter that this host or build must not show.
 void ReadFlags(const Json& entry, std::vector<ParameterFlag>& flags) {
     if (entry.contains("flags")) {
         for (const Json& element : Array(entry["flags"])) {
@@ -120,6 +123,8 @@ void ReadFlags(const Json& entry, std::vector<ParameterFlag>& flags) {
         }
     }
 }
+
+// The settings of each control type. Limits that the entry lacks stay as the class has them: no limit.
 
 UniquePtr<ParameterSettings> ReadIntSlider(const Json& entry) {
     auto settings = MakeUnique<ParameterIntSliderSettings>();
@@ -166,6 +171,7 @@ UniquePtr<ParameterSettings> ReadPoint(const Json& entry) {
     return settings;
 }
 
+/// The host's side adds what it needs to hold a value of the type.
 UniquePtr<ParameterSettings> MakeCustomSettings(const std::string& valueType, const ParametersManagerOptions& options) {
     auto settings = MakeUnique<ParameterCustomSettings>();
     settings->valueType = valueType;
@@ -182,6 +188,7 @@ Gradient ReadGradient(const ParameterCurrentValueGetter& getter, std::int32_t in
 }  // namespace
 
 ParametersManagerBase::ParametersManagerBase(ParametersManagerOptions options) : mOptions(std::move(options)) {
+    // The registry of custom types: a further type is a further entry here.
     // Sizes are those of the controls' editors in the effect's panel, in pixels.
     CustomType ramp;
     ramp.mMakeInteractInfo = [](const ParameterDescription&, const Json& entry) {
@@ -216,6 +223,7 @@ void ParametersManagerBase::Init() {
     mTable.reserve(entries.size());
     for (std::size_t i = 0; i < entries.size(); ++i) ReadEntry(entries[i], static_cast<std::int32_t>(i));
     AssignParameterIndices();
+    // Last, since packs refer to parameters by index. The parsed catalogue is not kept.
     mPacker = MakeUnique<ParameterPacker>(*this, catalogue);
 }
 
@@ -298,6 +306,7 @@ void ParametersManagerBase::AssignParameterIndices() {
     for (ParameterDescription& description : mTable) {
         mIndexByUniqueId[description.mUniqueId] = description.mIndex;
         mIndexByUniqueIdText[description.mUniqueIdText] = description.mIndex;
+        // A skipped parameter keeps its place in the table, so that indices elsewhere stay valid.
         if (description.HasFlag(ParameterFlag::Skip)) continue;
         description.mParameterIndex = next;
         mIndexByParameterIndex[next++] = description.mIndex;
@@ -309,6 +318,7 @@ void ParametersManagerBase::RegisterParameterChangedHandler(const ParameterDescr
     const std::int32_t gradientIndex = description.mIndex;
     const std::int32_t colorIndex = json::ReadInt32(Field(entry, "colorIndex"));
     const std::int32_t showControlIndex = json::ReadInt32(Field(entry, "showControlIndex"));
+    // With the host's picker the colour is chosen in the editor, and the Color parameter is not shown.
     if (mOptions.mUsesInteractColorPicker) return;
 
     const auto storeColor = [gradientIndex](const ParameterCurrentValueGetter& getter, ParameterValueSetter& setter,

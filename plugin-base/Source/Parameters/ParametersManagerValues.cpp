@@ -1,4 +1,5 @@
-// Saving, loading and resetting the values of a group.
+// Saving, loading and resetting the values of a group. Saved values are keyed by numeric id, so that they
+// survive a catalogue in which places have shifted.
 #include <iterator>
 #include <numbers>
 #include <utility>
@@ -19,6 +20,7 @@ using json::Json;
 /// and that the host knows.
 template <class Visit>
 void ForEachValue(const std::vector<ParameterDescription>& table, std::int32_t groupIndex, Visit visit) {
+    // Groups nest; the walk ends where the depth comes back to that of its start.
     std::int32_t depth = 0;
     for (std::size_t i = groupIndex == -1 ? 0 : static_cast<std::size_t>(groupIndex); i < table.size(); ++i) {
         const ParameterDescription& description = table[i];
@@ -61,6 +63,7 @@ Json ReadValue(const ParameterCurrentValueGetter& getter, const ParameterDescrip
     return nullptr;
 }
 
+/// A choice that the pop-up has: the host would show any other as an empty control.
 std::int32_t ReadPopup(const ParameterDescription& description, const Json& value) {
     const std::int32_t choice = json::ReadInt32(value);
     const std::size_t count = description.GetSettings<ParameterPopupSettings>().choices.size();
@@ -84,6 +87,7 @@ void WriteValue(ParameterValueSetter& setter, const ParameterDescription& descri
         case ValueKind::String: setter.SetString(index, ToUtf16(json::ReadString(value))); break;
         case ValueKind::Popup: setter.SetPopup(index, ReadPopup(description, value)); break;
         case ValueKind::Custom:
+            // Dumping recurses, and the text may come from anywhere.
             json::CheckDepth(value);
             setter.SetCustom(index, description.GetSettings<ParameterCustomSettings>().valueType, value.dump());
             break;
@@ -92,6 +96,7 @@ void WriteValue(ParameterValueSetter& setter, const ParameterDescription& descri
     }
 }
 
+/// By control type rather than value kind: an angle and a slider are both numbers, in different units.
 void ResetValue(ParameterValueSetter& setter, const ParameterDefaultValueGetter& defaults,
                 const ParameterDescription& description) {
     const std::int32_t index = description.mIndex;
@@ -103,6 +108,7 @@ void ResetValue(ParameterValueSetter& setter, const ParameterDefaultValueGetter&
             setter.SetDouble(index, defaults.GetDouble(index) * (std::numbers::pi / 180.0));
             break;
         case ControlType::Color: setter.SetVec3(index, defaults.GetVec3(index)); break;
+        // Defaults of points are fractions of the layer.
         case ControlType::Point3: setter.SetRawVec3(index, defaults.GetRawVec3(index)); break;
         case ControlType::Checkbox: setter.SetBool(index, defaults.GetBool(index)); break;
         case ControlType::FilePath: setter.ClearString(index); break;

@@ -80,6 +80,7 @@ Value Read(Cell& cell, std::int32_t index) {
     return value;
 }
 
+/// The cell behind a getter object, or null if the object is none.
 Cell* GetCell(duk_context* context, duk_idx_t index) {
     duk_get_prop_string(context, index, kPointerKey);
     auto* cell = static_cast<Cell*>(duk_get_pointer(context, -1));
@@ -88,6 +89,7 @@ Cell* GetCell(duk_context* context, duk_idx_t index) {
 }
 
 duk_ret_t Get(duk_context* context) {
+    // A name that the scripts' table of indices lacks arrives as undefined, and must not read parameter 0.
     const double number = duk_to_number(context, 0);
     if (!(std::fabs(number) < 2147483648.0))
         return RaiseError(context, DUK_ERR_RANGE_ERROR, "Get needs the index of a parameter");
@@ -109,7 +111,7 @@ duk_ret_t Get(duk_context* context) {
     return 1;
 }
 
-/// Called with the collected object.
+/// Called with the collected object, perhaps twice: the pointer is cleared before the cell goes.
 duk_ret_t Finalize(duk_context* context) {
     Cell* cell = GetCell(context, 0);
     duk_push_pointer(context, nullptr);

@@ -36,6 +36,7 @@ JSContext::~JSContext() {
 }
 
 void JSContext::PCompile(const TextFileLoader& loader, std::u16string_view fileName, unsigned flags) {
+    // The name goes with the code, so that stack texts can tell the file.
     const UniquePtr<TextFileInfo> file = loader.GetFile(fileName);
     const std::string_view code = file->GetText();
     std::string name;

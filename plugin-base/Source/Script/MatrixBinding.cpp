@@ -15,6 +15,7 @@ constexpr std::size_t kCount = 16;
 
 float ArgumentFloat(duk_context* context, duk_idx_t index) { return static_cast<float>(duk_to_number(context, index)); }
 
+/// The first three arguments, in their order: a conversion can run a script.
 glm::vec3 ArgumentVec3(duk_context* context) {
     const float x = ArgumentFloat(context, 0);
     const float y = ArgumentFloat(context, 1);
@@ -42,6 +43,7 @@ glm::vec3 UnitAxis(int axis) {
     return unit;
 }
 
+/// All zeros, not the identity: scripts may rely on it.
 duk_ret_t Construct(duk_context* context) {
     if (!duk_is_constructor_call(context)) return DUK_RET_TYPE_ERROR;
     duk_push_this(context);
@@ -82,6 +84,9 @@ duk_ret_t SetIdentity(duk_context* context) {
     return 0;
 }
 
+// The methods below multiply from the right, as GLM does: the new step comes first for a column vector.
+// Arguments are converted before the data's address is taken, since a conversion can run a script.
+
 duk_ret_t Scale(duk_context* context) {
     const glm::vec3 factors = ArgumentVec3(context);
     float* data = PushThisFloats(context, kCount);
@@ -111,6 +116,7 @@ duk_ret_t Translate(duk_context* context) {
     return 0;
 }
 
+/// Both factors are copied before the product is stored, so either may be this matrix.
 duk_ret_t SetMul(duk_context* context) {
     const glm::mat4 left = ArgumentMatrix(context, 0);
     const glm::mat4 right = ArgumentMatrix(context, 1);

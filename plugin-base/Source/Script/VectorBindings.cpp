@@ -13,6 +13,7 @@ constexpr const char* kAxes[] = {"x", "y", "z", "w"};
 template <std::size_t N>
 duk_ret_t Construct(duk_context* context) {
     if (!duk_is_constructor_call(context)) return DUK_RET_TYPE_ERROR;
+    // The buffer lies on the stack while conversions run, so it cannot be collected under them.
     duk_push_this(context);
     auto* data = static_cast<float*>(duk_push_fixed_buffer(context, N * sizeof(float)));
     for (std::size_t i = 0; i < N; ++i) data[i] = static_cast<float>(duk_to_number(context, static_cast<duk_idx_t>(i)));
@@ -34,6 +35,7 @@ duk_ret_t SetAxis(duk_context* context) {
     return 0;
 }
 
+/// A method, not a property: the number of components, not the Euclidean length.
 template <std::size_t N>
 duk_ret_t Length(duk_context* context) {
     duk_push_int(context, static_cast<duk_int_t>(N));

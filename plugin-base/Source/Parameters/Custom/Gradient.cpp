@@ -1,3 +1,4 @@
+// Colours by keys. The type of a key says how colour runs from it to the next one.
 #include "PluginBase/Parameters/Custom/Gradient.h"
 
 #include <algorithm>
@@ -22,6 +23,7 @@ glm::vec3 GetSpanColor(const Keys& keys, Keys::const_iterator b, float t) {
     const auto a = std::prev(b);
     if (b == keys.end() || a->second.type == Gradient::kStep) return a->second.color;
     float u = (t - a->first) / (b->first - a->first);
+    // Smooth is not a pure cosine: three tenths of the straight line keep some slope at the keys.
     if (a->second.type == Gradient::kSmooth) u = (0.5F - 0.5F * std::cos(u * 3.1415927F)) * 0.7F + u * 0.3F;
     return Blend(a->second.color, b->second.color, u);
 }
@@ -44,6 +46,7 @@ glm::vec3 Gradient::GetColor(float position) const {
 }
 
 void Gradient::Fill(float* destination, std::size_t count) const {
+    // Positions rise, so the first key above each is found by walking on from the last one's.
     auto b = keys.begin();
     for (std::size_t i = 0; i < count; ++i) {
         const float t = static_cast<float>(i) / static_cast<float>(count - 1);
@@ -80,6 +83,7 @@ UniquePtr<CustomBase> Gradient::MakeInterpolated(const CustomBase& otherBase, fl
         for (const auto& [position, key] : other->keys) result->keys[position] = {key.type, t * key.color};
         return result;
     }
+    // Keys pair up by their place in the order; the shorter side's last key stands in for what it lacks.
     auto a = keys.begin();
     auto b = other->keys.begin();
     for (std::size_t i = 0; i < std::max(keys.size(), other->keys.size()); ++i) {
@@ -120,6 +124,7 @@ void Gradient::FromJSON(std::string_view text) {
         const float position = json::ReadFloat(key[0]);
         newKeys[position] = ReadKey(key[1]);
     }
+    // The selection is kept as text, whatever it is: only who asks for a number needs it to be one.
     std::string newInteractInfo = value.contains("interactInfo") ? value["interactInfo"].dump() : std::string();
     keys.swap(newKeys);
     interactInfo.swap(newInteractInfo);

@@ -1,3 +1,5 @@
+// A curve by keys. Evaluate and Fill share the arithmetic of a span, so that a sampled curve and a single
+// value never differ; all of it is in floats, since the samples go to the GPU as floats.
 #include "PluginBase/Parameters/Custom/Ramp.h"
 
 #include <algorithm>
@@ -19,6 +21,7 @@ using KeyIterator = Keys::const_iterator;
 /// Into 0 to 1; what is no number becomes 0.
 float Clamp01(float value) { return value > 0.0F ? std::min(value, 1.0F) : 0.0F; }
 
+/// A cubic Bezier's coordinate at p, in Bernstein form: its ends are a and d, its handles b and c.
 float Cubic(float a, float b, float c, float d, float p) {
     const float q = 1.0F - p;
     return q * q * q * a + 3.0F * q * q * p * b + 3.0F * q * p * p * c + p * p * p * d;
@@ -26,6 +29,7 @@ float Cubic(float a, float b, float c, float d, float p) {
 
 /// Distance in t, in curve units, at which the search for a curve parameter stops.
 constexpr float kTolerance = 0.001F;
+/// Halvings after the first; then the span left is 1/32 of the curve and taken as straight.
 constexpr int kBisections = 4;
 
 /// Curve parameter at which the cubic of x0 to x3 comes to t, which lies from x0 up to x3.
@@ -56,6 +60,8 @@ float SolveCubic(float x0, float x1, float x2, float x3, float t) {
 float EvaluateBezier(const Keys& keys, KeyIterator a, KeyIterator b, float t) {
     const KeyIterator p = a == keys.begin() ? a : std::prev(a);
     const KeyIterator n = std::next(b) == keys.end() ? b : std::next(b);
+    // A handle reaches over 0.3 of the direction between its key's neighbours, less where the span before or
+    // after is long beside this one. hypot cannot underflow, so a short span does not divide 0 by 0.
     const float length = std::hypot(b->first - a->first, b->second - a->second);
     const float before = std::hypot(a->first - p->first, a->second - p->second);
     const float after = std::hypot(n->first - b->first, n->second - b->second);
@@ -111,6 +117,7 @@ void Ramp::Fill(float* destination, std::size_t count) const {
         std::fill_n(destination, count, 1.0F);
         return;
     }
+    // Positions rise, so the first key above each is found by walking on from the last one's.
     KeyIterator b = keys.begin();
     for (std::size_t i = 0; i < count; ++i) {
         const float t = static_cast<float>(i) / static_cast<float>(count - 1);
@@ -128,6 +135,7 @@ UniquePtr<CustomBase> Ramp::MakeInterpolated(const CustomBase& otherBase, float 
     if (other == nullptr || std::isnan(t))
         ZEB_THROW(kInternalError,
                   fmt::format("Failed to interpolate a ramp and a {} at {}", otherBase.GetTypeName(), t));
+    // Type and interpolation cannot be blended: this ramp's stand until the host moves to the other.
     const float w = 1.0F - t;
     auto result = MakeUnique<Ramp>(type);
     result->interpolation = interpolation;
@@ -138,6 +146,7 @@ UniquePtr<CustomBase> Ramp::MakeInterpolated(const CustomBase& otherBase, float 
         for (const auto& [position, value] : other->keys) result->keys[position] = w + t * value;
         return result;
     }
+    // Keys pair up by their place in the order; the shorter side's last key stands in for what it lacks.
     auto a = keys.begin();
     auto b = other->keys.begin();
     for (std::size_t i = 0; i < std::max(keys.size(), other->keys.size()); ++i) {
@@ -166,6 +175,7 @@ std::string Ramp::ToJSON() const {
 }
 
 void Ramp::FromJSON(std::string_view text) {
+    // Everything is read before anything is replaced.
     const json::Json value = json::Parse(text);
     const std::int32_t newType = json::ReadInt32(json::Field(value, "type"));
     const std::int32_t newInterpolation = json::ReadInt32(json::Field(value, "interpolation"));
@@ -181,6 +191,7 @@ void Ramp::FromJSON(std::string_view text) {
 }
 
 std::size_t Ramp::ToBin(void* buffer) const {
+    // Two int32, the count as int32, then position and value of each key, in ascending order.
     const std::size_t size = 12 + 8 * keys.size();
     if (buffer == nullptr) return size;
     auto* bytes = static_cast<unsigned char*>(buffer);
