@@ -18,7 +18,6 @@
 #include "Nimbrel/GaussianSplatAssetCreator.h"
 #include "NimbrelHost/RenderJob.h"
 #include "NimbrelHost/Settings.h"
-#include "ReferenceFrame.h"
 
 namespace nimbrel::endtoend {
 namespace {
@@ -41,7 +40,7 @@ reference::Instance MakeInstance(const ShotModel& model) {
                              glm::translate(identity, -model.mAnchor) * glm::scale(identity, glm::dvec3(1000.0));
     const glm::dmat4 transform = glm::translate(identity, model.mPosition) * Rotation(model.mRotation) *
                                  glm::scale(identity, glm::dvec3(model.mScale / 100.0));
-    reference::Instance instance;
+    reference::Instance instance = model.mEffects;
     instance.mLocalMatrix = glm::mat4(local);
     instance.mModelMatrix = glm::mat4(transform);
     instance.mThirdMatrix = glm::mat4(glm::inverse(transform * local));
@@ -115,6 +114,9 @@ host::Json MakeSceneDocument(const Shot& shot) {
                            {"pointOfInterest", ToJson(shot.mCamera->mTarget)}};
     }
     host::Json& parameters = scene["parameters"] = host::Json::object();
+    parameters["RenderSettings_drawZDepth_drawZDepthEnabled"] = shot.mDrawZDepth;
+    parameters["RenderSettings_drawZDepth_zDepthNear"] = shot.mZDepthNear;
+    parameters["RenderSettings_drawZDepth_zDepthFar"] = shot.mZDepthFar;
     for (std::size_t i = 0; i < shot.mModels.size(); ++i) {
         const ShotModel& model = shot.mModels[i];
         const std::string slot = "Model" + std::to_string(i + 1) + "_";
@@ -128,6 +130,7 @@ host::Json MakeSceneDocument(const Shot& shot) {
             parameters[slot + "align_" + name + "Rotation"] = model.mAlignRotation[axis];
             parameters[slot + "transform_" + name + "Rotation"] = model.mRotation[axis];
         }
+        for (const auto& [id, value] : model.mSettings.items()) parameters[slot + id] = value;
     }
     return scene;
 }
@@ -152,6 +155,16 @@ EffectHost::~EffectHost() {
     mHost->Stop();
     for (const std::string& text : mHost->GetDiagnostics().Get()) ADD_FAILURE() << "host: " << text;
     for (const std::string& text : mHost->GetDevices().GetValidationMessages()) ADD_FAILURE() << "validation: " << text;
+}
+
+void EffectHost::Switch(const Shot& shot) {
+    constexpr std::size_t slotCount = 5;
+    host::Json document = MakeSceneDocument(shot);
+    for (std::size_t slot = shot.mModels.size() + 1; slot <= slotCount; ++slot)
+        document["parameters"]["Model" + std::to_string(slot) + "_model"] = "";
+    const host::Scene scene = host::ParseScene(document, shot.mName, fs::current_path());
+    mHost->GetProject().SetComposition(scene.mComposition);
+    for (const host::Setting& setting : scene.mSettings) host::ApplySetting(*mHost, setting);
 }
 
 host::Frame EffectHost::Render(int frame) {
@@ -180,6 +193,9 @@ host::Frame RenderReference(const Shot& shot) {
     frame.mProjection = frame.mOrthographic ? reference::MakeOrthographic(width, height)
                                             : reference::MakePerspective(width, height, static_cast<float>(focal));
     frame.mCamera = glm::mat4(MakeView(shot));
+    frame.mDrawZDepth = shot.mDrawZDepth;
+    frame.mZDepthNear = static_cast<float>(shot.mZDepthNear);
+    frame.mZDepthFar = static_cast<float>(shot.mZDepthFar);
     frame.mWidth = static_cast<std::uint32_t>(shot.mWidth / shot.mDownsample);
     frame.mHeight = static_cast<std::uint32_t>(shot.mHeight / shot.mDownsample);
     using zeb::render::Format;

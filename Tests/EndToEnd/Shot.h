@@ -12,6 +12,7 @@
 #include "NimbrelHost/Host.h"
 #include "NimbrelHost/Picture.h"
 #include "NimbrelHost/Scene.h"
+#include "ReferenceFrame.h"
 
 /// A shot described once and drawn twice: by the effect, through the host's commands, and by the reference
 /// renderer from matrices that are computed here from the same numbers.
@@ -25,6 +26,10 @@ struct ShotModel {
     glm::dvec3 mPosition{0.0};       ///< pixels of the layer
     double mScale = 100.0;           ///< percent
     glm::dvec3 mRotation{0.0};       ///< degrees
+    /// Further settings of the slot for the effect, in host units by id without the slot's part, and what they
+    /// come to for the reference: constants, curves, switches. See EffectSettings.h.
+    host::Json mSettings = host::Json::object();
+    reference::Instance mEffects;
 };
 
 struct ShotCamera {
@@ -41,6 +46,9 @@ struct Shot {
     int mBitsPerChannel = 32;
     int mDownsample = 1;
     std::optional<ShotCamera> mCamera;
+    bool mDrawZDepth = false;
+    double mZDepthNear = 100.0;
+    double mZDepthFar = 10000.0;
     std::vector<ShotModel> mModels;
 };
 
@@ -66,6 +74,9 @@ public:
     ~EffectHost();
 
     host::Host& Get() { return *mHost; }
+    /// Turns the running host's composition and parameters into those of another shot, as a user would. Settings
+    /// that `shot` does not have stay as they are, but for the models of slots that it leaves empty.
+    void Switch(const Shot& shot);
     host::Frame Render(int frame = 0);
 
 private:

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace nimbrel::sheet {
+
+using Color = std::array<std::uint8_t, 3>;
+
+/// An opaque picture: red, green, blue, 8 bits each, rows from the top without padding.
+struct Image {
+    Image() = default;
+    Image(int width, int height, Color color = {});
+
+    std::uint8_t* At(int x, int y) {
+        return mPixels.data() +
+               3 * (static_cast<std::size_t>(y) * static_cast<std::size_t>(mWidth) + static_cast<std::size_t>(x));
+    }
+    const std::uint8_t* At(int x, int y) const { return const_cast<Image*>(this)->At(x, y); }
+
+    int mWidth = 0;
+    int mHeight = 0;
+    std::vector<std::uint8_t> mPixels;
+};
+
+}  // namespace nimbrel::sheet

@@ -1,0 +1,42 @@
+#include <cstdio>
+#include <exception>
+#include <string>
+#include <vector>
+
+#include <fmt/format.h>
+#include <CLI/CLI.hpp>
+
+#include "ContactSheet.h"
+#include "PngFile.h"
+
+using namespace nimbrel::sheet;
+
+int main(int argc, char** argv) {
+    CLI::App app("Puts PNG pictures onto one, in rows, each with its file's name under it.");
+    std::vector<std::string> files;
+    std::string output;
+    SheetOptions options;
+    bool plain = false;
+    app.add_option("files", files, "The pictures, in order")->required();
+    app.add_option("-o,--output", output, "The PNG file to write")->required();
+    app.add_option("--columns", options.mColumns, "Pictures in a row")
+        ->check(CLI::Range(1, 1000))
+        ->capture_default_str();
+    app.add_option("--gap", options.mGap, "Pixels between pictures")->check(CLI::Range(0, 1000))->capture_default_str();
+    app.add_flag("--no-captions", plain, "Leave the names out");
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : 2;
+    }
+    options.mCaptions = !plain;
+    try {
+        std::vector<Picture> pictures;
+        for (const std::string& file : files) pictures.push_back({file, ReadPng(file, options.mBackground)});
+        WritePng(output, MakeSheet(pictures, options));
+    } catch (const std::exception& error) {
+        fmt::print(stderr, "nimbrel-contact-sheet: {}\n", error.what());
+        return 1;
+    }
+    return 0;
+}

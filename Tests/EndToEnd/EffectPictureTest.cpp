@@ -1,0 +1,524 @@
+// Per-splat effects, Z depth and wireframe aids, from the panel's settings to pixels, against the reference renderer.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <functional>
+
+#include "EffectSettings.h"
+#include "Shot.h"
+
+namespace nimbrel::endtoend {
+namespace {
+
+constexpr glm::dvec3 kCenter{80, 45, 0};
+
+/// The procedural model is about 4 units wide: 3 % of it are 120 of the 160 pixels, its floor 34 pixels below the
+/// centre.
+ShotModel PlacedModel(int count = 3000) {
+    ShotModel model;
+    model.mFile = GetModelFile(count, 2);
+    model.mAlignScale = 3.0;
+    model.mPosition = kCenter;
+    return model;
+}
+
+Shot MakeShot(std::string name) {
+    Shot shot;
+    shot.mName = std::move(name);
+    shot.mWidth = 160;
+    shot.mHeight = 90;
+    shot.mCamera = ShotCamera{false, 400.0, {190, -30, -380}, kCenter};
+    shot.mModels = {PlacedModel()};
+    return shot;
+}
+
+struct Case {
+    const char* mName;
+    std::function<void(ShotModel&)> mSet;
+};
+
+Shape Sphere(double size, double feather = 50.0) {
+    Shape shape;
+    shape.mSize = size;
+    shape.mFeather = feather;
+    return shape;
+}
+
+Shape Box(double size, double feather = 50.0) {
+    Shape shape = Sphere(size, feather);
+    shape.mBox = true;
+    return shape;
+}
+
+/// Different along each axis and off the centre.
+Shape Uneven(Shape shape) {
+    shape.mCenter = {-12, 6, 9};
+    shape.mScale = {120, 60, 85};
+    return shape;
+}
+
+void Turn(ShotModel& model, const glm::dvec3& degrees) {
+    Displacement turn;
+    turn.mRotation = degrees;
+    Displace(model, Uneven(Sphere(120)), turn);
+}
+
+/// Seed -11 is the one whose part in the noise's coordinates, (seed + 11) * 123987, is zero. Others ask for sines of
+/// millions of radians, which differ between devices from the first digit on. Here they stay below some thousands,
+/// where devices agree to a few in a thousand of the noise's range.
+Noise ModerateNoise() {
+    Noise noise;
+    noise.mSeed = -11;
+    noise.mAmplitude = 12;
+    noise.mScale = 50;
+    noise.mEvolution = 30;
+    noise.mOffset = {20, -10, 5};
+    noise.mAmplitudeScale = {100, 60, 150};
+    noise.mAxisScale = {80, 100, 120};
+    return noise;
+}
+
+const glm::dvec3 kRed{1.0, 0.1, 0.0};
+const glm::dvec3 kBlue{0.0, 0.2, 1.0};
+
+const std::vector<Case> kEffects = {
+    {"CropSphere", [](ShotModel& m) { CropShape(m, Sphere(70)); }},
+    {"CropBox", [](ShotModel& m) { CropShape(m, Box(60)); }},
+    {"CropUnevenSphereInverted", [](ShotModel& m) { CropShape(m, Uneven(Sphere(80)), true); }},
+    {"CropUnevenBoxInverted", [](ShotModel& m) { CropShape(m, Uneven(Box(80)), true); }},
+    {"CropAltitude", [](ShotModel& m) { CropAltitude(m, 20); }},
+    {"CropAltitudeNegative", [](ShotModel& m) { CropAltitude(m, -8.5); }},
+    {"ColorNormal",
+     [](ShotModel& m) {
+         Recolor(m, Sphere(110), Blending::Normal, kRed, kBlue, {1, 0.5});
+     }},
+    {"ColorAdd",
+     [](ShotModel& m) {
+         Recolor(m, Uneven(Sphere(110)), Blending::Add, kRed, kBlue, {1, 0});
+     }},
+    {"ColorMultiply",
+     [](ShotModel& m) {
+         Recolor(m, Box(90), Blending::Multiply, kRed, kBlue, {0.8, 1});
+     }},
+    {"ColorFeather0",
+     [](ShotModel& m) {
+         Recolor(m, Sphere(80, 0), Blending::Normal, kRed, kBlue, {1, 0});
+     }},
+    {"ColorFeather100",
+     [](ShotModel& m) {
+         Recolor(m, Uneven(Box(110, 100)), Blending::Normal, kRed, kBlue, {1, 0.2});
+     }},
+    {"Opacity",
+     [](ShotModel& m) {
+         Fade(m, Sphere(100), 10, 90, {1, 0});
+     }},
+    {"OpacityBoxFeather0",
+     [](ShotModel& m) {
+         Fade(m, Uneven(Box(80, 0)), 0, 100, {0, 1});
+     }},
+    {"OpacityFeather100",
+     [](ShotModel& m) {
+         Fade(m, Uneven(Sphere(120, 100)), 0, 100, {0, 1});
+     }},
+    {"OpacityUpsideDown",
+     [](ShotModel& m) {
+         Fade(m, Sphere(100), 60, 20, {1, 0});
+     }},
+    {"Scale",
+     [](ShotModel& m) {
+         Resize(m, Sphere(100), 180, {1, 0.3});
+     }},
+    {"ScaleBoxFeather0",
+     [](ShotModel& m) {
+         Resize(m, Uneven(Box(80, 0)), 60, {0.5, 1});
+     }},
+    {"ScaleFeather100",
+     [](ShotModel& m) {
+         Resize(m, Box(110, 100), 100, {0.2, 1});
+     }},
+    {"DisplaceOffset",
+     [](ShotModel& m) {
+         Displacement d;
+         d.mOffset = {15, -20, 30};
+         Displace(m, Sphere(110), d);
+     }},
+    {"DisplaceOffsetFeather0Outside",
+     [](ShotModel& m) {
+         Displacement d;
+         d.mOffset = {0, -12, 0};
+         d.mOffsetAmount = {0, 1};
+         Displace(m, Uneven(Box(70, 0)), d);
+     }},
+    {"DisplaceScale",
+     [](ShotModel& m) {
+         Displacement d;
+         d.mScale = 150;
+         Displace(m, Uneven(Sphere(100, 100)), d);
+     }},
+    {"DisplaceScaleByAxis",
+     [](ShotModel& m) {
+         Displacement d;
+         d.mScale = 120;
+         d.mAxisScale = glm::dvec3(150, 50, 100);
+         d.mScaleAmount = {1, 1};
+         Displace(m, Sphere(100), d);
+     }},
+    {"DisplaceTurnX",
+     [](ShotModel& m) {
+         Turn(m, {50, 0, 0});
+     }},
+    {"DisplaceTurnY",
+     [](ShotModel& m) {
+         Turn(m, {0, 70, 0});
+     }},
+    {"DisplaceTurnZ",
+     [](ShotModel& m) {
+         Turn(m, {0, 0, -60});
+     }},
+    {"DisplaceTurnAll",
+     [](ShotModel& m) {
+         Turn(m, {40, -100, 75});
+     }},
+    {"Noise", [](ShotModel& m) { Disturb(m, Uneven(Sphere(130)), ModerateNoise()); }},
+    {"NoiseBoxFeather0",
+     [](ShotModel& m) {
+         Noise noise = ModerateNoise();
+         noise.mAmount = {1, 0};
+         Disturb(m, Box(70, 0), noise);
+     }},
+    {"CropThenDisplace",
+     [](ShotModel& m) {
+         // What is cropped is told before anything moves.
+         CropShape(m, Uneven(Sphere(90)));
+         Turn(m, {30, 60, 90});
+     }},
+    {"DisplaceThenNoiseThenColor",
+     [](ShotModel& m) {
+         Turn(m, {0, 80, 20});
+         Noise noise = ModerateNoise();
+         noise.mAmount = {1, 0.2};
+         Disturb(m, Uneven(Sphere(110)), noise);
+         Recolor(m, Uneven(Sphere(90)), Blending::Multiply, kBlue, kRed, {1, 1});
+     }},
+    {"ScaleAndAltitude",
+     [](ShotModel& m) {
+         // The plane looks at the splats' own sizes.
+         Resize(m, Sphere(120), 220, {1, 1});
+         CropAltitude(m, 10);
+     }},
+    {"AllInATurnedModel",
+     [](ShotModel& m) {
+         m.mAlignRotation = {20, 30, -10};
+         m.mRotation = {-15, 40, 25};
+         m.mScale = 110;
+         m.mAnchor = {200, -100, 50};
+         CropShape(m, Uneven(Sphere(140)));
+         CropAltitude(m, 30);
+         Turn(m, {10, 20, 30});
+         Disturb(m, Uneven(Box(120)), ModerateNoise());
+         Resize(m, Uneven(Sphere(100)), 130, {1, 0.7});
+         Recolor(m, Box(100), Blending::Add, kBlue, kRed, {0.6, 0.1});
+         Fade(m, Uneven(Box(140)), 30, 100, {1, 0});
+     }},
+};
+
+std::vector<Shot> MakeShots() {
+    std::vector<Shot> shots;
+    for (const Case& effect : kEffects) {
+        shots.push_back(MakeShot(effect.mName));
+        effect.mSet(shots.back().mModels[0]);
+    }
+    shots.push_back(MakeShot("EffectsOrthographic"));
+    shots.back().mCamera->mOrthographic = true;
+    kEffects.back().mSet(shots.back().mModels[0]);
+
+    // One file in two slots shares its data, but no setting.
+    shots.push_back(MakeShot("TwoSlotsOfOneFile"));
+    shots.back().mModels.push_back(PlacedModel());
+    Recolor(shots.back().mModels[0], Sphere(100), Blending::Normal, kRed, kRed, {1, 0});
+    CropAltitude(shots.back().mModels[0], 5);
+    shots.back().mModels[1].mPosition = {100, 40, -25};
+    Turn(shots.back().mModels[1], {0, 90, 0});
+    Fade(shots.back().mModels[1], Sphere(90), 0, 70, {1, 0.4});
+
+    const auto depth = [&](std::string name, double nearEnd, double farEnd) {
+        shots.push_back(MakeShot(std::move(name)));
+        Shot& shot = shots.back();
+        shot.mModels.push_back(PlacedModel(2000));
+        shot.mModels[0].mPosition = {50, 45, -40};
+        shot.mModels[1].mPosition = {110, 50, 60};
+        shot.mDrawZDepth = true;
+        shot.mZDepthNear = nearEnd;
+        shot.mZDepthFar = farEnd;
+    };
+    depth("ZDepth", 300, 550);
+    depth("ZDepthReversed", 550, 300);
+    depth("ZDepthNarrow", 400, 420);
+    depth("ZDepthOrthographic", 320, 500);
+    shots.back().mCamera->mOrthographic = true;
+    // Depth takes colour's place; what moves splats or fades them is seen in it.
+    depth("ZDepthWithEffects", 300, 550);
+    Turn(shots.back().mModels[0], {0, 90, 0});
+    Recolor(shots.back().mModels[0], Sphere(100), Blending::Normal, kRed, kBlue, {1, 1});
+    Fade(shots.back().mModels[1], Sphere(90), 0, 70, {1, 0.4});
+    return shots;
+}
+
+Shot WithoutEffects(Shot shot) {
+    for (ShotModel& model : shot.mModels) {
+        model.mSettings = host::Json::object();
+        model.mEffects = {};
+    }
+    shot.mDrawZDepth = false;
+    return shot;
+}
+
+class EffectPicture : public testing::TestWithParam<Shot> {};
+
+TEST_P(EffectPicture, EqualsTheReference) {
+    const Shot& shot = GetParam();
+    const host::Frame expected = RenderReference(shot);
+    ASSERT_GT(MeanAlpha(expected), 0.02);
+    EXPECT_LT(ComparePsnr(expected, RenderReference(WithoutEffects(shot))), 40.0) << "the settings must show";
+    EXPECT_GE(ComparePsnr(RenderWithEffect(shot), expected), 60.0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Shots, EffectPicture, testing::ValuesIn(MakeShots()),
+                         [](const testing::TestParamInfo<Shot>& shot) { return shot.param.mName; });
+
+/// Mean place of what is drawn and its spread, in pixels, and how much there is.
+struct Spread {
+    double mAlpha = 0;
+    glm::dvec2 mMean{0};
+    glm::dvec2 mDeviation{0};
+
+    explicit Spread(const host::Frame& frame) {
+        std::vector<float> channels(frame.mPixels.size() / sizeof(float));
+        std::memcpy(channels.data(), frame.mPixels.data(), frame.mPixels.size());
+        glm::dvec2 squares(0);
+        for (int y = 0; y < frame.mHeight; ++y) {
+            for (int x = 0; x < frame.mWidth; ++x) {
+                const double alpha =
+                    static_cast<double>(channels[static_cast<std::size_t>(4 * (y * frame.mWidth + x))]);
+                const glm::dvec2 place(x, y);
+                mAlpha += alpha;
+                mMean += alpha * place;
+                squares += alpha * place * place;
+            }
+        }
+        mMean /= mAlpha;
+        mDeviation = glm::sqrt(squares / mAlpha - mMean * mMean);
+    }
+};
+
+TEST(NoisePicture, OtherSeedsScatterAsFarInOtherPatterns) {
+    // The sines of these seeds are of millions of radians, where devices share no digit: the clouds must agree as a
+    // whole, not splat by splat. A small crop makes a small cloud, so that the noise's own spread is most of it.
+    std::vector<host::Frame> frames;
+    for (const int seed : {0, 7}) {
+        Shot shot = MakeShot("Seed");
+        CropShape(shot.mModels[0], Sphere(40));
+        const Spread still(RenderReference(shot));
+        Noise noise;
+        noise.mAmplitude = 40;
+        noise.mScale = 5;
+        noise.mSeed = seed;
+        Disturb(shot.mModels[0], Sphere(100), noise);
+        frames.push_back(RenderWithEffect(shot));
+        const Spread spread(frames.back());
+        const Spread expected(RenderReference(shot));
+        EXPECT_GT(spread.mDeviation.x, 1.1 * still.mDeviation.x);
+        EXPECT_NEAR(spread.mAlpha, expected.mAlpha, 0.1 * expected.mAlpha);
+        for (int axis = 0; axis < 2; ++axis) {
+            EXPECT_NEAR(spread.mMean[axis], expected.mMean[axis], 1.0);
+            EXPECT_NEAR(spread.mDeviation[axis], expected.mDeviation[axis], 0.1 * expected.mDeviation[axis]);
+        }
+    }
+    EXPECT_LT(ComparePsnr(frames[0], frames[1]), 40.0);
+}
+
+TEST(ZDepthPicture, FollowsTheTargetsSizeAndFormat) {
+    const auto makeShot = [](int width, int height, int bits, bool depth) {
+        Shot shot = MakeShot(std::to_string(width) + "x" + std::to_string(height) + "@" + std::to_string(bits));
+        shot.mWidth = width;
+        shot.mHeight = height;
+        shot.mBitsPerChannel = bits;
+        shot.mDrawZDepth = depth;
+        shot.mZDepthNear = 300;
+        shot.mZDepthFar = 550;
+        return shot;
+    };
+    const std::vector<Shot> shots = {makeShot(160, 90, 32, true),  makeShot(90, 70, 8, true),
+                                     makeShot(200, 120, 16, true), makeShot(160, 90, 32, false),
+                                     makeShot(100, 140, 32, true), makeShot(160, 90, 8, true)};
+    EffectHost host(shots[0]);
+    for (const Shot& shot : shots) {
+        host.Switch(shot);
+        const host::Frame frame = host.Render();
+        EXPECT_EQ(frame.mPixels, RenderWithEffect(shot).mPixels) << shot.mName;
+        EXPECT_GE(ComparePsnr(frame, RenderReference(shot)), shot.mBitsPerChannel == 8 ? 40.0 : 60.0) << shot.mName;
+    }
+}
+
+/// Pixels that the wireframes changed, with their colours: alpha, red, green, blue.
+struct LinePicture {
+    int mWidth;
+    int mHeight;
+    std::vector<glm::vec4> mColors;
+    std::vector<bool> mIsLine;
+
+    LinePicture(const host::Frame& with, const host::Frame& without)
+        : mWidth(with.mWidth), mHeight(with.mHeight), mColors(with.mPixels.size() / sizeof(glm::vec4)) {
+        std::vector<glm::vec4> before(mColors.size());
+        std::memcpy(mColors.data(), with.mPixels.data(), with.mPixels.size());
+        std::memcpy(before.data(), without.mPixels.data(), without.mPixels.size());
+        for (std::size_t i = 0; i < mColors.size(); ++i) mIsLine.push_back(mColors[i] != before[i]);
+    }
+
+    std::size_t At(int x, int y) const { return static_cast<std::size_t>(y * mWidth + x); }
+    std::ptrdiff_t Count() const { return std::count(mIsLine.begin(), mIsLine.end(), true); }
+
+    /// Whether a pixel of the lines within one pixel of (x, y) has about this colour, or any if there is none given.
+    bool IsNear(int x, int y, const glm::vec4* color) const {
+        for (int j = std::max(y - 1, 0); j <= std::min(y + 1, mHeight - 1); ++j) {
+            for (int i = std::max(x - 1, 0); i <= std::min(x + 1, mWidth - 1); ++i) {
+                if (!mIsLine[At(i, j)]) continue;
+                if (color == nullptr || glm::length(*color - mColors[At(i, j)]) < 0.01F) return true;
+            }
+        }
+        return false;
+    }
+};
+
+/// Line pixels of `a` that have no partner in `b`, by place alone or also by colour.
+int CountStrays(const LinePicture& a, const LinePicture& b, bool byColor) {
+    int strays = 0;
+    for (int y = 0; y < a.mHeight; ++y) {
+        for (int x = 0; x < a.mWidth; ++x) {
+            const std::size_t at = a.At(x, y);
+            if (a.mIsLine[at] && !b.IsNear(x, y, byColor ? &a.mColors[at] : nullptr)) ++strays;
+        }
+    }
+    return strays;
+}
+
+std::vector<Shot> MakeGizmoShots() {
+    const Case cases[] = {
+        {"Pivot", [](ShotModel& m) { Show(m, Preview::Pivot); }},
+        {"CropSphere",
+         [](ShotModel& m) {
+             CropShape(m, Uneven(Sphere(80)));
+             Show(m, Preview::Crop);
+         }},
+        {"CropBox",
+         [](ShotModel& m) {
+             CropShape(m, Uneven(Box(60)), true);
+             Show(m, Preview::Crop);
+         }},
+        {"Color",
+         [](ShotModel& m) {
+             Recolor(m, Uneven(Sphere(70, 50)), Blending::Normal, kRed, kBlue, {0, 0});
+             Show(m, Preview::Color);
+         }},
+        {"OpacityHardBox",
+         [](ShotModel& m) {
+             Fade(m, Box(50, 0), 50, 100, {1, 1});
+             Show(m, Preview::Opacity);
+         }},
+        {"ScaleSoftSphere",
+         [](ShotModel& m) {
+             Resize(m, Uneven(Sphere(60, 100)), 100, {1, 1});
+             Show(m, Preview::Scale);
+         }},
+        {"Displacement",
+         [](ShotModel& m) {
+             Displace(m, Uneven(Box(70, 30)), {});
+             Show(m, Preview::Displacement);
+         }},
+        {"Noise",
+         [](ShotModel& m) {
+             Disturb(m, Sphere(64, 60), ModerateNoise());
+             Show(m, Preview::Noise);
+         }},
+        {"AllInATurnedModel",
+         [](ShotModel& m) {
+             m.mRotation = {-15, 40, 25};
+             m.mScale = 120;
+             CropShape(m, Uneven(Sphere(90)));
+             Recolor(m, Uneven(Box(70, 50)), Blending::Normal, kRed, kBlue, {0, 0});
+             Fade(m, Sphere(40, 20), 50, 100, {1, 1});
+             Resize(m, Box(30, 0), 100, {1, 1});
+             Displace(m, Uneven(Box(50, 75)), {});
+             Disturb(m, Uneven(Sphere(64, 60)), ModerateNoise());
+             for (const Preview preview : {Preview::Pivot, Preview::Crop, Preview::Color, Preview::Opacity,
+                                           Preview::Displacement, Preview::Scale, Preview::Noise})
+                 Show(m, preview);
+         }},
+    };
+    std::vector<Shot> shots;
+    for (const Case& gizmo : cases) {
+        for (const bool orthographic : {false, true}) {
+            shots.push_back(MakeShot(std::string(gizmo.mName) + (orthographic ? "Orthographic" : "Perspective")));
+            shots.back().mCamera->mOrthographic = orthographic;
+            gizmo.mSet(shots.back().mModels[0]);
+        }
+    }
+    shots.push_back(MakeShot("TwoModelsOverZDepth"));
+    shots.back().mDrawZDepth = true;
+    shots.back().mZDepthNear = 300;
+    shots.back().mZDepthFar = 550;
+    shots.back().mModels.push_back(PlacedModel(2000));
+    shots.back().mModels[1].mPosition = {120, 30, 50};
+    Show(shots.back().mModels[0], Preview::Pivot);
+    CropShape(shots.back().mModels[1], Box(50));
+    Show(shots.back().mModels[1], Preview::Crop);
+    shots.push_back(MakeShot("HalfResolution"));
+    shots.back().mDownsample = 2;
+    Show(shots.back().mModels[0], Preview::Pivot);
+    return shots;
+}
+
+Shot WithoutGizmos(Shot shot) {
+    for (ShotModel& model : shot.mModels) {
+        model.mEffects.mGizmos = {};
+        for (auto& [id, value] : model.mSettings.items()) {
+            if (id == "showPivot" || id.ends_with("_preview")) value = false;
+        }
+    }
+    return shot;
+}
+
+class GizmoPicture : public testing::TestWithParam<Shot> {};
+
+TEST_P(GizmoPicture, HasTheReferencesLines) {
+    const Shot& shot = GetParam();
+    const Shot plain = WithoutGizmos(shot);
+    host::Frame frame = RenderWithEffect(shot);
+    host::Frame expected = RenderReference(shot);
+    const LinePicture lines(frame, RenderWithEffect(plain));
+    const LinePicture expectedLines(expected, RenderReference(plain));
+    // Devices round line ends and ties differently, so a pixel may be off by one.
+    EXPECT_GT(lines.Count(), 20);
+    EXPECT_NEAR(static_cast<double>(lines.Count()), static_cast<double>(expectedLines.Count()),
+                0.05 * static_cast<double>(expectedLines.Count()));
+    EXPECT_EQ(CountStrays(lines, expectedLines, false), 0);
+    EXPECT_EQ(CountStrays(expectedLines, lines, false), 0);
+    // Where lines cross, which of them covers a pixel may differ.
+    EXPECT_LE(CountStrays(lines, expectedLines, true), 0.03 * static_cast<double>(lines.Count()));
+    EXPECT_LE(CountStrays(expectedLines, lines, true), 0.03 * static_cast<double>(lines.Count()));
+    // Between the lines nothing changes.
+    for (std::size_t i = 0; i < lines.mIsLine.size(); ++i) {
+        if (!lines.mIsLine[i] && !expectedLines.mIsLine[i]) continue;
+        std::memset(frame.mPixels.data() + i * sizeof(glm::vec4), 0, sizeof(glm::vec4));
+        std::memset(expected.mPixels.data() + i * sizeof(glm::vec4), 0, sizeof(glm::vec4));
+    }
+    EXPECT_GE(ComparePsnr(frame, expected), 60.0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Shots, GizmoPicture, testing::ValuesIn(MakeGizmoShots()),
+                         [](const testing::TestParamInfo<Shot>& shot) { return shot.param.mName; });
+
+}  // namespace
+}  // namespace nimbrel::endtoend

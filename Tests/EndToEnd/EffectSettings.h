@@ -1,0 +1,67 @@
+#pragma once
+
+#include <optional>
+
+#include <glm/vec3.hpp>
+
+#include "Shot.h"
+
+/// The per-splat effects of a model, each written twice from the same numbers: as the host's settings, in percent
+/// and degrees, and as the constants and curves that they should come to. The second is worked out here by hand and
+/// shares nothing with the effect's scripts.
+namespace nimbrel::endtoend {
+
+struct Shape {
+    bool mBox = false;
+    glm::dvec3 mCenter{0.0};   ///< pixels of aligned model space
+    double mSize = 100.0;      ///< pixels across
+    glm::dvec3 mScale{100.0};  ///< percent, by axis
+    double mFeather = 50.0;    ///< percent; not of a crop
+};
+
+/// A straight curve: its value in the middle of the shape and at its edge and beyond.
+struct Line {
+    double mInside = 1.0;
+    double mOutside = 1.0;
+};
+
+enum class Blending { Normal, Add, Multiply };
+
+struct Displacement {
+    glm::dvec3 mOffset{0.0};  ///< pixels
+    Line mOffsetAmount{1.0, 0.0};
+    double mScale = 100.0;  ///< percent
+    std::optional<glm::dvec3> mAxisScale;
+    Line mScaleAmount{1.0, 0.0};
+    glm::dvec3 mRotation{0.0};  ///< degrees
+    Line mRotationAmount{1.0, 0.0};
+};
+
+struct Noise {
+    double mAmplitude = 10.0;           ///< pixels
+    glm::dvec3 mAmplitudeScale{100.0};  ///< percent, by axis
+    Line mAmount;
+    glm::dvec3 mOffset{0.0};
+    double mScale = 100.0;  ///< percent
+    glm::dvec3 mAxisScale{100.0};
+    double mEvolution = 0.0;
+    int mSeed = 0;
+};
+
+enum class Preview { Pivot, Crop, Color, Opacity, Displacement, Scale, Noise };
+
+void CropShape(ShotModel& model, const Shape& shape, bool invert = false);
+void CropAltitude(ShotModel& model, double altitude);
+/// The gradient runs straight from `inside` to `outside`.
+void Recolor(ShotModel& model, const Shape& shape, Blending blending, const glm::dvec3& inside,
+             const glm::dvec3& outside, const Line& amount);
+/// `low` and `high` in percent.
+void Fade(ShotModel& model, const Shape& shape, double low, double high, const Line& amount);
+/// `high` in percent.
+void Resize(ShotModel& model, const Shape& shape, double high, const Line& amount);
+void Displace(ShotModel& model, const Shape& shape, const Displacement& displacement);
+void Disturb(ShotModel& model, const Shape& shape, const Noise& noise);
+/// Wireframes; they need no effect to be on.
+void Show(ShotModel& model, Preview preview);
+
+}  // namespace nimbrel::endtoend
