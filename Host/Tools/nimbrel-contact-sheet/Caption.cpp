@@ -59,14 +59,16 @@ void FillDot(Image& image, int x, int y, int scale, Color color) {
 }  // namespace
 
 std::string GetCaption(std::string_view file) {
-    const std::string name = std::filesystem::path(file).filename().string();
+    const std::string base = std::filesystem::path(file).filename().string();
+    const std::string name = base.substr(0, base.find('.'));
     std::string text;
-    char last = ' ';
-    for (const char c : name.substr(0, name.find('.'))) {
-        const bool newWord = Is(std::isupper, c) && Is(std::islower, last);
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        const char next = i + 1 < name.size() ? name[i + 1] : ' ';
+        // A word begins with a capital, and so does the last letter of a run of capitals before a small one.
+        const bool newWord =
+            i > 0 && Is(std::isupper, name[i]) && (Is(std::islower, name[i - 1]) || Is(std::islower, next));
         if (newWord) text += ' ';
-        text += Is(std::isalnum, c) ? static_cast<char>(std::toupper(static_cast<unsigned char>(c))) : ' ';
-        last = c;
+        text += Is(std::isalnum, name[i]) ? static_cast<char>(std::toupper(static_cast<unsigned char>(name[i]))) : ' ';
     }
     return text;
 }

@@ -10,7 +10,7 @@ namespace nimbrel::sheet {
 inline constexpr int kGlyphWidth = 5, kGlyphHeight = 7;
 
 /// What stands under a file's picture: its name without folder, frame number and extension, words apart, in capitals:
-/// "out/CropSphere.0024.png" gives "CROP SPHERE".
+/// "out/YPlaneReveal.0024.png" gives "Y PLANE REVEAL".
 std::string GetCaption(std::string_view file);
 
 /// Width in pixels of a text of capitals, digits and blanks; other characters count as blanks.

@@ -1,6 +1,8 @@
 #include "ContactSheet.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
 #include <stdexcept>
 
 #include "Caption.h"
@@ -15,11 +17,43 @@ constexpr int kMaxCaptionScale = 2;
 void Paste(const Image& from, Image& to, int x, int y) {
     for (int row = 0; row < from.mHeight; ++row) {
         const std::uint8_t* line = from.At(0, row);
-        std::copy(line, line + 3 * from.mWidth, to.At(x, y + row));
+        std::copy_n(line, 3 * static_cast<std::size_t>(from.mWidth), to.At(x, y + row));
     }
 }
 
+// The source pixels under pixel `index` of `count`, of `size` in all: at least one.
+struct Span {
+    Span(int index, int count, int size)
+        : mBegin(static_cast<int>(std::int64_t{index} * size / count)),
+          mEnd(static_cast<int>((std::int64_t{index} + 1) * size / count)) {}
+    int Length() const { return mEnd - mBegin; }
+
+    int mBegin, mEnd;
+};
+
 }  // namespace
+
+Image Shrink(const Image& image, int width) {
+    if (width <= 0 || image.mWidth <= width) return image;
+    const std::int64_t inProportion = (std::int64_t{image.mHeight} * width + image.mWidth / 2) / image.mWidth;
+    Image small(width, static_cast<int>(std::max<std::int64_t>(1, inProportion)));
+    for (int y = 0; y < small.mHeight; ++y) {
+        const Span rows(y, small.mHeight, image.mHeight);
+        for (int x = 0; x < width; ++x) {
+            const Span columns(x, width, image.mWidth);
+            std::array<std::int64_t, 3> sum{};
+            for (int row = rows.mBegin; row < rows.mEnd; ++row) {
+                const std::uint8_t* pixel = image.At(columns.mBegin, row);
+                for (int i = 0; i < 3 * columns.Length(); ++i) sum[static_cast<std::size_t>(i % 3)] += pixel[i];
+            }
+            const std::int64_t count = std::int64_t{rows.Length()} * columns.Length();
+            for (std::size_t channel = 0; channel < 3; ++channel) {
+                small.At(x, y)[channel] = static_cast<std::uint8_t>((sum[channel] + count / 2) / count);
+            }
+        }
+    }
+    return small;
+}
 
 Image MakeSheet(const std::vector<Picture>& pictures, const SheetOptions& options) {
     if (pictures.empty()) throw std::invalid_argument("a sheet needs one picture at least");

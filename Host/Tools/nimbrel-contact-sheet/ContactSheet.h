@@ -20,6 +20,10 @@ struct Picture {
     Image mImage;
 };
 
+/// The picture at the given width, its height in proportion, each pixel the mean of those that it covers. A picture
+/// that is no wider stays as it is.
+Image Shrink(const Image& image, int width);
+
 /// Puts the pictures into rows, in their order, each in the middle of a cell as large as the largest picture.
 /// Throws std::invalid_argument if there is none, or a sheet of more than 2^28 pixels would come out.
 Image MakeSheet(const std::vector<Picture>& pictures, const SheetOptions& options);

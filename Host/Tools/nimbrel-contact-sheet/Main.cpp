@@ -16,11 +16,15 @@ int main(int argc, char** argv) {
     std::vector<std::string> files;
     std::string output;
     SheetOptions options;
+    int width = 0;
     bool plain = false;
     app.add_option("files", files, "The pictures, in order")->required();
     app.add_option("-o,--output", output, "The PNG file to write")->required();
     app.add_option("--columns", options.mColumns, "Pictures in a row")
         ->check(CLI::Range(1, 1000))
+        ->capture_default_str();
+    app.add_option("--width", width, "Shrink wider pictures to this width; 0: leave them as they are")
+        ->check(CLI::Range(0, 100000))
         ->capture_default_str();
     app.add_option("--gap", options.mGap, "Pixels between pictures")->check(CLI::Range(0, 1000))->capture_default_str();
     app.add_flag("--no-captions", plain, "Leave the names out");
@@ -32,7 +36,9 @@ int main(int argc, char** argv) {
     options.mCaptions = !plain;
     try {
         std::vector<Picture> pictures;
-        for (const std::string& file : files) pictures.push_back({file, ReadPng(file, options.mBackground)});
+        pictures.reserve(files.size());
+        for (const std::string& file : files)
+            pictures.push_back({file, Shrink(ReadPng(file, options.mBackground), width)});
         WritePng(output, MakeSheet(pictures, options));
     } catch (const std::exception& error) {
         fmt::print(stderr, "nimbrel-contact-sheet: {}\n", error.what());

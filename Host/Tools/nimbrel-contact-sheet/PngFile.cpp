@@ -52,11 +52,6 @@ bool WriteRows(std::FILE* file, int width, int height, png_bytep* rows) {
 
 }  // namespace
 
-Image::Image(int width, int height, Color color)
-    : mWidth(width), mHeight(height), mPixels(3 * static_cast<std::size_t>(width) * static_cast<std::size_t>(height)) {
-    for (std::size_t i = 0; i < mPixels.size(); ++i) mPixels[i] = color[i % 3];
-}
-
 Image ReadPng(const std::string& file, Color background) {
     ReadState state;
     png_image& png = state.mImage;
@@ -78,6 +73,7 @@ Image ReadPng(const std::string& file, Color background) {
 void WritePng(const std::string& file, const Image& image) {
     const std::string beside = file + ".part";
     std::vector<png_bytep> rows;
+    rows.reserve(static_cast<std::size_t>(image.mHeight));
     for (int y = 0; y < image.mHeight; ++y) rows.push_back(const_cast<png_bytep>(image.At(0, y)));
     std::unique_ptr<std::FILE, CloseFile> out(std::fopen(beside.c_str(), "wb"));
     bool written = out != nullptr && WriteRows(out.get(), image.mWidth, image.mHeight, rows.data());

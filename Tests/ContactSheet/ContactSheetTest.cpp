@@ -1,0 +1,164 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+
+#include "Caption.h"
+#include "ContactSheet.h"
+#include "PngFile.h"
+
+namespace nimbrel::sheet {
+namespace {
+
+constexpr Color kRed = {255, 0, 0}, kGreen = {0, 255, 0}, kBlue = {0, 0, 255}, kBlack = {};
+
+Color GetColor(const Image& image, int x, int y) {
+    const std::uint8_t* pixel = image.At(x, y);
+    return {pixel[0], pixel[1], pixel[2]};
+}
+
+SheetOptions PlainOptions(int columns, int gap) {
+    SheetOptions options;
+    options.mColumns = columns;
+    options.mGap = gap;
+    options.mCaptions = false;
+    options.mBackground = kBlack;
+    return options;
+}
+
+TEST(ContactSheet, PutsPicturesInRowsEachInTheMiddleOfItsCell) {
+    const std::vector<Picture> pictures = {
+        {"a", Image(4, 2, kRed)}, {"b", Image(4, 2, kGreen)}, {"c", Image(2, 1, kBlue)}};
+    const Image sheet = MakeSheet(pictures, PlainOptions(2, 3));
+    EXPECT_EQ(sheet.mWidth, 3 + 2 * (4 + 3));
+    EXPECT_EQ(sheet.mHeight, 3 + 2 * (2 + 3));
+    EXPECT_EQ(GetColor(sheet, 2, 3), kBlack);
+    EXPECT_EQ(GetColor(sheet, 3, 3), kRed);
+    EXPECT_EQ(GetColor(sheet, 6, 4), kRed);
+    EXPECT_EQ(GetColor(sheet, 7, 4), kBlack);
+    EXPECT_EQ(GetColor(sheet, 10, 3), kGreen);
+    // The small one: a pixel in from the left of its cell in the second row, and two wide.
+    EXPECT_EQ(GetColor(sheet, 3, 8), kBlack);
+    EXPECT_EQ(GetColor(sheet, 4, 8), kBlue);
+    EXPECT_EQ(GetColor(sheet, 5, 8), kBlue);
+    EXPECT_EQ(GetColor(sheet, 6, 8), kBlack);
+    EXPECT_EQ(GetColor(sheet, 4, 9), kBlack);
+}
+
+TEST(ContactSheet, HasNoMoreColumnsThanPictures) {
+    const Image sheet = MakeSheet({{"a", Image(4, 2)}}, PlainOptions(5, 0));
+    EXPECT_EQ(sheet.mWidth, 4);
+    EXPECT_EQ(sheet.mHeight, 2);
+    EXPECT_THROW(MakeSheet({}, PlainOptions(5, 0)), std::invalid_argument);
+}
+
+TEST(ContactSheet, CaptionsStayInTheirCell) {
+    SheetOptions options = PlainOptions(2, 10);
+    options.mCaptions = true;
+    options.mCaption = kRed;
+    // "Wide" is 23 dots: one pixel a dot in 30 pixels of width, two in 60.
+    for (const int width : {30, 60}) {
+        const Image sheet = MakeSheet({{"Wide.png", Image(width, 5)}, {"Wide.png", Image(width, 5)}}, options);
+        std::vector<bool> inked(static_cast<std::size_t>(sheet.mWidth));
+        int dots = 0;
+        for (int y = 0; y < sheet.mHeight; ++y) {
+            for (int x = 0; x < sheet.mWidth; ++x) {
+                if (GetColor(sheet, x, y) != kRed) continue;
+                EXPECT_GE(y, 10 + 5);
+                inked[static_cast<std::size_t>(x)] = true;
+                ++dots;
+            }
+        }
+        EXPECT_GT(dots, 0);
+        for (int x = 0; x < 10; ++x) EXPECT_FALSE(inked[static_cast<std::size_t>(10 + width + x)]) << x;
+    }
+}
+
+TEST(Shrink, TakesTheMeanOfWhatEachPixelCovers) {
+    Image image(4, 2, kBlack);
+    image.At(0, 0)[0] = 100;
+    image.At(1, 1)[0] = 50;
+    image.At(2, 0)[2] = 255;
+    const Image small = Shrink(image, 2);
+    ASSERT_EQ(small.mWidth, 2);
+    ASSERT_EQ(small.mHeight, 1);
+    EXPECT_EQ(GetColor(small, 0, 0), (Color{38, 0, 0}));  // 150 / 4, rounded
+    EXPECT_EQ(GetColor(small, 1, 0), (Color{0, 0, 64}));
+    // An uneven ratio leaves no pixel out and an even colour as it is; nothing grows.
+    const Image even = Shrink(Image(1000, 563, kGreen), 333);
+    EXPECT_EQ(even.mHeight, 187);
+    for (const int x : {0, 166, 332}) EXPECT_EQ(GetColor(even, x, 186), kGreen);
+    EXPECT_EQ(Shrink(image, 9).mPixels, image.mPixels);
+    EXPECT_EQ(Shrink(Image(1000, 1, kRed), 10).mHeight, 1);
+}
+
+TEST(Caption, IsTheFilesNameInWords) {
+    const struct {
+        const char *mFile, *mCaption;
+    } cases[] = {{"out/gallery/CropSphere.0024.png", "CROP SPHERE"},
+                 {"YPlaneReveal.0009.png", "Y PLANE REVEAL"},
+                 {"ZDepth.png", "Z DEPTH"},
+                 {"room_2.png", "ROOM 2"},
+                 {"Model1Test", "MODEL1 TEST"},
+                 {"RGB.png", "RGB"}};
+    for (const auto& item : cases) EXPECT_EQ(GetCaption(item.mFile), item.mCaption);
+}
+
+TEST(Caption, DrawsGlyphsAndLeavesOutWhatLiesOutside) {
+    Image image(5, 7, kBlack);
+    DrawText(image, "L", 0, 0, 1, kRed);
+    for (int y = 0; y < 7; ++y) {
+        for (int x = 0; x < 5; ++x) EXPECT_EQ(GetColor(image, x, y), x == 0 || y == 6 ? kRed : kBlack) << x << ' ' << y;
+    }
+    EXPECT_EQ(GetTextWidth("AB", 2), 22);
+    EXPECT_EQ(GetTextWidth("", 2), 0);
+    DrawText(image, "BIG", -7, -9, 3, kGreen);
+}
+
+class PngFiles : public ::testing::Test {
+protected:
+    PngFiles()
+        : mFolder(std::filesystem::path(::testing::TempDir()) /
+                  ::testing::UnitTest::GetInstance()->current_test_info()->name()) {
+        std::filesystem::remove_all(mFolder);
+        std::filesystem::create_directories(mFolder);
+    }
+    ~PngFiles() override { std::filesystem::remove_all(mFolder); }
+    std::string At(const char* name) const { return (mFolder / name).string(); }
+
+    std::filesystem::path mFolder;
+};
+
+TEST_F(PngFiles, ComeBackAsTheyWereWritten) {
+    Image image(3, 2, kBlack);
+    for (std::size_t i = 0; i < image.mPixels.size(); ++i) image.mPixels[i] = static_cast<std::uint8_t>(i * 14);
+    WritePng(At("a.png"), image);
+    const Image read = ReadPng(At("a.png"), kRed);
+    EXPECT_EQ(read.mWidth, 3);
+    EXPECT_EQ(read.mPixels, image.mPixels);
+    EXPECT_FALSE(std::filesystem::exists(At("a.png.part")));
+}
+
+TEST_F(PngFiles, NameTheFileThatIsWrong) {
+    const auto expectNamed = [](const std::string& file, const auto& action) {
+        try {
+            action(file);
+            ADD_FAILURE() << file;
+        } catch (const std::runtime_error& error) {
+            EXPECT_NE(std::string(error.what()).find(file), std::string::npos) << error.what();
+        }
+    };
+    const auto read = [](const std::string& file) { ReadPng(file, kRed); };
+    expectNamed(At("missing.png"), read);
+    std::ofstream(At("text.png")) << "not a picture";
+    expectNamed(At("text.png"), read);
+    WritePng(At("whole.png"), Image(50, 50, kBlue));
+    std::filesystem::copy_file(At("whole.png"), At("cut.png"));
+    std::filesystem::resize_file(At("cut.png"), std::filesystem::file_size(At("cut.png")) - 30);
+    expectNamed(At("cut.png"), read);
+    expectNamed(At("none/x.png"), [](const std::string& file) { WritePng(file, Image(1, 1)); });
+}
+
+}  // namespace
+}  // namespace nimbrel::sheet

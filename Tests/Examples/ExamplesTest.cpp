@@ -1,0 +1,85 @@
+// The scenes of Examples/, rendered by nimbrel-render as their readers would: each draws something, each moves if it
+// has keyframes, and none does nothing to the model.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include <fmt/format.h>
+
+#include "ModelMaker.h"
+#include "PngFile.h"
+
+namespace nimbrel {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr sheet::Color kBackdrop = {8, 9, 14};
+
+std::vector<std::string> FindScenes() {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(NIMBREL_EXAMPLES_FOLDER)) {
+        if (entry.path().extension() == ".json") names.push_back(entry.path().stem().string());
+    }
+    return names;
+}
+
+class Examples : public ::testing::TestWithParam<std::string> {
+protected:
+    static void SetUpTestSuite() {
+        fs::create_directories(Folder() / "models");
+        maker::ModelOptions options;
+        options.mCount = 4000;
+        std::ofstream model(Folder() / "models/demo.ply", std::ios::binary);
+        maker::WriteModel(options, model);
+        for (const std::string& name : FindScenes()) {
+            fs::copy_file(fs::path(NIMBREL_EXAMPLES_FOLDER) / (name + ".json"), Folder() / (name + ".json"),
+                          fs::copy_options::overwrite_existing);
+        }
+    }
+    static void TearDownTestSuite() { fs::remove_all(Folder()); }
+    static fs::path Folder() { return fs::path(::testing::TempDir()) / "nimbrel-examples"; }
+
+    /// The picture of a frame at an eighth of the size.
+    sheet::Image Render(const std::string& name, int frame) const {
+        const fs::path picture = Folder() / fmt::format("{}.{}.png", name, frame);
+        const std::string command = fmt::format(
+            "'" NIMBREL_RENDER_FILE "' '{}' --frames {} --downsample 8 --background 0.03,0.035,0.055 -o '{}'",
+            (Folder() / (name + ".json")).string(), frame, picture.string());
+        EXPECT_EQ(std::system(command.c_str()), 0) << command;
+        return sheet::ReadPng(picture.string(), kBackdrop);
+    }
+};
+
+int CountDrawn(const sheet::Image& image) {
+    int drawn = 0;
+    for (std::size_t i = 0; i < image.mPixels.size(); i += 3) drawn += image.mPixels[i + 1] > 24 ? 1 : 0;
+    return drawn;
+}
+
+TEST_P(Examples, ShowsSomethingThatItsKeyframesMove) {
+    std::ifstream file(Folder() / (GetParam() + ".json"));
+    const auto scene = nlohmann::json::parse(file);
+    const int frames = static_cast<int>(scene["composition"]["duration"].get<double>() *
+                                        scene["composition"]["frameRate"].get<double>());
+    const sheet::Image middle = Render(GetParam(), frames / 2);
+    EXPECT_EQ(middle.mWidth, 160);
+    EXPECT_GT(CountDrawn(middle), 160 * 90 / 40);
+    if (GetParam() == "Demo") {
+        EXPECT_EQ(scene["parameters"].size(), 2U);
+        return;
+    }
+    EXPECT_NE(scene["parameters"].dump().find("keyframes"), std::string::npos);
+    EXPECT_NE(Render(GetParam(), frames / 4).mPixels, middle.mPixels);
+    EXPECT_NE(Render("Demo", 0).mPixels, middle.mPixels);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, Examples, ::testing::ValuesIn(FindScenes()), [](const auto& test) { return test.param; });
+
+}  // namespace
+}  // namespace nimbrel
