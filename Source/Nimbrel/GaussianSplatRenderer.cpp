@@ -65,19 +65,26 @@ void FillFromPacked(StructuredBuffer<T>& buffer, const char* name, const zeb::Pa
     });
 }
 
+zeb::UniquePtr<CommandList> BeginList(Device& device) {
+    ThreadData& threadData = device.GetThreadData();
+    auto commandList = threadData.mCommandQueue->CreateCommandList("MainCommandList");
+    commandList->SetDescriptorHeaps(*threadData.mShaderResourceHeap, threadData.mSamplerHeap.get());
+    return commandList;
+}
+
 }  // namespace
 
-GaussianSplatRenderer::GaussianSplatRenderer(Device& device)
+GaussianSplatRenderer::GaussianSplatRenderer(Device& device, const RendererPrograms& programs)
     : mSetIndices(device, "CSSetIndices", kSplatGroupSize),
       mNoiseConstants(device, "NoiseConstantsBuffer", kUploadBuffer, kConstantsStride),
-      mCalcDistances(device, "CSCalcDistances", kSplatGroupSize),
+      mCalcDistances(device, programs.mCalcDistances, kSplatGroupSize),
       mCalcDistancesConstants(device, "CalcDistancesConstants", kUploadBuffer, kConstantsStride),
       mCurves(device),
       mLinearSampler(
           device.CreateSampler("LinearSampler", {SamplerFilter::Linear, SamplerFilter::Linear, SamplerFilter::Linear,
                                                  SamplerAddress::Clamp, SamplerAddress::Clamp, SamplerAddress::Clamp})),
       mSamplerRange(device.GetThreadData().mSamplerHeap->AllocateRange(1)),
-      mCalcViewData(device, "CSCalcViewData", kSplatGroupSize),
+      mCalcViewData(device, programs.mCalcViewData, kSplatGroupSize),
       mCalcViewDataConstants(device, "CalcViewDataConstants", kUploadBuffer, kViewDataConstantsStride),
       mModelConstants(device, "ModelConstants", kUploadBuffer, kConstantsStride),
       mExportData(device, "CSExportData", kSplatGroupSize),
@@ -87,7 +94,7 @@ GaussianSplatRenderer::GaussianSplatRenderer(Device& device)
       mViewData(device, "SplatViewData", kGpuBuffer),
       mExportSplatData(device, "ExportSplatData", kGpuBuffer),
       mExportSplatDataReadback(device, "ExportSplatDataReadbackBuffer", kReadbackBuffer),
-      mSort(device),
+      mSort(device, programs.mSort),
       mSplatPass(device),
       mShapesPass(device) {
     device.CreateSamplerView(*mSamplerRange, 0, *mLinearSampler);
@@ -125,24 +132,35 @@ zeb::UniquePtr<CommandList> GaussianSplatRenderer::Render(Device& device, const 
                                                           const zeb::DrawInfo& drawInfo,
                                                           const std::vector<ModelGroup>& models, Texture& target) {
     const Frame frame = MakeFrame(projection, drawInfo, models);
-    ThreadData& threadData = device.GetThreadData();
-    auto commandList = threadData.mCommandQueue->CreateCommandList("MainCommandList");
-    commandList->SetDescriptorHeaps(*threadData.mShaderResourceHeap, threadData.mSamplerHeap.get());
-
-    SplatPass::Splats splats;
+    auto commandList = BeginList(device);
     if (frame.mSplatCount != 0) {
         Upload(*commandList, frame);
         const auto encoder = commandList->CreateComputeCommandEncoder();
+        FillSortKeys(*encoder, frame);
         SortSplats(*encoder, frame);
         CalcViewData(*encoder, frame);
-        encoder->BufferTransitionBarrier(mSortKeys.Get(), BufferState::GenericRead);
-        encoder->BufferTransitionBarrier(mViewData.Get(), BufferState::GenericRead);
         encoder->End();
-        splats = {&mSortKeys.Get(), &mViewData.Get(), frame.mSplatCount};
     }
-    mSplatPass.Record(*commandList, drawInfo, splats, target, *mSamplerRange);
-    const ShapesInfo shapes = ShapesInfo::Collect(*drawInfo.mPackedParameters, models);
-    mShapesPass.Record(*commandList, projection, drawInfo, shapes, target);
+    Draw(*commandList, frame, target);
+    return commandList;
+}
+
+zeb::UniquePtr<CommandList> GaussianSplatRenderer::RenderStage(Device& device, Stage stage, const glm::mat4& projection,
+                                                               const zeb::DrawInfo& drawInfo,
+                                                               const std::vector<ModelGroup>& models, Texture& target) {
+    const Frame frame = MakeFrame(projection, drawInfo, models);
+    auto commandList = BeginList(device);
+    if (stage == Stage::Upload) {
+        Upload(*commandList, frame);
+    } else if (stage == Stage::Draw) {
+        Draw(*commandList, frame, target);
+    } else {
+        const auto encoder = commandList->CreateComputeCommandEncoder();
+        if (stage == Stage::Distances) FillSortKeys(*encoder, frame);
+        if (stage == Stage::Sort) SortSplats(*encoder, frame);
+        if (stage == Stage::ViewData) CalcViewData(*encoder, frame);
+        encoder->End();
+    }
     return commandList;
 }
 
@@ -175,7 +193,7 @@ void GaussianSplatRenderer::Upload(CommandList& commandList, const Frame& frame)
     FillFromPacked(mNoiseConstants, "NoiseConstants{}", packed, frame.mModels);
 }
 
-void GaussianSplatRenderer::SortSplats(ComputeCommandEncoder& encoder, const Frame& frame) {
+void GaussianSplatRenderer::FillSortKeys(ComputeCommandEncoder& encoder, const Frame& frame) {
     encoder.BufferTransitionBarrier(mSortKeys.Get(), BufferState::UnorderedAccess);
     encoder.BufferTransitionBarrier(mSortDistances.Get(), BufferState::UnorderedAccess);
     encoder.BufferUnorderedAccessBarrier(mSortKeys.Get());
@@ -185,11 +203,14 @@ void GaussianSplatRenderer::SortSplats(ComputeCommandEncoder& encoder, const Fra
     mSetIndices.DispatchItems(encoder, frame.mSplatCount);
 
     CalcDistances(encoder, frame);
-
     encoder.BufferUnorderedAccessBarrier(mSortKeys.Get());
     encoder.BufferUnorderedAccessBarrier(mSortDistances.Get());
+}
+
+void GaussianSplatRenderer::SortSplats(ComputeCommandEncoder& encoder, const Frame& frame) {
     mSort.Sort(encoder, frame.mSplatCount, mSortDistances.Get(), mSortKeys.Get());
     encoder.BufferUnorderedAccessBarrier(mSortKeys.Get());
+    encoder.BufferTransitionBarrier(mSortKeys.Get(), BufferState::GenericRead);
 }
 
 void GaussianSplatRenderer::FillCalcDistancesConstants(const Frame& frame) {
@@ -322,4 +343,13 @@ void GaussianSplatRenderer::CalcViewData(ComputeCommandEncoder& encoder, const F
             splatOffset += splatCount;
         }
     }
+    encoder.BufferTransitionBarrier(mViewData.Get(), BufferState::GenericRead);
+}
+
+void GaussianSplatRenderer::Draw(CommandList& commandList, const Frame& frame, Texture& target) {
+    SplatPass::Splats splats;
+    if (frame.mSplatCount != 0) splats = {&mSortKeys.Get(), &mViewData.Get(), frame.mSplatCount};
+    mSplatPass.Record(commandList, frame.mDrawInfo, splats, target, *mSamplerRange);
+    const ShapesInfo shapes = ShapesInfo::Collect(*frame.mDrawInfo.mPackedParameters, frame.mModels);
+    mShapesPass.Record(commandList, frame.mProjection, frame.mDrawInfo, shapes, target);
 }

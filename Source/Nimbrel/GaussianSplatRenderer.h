@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include <glm/mat4x4.hpp>
@@ -17,6 +18,13 @@
 #include "RenderHelper/Buffer.h"
 #include "RenderHelper/ComputeProgram.h"
 
+/// The programs of a renderer that come in more than one form. Others than these are for measurements.
+struct RendererPrograms {
+    std::string mCalcDistances = "CSCalcDistances";
+    std::string mCalcViewData = "CSCalcViewData";
+    ParallelSort::Form mSort = ParallelSort::Form::ForDevice;
+};
+
 /// Turns a list of models and one tile's camera and parameters into one recorded command list: upload,
 /// depth keys, one sort over all instances of all models, projection, one instanced draw front to back,
 /// wireframe aids on top.
@@ -26,7 +34,10 @@
 /// recorded so far is dropped then.
 class GaussianSplatRenderer {
 public:
-    explicit GaussianSplatRenderer(zeb::render::Device& device);
+    /// Parts of a frame, in the order of their work.
+    enum class Stage : std::uint8_t { Upload, Distances, Sort, ViewData, Draw };
+
+    explicit GaussianSplatRenderer(zeb::render::Device& device, const RendererPrograms& programs = {});
 
     /// `projection` takes view space to clip space; DrawInfo::mCamera is the view matrix. Draws into the
     /// part of `target` from (0, 0) of the tile's size; all of `target` is cleared first.
@@ -34,6 +45,14 @@ public:
                                                     const zeb::DrawInfo& drawInfo,
                                                     const std::vector<ModelGroup>& models,
                                                     zeb::render::Texture& target);
+
+    /// One stage of Render in a list of its own, so that it can be measured. All stages before it must have
+    /// run for the same frame, and Distances anew before each Sort, which takes the keys apart. There must
+    /// be splats.
+    zeb::UniquePtr<zeb::render::CommandList> RenderStage(zeb::render::Device& device, Stage stage,
+                                                         const glm::mat4& projection, const zeb::DrawInfo& drawInfo,
+                                                         const std::vector<ModelGroup>& models,
+                                                         zeb::render::Texture& target);
 
 private:
     /// What the steps of one frame share.
@@ -48,11 +67,13 @@ private:
     static Frame MakeFrame(const glm::mat4& projection, const zeb::DrawInfo& drawInfo,
                            const std::vector<ModelGroup>& models);
     void Upload(zeb::render::CommandList& commandList, const Frame& frame);
+    void FillSortKeys(zeb::render::ComputeCommandEncoder& encoder, const Frame& frame);
     void SortSplats(zeb::render::ComputeCommandEncoder& encoder, const Frame& frame);
     void FillCalcDistancesConstants(const Frame& frame);
     void CalcDistances(zeb::render::ComputeCommandEncoder& encoder, const Frame& frame);
     void FillCalcViewDataConstants(const Frame& frame);
     void CalcViewData(zeb::render::ComputeCommandEncoder& encoder, const Frame& frame);
+    void Draw(zeb::render::CommandList& commandList, const Frame& frame, zeb::render::Texture& target);
     void BindGroup(zeb::render::ComputeCommandEncoder& encoder, const ComputeProgram& program,
                    const GaussianSplatAsset& asset, const AssetUploader::Place& place) const;
 

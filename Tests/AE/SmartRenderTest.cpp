@@ -156,23 +156,37 @@ TEST_F(SmartRender, OneFrameServesARequestAndPreviewsLeaveIt) {
     device.mCanCapture = false;
 }
 
-TEST_F(SmartRender, TheStateIsDumpedOnRequest) {
+TEST_F(SmartRender, TheStateIsDumpedOnceForARequest) {
+    const auto getKeys = [](const nlohmann::ordered_json& object) {
+        std::vector<std::string> keys;
+        for (const auto& [key, value] : object.items()) keys.push_back(key);
+        return keys;
+    };
     std::remove(NIMBREL_STATE_DUMP_FILE);
+    // Two clicks ask for one file, and a preview leaves it to a larger frame.
     test::TestPlugin::sCurrent->RequestCaptureRenderState();
+    test::TestPlugin::sCurrent->RequestCaptureRenderState();
+    mHost.mInData.downsample_x = {1, 16};
+    ASSERT_EQ(Run(PF_Cmd_SMART_RENDER, &mExtra), 0) << mHost.GetMessage();
+    EXPECT_FALSE(std::ifstream(NIMBREL_STATE_DUMP_FILE).is_open());
+    mHost.mInData.downsample_x = {1, 1};
     ASSERT_EQ(Run(PF_Cmd_SMART_RENDER, &mExtra), 0) << mHost.GetMessage();
     std::ifstream file(NIMBREL_STATE_DUMP_FILE);
     const auto dump = nlohmann::ordered_json::parse(file);
     file.close();
-    std::vector<std::string> keys;
-    for (const auto& [key, value] : dump["DrawInfo"].items()) keys.push_back(key);
-    EXPECT_THAT(keys,
+    EXPECT_THAT(getKeys(dump), testing::ElementsAre("DrawInfo", "ImageInfo", "State"));
+    EXPECT_THAT(getKeys(dump["DrawInfo"]),
                 testing::ElementsAre("mFullWidth", "mFullHeight", "mScaleX", "mScaleY", "mPivotX", "mPivotY",
                                      "mOutputWidth", "mOutputHeight", "mNativeOrigin", "mCamera", "mFocalLength"));
     EXPECT_EQ(dump["DrawInfo"]["mPivotX"], -3);
     EXPECT_EQ(dump["DrawInfo"]["mCamera"][3], nlohmann::ordered_json({0.0, 0.0, 0.0, 1.0}));
+    EXPECT_THAT(getKeys(dump["ImageInfo"]), testing::ElementsAre("mWidth", "mHeight", "mRowBytes", "mPixelChannels",
+                                                                 "mChannelFormat", "mPreMultiplication"));
     EXPECT_EQ(dump["ImageInfo"]["mPixelChannels"], "ARGB");
     EXPECT_EQ(dump["ImageInfo"]["mChannelFormat"], "I16");
     EXPECT_EQ(dump["ImageInfo"]["mPreMultiplication"], "UnPreMultiplied");
+    EXPECT_THAT(getKeys(dump["State"]),
+                testing::ElementsAre("NeedCamera", "PackedParameters", "PreDraw", "Draw", "DrawBinary"));
     EXPECT_EQ(dump["State"]["NeedCamera"], false);
     EXPECT_EQ(dump["State"]["Draw"]["percent"], 0.5);
     EXPECT_EQ(std::remove(NIMBREL_STATE_DUMP_FILE), 0);

@@ -1,4 +1,4 @@
-// Per-splat effects, Z depth and wireframe aids, from the panel's settings to pixels, against the reference renderer.
+// Per-splat effects and Z depth, from the panel's settings to pixels, against the reference renderer.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -12,52 +12,10 @@
 namespace nimbrel::endtoend {
 namespace {
 
-constexpr glm::dvec3 kCenter{80, 45, 0};
-
-/// The procedural model is about 4 units wide: 3 % of it are 120 of the 160 pixels, its floor 34 pixels below the
-/// centre.
-ShotModel PlacedModel(int count = 3000) {
-    ShotModel model;
-    model.mFile = GetModelFile(count, 2);
-    model.mAlignScale = 3.0;
-    model.mPosition = kCenter;
-    return model;
-}
-
-Shot MakeShot(std::string name) {
-    Shot shot;
-    shot.mName = std::move(name);
-    shot.mWidth = 160;
-    shot.mHeight = 90;
-    shot.mCamera = ShotCamera{false, 400.0, {190, -30, -380}, kCenter};
-    shot.mModels = {PlacedModel()};
-    return shot;
-}
-
 struct Case {
     const char* mName;
     std::function<void(ShotModel&)> mSet;
 };
-
-Shape Sphere(double size, double feather = 50.0) {
-    Shape shape;
-    shape.mSize = size;
-    shape.mFeather = feather;
-    return shape;
-}
-
-Shape Box(double size, double feather = 50.0) {
-    Shape shape = Sphere(size, feather);
-    shape.mBox = true;
-    return shape;
-}
-
-/// Different along each axis and off the centre.
-Shape Uneven(Shape shape) {
-    shape.mCenter = {-12, 6, 9};
-    shape.mScale = {120, 60, 85};
-    return shape;
-}
 
 void Turn(ShotModel& model, const glm::dvec3& degrees) {
     Displacement turn;
@@ -71,13 +29,24 @@ void Turn(ShotModel& model, const glm::dvec3& degrees) {
 Noise ModerateNoise() {
     Noise noise;
     noise.mSeed = -11;
-    noise.mAmplitude = 12;
-    noise.mScale = 50;
+    noise.mAmplitude = 8;
+    noise.mScale = 100;
     noise.mEvolution = 30;
     noise.mOffset = {20, -10, 5};
     noise.mAmplitudeScale = {100, 60, 150};
     noise.mAxisScale = {80, 100, 120};
     return noise;
+}
+
+/// Noise along one axis alone, which is the one that the seed is added to: a scale of this axis in millions brings
+/// the seed's part down to a few cells.
+void DisturbAlong(ShotModel& model, int axis, int seed) {
+    Noise noise = ModerateNoise();
+    noise.mSeed = seed;
+    noise.mAmplitudeScale = glm::dvec3(0);
+    noise.mAmplitudeScale[axis] = 150;
+    noise.mAxisScale[axis] = 1e6;
+    Disturb(model, Sphere(130), noise);
 }
 
 const glm::dvec3 kRed{1.0, 0.1, 0.0};
@@ -188,6 +157,9 @@ const std::vector<Case> kEffects = {
          noise.mAmount = {1, 0};
          Disturb(m, Box(70, 0), noise);
      }},
+    {"NoiseAlongX", [](ShotModel& m) { DisturbAlong(m, 0, 3); }},
+    {"NoiseAlongY", [](ShotModel& m) { DisturbAlong(m, 1, 40); }},
+    {"NoiseAlongZ", [](ShotModel& m) { DisturbAlong(m, 2, 0); }},
     {"CropThenDisplace",
      [](ShotModel& m) {
          // What is cropped is told before anything moves.
@@ -227,16 +199,16 @@ const std::vector<Case> kEffects = {
 std::vector<Shot> MakeShots() {
     std::vector<Shot> shots;
     for (const Case& effect : kEffects) {
-        shots.push_back(MakeShot(effect.mName));
+        shots.push_back(MakeEffectShot(effect.mName));
         effect.mSet(shots.back().mModels[0]);
     }
-    shots.push_back(MakeShot("EffectsOrthographic"));
+    shots.push_back(MakeEffectShot("EffectsOrthographic"));
     shots.back().mCamera->mOrthographic = true;
     kEffects.back().mSet(shots.back().mModels[0]);
 
     // One file in two slots shares its data, but no setting.
-    shots.push_back(MakeShot("TwoSlotsOfOneFile"));
-    shots.back().mModels.push_back(PlacedModel());
+    shots.push_back(MakeEffectShot("TwoSlotsOfOneFile"));
+    shots.back().mModels.push_back(MakeEffectModel());
     Recolor(shots.back().mModels[0], Sphere(100), Blending::Normal, kRed, kRed, {1, 0});
     CropAltitude(shots.back().mModels[0], 5);
     shots.back().mModels[1].mPosition = {100, 40, -25};
@@ -244,9 +216,9 @@ std::vector<Shot> MakeShots() {
     Fade(shots.back().mModels[1], Sphere(90), 0, 70, {1, 0.4});
 
     const auto depth = [&](std::string name, double nearEnd, double farEnd) {
-        shots.push_back(MakeShot(std::move(name)));
+        shots.push_back(MakeEffectShot(std::move(name)));
         Shot& shot = shots.back();
-        shot.mModels.push_back(PlacedModel(2000));
+        shot.mModels.push_back(MakeEffectModel(2000));
         shot.mModels[0].mPosition = {50, 45, -40};
         shot.mModels[1].mPosition = {110, 50, 60};
         shot.mDrawZDepth = true;
@@ -318,7 +290,7 @@ TEST(NoisePicture, OtherSeedsScatterAsFarInOtherPatterns) {
     // whole, not splat by splat. A small crop makes a small cloud, so that the noise's own spread is most of it.
     std::vector<host::Frame> frames;
     for (const int seed : {0, 7}) {
-        Shot shot = MakeShot("Seed");
+        Shot shot = MakeEffectShot("Seed");
         CropShape(shot.mModels[0], Sphere(40));
         const Spread still(RenderReference(shot));
         Noise noise;
@@ -330,10 +302,10 @@ TEST(NoisePicture, OtherSeedsScatterAsFarInOtherPatterns) {
         const Spread spread(frames.back());
         const Spread expected(RenderReference(shot));
         EXPECT_GT(spread.mDeviation.x, 1.1 * still.mDeviation.x);
-        EXPECT_NEAR(spread.mAlpha, expected.mAlpha, 0.1 * expected.mAlpha);
+        EXPECT_NEAR(spread.mAlpha, expected.mAlpha, 0.25 * expected.mAlpha);
         for (int axis = 0; axis < 2; ++axis) {
-            EXPECT_NEAR(spread.mMean[axis], expected.mMean[axis], 1.0);
-            EXPECT_NEAR(spread.mDeviation[axis], expected.mDeviation[axis], 0.1 * expected.mDeviation[axis]);
+            EXPECT_NEAR(spread.mMean[axis], expected.mMean[axis], 1.5);
+            EXPECT_NEAR(spread.mDeviation[axis], expected.mDeviation[axis], 0.15 * expected.mDeviation[axis]);
         }
     }
     EXPECT_LT(ComparePsnr(frames[0], frames[1]), 40.0);
@@ -341,7 +313,7 @@ TEST(NoisePicture, OtherSeedsScatterAsFarInOtherPatterns) {
 
 TEST(ZDepthPicture, FollowsTheTargetsSizeAndFormat) {
     const auto makeShot = [](int width, int height, int bits, bool depth) {
-        Shot shot = MakeShot(std::to_string(width) + "x" + std::to_string(height) + "@" + std::to_string(bits));
+        Shot shot = MakeEffectShot(std::to_string(width) + "x" + std::to_string(height) + "@" + std::to_string(bits));
         shot.mWidth = width;
         shot.mHeight = height;
         shot.mBitsPerChannel = bits;
@@ -353,172 +325,18 @@ TEST(ZDepthPicture, FollowsTheTargetsSizeAndFormat) {
     const std::vector<Shot> shots = {makeShot(160, 90, 32, true),  makeShot(90, 70, 8, true),
                                      makeShot(200, 120, 16, true), makeShot(160, 90, 32, false),
                                      makeShot(100, 140, 32, true), makeShot(160, 90, 8, true)};
+    std::vector<host::Frame> alone;
+    for (const Shot& shot : shots) alone.push_back(RenderWithEffect(shot));
     EffectHost host(shots[0]);
-    for (const Shot& shot : shots) {
+    for (std::size_t i = 0; i < shots.size(); ++i) {
+        const Shot& shot = shots[i];
         host.Switch(shot);
         const host::Frame frame = host.Render();
-        EXPECT_EQ(frame.mPixels, RenderWithEffect(shot).mPixels) << shot.mName;
+        // The depth picture is filtered from a texture of the target's size, which may be larger than the frame's.
+        EXPECT_GE(ComparePsnr(frame, alone[i]), 100.0) << shot.mName;
         EXPECT_GE(ComparePsnr(frame, RenderReference(shot)), shot.mBitsPerChannel == 8 ? 40.0 : 60.0) << shot.mName;
     }
 }
-
-/// Pixels that the wireframes changed, with their colours: alpha, red, green, blue.
-struct LinePicture {
-    int mWidth;
-    int mHeight;
-    std::vector<glm::vec4> mColors;
-    std::vector<bool> mIsLine;
-
-    LinePicture(const host::Frame& with, const host::Frame& without)
-        : mWidth(with.mWidth), mHeight(with.mHeight), mColors(with.mPixels.size() / sizeof(glm::vec4)) {
-        std::vector<glm::vec4> before(mColors.size());
-        std::memcpy(mColors.data(), with.mPixels.data(), with.mPixels.size());
-        std::memcpy(before.data(), without.mPixels.data(), without.mPixels.size());
-        for (std::size_t i = 0; i < mColors.size(); ++i) mIsLine.push_back(mColors[i] != before[i]);
-    }
-
-    std::size_t At(int x, int y) const { return static_cast<std::size_t>(y * mWidth + x); }
-    std::ptrdiff_t Count() const { return std::count(mIsLine.begin(), mIsLine.end(), true); }
-
-    /// Whether a pixel of the lines within one pixel of (x, y) has about this colour, or any if there is none given.
-    bool IsNear(int x, int y, const glm::vec4* color) const {
-        for (int j = std::max(y - 1, 0); j <= std::min(y + 1, mHeight - 1); ++j) {
-            for (int i = std::max(x - 1, 0); i <= std::min(x + 1, mWidth - 1); ++i) {
-                if (!mIsLine[At(i, j)]) continue;
-                if (color == nullptr || glm::length(*color - mColors[At(i, j)]) < 0.01F) return true;
-            }
-        }
-        return false;
-    }
-};
-
-/// Line pixels of `a` that have no partner in `b`, by place alone or also by colour.
-int CountStrays(const LinePicture& a, const LinePicture& b, bool byColor) {
-    int strays = 0;
-    for (int y = 0; y < a.mHeight; ++y) {
-        for (int x = 0; x < a.mWidth; ++x) {
-            const std::size_t at = a.At(x, y);
-            if (a.mIsLine[at] && !b.IsNear(x, y, byColor ? &a.mColors[at] : nullptr)) ++strays;
-        }
-    }
-    return strays;
-}
-
-std::vector<Shot> MakeGizmoShots() {
-    const Case cases[] = {
-        {"Pivot", [](ShotModel& m) { Show(m, Preview::Pivot); }},
-        {"CropSphere",
-         [](ShotModel& m) {
-             CropShape(m, Uneven(Sphere(80)));
-             Show(m, Preview::Crop);
-         }},
-        {"CropBox",
-         [](ShotModel& m) {
-             CropShape(m, Uneven(Box(60)), true);
-             Show(m, Preview::Crop);
-         }},
-        {"Color",
-         [](ShotModel& m) {
-             Recolor(m, Uneven(Sphere(70, 50)), Blending::Normal, kRed, kBlue, {0, 0});
-             Show(m, Preview::Color);
-         }},
-        {"OpacityHardBox",
-         [](ShotModel& m) {
-             Fade(m, Box(50, 0), 50, 100, {1, 1});
-             Show(m, Preview::Opacity);
-         }},
-        {"ScaleSoftSphere",
-         [](ShotModel& m) {
-             Resize(m, Uneven(Sphere(60, 100)), 100, {1, 1});
-             Show(m, Preview::Scale);
-         }},
-        {"Displacement",
-         [](ShotModel& m) {
-             Displace(m, Uneven(Box(70, 30)), {});
-             Show(m, Preview::Displacement);
-         }},
-        {"Noise",
-         [](ShotModel& m) {
-             Disturb(m, Sphere(64, 60), ModerateNoise());
-             Show(m, Preview::Noise);
-         }},
-        {"AllInATurnedModel",
-         [](ShotModel& m) {
-             m.mRotation = {-15, 40, 25};
-             m.mScale = 120;
-             CropShape(m, Uneven(Sphere(90)));
-             Recolor(m, Uneven(Box(70, 50)), Blending::Normal, kRed, kBlue, {0, 0});
-             Fade(m, Sphere(40, 20), 50, 100, {1, 1});
-             Resize(m, Box(30, 0), 100, {1, 1});
-             Displace(m, Uneven(Box(50, 75)), {});
-             Disturb(m, Uneven(Sphere(64, 60)), ModerateNoise());
-             for (const Preview preview : {Preview::Pivot, Preview::Crop, Preview::Color, Preview::Opacity,
-                                           Preview::Displacement, Preview::Scale, Preview::Noise})
-                 Show(m, preview);
-         }},
-    };
-    std::vector<Shot> shots;
-    for (const Case& gizmo : cases) {
-        for (const bool orthographic : {false, true}) {
-            shots.push_back(MakeShot(std::string(gizmo.mName) + (orthographic ? "Orthographic" : "Perspective")));
-            shots.back().mCamera->mOrthographic = orthographic;
-            gizmo.mSet(shots.back().mModels[0]);
-        }
-    }
-    shots.push_back(MakeShot("TwoModelsOverZDepth"));
-    shots.back().mDrawZDepth = true;
-    shots.back().mZDepthNear = 300;
-    shots.back().mZDepthFar = 550;
-    shots.back().mModels.push_back(PlacedModel(2000));
-    shots.back().mModels[1].mPosition = {120, 30, 50};
-    Show(shots.back().mModels[0], Preview::Pivot);
-    CropShape(shots.back().mModels[1], Box(50));
-    Show(shots.back().mModels[1], Preview::Crop);
-    shots.push_back(MakeShot("HalfResolution"));
-    shots.back().mDownsample = 2;
-    Show(shots.back().mModels[0], Preview::Pivot);
-    return shots;
-}
-
-Shot WithoutGizmos(Shot shot) {
-    for (ShotModel& model : shot.mModels) {
-        model.mEffects.mGizmos = {};
-        for (auto& [id, value] : model.mSettings.items()) {
-            if (id == "showPivot" || id.ends_with("_preview")) value = false;
-        }
-    }
-    return shot;
-}
-
-class GizmoPicture : public testing::TestWithParam<Shot> {};
-
-TEST_P(GizmoPicture, HasTheReferencesLines) {
-    const Shot& shot = GetParam();
-    const Shot plain = WithoutGizmos(shot);
-    host::Frame frame = RenderWithEffect(shot);
-    host::Frame expected = RenderReference(shot);
-    const LinePicture lines(frame, RenderWithEffect(plain));
-    const LinePicture expectedLines(expected, RenderReference(plain));
-    // Devices round line ends and ties differently, so a pixel may be off by one.
-    EXPECT_GT(lines.Count(), 20);
-    EXPECT_NEAR(static_cast<double>(lines.Count()), static_cast<double>(expectedLines.Count()),
-                0.05 * static_cast<double>(expectedLines.Count()));
-    EXPECT_EQ(CountStrays(lines, expectedLines, false), 0);
-    EXPECT_EQ(CountStrays(expectedLines, lines, false), 0);
-    // Where lines cross, which of them covers a pixel may differ.
-    EXPECT_LE(CountStrays(lines, expectedLines, true), 0.03 * static_cast<double>(lines.Count()));
-    EXPECT_LE(CountStrays(expectedLines, lines, true), 0.03 * static_cast<double>(lines.Count()));
-    // Between the lines nothing changes.
-    for (std::size_t i = 0; i < lines.mIsLine.size(); ++i) {
-        if (!lines.mIsLine[i] && !expectedLines.mIsLine[i]) continue;
-        std::memset(frame.mPixels.data() + i * sizeof(glm::vec4), 0, sizeof(glm::vec4));
-        std::memset(expected.mPixels.data() + i * sizeof(glm::vec4), 0, sizeof(glm::vec4));
-    }
-    EXPECT_GE(ComparePsnr(frame, expected), 60.0);
-}
-
-INSTANTIATE_TEST_SUITE_P(Shots, GizmoPicture, testing::ValuesIn(MakeGizmoShots()),
-                         [](const testing::TestParamInfo<Shot>& shot) { return shot.param.mName; });
 
 }  // namespace
 }  // namespace nimbrel::endtoend

@@ -7,6 +7,7 @@ namespace nimbrel::endtoend {
 namespace {
 
 constexpr std::size_t kSamples = gpu::kCurveSamples;
+constexpr glm::dvec3 kCenter{80, 45, 0};
 
 host::Json ToJson(const glm::dvec3& v) { return host::Json::array({v.x, v.y, v.z}); }
 glm::vec4 ToVec4(const glm::dvec3& v) { return {glm::vec3(v), 0.0F}; }
@@ -51,6 +52,43 @@ void SetRamp(ShotModel& model, const std::string& id, gpu::RampRow row, const Li
 }
 
 }  // namespace
+
+Shape Sphere(double size, double feather) {
+    Shape shape;
+    shape.mSize = size;
+    shape.mFeather = feather;
+    return shape;
+}
+
+Shape Box(double size, double feather) {
+    Shape shape = Sphere(size, feather);
+    shape.mBox = true;
+    return shape;
+}
+
+Shape Uneven(Shape shape) {
+    shape.mCenter = {-12, 6, 9};
+    shape.mScale = {120, 60, 85};
+    return shape;
+}
+
+ShotModel MakeEffectModel(int count) {
+    ShotModel model;
+    model.mFile = GetModelFile(count, 2);
+    model.mAlignScale = 3.0;
+    model.mPosition = kCenter;
+    return model;
+}
+
+Shot MakeEffectShot(std::string name) {
+    Shot shot;
+    shot.mName = std::move(name);
+    shot.mWidth = 160;
+    shot.mHeight = 90;
+    shot.mCamera = ShotCamera{false, 400.0, {190, -30, -380}, kCenter};
+    shot.mModels = {MakeEffectModel()};
+    return shot;
+}
 
 void CropShape(ShotModel& model, const Shape& shape, bool invert) {
     gpu::ModelConstants1& m = model.mEffects.mModel;

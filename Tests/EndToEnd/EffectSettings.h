@@ -19,6 +19,11 @@ struct Shape {
     double mFeather = 50.0;    ///< percent; not of a crop
 };
 
+Shape Sphere(double size, double feather = 50.0);
+Shape Box(double size, double feather = 50.0);
+/// The shape, different along each axis and off the centre.
+Shape Uneven(Shape shape);
+
 /// A straight curve: its value in the middle of the shape and at its edge and beyond.
 struct Line {
     double mInside = 1.0;
@@ -49,6 +54,11 @@ struct Noise {
 };
 
 enum class Preview { Pivot, Crop, Color, Opacity, Displacement, Scale, Noise };
+
+/// A small frame, 160 x 90, with one model before a camera at its side: about 120 pixels wide, its floor 34 pixels
+/// below the centre.
+Shot MakeEffectShot(std::string name);
+ShotModel MakeEffectModel(int count = 3000);
 
 void CropShape(ShotModel& model, const Shape& shape, bool invert = false);
 void CropAltitude(ShotModel& model, double altitude);

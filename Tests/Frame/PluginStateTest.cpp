@@ -3,9 +3,11 @@
 #include <cstring>
 
 #include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
 
 #include "PluginBase/Exception.h"
 #include "PluginBase/Parameters/ParameterDefaultValueGetter.h"
+#include "PluginBase/Parameters/ParameterPacker.h"
 #include "TestPlugin.h"
 
 using ::testing::HasSubstr;
@@ -80,6 +82,23 @@ TEST_F(PluginStateTest, PartsStandInAscendingOrderWithoutGaps) {
     const zeb::PluginState binary = Make({PluginStatePart::DrawBinary});
     EXPECT_EQ(Load<std::uint64_t>(binary, 128), 144U);
     EXPECT_EQ(Load<std::uint64_t>(binary, 136), 2U);
+}
+
+TEST_F(PluginStateTest, TheJsonFormHasTheHeadersOrder) {
+    mPlugin.mCamera.mWorldToCamera = glm::mat4(1.0F);
+    mPlugin.mCamera.mWorldToCamera[3] = glm::vec4(-320.0F, -180.0F, 640.0F, 1.0F);
+    mPlugin.mCamera.mFocalLength = 800.0F;
+    mPlugin.mCamera.mType = zeb::CameraType::Perspective;
+    mPlugin.mBinary = {std::byte{7}, std::byte{200}};
+    const zeb::PluginState state =
+        Make({PluginStatePart::Camera, PluginStatePart::PreDraw, PluginStatePart::Draw, PluginStatePart::DrawBinary});
+    // The packed structures were not asked for, and a binary value is written as its bytes.
+    EXPECT_EQ(state.ToJson(zeb::ParameterPacker(mManager, nlohmann::json::object())).dump(),
+              "{\"NeedCamera\":true,"
+              "\"Camera\":[[1.0,0.0,0.0,0.0],[0.0,1.0,0.0,0.0],[0.0,0.0,1.0,0.0],[-320.0,-180.0,640.0,1.0]],"
+              "\"FocalLength\":800.0,\"CameraType\":1,\"PackedParameters\":[],\"PreDraw\":null,"
+              "\"Draw\":{\"Model1\":\"/\u00e4.ply\",\"Model2\":\"\"},"
+              "\"DrawBinary\":{\"bytes\":[7,200],\"subtype\":null}}");
 }
 
 TEST_F(PluginStateTest, UnknownPartsAreRefused) {

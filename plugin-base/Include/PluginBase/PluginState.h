@@ -52,7 +52,7 @@ public:
         bool mOpen = true;
     };
 
-    nlohmann::json ToJson(const ParameterPacker& packer) const;
+    nlohmann::ordered_json ToJson(const ParameterPacker& packer) const;
     const std::vector<std::byte>& GetBytes() const { return mBytes; }
 
 private:

@@ -92,8 +92,8 @@ void PluginState::PartWriter::Close() {
     Store(mState.mBytes, GetEntryOffset(mPart), place);
 }
 
-nlohmann::json PluginState::ToJson(const ParameterPacker& packer) const {
-    nlohmann::json json;
+nlohmann::ordered_json PluginState::ToJson(const ParameterPacker& packer) const {
+    nlohmann::ordered_json json;
     json["NeedCamera"] = NeedsCamera();
     if (NeedsCamera()) {
         const glm::mat4 camera = GetCamera();
@@ -105,13 +105,14 @@ nlohmann::json PluginState::ToJson(const ParameterPacker& packer) const {
         json["CameraType"] = static_cast<std::uint32_t>(GetCameraType());
     }
     const PluginStatePartView packed = GetPart(PluginStatePart::PackedParameters);
-    nlohmann::json& structures = json["PackedParameters"] = nlohmann::json::array();
+    nlohmann::json structures = nlohmann::json::array();
     if (packed.mSize != 0) packer.Dump(PackedParameters(packed.mData, packed.mSize), structures);
+    json["PackedParameters"] = std::move(structures);
     json["PreDraw"] = ParsePart(GetPart(PluginStatePart::PreDraw));
     json["Draw"] = ParsePart(GetPart(PluginStatePart::Draw));
     const PluginStatePartView binary = GetPart(PluginStatePart::DrawBinary);
     const auto* const bytes = reinterpret_cast<const std::uint8_t*>(binary.mData);
-    json["DrawBinary"] = nlohmann::json::binary(std::vector<std::uint8_t>(bytes, bytes + binary.mSize));
+    json["DrawBinary"] = nlohmann::ordered_json::binary(std::vector<std::uint8_t>(bytes, bytes + binary.mSize));
     return json;
 }
 
