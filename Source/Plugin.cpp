@@ -6,7 +6,9 @@
 #include <nlohmann/json.hpp>
 
 #include "Catalogue/Catalogue.h"
+#include "Clipboard.h"
 #include "ModelList.h"
+#include "Nimbrel/CPU/Programs/RegisterCpuPrograms.h"
 #include "ParametersManager.h"
 #include "PluginBase/AE/ArbHandlerAE.h"
 #include "PluginBase/AE/ComputeCacheAE.h"
@@ -18,6 +20,7 @@ zeb::UniquePtr<zeb::PluginBaseAE> zeb::CreatePlugin() { return MakeUnique<Plugin
 
 void Plugin::Init() {
     nimbrel::RegisterShaders();
+    nimbrel::RegisterCpuPrograms();
     PluginBaseAE::Init();
     mComputeCache = zeb::CreateComputeCache();
     mComputeCache->RegisterCacheable(zeb::MakeUnique<zeb::CacheableCreator<CacheableAsset>>());
@@ -96,7 +99,7 @@ zeb::UniquePtr<zeb::ParametersManagerBase> Plugin::CreateParametersManager() {
     options.mTextFileLoader = &GetTextFileLoader();
     options.mUsesInteractColorPicker = UsesInteractColorPicker();
     options.mCompleteCustomSettings = zeb::CompleteCustomSettingsAE;
-    return zeb::MakeUnique<ParametersManager>(std::move(options), *this);
+    return zeb::MakeUnique<ParametersManager>(std::move(options), *this, MakeClipboard());
 }
 
 zeb::UniquePtr<zeb::TextFileLoader> Plugin::CreateTextFileLoader() { return MakeTextFileLoader(); }

@@ -24,7 +24,7 @@ target_compile_definitions(nimbrel_options INTERFACE
 
 if(NIMBREL_SANITIZE)
   target_compile_options(nimbrel_options INTERFACE -fsanitize=${NIMBREL_SANITIZE} -fno-omit-frame-pointer
-    -fno-sanitize-recover=all -g)
+    -fno-sanitize-recover=all -O1 -g1)
   target_link_options(nimbrel_options INTERFACE -fsanitize=${NIMBREL_SANITIZE})
 endif()
 if(NIMBREL_FUZZ)

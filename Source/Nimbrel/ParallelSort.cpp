@@ -50,7 +50,8 @@ bool IsRegistered(const std::string& program) {
 
 /// Name of the program's form for this device: waves where they are wide enough and fill a group; else,
 /// where barriers cost much, the form that has none; else group-shared memory, which runs everywhere.
-std::string ChooseForm(const Device& device, const std::string& program) {
+std::string ChooseForm(const Device& device, ParallelSort::Form form, const std::string& program) {
+    if (form == ParallelSort::Form::Plain) return program;
     const std::uint32_t lanes = device.GetWaveLaneCount();
     if (lanes >= kMinWaveLanes && kSortGroupSize % lanes == 0 && IsRegistered(program + ".Wave"))
         return program + ".Wave";
@@ -58,8 +59,9 @@ std::string ChooseForm(const Device& device, const std::string& program) {
     return program;
 }
 
-ComputeProgram MakeProgram(Device& device, const char* name, bool hasShift, std::initializer_list<Register> buffers) {
-    ComputeProgram program(device, ChooseForm(device, name), 0);
+ComputeProgram MakeProgram(Device& device, ParallelSort::Form form, const char* name, bool hasShift,
+                           std::initializer_list<Register> buffers) {
+    ComputeProgram program(device, ChooseForm(device, form, name), 0);
     program.AddConstantBuffer(kConstantsRegister);
     if (hasShift) program.AddRootConstants(1, kShiftRegister);
     for (const Register buffer : buffers) program.AddUnorderedAccess(buffer);
@@ -68,13 +70,13 @@ ComputeProgram MakeProgram(Device& device, const char* name, bool hasShift, std:
 
 }  // namespace
 
-ParallelSort::ParallelSort(Device& device)
-    : mReduce(MakeProgram(device, "FfxParallelSortReduce", false, {kSumTable, kReducedTable})),
-      mScanAdd(MakeProgram(device, "FfxParallelSortScanAdd", false, {kScanSource, kScanDestination, kScanScratch})),
-      mScan(MakeProgram(device, "FfxParallelSortScan", false, {kScanSource, kScanDestination})),
-      mScatter(MakeProgram(device, "FfxParallelSortScatter", true,
+ParallelSort::ParallelSort(Device& device, Form form)
+    : mReduce(MakeProgram(device, form, "FfxParallelSortReduce", false, {kSumTable, kReducedTable})),
+      mScanAdd(MakeProgram(device, form, "FfxParallelSortScanAdd", false, {kScanSource, kScanDestination, kScanScratch})),
+      mScan(MakeProgram(device, form, "FfxParallelSortScan", false, {kScanSource, kScanDestination})),
+      mScatter(MakeProgram(device, form, "FfxParallelSortScatter", true,
                            {kSourceKeys, kDestinationKeys, kSourcePayload, kDestinationPayload, kSumTable})),
-      mCount(MakeProgram(device, "FfxParallelSortCount", true, {kSourceKeys, kSumTable})),
+      mCount(MakeProgram(device, form, "FfxParallelSortCount", true, {kSourceKeys, kSumTable})),
       mConstants(device, "SortConstantsBuffer", kUploadBuffer, kConstantsStride),
       mSortScratch(device, "SortScratchBuffer", kGpuBuffer),
       mPayloadScratch(device, "PayloadScratchBuffer", kGpuBuffer),

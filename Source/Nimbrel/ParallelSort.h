@@ -11,10 +11,16 @@
 /// (GPUOpen): eight passes of four bits, each counting, reducing, scanning and scattering. Stable, so
 /// equal keys keep their payload's order.
 ///
-/// The programs come in several forms with equal results; the one that suits the device is taken.
+/// The programs come in several forms with equal results.
 class ParallelSort {
 public:
-    explicit ParallelSort(zeb::render::Device& device);
+    /// Which form of each program is run.
+    enum class Form : std::uint8_t {
+        ForDevice,  ///< the one that suits the device
+        Plain,      ///< group-shared memory, which runs everywhere
+    };
+
+    explicit ParallelSort(zeb::render::Device& device, Form form = Form::ForDevice);
 
     /// Sorts the first `numKeys` elements of `keys` and `payload` in place. With none nothing is recorded.
     /// Both buffers must be in the state of unordered access. One sort per submitted list: the constants

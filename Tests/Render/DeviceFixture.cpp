@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <mutex>
 
+#include "CpuTestPrograms.h"
 #include "PluginBase/Exception.h"
 
 #define TEST_STAGE(entry)                     \
@@ -55,6 +56,7 @@ const testing::Environment* const kEnvironment = testing::AddGlobalTestEnvironme
 void RegisterTestShaders() {
     static std::once_flag once;
     std::call_once(once, [] {
+        RegisterCpuTestPrograms();
         using namespace nimbrel::embedded;
         const auto compute = [](const char* name, const unsigned char* data, std::size_t size) {
             Render::SetEmbeddedShaderData(name, {{{}, {}, {size, data}, {}}});
@@ -91,6 +93,7 @@ Device& DeviceFixture::GetDevice() {
         setenv("VK_LAYER_ENABLES", "VK_VALIDATION_FEATURE_ENABLE_SYNCHRONIZATION_VALIDATION_EXT", 0);
 #endif
         RenderOptions options;
+        options.mRequestedDevice = kTestedDevice;
         options.mValidation = true;
         options.mReportDevice = [&shared](const DeviceCandidate& candidate) {
             shared.mCandidates.push_back(candidate);
@@ -102,6 +105,13 @@ Device& DeviceFixture::GetDevice() {
         shared.mRender = Render::Create(0, options);
     });
     return shared.mRender->GetAnyDevice();
+}
+
+bool DeviceFixture::IsCpu() { return std::string(kTestedDevice) == "cpu"; }
+
+std::string DeviceFixture::UnknownValue(const std::string& what, std::uint32_t value) {
+    return std::string("Failed to get the ") + (IsCpu() ? "" : "Vulkan ") + what + " for the value of " +
+           std::to_string(value);
 }
 
 std::vector<std::string> DeviceFixture::TakeMessages() {

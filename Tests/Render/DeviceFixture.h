@@ -13,6 +13,9 @@
 
 namespace zeb::render {
 
+/// What the program tests, as RenderOptions::mRequestedDevice; each program of device tests defines it.
+extern const char* const kTestedDevice;
+
 /// One device for all tests of the program, with the API's validation on. Any message of it fails the test that is
 /// running.
 class DeviceFixture : public testing::Test {
@@ -20,6 +23,9 @@ protected:
     void TearDown() override;
 
     static Device& GetDevice();
+    static bool IsCpu();
+    /// The failure of a value that an enumeration lacks.
+    static std::string UnknownValue(const std::string& what, std::uint32_t value);
     /// Messages since the last call.
     static std::vector<std::string> TakeMessages();
     static const std::vector<DeviceCandidate>& GetCandidates();

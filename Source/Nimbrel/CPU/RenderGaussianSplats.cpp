@@ -1,9 +1,10 @@
 #include "Nimbrel/CPU/RenderGaussianSplats.h"
 
 #include <algorithm>
-#include <cmath>
 #include <limits>
 
+#include "Nimbrel/CPU/Exp2.h"
+#include "Nimbrel/CPU/SplatQuad.h"
 #include "Render/CPU/Arithmetic.h"
 #include "Render/CPU/HalfConversion.h"
 
@@ -54,7 +55,7 @@ bool RenderGaussianSplatsPixel(const std::array<float, 6>& attributes, glm::vec4
     float b = attributes[2];
     const float a = attributes[3];
     const float d = attributes[4] * attributes[4] + attributes[5] * attributes[5];
-    float p = std::exp2(d * kMinusLog2E);
+    float p = Exp2(d * kMinusLog2E);
     float alpha = 0.0F;
     if (a >= 0.0F) {
         alpha = Saturate(p * a);
@@ -82,20 +83,56 @@ BlendState GaussianSplatsBlend() {
     return {true, kSource, BlendFactor::One, kAdd, kSource, BlendFactor::One, kAdd};
 }
 
+namespace {
+
+/// One of the two triangles that halve the outline, shaded by the quad's linear map.
+void FillHalf(const RenderPass& pass, const SplatQuad& quad, int a, int b, int c) {
+    const auto point = [&quad](int i) { return GridPoint{quad.mX[i], quad.mY[i], 1.0F}; };
+    const TriangleSetup setup(point(a), point(b), point(c), pass.mScissor);
+    if (setup.IsEmpty()) return;
+    for (std::int32_t y = setup.Top(); y < setup.Bottom(); ++y) {
+        std::int32_t begin = 0;
+        std::int32_t end = 0;
+        setup.GetSpan(y, begin, end);
+        for (std::int32_t x = begin; x < end; ++x) {
+            const glm::vec2 q = quad.At(quad.FromMiddleX(x), quad.FromMiddleY(y));
+            const glm::vec4& color = quad.mColor;
+            const std::array attributes = {color.x, color.y, color.z, color.w, q.x, q.y};
+            detail::ShadePixel(pass, static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y), attributes,
+                               RenderGaussianSplatsPixel);
+        }
+    }
+}
+
+}  // namespace
+
+void DrawGaussianSplat(const RenderPass& pass, const gpu::TextureConstants& constants,
+                       const gpu::SplatViewData& record) {
+    SplatQuad quad;
+    switch (MakeSplatQuad(record, constants, pass.mViewport, quad)) {
+        case SplatQuadKind::Nothing: break;
+        case SplatQuadKind::Quad:
+            FillHalf(pass, quad, 0, 1, 3);
+            FillHalf(pass, quad, 1, 2, 3);
+            break;
+        case SplatQuadKind::Triangles: {
+            SplatVertex corners[4];
+            for (std::uint32_t corner = 0; corner < 4; ++corner) {
+                corners[corner] = RenderGaussianSplatsVertex(record, corner, constants);
+            }
+            DrawTriangle(pass, corners[0], corners[1], corners[2], RenderGaussianSplatsPixel);
+            DrawTriangle(pass, corners[1], corners[3], corners[2], RenderGaussianSplatsPixel);
+            break;
+        }
+    }
+}
+
 void DrawGaussianSplats(const RenderPass& pass, const gpu::TextureConstants& constants,
                         std::span<const std::uint32_t> order, std::span<const gpu::SplatViewData> records,
                         std::uint32_t begin, std::uint32_t end) {
     const auto last = static_cast<std::uint32_t>(std::min<std::size_t>(end, order.size()));
     for (std::uint32_t instance = begin; instance < last; ++instance) {
-        if (order[instance] >= records.size()) continue;
-        const gpu::SplatViewData& record = records[order[instance]];
-        if (record.pos.w <= 0.0F) continue;
-        SplatVertex corners[4];
-        for (std::uint32_t corner = 0; corner < 4; ++corner) {
-            corners[corner] = RenderGaussianSplatsVertex(record, corner, constants);
-        }
-        DrawTriangle(pass, corners[0], corners[1], corners[2], RenderGaussianSplatsPixel);
-        DrawTriangle(pass, corners[1], corners[3], corners[2], RenderGaussianSplatsPixel);
+        if (order[instance] < records.size()) DrawGaussianSplat(pass, constants, records[order[instance]]);
     }
 }
 

@@ -25,6 +25,10 @@ bool RenderGaussianSplatsPixel(const std::array<float, 6>& attributes, glm::vec4
 /// Front to back: source times inverse destination alpha, plus destination.
 zeb::render::cpu::BlendState GaussianSplatsBlend();
 
+/// One quad. Its place in the quad is linear over both triangles where they lie inside the guard band.
+void DrawGaussianSplat(const zeb::render::cpu::RenderPass& pass, const gpu::TextureConstants& constants,
+                       const gpu::SplatViewData& record);
+
 /// Instances [begin, end) of the indexed draw: one quad for each place of `order`, which holds indices of `records`. An
 /// index beyond the records draws nothing.
 void DrawGaussianSplats(const zeb::render::cpu::RenderPass& pass, const gpu::TextureConstants& constants,

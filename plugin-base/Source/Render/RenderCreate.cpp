@@ -1,14 +1,148 @@
+// Which device is used: the candidates of all back ends in one list, the host's wish, and what is taken without one.
 // Apart from Render.cpp, so that a program which only registers shaders needs no back end.
-#include <fmt/format.h>
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <charconv>
+#include <initializer_list>
+#include <optional>
 
-#include "PluginBase/Exception.h"
 #include "RenderFactory.h"
+#include "RenderFailure.h"
 
 namespace zeb::render {
+namespace {
+
+// By DeviceKind.
+constexpr std::array kKindNames = {"vulkan (hardware)", "cpu", "vulkan (software)"};
+
+// Without a wish: the first usable device of the first kind that has one.
+constexpr std::array kPreference = {DeviceKind::VulkanHardware, DeviceKind::VulkanSoftware, DeviceKind::CPU};
+
+struct Candidates {
+    std::vector<DeviceOffer> mOffers;  ///< hardware, the CPU device, drivers that run in software
+    std::string mVulkanProblem;        ///< why there is no Vulkan device at all
+};
+
+Candidates FindCandidates(const RenderOptions& options) {
+    DeviceOffers vulkan = OfferVulkan(options);
+    Candidates candidates = {std::move(vulkan.mOffers), std::move(vulkan.mProblem)};
+    candidates.mOffers.push_back(OfferCPU(options));
+    std::stable_sort(candidates.mOffers.begin(), candidates.mOffers.end(),
+                     [](const DeviceOffer& a, const DeviceOffer& b) { return a.mKind < b.mKind; });
+    return candidates;
+}
+
+std::string ToLower(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return text;
+}
+
+std::string ListNames(const std::vector<DeviceOffer>& offers) {
+    std::string list;
+    for (std::size_t i = 0; i < offers.size(); ++i)
+        list += fmt::format("{}{}: {}", i == 0 ? "" : ", ", i, offers[i].mName);
+    return list;
+}
+
+std::optional<std::size_t> ParseIndex(const std::string& request) {
+    std::size_t index = 0;
+    const auto [end, error] = std::from_chars(request.data(), request.data() + request.size(), index);
+    if (error != std::errc() || end != request.data() + request.size()) return std::nullopt;
+    return index;
+}
+
+std::optional<std::size_t> FindUsable(const std::vector<DeviceOffer>& offers, DeviceKind kind) {
+    for (std::size_t i = 0; i < offers.size(); ++i) {
+        if (offers[i].mKind == kind && offers[i].mProblem.empty()) return i;
+    }
+    return std::nullopt;
+}
+
+struct Choice {
+    std::size_t mIndex;
+    std::string mReason;
+};
+
+std::string GetReason(DeviceKind kind) {
+    switch (kind) {
+        case DeviceKind::VulkanHardware: return "best hardware device";
+        case DeviceKind::VulkanSoftware: return "no usable hardware device";
+        default: return "no usable Vulkan device";
+    }
+}
+
+[[noreturn]] void ThrowNoVulkan(const Candidates& candidates) {
+    std::string problems;
+    for (const DeviceOffer& offer : candidates.mOffers) {
+        if (offer.mKind != DeviceKind::CPU) problems += fmt::format(" \"{}\" {}.", offer.mName, offer.mProblem);
+    }
+    if (!candidates.mVulkanProblem.empty()) problems = " " + candidates.mVulkanProblem;
+    ZEB_RENDER_THROW("Failed to get a compatible Vulkan device.{}", problems);
+}
+
+Choice ChooseBest(const Candidates& candidates, bool isVulkanOnly) {
+    for (const DeviceKind kind : kPreference) {
+        if (isVulkanOnly && kind == DeviceKind::CPU) continue;
+        if (const auto index = FindUsable(candidates.mOffers, kind)) return {*index, GetReason(kind)};
+    }
+    ThrowNoVulkan(candidates);
+}
+
+// The request as RenderOptions tells it; names are matched in part and in either case.
+Choice Choose(const Candidates& candidates, const std::string& request) {
+    const std::vector<DeviceOffer>& offers = candidates.mOffers;
+    const std::string wanted = ToLower(request);
+    if (wanted.empty() || wanted == "vulkan") return ChooseBest(candidates, !wanted.empty());
+    std::optional<std::size_t> index = wanted == "cpu" ? FindUsable(offers, DeviceKind::CPU) : ParseIndex(wanted);
+    for (std::size_t i = 0; !index && i < offers.size(); ++i) {
+        if (ToLower(offers[i].mName).find(wanted) != std::string::npos) index = i;
+    }
+    if (!index || *index >= offers.size())
+        ZEB_RENDER_THROW("No device matches \"{}\"; the devices are {}", request, ListNames(offers));
+    if (!offers[*index].mProblem.empty()) {
+        ZEB_RENDER_THROW("The device \"{}\" cannot be used, it {}", offers[*index].mName, offers[*index].mProblem);
+    }
+    return {*index, fmt::format("asked for by \"{}\"", request)};
+}
+
+void Report(const RenderOptions& options, const std::vector<DeviceOffer>& offers, const Choice& choice) {
+    if (!options.mReportDevice) return;
+    for (std::size_t i = 0; i < offers.size(); ++i) {
+        DeviceCandidate candidate;
+        candidate.mIndex = static_cast<std::int32_t>(i);
+        candidate.mName = offers[i].mName;
+        candidate.mKind = kKindNames[static_cast<std::size_t>(offers[i].mKind)];
+        candidate.mChosen = i == choice.mIndex;
+        if (candidate.mChosen)
+            candidate.mReason = choice.mReason;
+        else if (!offers[i].mProblem.empty())
+            candidate.mReason = offers[i].mProblem;
+        else
+            candidate.mReason = fmt::format("\"{}\" is preferred", offers[choice.mIndex].mName);
+        options.mReportDevice(candidate);
+    }
+}
+
+}  // namespace
 
 UniquePtr<Render> Render::Create(std::int32_t type, const RenderOptions& options) {
     if (type != 0 && type != 1) ZEB_THROW(kInternalError, fmt::format("Failed to create a render of type {}", type));
-    return MakeRender(options);
+    Candidates candidates = FindCandidates(options);
+    for (;;) {
+        const Choice choice = Choose(candidates, options.mRequestedDevice);
+        DeviceOffer& chosen = candidates.mOffers[choice.mIndex];
+        try {
+            UniquePtr<Render> render = chosen.mOpen();
+            Report(options, candidates.mOffers, choice);
+            return render;
+        } catch (const RenderException& failure) {
+            // A device that cannot be opened is passed over, and the next choice leaves it out; one that was asked for
+            // by name fails there with this problem.
+            chosen.mProblem = fmt::format("cannot be opened: {}", failure.what());
+        }
+    }
 }
 
 }  // namespace zeb::render

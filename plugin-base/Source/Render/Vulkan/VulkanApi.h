@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "PluginBase/Exception.h"
+#include "RenderFailure.h"
 
 namespace zeb::render {
 
@@ -50,6 +50,3 @@ std::vector<T> Enumerate(Query&& query, T prototype = T{}) {
         if (const VkResult zebResult = (call); zebResult != VK_SUCCESS)                                           \
             ::zeb::render::ThrowVulkanFailure(__FILE__, __LINE__, ZEB_FUNCTION_NAME, #call, zebResult, (object)); \
     } while (false)
-
-/// A failure of this layer itself: what a caller asked for cannot be done.
-#define ZEB_RENDER_THROW(...) ZEB_THROW_AS(::zeb::RenderException, ::zeb::kInternalError, ::fmt::format(__VA_ARGS__))

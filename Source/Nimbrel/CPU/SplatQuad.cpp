@@ -1,0 +1,93 @@
+#include "Nimbrel/CPU/SplatQuad.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "Nimbrel/CPU/RenderGaussianSplats.h"
+#include "Render/CPU/Rasteriser.h"
+
+namespace nimbrel::cpu {
+
+using namespace zeb::render::cpu;
+
+namespace {
+
+constexpr std::int64_t kFarthest = 1 << 24;
+
+/// Nothing where a clip plane has all corners outside, Triangles where it has some.
+SplatQuadKind Clip(const SplatVertex* corners) {
+    bool inside = true;
+    for (int plane = 0; plane < detail::kClipPlanes; ++plane) {
+        int outside = 0;
+        for (int i = 0; i < 4; ++i)
+            outside += static_cast<int>(!(detail::ClipDistance(corners[i].mPosition, plane) >= 0));
+        if (outside == 4) return SplatQuadKind::Nothing;
+        inside = inside && outside == 0;
+    }
+    return inside ? SplatQuadKind::Quad : SplatQuadKind::Triangles;
+}
+
+std::int64_t Turn(const SplatQuad& quad, int a, int b, int c) {
+    const std::int64_t x = quad.mX[a];
+    const std::int64_t y = quad.mY[a];
+    return (quad.mX[b] - x) * (quad.mY[c] - y) - (quad.mY[b] - y) * (quad.mX[c] - x);
+}
+
+/// Puts the grid's corners in outline order, area positive; false if the outline is not strictly convex.
+bool SetOutline(const GridPoint* grid, SplatQuad& quad) {
+    const std::int64_t area =
+        (grid[1].mX - grid[0].mX) * (grid[2].mY - grid[0].mY) - (grid[1].mY - grid[0].mY) * (grid[2].mX - grid[0].mX);
+    const int outline[4] = {0, area > 0 ? 1 : 2, 3, area > 0 ? 2 : 1};
+    for (int i = 0; i < 4; ++i) {
+        quad.mX[i] = static_cast<std::int32_t>(grid[outline[i]].mX);
+        quad.mY[i] = static_cast<std::int32_t>(grid[outline[i]].mY);
+    }
+    for (int i = 0; i < 4; ++i) {
+        if (Turn(quad, i, (i + 1) % 4, (i + 2) % 4) <= 0) return false;
+    }
+    return true;
+}
+
+/// Inverts the map from (qx, qy) to the grid; the sides are twice their mean, the result counts in 1/1024 pixel.
+void SetSlopes(const GridPoint* grid, SplatQuad& quad) {
+    const auto ux = static_cast<double>(grid[1].mX - grid[0].mX + grid[3].mX - grid[2].mX);
+    const auto uy = static_cast<double>(grid[1].mY - grid[0].mY + grid[3].mY - grid[2].mY);
+    const auto vx = static_cast<double>(grid[2].mX - grid[0].mX + grid[3].mX - grid[1].mX);
+    const auto vy = static_cast<double>(grid[2].mY - grid[0].mY + grid[3].mY - grid[1].mY);
+    // q runs over 4 along a side: 4 * (2 per doubled side) * (1/4 subpixel per unit) = 2.
+    const double scale = 2.0 / (ux * vy - uy * vx);
+    quad.mAlongX = {static_cast<float>(vy * scale), static_cast<float>(-uy * scale)};
+    quad.mAlongY = {static_cast<float>(-vx * scale), static_cast<float>(ux * scale)};
+}
+
+}  // namespace
+
+SplatQuadKind MakeSplatQuad(const gpu::SplatViewData& record, const gpu::TextureConstants& constants,
+                            const Viewport& viewport, SplatQuad& quad) {
+    if (!detail::CanDivide(record.pos) || !(record.pos.z >= 0.0F) || !(record.pos.w - record.pos.z >= 0.0F)) {
+        return SplatQuadKind::Nothing;
+    }
+    SplatVertex corners[4];
+    bool finite[4];
+    for (std::uint32_t corner = 0; corner < 4; ++corner) {
+        corners[corner] = RenderGaussianSplatsVertex(record, corner, constants);
+        finite[corner] = detail::IsFinite(corners[corner].mPosition);
+    }
+    if (!finite[1] || !finite[2]) return SplatQuadKind::Nothing;  // corners of both triangles
+    if (!finite[0] || !finite[3]) return SplatQuadKind::Triangles;
+    const SplatQuadKind kind = Clip(corners);
+    if (kind != SplatQuadKind::Quad) return kind;
+
+    GridPoint grid[4];
+    for (int i = 0; i < 4; ++i) {
+        grid[i] = ToGrid(corners[i].mPosition, viewport);
+        if (std::abs(grid[i].mX) > kFarthest || std::abs(grid[i].mY) > kFarthest) return SplatQuadKind::Triangles;
+    }
+    if (!SetOutline(grid, quad)) return SplatQuadKind::Triangles;
+    SetSlopes(grid, quad);
+    const auto& attributes = corners[0].mAttributes;
+    quad.mColor = {attributes[0], attributes[1], attributes[2], attributes[3]};
+    return SplatQuadKind::Quad;
+}
+
+}  // namespace nimbrel::cpu

@@ -1,0 +1,280 @@
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <numeric>
+#include <random>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <hwy/targets.h>
+
+#include "Nimbrel/CPU/Exp2.h"
+#include "Nimbrel/CPU/FastCalcDistances.h"
+#include "Nimbrel/CPU/FastCalcViewData.h"
+#include "Nimbrel/CPU/FastRenderGaussianSplats.h"
+#include "Nimbrel/CPU/FastSort.h"
+#include "Nimbrel/CPU/RenderGaussianSplats.h"
+#include "SplatScene.h"
+
+// Forms with vectors and threads against the scalar ones, bit for bit, for every vector width of the machine.
+namespace nimbrel::cpu {
+namespace {
+
+using namespace zeb::render;
+using zeb::render::cpu::Image;
+using zeb::render::cpu::MakeRenderPass;
+
+template <class Function>
+void ForEachTarget(const Function& function) {
+    hwy::SetSupportedTargetsForTest(0);
+    const std::int64_t supported = hwy::SupportedTargets();
+    for (std::int64_t rest = supported; rest != 0; rest &= rest - 1) {
+        const std::int64_t target = rest & -rest;
+        SCOPED_TRACE(hwy::TargetName(target));
+        hwy::SetSupportedTargetsForTest(target);
+        hwy::GetChosenTarget().Update(target);
+        function();
+    }
+    hwy::SetSupportedTargetsForTest(0);
+    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+}
+
+/// The same bits, or both NaN.
+bool IsSame(float a, float b) {
+    return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b) || (std::isnan(a) && std::isnan(b));
+}
+
+struct RandomSplats {
+    explicit RandomSplats(std::size_t count, std::uint32_t seed) : mEngine(seed) {
+        for (std::size_t i = 0; i < count; ++i) mRecords.push_back(MakeRecord(i));
+        mOrder.resize(count);
+        std::iota(mOrder.begin(), mOrder.end(), 0U);
+        std::shuffle(mOrder.begin(), mOrder.end(), mEngine);
+        mOrder.push_back(static_cast<std::uint32_t>(count) + 7);  // an index beyond the records
+    }
+
+    float Random(float low, float high) { return std::uniform_real_distribution<float>(low, high)(mEngine); }
+
+    gpu::SplatViewData MakeRecord(std::size_t index) {
+        const float w = Random(0.5F, 9.0F);
+        const float angle = Random(0.0F, 7.0F);
+        float major = std::exp(Random(-1.0F, 3.0F));
+        float minor = major * Random(0.05F, 1.0F);
+        glm::vec4 pos(Random(-1.3F, 1.3F) * w, Random(-1.3F, 1.3F) * w, Random(0.0F, 1.0F) * w, w);
+        glm::vec4 color(Random(0.0F, 1.5F), Random(0.0F, 1.0F), Random(0.0F, 1.0F), Random(0.0F, 1.1F));
+        switch (index % 61) {  // rare kinds
+            case 1: major = 4096.0F; break;
+            case 2: major = minor = 1e-3F; break;
+            case 3: major = std::numeric_limits<float>::quiet_NaN(); break;
+            case 4: pos.w = index % 2 == 0 ? 0.0F : -1.0F; break;
+            case 5: pos.z = index % 2 == 0 ? -0.1F : pos.w * 1.01F; break;
+            case 6: color.w = 0.0F; break;
+            case 7: color.w = 0.0039F; break;
+            case 8: color.w = -1.0F; break;
+            case 9: color.w = 60000.0F; break;
+            case 10: color.x = index % 2 == 0 ? -0.5F : std::numeric_limits<float>::infinity(); break;
+            case 11: pos.x = 70.0F * w; break;
+            case 12: major = minor = 1e5F; break;
+            case 13: minor = 0.0F; break;
+            case 14: pos.w = std::numeric_limits<float>::quiet_NaN(); break;
+            case 15: major = minor = 400.0F; break;
+            default: break;
+        }
+        const glm::vec2 along(std::cos(angle), std::sin(angle));
+        return {pos,
+                along * major,
+                glm::vec2(along.y, -along.x) * minor,
+                {HalfPair(color.y, color.x), HalfPair(color.w, color.z)}};
+    }
+
+    std::mt19937 mEngine;
+    std::vector<gpu::SplatViewData> mRecords;
+    std::vector<std::uint32_t> mOrder;
+};
+
+TEST(FastKernels, Exp2IsWithinItsBound) {
+    EXPECT_EQ(Exp2(0.0F), 1.0F);
+    EXPECT_EQ(Exp2(-3.0F), 0.125F);
+    EXPECT_EQ(Exp2(-1e9F), 0x1p-125F);
+    EXPECT_EQ(Exp2(std::numeric_limits<float>::quiet_NaN()), 0x1p-125F);
+    double worst = 0.0;
+    for (float t = -12.0F; t <= 3.0F; t += 1.7e-5F) {
+        const double exact = std::exp2(static_cast<double>(t));
+        const double unit = std::ldexp(1.0, std::ilogb(exact) - 23);
+        worst = std::max(worst, std::abs(Exp2(t) - exact) / unit);
+        ASSERT_TRUE(t > 0.0F || Exp2(t) <= 1.0F) << t;
+    }
+    EXPECT_LT(worst, 1.5);
+}
+
+TEST(FastKernels, DrawGivesTheScalarBits) {
+    const gpu::TextureConstants constants{{150.0F, 101.0F}, 0, 0};
+    RandomSplats splats(3000, 7);
+    for (const Format format : {Format::RGBA32Float, Format::RGBA16Float, Format::RGBA16Unorm, Format::RGBA8Unorm}) {
+        SCOPED_TRACE(static_cast<int>(format));
+        Image expected(format, 160, 110);
+        expected.Store(20, 30, {-0.0F, 0.5F, 0.25F, 1.0F});
+        expected.Store(70, 30, {0.5F, 0.25F, 0.125F, 1.0F});
+        const Image before = expected;
+        auto pass = MakeRenderPass(expected, 150, 101, GaussianSplatsBlend());
+        pass.mScissor.mLeft = 3;
+        pass.mScissor.mTop = 5;
+        DrawGaussianSplats(pass, constants, splats.mOrder, splats.mRecords, 0, 3001);
+        ASSERT_NE(expected.Texels(), before.Texels());
+        ForEachTarget([&] {
+            Image target = before;
+            auto fastPass = pass;
+            fastPass.mTarget = &target;
+            FastDrawGaussianSplats(fastPass, constants, splats.mOrder, splats.mRecords);
+            for (std::uint32_t y = 0; y < 110; ++y) {
+                for (std::uint32_t x = 0; x < 160; ++x) {
+                    for (int channel = 0; channel < 4; ++channel) {
+                        ASSERT_TRUE(IsSame(target.Load(x, y)[channel], expected.Load(x, y)[channel]))
+                            << x << ", " << y << ", " << channel << ": " << target.Load(x, y)[channel] << " instead of "
+                            << expected.Load(x, y)[channel];
+                    }
+                }
+            }
+        });
+    }
+}
+
+TEST(FastKernels, DrawOfOtherBlendStatesIsTheScalarOne) {
+    const gpu::TextureConstants constants{{40.0F, 40.0F}, 0, 0};
+    RandomSplats splats(40, 3);
+    Image expected(Format::RGBA32Float, 40, 40);
+    Image target = expected;
+    DrawGaussianSplats(MakeRenderPass(expected, 40, 40, GaussianSplatsBoxesBlend()), constants, splats.mOrder,
+                       splats.mRecords, 0, 41);
+    FastDrawGaussianSplats(MakeRenderPass(target, 40, 40, GaussianSplatsBoxesBlend()), constants, splats.mOrder,
+                           splats.mRecords);
+    EXPECT_EQ(target.Texels(), expected.Texels());
+}
+
+TEST(FastKernels, SortIsStable) {
+    std::mt19937 engine(11);
+    std::vector<std::uint32_t> scratch;
+    const std::uint32_t masks[] = {0xFFFFFFFFU, 0xFFU, 0xFF00FF00U, 0x000F0000U, 0U};
+    for (const std::size_t count : {0U, 1U, 2U, 1000U, 100003U}) {
+        for (const std::uint32_t mask : masks) {
+            std::vector<std::uint32_t> keys(count);
+            for (std::uint32_t& key : keys) key = (static_cast<std::uint32_t>(engine()) & mask) | 0x01000000U;
+            std::vector<std::uint32_t> payloads(count);
+            std::iota(payloads.begin(), payloads.end(), 0U);
+            std::vector<std::uint32_t> expected = payloads;
+            std::stable_sort(expected.begin(), expected.end(),
+                             [&](std::uint32_t a, std::uint32_t b) { return keys[a] < keys[b]; });
+            FastSort(keys, payloads, scratch);
+            EXPECT_EQ(payloads, expected) << count << ", " << mask;
+            EXPECT_TRUE(std::is_sorted(keys.begin(), keys.end()));
+        }
+    }
+}
+
+/// Random blocks in the formats of level 2, ranges of ordinary size, a camera that looks over them from inside.
+struct PackedScene {
+    explicit PackedScene(std::uint32_t count) : mColor(Format::RGBA8Unorm, 2048, 16) {
+        std::mt19937 engine(5);
+        const auto fill = [&](std::vector<std::byte>& bytes, std::size_t size) {
+            bytes.resize(size);
+            for (std::byte& byte : bytes) byte = static_cast<std::byte>(engine());
+        };
+        fill(mPositions, 4 * count);
+        fill(mOther, 8 * count);
+        fill(mSH, 32 * count);
+        for (std::byte& byte : mColor.Texels()) byte = static_cast<std::byte>(engine());
+        gpu::SplatChunkInfo chunk{};
+        chunk.colR = chunk.colG = chunk.colB = HalfPair(-0.3F, 1.2F);
+        chunk.colA = HalfPair(0.0F, 1.0F);
+        chunk.posX = {-3.0F, 2.5F};
+        chunk.posY = {-2.0F, 2.25F};
+        chunk.posZ = {-1.0F, 6.0F};
+        chunk.sclX = chunk.sclY = chunk.sclZ = HalfPair(0.4F, 0.9F);
+        chunk.shR = chunk.shG = chunk.shB = HalfPair(-0.6F, 0.5F);
+        mChunks.assign(count / 256 + 1, chunk);
+        mInputs = SplatScene(1).Inputs();
+        mInputs.mBlocks = {std::as_bytes(std::span(mChunks)), mPositions, mOther, mSH, mColor.View(), {0x030202U, 0}};
+        gpu::CalcViewDataConstants& c = mInputs.mConstants;
+        c._MatrixAlign[1][0] = 0.2F;
+        c._MatrixTransform[3] = {0.1F, -0.2F, 0.3F, 1.0F};
+        c._MatrixMV = c._MatrixTransform * c._MatrixAlign;
+        c._VecWorldSpaceCameraPos = {0.5F, 0.25F, -0.5F, 1.0F};
+        c._SplatCount = count;
+        c._SplatOpacityScale = 0.9F;
+        c._SplatScale = 1.1F;
+    }
+
+    std::vector<gpu::SplatChunkInfo> mChunks;
+    std::vector<std::byte> mPositions;
+    std::vector<std::byte> mOther;
+    std::vector<std::byte> mSH;
+    Image mColor;
+    CalcViewDataInputs mInputs;
+};
+
+void ExpectSameRecord(const gpu::SplatViewData& a, const gpu::SplatViewData& b) {
+    float floats[2][8];
+    std::memcpy(floats[0], &a, sizeof floats[0]);
+    std::memcpy(floats[1], &b, sizeof floats[1]);
+    for (int i = 0; i < 8; ++i)
+        ASSERT_TRUE(IsSame(floats[0][i], floats[1][i])) << "field " << i << ": " << floats[0][i];
+    ASSERT_EQ(a.color[0], b.color[0]);
+    ASSERT_EQ(a.color[1], b.color[1]);
+}
+
+TEST(FastKernels, ViewDataGivesTheScalarBits) {
+    PackedScene scene(1003);
+    CalcViewDataInputs yPlane = scene.mInputs;
+    yPlane.mModel.model_crop_yPlane_enabled = 1;
+    CalcViewDataInputs truncated = scene.mInputs;
+    truncated.mBlocks.mOther = truncated.mBlocks.mOther.first(8 * 700 + 3);
+    std::vector<CalcViewDataInputs> all = {scene.mInputs, yPlane, truncated};
+    for (const std::uint32_t order : {0U, 1U, 2U, 0xFFFFFFFFU}) {
+        all.push_back(scene.mInputs);
+        all.back().mConstants._SHOrder = order;
+    }
+    for (std::size_t which = 0; which < all.size(); ++which) {
+        SCOPED_TRACE(which);
+        gpu::SplatViewData untouched{};
+        untouched.pos = glm::vec4(42.0F);
+        std::vector<gpu::SplatViewData> expected(1010, untouched);
+        CalcViewData(all[which], 5, 2000, expected);
+        ForEachTarget([&] {
+            std::vector<gpu::SplatViewData> records(1010, untouched);
+            FastCalcViewData(all[which], 5, 2000, records);
+            for (std::size_t i = 0; i < records.size(); ++i) {
+                SCOPED_TRACE(i);
+                ExpectSameRecord(records[i], expected[i]);
+                if (testing::Test::HasFatalFailure()) return;
+            }
+        });
+    }
+}
+
+TEST(FastKernels, DistancesGiveTheScalarBits) {
+    PackedScene scene(1003);
+    CalcDistancesInputs inputs{scene.mInputs.mBlocks, scene.mInputs.mCurves, {}, {}};
+    inputs.mConstants._CalcDistancesMatrixAlign = scene.mInputs.mConstants._MatrixAlign;
+    inputs.mConstants._CalcDistancesMatrixVP = scene.mInputs.mConstants._MatrixVP;
+    inputs.mConstants._CalcDistancesSplatCount = 1003;
+    CalcDistancesInputs displaced = inputs;
+    displaced.mNoise.displacement_enabled = 1;
+    displaced.mNoise.displacement_offset = glm::vec4(1.0F);
+    CalcDistancesInputs truncated = inputs;
+    truncated.mBlocks.mPositions = truncated.mBlocks.mPositions.first(1001);
+    for (const CalcDistancesInputs& one : {inputs, displaced, truncated}) {
+        std::vector<std::uint32_t> expected(1010, 42);
+        CalcDistances(one, 3, 2000, expected);
+        ForEachTarget([&] {
+            std::vector<std::uint32_t> keys(1010, 42);
+            FastCalcDistances(one, 3, 2000, keys);
+            EXPECT_EQ(keys, expected);
+        });
+    }
+}
+
+}  // namespace
+}  // namespace nimbrel::cpu

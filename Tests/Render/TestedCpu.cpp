@@ -1,0 +1,3 @@
+#include "DeviceFixture.h"
+
+const char* const zeb::render::kTestedDevice = "cpu";

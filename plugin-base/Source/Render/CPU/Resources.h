@@ -1,0 +1,116 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdlib>
+#include <memory>
+#include <mutex>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "PluginBase/Render/Render.h"
+#include "Render/CPU/Image.h"
+#include "Render/RenderFailure.h"
+
+/// Buffers, textures and samplers in the process's own memory. Command lists and descriptors share the resource behind
+/// an object, so it outlives one that was replaced while work on it is pending.
+namespace zeb::render::cpu {
+
+/// What all objects of a device share: where its complaints go.
+class DeviceReport {
+public:
+    explicit DeviceReport(std::function<void(const std::string&)> receiver) : mReceiver(std::move(receiver)) {}
+    /// Thread: any. Without a receiver the text is dropped.
+    void Report(const std::string& text) const;
+
+private:
+    mutable std::mutex mMutex;
+    std::function<void(const std::string&)> mReceiver;
+};
+
+inline constexpr std::uint32_t kMaxTextureSize = 16384;
+
+/// The back end's own object behind an interface; a stranger's object is a failure that names it.
+template <class Own, class Interface>
+Own& ToCPU(Interface& object, const char* kind) {
+    auto* own = dynamic_cast<Own*>(&object);
+    if (own == nullptr) ZEB_RENDER_THROW("The {} \"{}\" belongs to another device", kind, object.GetName());
+    return *own;
+}
+
+/// A value beyond an enumeration's last is a failure that quotes it.
+template <class T>
+void CheckEnumeration(T value, T last, const char* what) {
+    if (value > last)
+        ZEB_RENDER_THROW("Failed to get the {} for the value of {}", what, static_cast<std::uint32_t>(value));
+}
+
+struct BufferResource {
+    BufferResource(const std::string& name, std::uint64_t size);
+
+    std::span<std::byte> Bytes() const { return {mData.get(), static_cast<std::size_t>(mSize)}; }
+
+    std::string mName;
+    std::uint64_t mSize;
+
+private:
+    struct Free {
+        void operator()(std::byte* data) const { std::free(data); }
+    };
+    std::unique_ptr<std::byte[], Free> mData;  ///< zero at first, aligned for any type
+};
+
+class BufferCPU final : public Buffer {
+public:
+    BufferCPU(std::shared_ptr<const DeviceReport> report, std::string name, std::uint64_t sizeInBytes,
+              MemoryKind memory, BufferState initialState, BufferUsage usage);
+    /// A map left open is reported to the validation's receiver.
+    ~BufferCPU() override;
+
+    std::byte* Map(std::uint64_t begin, std::uint64_t end) override;
+    void Unmap() override;
+
+    const std::shared_ptr<BufferResource>& GetResource() const { return mResource; }
+
+private:
+    std::shared_ptr<const DeviceReport> mReport;
+    std::shared_ptr<BufferResource> mResource;
+    MemoryKind mMemory;
+    std::uint32_t mOpenMaps = 0;
+};
+
+struct TextureResource {
+    TextureResource(const std::string& name, const TextureDescription& description);
+
+    /// Bytes of one layer of a level.
+    std::uint64_t GetLayerSize(std::uint32_t mipLevel) const;
+
+    std::string mName;
+    TextureDescription mDescription;
+    std::vector<Image> mLevels;
+};
+
+class TextureCPU final : public Texture {
+public:
+    TextureCPU(std::string name, const TextureDescription& description, TextureState initialState);
+    CopyableLayout GetCopyableLayout(std::uint32_t mipLevel, std::uint32_t arrayIndex) const override;
+    const std::shared_ptr<TextureResource>& GetResource() const { return mResource; }
+
+private:
+    std::shared_ptr<TextureResource> mResource;
+};
+
+class SamplerCPU final : public Sampler {
+public:
+    SamplerCPU(std::string name, const SamplerDescription& description);
+    const SamplerDescription& GetDescription() const { return mDescription; }
+
+private:
+    SamplerDescription mDescription;
+};
+
+inline BufferCPU& ToCPU(Buffer& buffer) { return ToCPU<BufferCPU>(buffer, "buffer"); }
+inline TextureCPU& ToCPU(Texture& texture) { return ToCPU<TextureCPU>(texture, "texture"); }
+inline SamplerCPU& ToCPU(Sampler& sampler) { return ToCPU<SamplerCPU>(sampler, "sampler"); }
+
+}  // namespace zeb::render::cpu
