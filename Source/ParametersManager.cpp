@@ -7,7 +7,9 @@
 
 #include "Catalogue/Catalogue.h"
 #include "ModelInfo.h"
+#include "ModelSettingsClipboard.h"
 #include "Nimbrel/PLYFileReader.h"
+#include "NullObjectLink.h"
 #include "Plugin.h"
 #include "PluginBase/AE/TextAE.h"
 #include "PluginBase/Exception.h"
@@ -15,14 +17,22 @@
 namespace {
 
 constexpr std::int32_t kModelInfoEntry = Plugin::kFilePathEntry + 1;
+constexpr std::int32_t kCreateNullEntry = 130;
+constexpr std::int32_t kUnlinkNullEntry = 131;
+constexpr std::int32_t kCopyEntry = 143;
+constexpr std::int32_t kPasteEntry = 144;
+constexpr std::int32_t kResetEntry = 145;
 constexpr std::int32_t kCaptureGAPICallsIndex = 750;
 constexpr std::int32_t kCaptureRenderStateIndex = 751;
 constexpr std::int32_t kWarning = 1;
 
+std::int32_t GetSlot(std::int32_t index) { return index / Plugin::kSlotEntries; }
+
 }  // namespace
 
-ParametersManager::ParametersManager(zeb::ParametersManagerOptions options, Plugin& plugin)
-    : ParametersManagerBase(std::move(options)), mPlugin(plugin) {}
+ParametersManager::ParametersManager(zeb::ParametersManagerOptions options, Plugin& plugin,
+                                     std::unique_ptr<Clipboard> clipboard)
+    : ParametersManagerBase(std::move(options)), mPlugin(plugin), mClipboard(std::move(clipboard)) {}
 
 std::string_view ParametersManager::GetDescriptionText() const { return GetCatalogueText(); }
 
@@ -35,6 +45,11 @@ ParametersManager::Handler ParametersManager::FindHandler(std::int32_t index) {
     static constexpr Row kSlotHandlers[] = {
         {Plugin::kFilePathEntry, &ParametersManager::OnModelFileChanged},
         {kModelInfoEntry, &ParametersManager::ShowModelInfo},
+        {kCreateNullEntry, &ParametersManager::LinkNullObject},
+        {kUnlinkNullEntry, &ParametersManager::UnlinkNullObject},
+        {kCopyEntry, &ParametersManager::CopySettings},
+        {kPasteEntry, &ParametersManager::PasteSettings},
+        {kResetEntry, &ParametersManager::ResetSettings},
     };
     static constexpr Row kHandlers[] = {
         {kCaptureGAPICallsIndex, &ParametersManager::CaptureGAPICalls},
@@ -93,6 +108,31 @@ void ParametersManager::ShowModelInfo(const zeb::ParameterCurrentValueGetter& ge
                            getter.GetDescription(pathIndex).mFullName, renderInfo)
                      : FormatModelInfo(zeb::ToUtf8(path), *mPlugin.GetAsset(path, MakeModelSettings()), renderInfo);
     mPlugin.ShowTextDialog(text, "Model Info");
+}
+
+void ParametersManager::LinkNullObject(const zeb::ParameterCurrentValueGetter& getter,
+                                       zeb::ParameterValueSetter& setter, std::int32_t index) {
+    null_object::Link(getter, setter, GetSlot(index));
+}
+
+void ParametersManager::UnlinkNullObject(const zeb::ParameterCurrentValueGetter& getter, zeb::ParameterValueSetter&,
+                                         std::int32_t index) {
+    null_object::Unlink(getter, GetSlot(index));
+}
+
+void ParametersManager::CopySettings(const zeb::ParameterCurrentValueGetter&, zeb::ParameterValueSetter&,
+                                     std::int32_t index) {
+    model_settings::Copy(mPlugin, *mClipboard, GetSlot(index));
+}
+
+void ParametersManager::PasteSettings(const zeb::ParameterCurrentValueGetter&, zeb::ParameterValueSetter&,
+                                      std::int32_t index) {
+    model_settings::Paste(mPlugin, *mClipboard, GetSlot(index));
+}
+
+void ParametersManager::ResetSettings(const zeb::ParameterCurrentValueGetter&, zeb::ParameterValueSetter&,
+                                      std::int32_t index) {
+    model_settings::Reset(mPlugin, GetSlot(index));
 }
 
 void ParametersManager::CaptureGAPICalls(const zeb::ParameterCurrentValueGetter&, zeb::ParameterValueSetter&,

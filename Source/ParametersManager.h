@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string_view>
 
+#include "Clipboard.h"
 #include "PluginBase/Parameters/ParametersManagerBase.h"
 
 class Plugin;
@@ -11,7 +13,7 @@ class Plugin;
 /// thread inside the command that brings the change.
 class ParametersManager final : public zeb::ParametersManagerBase {
 public:
-    ParametersManager(zeb::ParametersManagerOptions options, Plugin& plugin);
+    ParametersManager(zeb::ParametersManagerOptions options, Plugin& plugin, std::unique_ptr<Clipboard> clipboard);
 
     void OnParameterChanged(const zeb::ParameterCurrentValueGetter& getter, zeb::ParameterValueSetter& setter,
                             std::int32_t index) override;
@@ -27,10 +29,21 @@ private:
                             std::int32_t index);
     void ShowModelInfo(const zeb::ParameterCurrentValueGetter& getter, zeb::ParameterValueSetter& setter,
                        std::int32_t index);
+    void LinkNullObject(const zeb::ParameterCurrentValueGetter& getter, zeb::ParameterValueSetter& setter,
+                        std::int32_t index);
+    void UnlinkNullObject(const zeb::ParameterCurrentValueGetter& getter, zeb::ParameterValueSetter& setter,
+                          std::int32_t index);
+    void CopySettings(const zeb::ParameterCurrentValueGetter& getter, zeb::ParameterValueSetter& setter,
+                      std::int32_t index);
+    void PasteSettings(const zeb::ParameterCurrentValueGetter& getter, zeb::ParameterValueSetter& setter,
+                       std::int32_t index);
+    void ResetSettings(const zeb::ParameterCurrentValueGetter& getter, zeb::ParameterValueSetter& setter,
+                       std::int32_t index);
     void CaptureGAPICalls(const zeb::ParameterCurrentValueGetter& getter, zeb::ParameterValueSetter& setter,
                           std::int32_t index);
     void CaptureRenderState(const zeb::ParameterCurrentValueGetter& getter, zeb::ParameterValueSetter& setter,
                             std::int32_t index);
 
     Plugin& mPlugin;
+    std::unique_ptr<Clipboard> mClipboard;
 };

@@ -26,6 +26,7 @@ std::string GetCommandName(PF_Cmd command) {
         case PF_Cmd_SEQUENCE_RESETUP: return "sequence resetup";
         case PF_Cmd_SEQUENCE_SETDOWN: return "sequence setdown";
         case PF_Cmd_GET_FLATTENED_SEQUENCE_DATA: return "flattening the sequence";
+        case PF_Cmd_USER_CHANGED_PARAM: return "a changed control";
         case PF_Cmd_UPDATE_PARAMS_UI: return "updating the controls";
         case PF_Cmd_ARBITRARY_CALLBACK: return "a custom value's callback";
         case PF_Cmd_SMART_PRE_RENDER: return "pre-render";
@@ -139,7 +140,8 @@ PF_Err Command::CheckoutParameter(int index, int time, unsigned scale, PF_ParamD
     Parameter* const parameter = mHost.GetParameters().Get(index);
     if (parameter == nullptr) return PF_Err_INVALID_INDEX;
     const double seconds = static_cast<double>(time) / scale;
-    FillRecord(*parameter, seconds, mHost.GetProject().GetComposition().mDownsample, *record);
+    FillRecord(*parameter, mHost.EvaluateParameter(*parameter, seconds),
+               mHost.GetProject().GetComposition().mDownsample, *record);
     // A fresh copy each time: the effect may read it until it checks it in, whatever happens to the value.
     PF_Handle custom = nullptr;
     if (parameter->GetType() == PF_Param_ARBITRARY_DATA) custom = EvaluateCustom(mHost, *parameter, seconds);

@@ -177,34 +177,6 @@ void Host::FlattenAndRestoreSequence() {
     command.Run();
 }
 
-void Host::UpdateParameterControls() {
-    Command command(*this, PF_Cmd_UPDATE_PARAMS_UI);
-    // This command is the one that carries all values at once, as they are at time 0.
-    std::vector<PF_ParamDef> records(mParameters.Count() + 1);
-    std::vector<PF_ParamDef*> pointers{&records[0]};
-    for (std::size_t i = 1; i < records.size(); ++i) {
-        const Parameter& parameter = *mParameters.Get(static_cast<int>(i));
-        FillRecord(parameter, 0, mProject.GetComposition().mDownsample, records[i]);
-        if (parameter.GetType() == PF_Param_ARBITRARY_DATA) {
-            records[i].u.arb_d.value = EvaluateCustom(*this, parameter, 0);
-        }
-        pointers.push_back(&records[i]);
-    }
-    const auto release = [&] {
-        for (std::size_t i = 1; i < records.size(); ++i) {
-            if (records[i].param_type != PF_Param_ARBITRARY_DATA) continue;
-            DisposeCustom(*this, *mParameters.Get(static_cast<int>(i)), records[i].u.arb_d.value);
-        }
-    };
-    try {
-        command.Run(pointers.data());
-    } catch (...) {
-        release();
-        throw;
-    }
-    release();
-}
-
 void Host::Stop() {
     if (!mGlobalIsUp) return;
     // Values that only the effect can dispose of go while it still runs.
@@ -246,6 +218,11 @@ void Host::AddParameter(const PF_ParamDef& definition) {
 void Host::ShowMessage(const std::string& text) {
     const std::scoped_lock lock(mShowMutex);
     if (mOptions.mShowMessage) mOptions.mShowMessage(text);
+}
+
+void Host::ShowDialog(const std::string& title, const std::string& text) {
+    const std::scoped_lock lock(mShowMutex);
+    if (mOptions.mShowDialog) mOptions.mShowDialog(title, text);
 }
 
 void Host::ReportProgress(int current, int total) {

@@ -171,9 +171,29 @@ glm::dvec3 EvaluateNumbers(const Parameter& parameter, double seconds) {
     return type == PF_Param_SLIDER ? glm::dvec3(std::round(mixed.x), 0, 0) : mixed;
 }
 
-void FillRecord(const Parameter& parameter, double seconds, int downsample, PF_ParamDef& record) {
+bool TakesExpression(const Parameter& parameter) {
+    const int type = parameter.GetType();
+    return parameter.HasValue() && type != PF_Param_LAYER && type != PF_Param_ARBITRARY_DATA;
+}
+
+glm::dvec3 ReadRecord(const PF_ParamDef& record, int downsample) {
+    const PF_ParamDefUnion& u = record.u;
+    switch (record.param_type) {
+        case PF_Param_SLIDER: return {u.sd.value, 0, 0};
+        case PF_Param_FLOAT_SLIDER: return {u.fs_d.value, 0, 0};
+        case PF_Param_ANGLE: return {u.ad.value / kFixedOne, 0, 0};
+        case PF_Param_CHECKBOX: return {u.bd.value != 0 ? 1 : 0, 0, 0};
+        case PF_Param_POPUP: return {u.pd.value - 1, 0, 0};
+        case PF_Param_COLOR: return glm::dvec3(u.cd.value.red, u.cd.value.green, u.cd.value.blue) / 255.0;
+        case PF_Param_POINT_3D:
+            return glm::dvec3(u.point3d_d.x_value, u.point3d_d.y_value, u.point3d_d.z_value) *
+                   static_cast<double>(downsample);
+        default: return glm::dvec3(0);
+    }
+}
+
+void FillRecord(const Parameter& parameter, const glm::dvec3& numbers, int downsample, PF_ParamDef& record) {
     record = parameter.mDefinition;
-    const glm::dvec3 numbers = EvaluateNumbers(parameter, seconds);
     PF_ParamDefUnion& u = record.u;
     switch (parameter.GetType()) {
         case PF_Param_SLIDER: u.sd.value = static_cast<A_long>(numbers.x); break;

@@ -97,13 +97,27 @@ Json WriteScene(Host& host, const std::filesystem::path& folder) {
     Json scene = {{"composition", WriteComposition(host.GetProject().GetComposition())}};
     const Layer* const camera = host.GetProject().GetCameraLayer();
     if (camera != nullptr) scene["camera"] = WriteCamera(*camera->mCamera);
+    Json nulls = Json::array();
+    for (const auto& layer : host.GetProject().GetLayers()) {
+        if (!layer->mNull) continue;
+        const std::string parent = layer->mParent == nullptr ? "" : layer->mParent->mName;
+        nulls.push_back(WriteNull({layer->mName, *layer->mNull, parent, {}}));
+    }
+    if (!nulls.empty()) scene["nulls"] = std::move(nulls);
     Json parameters = Json::object();
     for (const auto& parameter : host.GetParameters().GetAll()) {
         // Defaults are left out: they may get better in a later version.
-        if (!parameter->mIsSet) continue;
-        parameters[parameter->GetKey()] = WriteAnimation(parameter->mValue, [&](const ParameterValue& value) {
-            return WriteValue(host, *parameter, value, std::filesystem::absolute(folder));
+        const Expression& expression = parameter->mExpression;
+        const bool runs = expression.mEnabled && !expression.mText.empty();
+        if (!parameter->mIsSet && !runs) continue;
+        Json value = WriteAnimation(parameter->mValue, [&](const ParameterValue& key) {
+            return WriteValue(host, *parameter, key, std::filesystem::absolute(folder));
         });
+        if (runs) {
+            if (!value.is_object()) value = {{"value", std::move(value)}};
+            value["expression"] = expression.mText;
+        }
+        parameters[parameter->GetKey()] = std::move(value);
     }
     scene["parameters"] = std::move(parameters);
     return scene;

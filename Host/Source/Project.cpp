@@ -1,17 +1,48 @@
 #include "NimbrelHost/Project.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <glm/gtc/matrix_transform.hpp>
 
 #include "HostInterface/HostInterface.h"
+#include "NimbrelHost/Errors.h"
 #include "NimbrelHost/Text.h"
 
 namespace nimbrel::host {
 
+bool Layer::Is3D() const { return (mFlags & AEGP_LayerFlag_LAYER_IS_3D) != 0; }
+
+Pose Layer::GetPose(double seconds) const {
+    Pose pose;
+    if (mCamera) {
+        pose.mPosition = Evaluate(mCamera->mPosition, seconds);
+        pose.mOrientation = Evaluate(mCamera->mOrientation, seconds);
+        pose.mRotation = Evaluate(mCamera->mRotation, seconds);
+    } else if (mNull) {
+        pose.mPosition = Evaluate(mNull->mPosition, seconds);
+        pose.mOrientation = Evaluate(mNull->mOrientation, seconds);
+        pose.mRotation = Evaluate(mNull->mRotation, seconds);
+        pose.mScale = Evaluate(mNull->mScale, seconds);
+        if (!Is3D()) {
+            pose.mPosition.z = 0;
+            pose.mOrientation = glm::dvec3(0);
+            pose.mRotation = {0, 0, pose.mRotation.z};
+            pose.mScale.z = 100;
+        }
+    }
+    return pose;
+}
+
 // Footage layers are flat and fill the composition, so their space is the world's.
 glm::dmat4 Layer::ToWorld(double seconds) const {
     if (mCamera) return CameraToWorld(*mCamera, seconds);
-    return mKind == Kind::Null ? glm::translate(glm::dmat4(1), mPosition) : glm::dmat4(1);
+    if (!mNull) return glm::dmat4(1);
+    const Pose pose = GetPose(seconds);
+    glm::dmat4 matrix = mParent != nullptr ? mParent->ToWorld(seconds) : glm::dmat4(1);
+    matrix = glm::translate(matrix, pose.mPosition);
+    matrix *= EulerRotation(pose.mOrientation) * EulerRotation(pose.mRotation);
+    return glm::scale(matrix, pose.mScale / 100.0);
 }
 
 Project::Project(const Composition& composition, const std::optional<Camera>& camera) : mComposition(composition) {
@@ -95,12 +126,47 @@ Layer* Project::AddLayer(Item* source) {
 }
 
 Layer* Project::AddNull(std::string name) {
+    // Like any layer of the host's own making, a null shows a solid that bears its name.
+    Item* const solid = AddFootage(std::make_unique<Footage>(), GetRoot());
+    solid->mName = name;
     auto layer = std::make_unique<Layer>();
     layer->mKind = Layer::Kind::Null;
     layer->mName = std::move(name);
     layer->mFlags = AEGP_LayerFlag_VIDEO_ACTIVE | AEGP_LayerFlag_NULL_LAYER;
-    layer->mPosition = {mComposition.mWidth / 2.0, mComposition.mHeight / 2.0, 0};
+    layer->mSource = solid;
+    layer->mNull.emplace();
+    layer->mNull->mPosition.mKeys.front().mValue = {mComposition.mWidth / 2.0, mComposition.mHeight / 2.0, 0};
     return Insert(std::move(layer), 0);
+}
+
+void Project::AddNulls(const std::vector<NullSetting>& nulls) {
+    std::vector<Layer*> made(nulls.size());
+    for (std::size_t i = nulls.size(); i-- > 0;) {
+        made[i] = AddNull(nulls[i].mName);
+        made[i]->mFlags |= AEGP_LayerFlag_LAYER_IS_3D;
+        made[i]->mNull = nulls[i].mTransform;
+    }
+    for (std::size_t i = 0; i < nulls.size(); ++i) {
+        if (nulls[i].mParent.empty()) continue;
+        Layer* const parent = FindLayerByName(nulls[i].mParent);
+        if (parent == nullptr) {
+            throw UsageError(fmt::format("{}: expected the name of a layer, but there is no layer \"{}\"",
+                                         nulls[i].mWhere, nulls[i].mParent));
+        }
+        for (const Layer* above = parent; above != nullptr; above = above->mParent) {
+            if (above != made[i]) continue;
+            throw UsageError(fmt::format("{}: expected a layer that doesn't hang on \"{}\" itself", nulls[i].mWhere,
+                                         nulls[i].mName));
+        }
+        made[i]->mParent = parent;
+    }
+}
+
+Layer* Project::FindLayerByName(std::string_view name) const {
+    for (const auto& layer : mLayers) {
+        if (layer->mName == name) return layer.get();
+    }
+    return nullptr;
 }
 
 bool Project::Reorder(Layer* layer, int index) {

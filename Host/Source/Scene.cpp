@@ -59,6 +59,29 @@ Camera ReadCamera(const JsonView& view, const Composition& composition) {
     return camera;
 }
 
+// A null stands in the composition's middle until it is moved.
+NullSetting ReadNull(const JsonView& view, const Composition& composition) {
+    view.RequireObject({"name", "position", "orientation", "rotation", "scale", "parent"});
+    constexpr std::string_view expected = "a layer's name";
+    if (!view.Has("name")) view.Fail("a null object with a \"name\"");
+    NullSetting null;
+    null.mName = view.Member("name").String(expected);
+    if (null.mName.empty()) view.Member("name").Fail(expected);
+    if (view.Has("parent")) null.mParent = view.Member("parent").String(expected);
+    null.mWhere = fmt::format("{}: {}.parent", view.File(), view.Key());
+    NullTransform& transform = null.mTransform;
+    transform.mPosition.mKeys.front().mValue = {composition.mWidth / 2.0, composition.mHeight / 2.0, 0};
+    const auto read = [&](std::string_view key, Animation<glm::dvec3>& target) {
+        if (!view.Has(key)) return;
+        target = ReadAnimation<glm::dvec3>(view.Member(key), [](const JsonView& value) { return value.Vector3(); });
+    };
+    read("position", transform.mPosition);
+    read("orientation", transform.mOrientation);
+    read("rotation", transform.mRotation);
+    read("scale", transform.mScale);
+    return null;
+}
+
 Json WriteVector(const glm::dvec3& vector) { return Json::array({vector.x, vector.y, vector.z}); }
 
 }  // namespace
@@ -102,11 +125,16 @@ int CountFrames(const Composition& composition) {
 
 Scene ParseScene(const Json& document, const std::string& file, const std::filesystem::path& folder) {
     const JsonView root(document, file);
-    root.RequireObject({"composition", "camera", "parameters"});
+    root.RequireObject({"composition", "camera", "nulls", "parameters"});
     Scene scene;
     if (root.Has("composition")) scene.mComposition = ReadComposition(root.Member("composition"));
     if (root.Has("camera") && !root.Member("camera").Value().is_null()) {
         scene.mCamera = ReadCamera(root.Member("camera"), scene.mComposition);
+    }
+    if (root.Has("nulls")) {
+        const JsonView nulls = root.Member("nulls");
+        const std::size_t count = nulls.RequireArray("an array of null objects");
+        for (std::size_t i = 0; i < count; ++i) scene.mNulls.push_back(ReadNull(nulls.Element(i), scene.mComposition));
     }
     if (root.Has("parameters")) {
         const JsonView parameters = root.Member("parameters");
@@ -140,6 +168,17 @@ Json WriteCamera(const Camera& camera) {
     if (camera.mPointOfInterest) json["pointOfInterest"] = WriteAnimation(*camera.mPointOfInterest, WriteVector);
     json["orientation"] = WriteAnimation(camera.mOrientation, WriteVector);
     json["rotation"] = WriteAnimation(camera.mRotation, WriteVector);
+    return json;
+}
+
+Json WriteNull(const NullSetting& null) {
+    const NullTransform& transform = null.mTransform;
+    Json json = {{"name", null.mName},
+                 {"position", WriteAnimation(transform.mPosition, WriteVector)},
+                 {"orientation", WriteAnimation(transform.mOrientation, WriteVector)},
+                 {"rotation", WriteAnimation(transform.mRotation, WriteVector)},
+                 {"scale", WriteAnimation(transform.mScale, WriteVector)}};
+    if (!null.mParent.empty()) json["parent"] = null.mParent;
     return json;
 }
 

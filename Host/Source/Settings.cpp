@@ -114,9 +114,37 @@ void SetNumbers(Parameter& parameter, const glm::dvec3& numbers) {
 
 }  // namespace
 
+void ChooseSetting(Host& host, const Setting& setting) {
+    ApplySetting(host, setting);
+    const Parameter& parameter = host.GetParameters().Find(setting.mId, setting.mFile);
+    if ((parameter.mDefinition.flags & PF_ParamFlag_SUPERVISE) != 0) host.ChangeParameter(parameter);
+}
+
+void PressButton(Host& host, std::string_view id, const std::string& where) {
+    const Parameter& parameter = host.GetParameters().Find(id, where);
+    if (parameter.GetType() != PF_Param_BUTTON) {
+        throw UsageError(
+            fmt::format("{}: expected a button, but \"{}\" is a {}", where, id, GetTypeName(parameter.GetType())));
+    }
+    host.ChangeParameter(parameter);
+}
+
 void ApplySetting(Host& host, const Setting& setting) {
     Parameter& parameter = host.GetParameters().Find(setting.mId, setting.mFile);
-    const JsonView view(setting.mValue, setting.mFile, setting.mKey);
+    const JsonView whole(setting.mValue, setting.mFile, setting.mKey);
+    // A value with an expression stands in an object, or the expression stands with its keyframes.
+    Expression expression;
+    Json inner = setting.mValue;
+    if (TakesExpression(parameter) && inner.is_object() && whole.Has("expression")) {
+        expression = {whole.Member("expression").String("the text of an expression"), true};
+        inner.erase("expression");
+        if (!inner.contains("keyframes")) {
+            whole.RequireObject({"value", "expression"});
+            if (!whole.Has("value")) whole.Fail("a \"value\" or \"keyframes\" beside the \"expression\"");
+            inner = Json(whole.Member("value").Value());
+        }
+    }
+    const JsonView view(inner, setting.mFile, setting.mKey);
     if (!parameter.HasValue()) {
         throw UsageError(fmt::format("{}: {}: expected a parameter with a value, but it is a {}", setting.mFile,
                                      setting.mKey, GetTypeName(parameter.GetType())));
@@ -135,6 +163,7 @@ void ApplySetting(Host& host, const Setting& setting) {
         });
         // Only now, with all keyframes read, does the old value go.
         std::swap(parameter.mValue, animation);
+        parameter.mExpression = expression;
         parameter.mIsSet = true;
         for (const auto& key : animation.mKeys) DisposeCustom(host, parameter, key.mValue.mCustom);
     } catch (...) {

@@ -45,34 +45,33 @@ host::Frame CropRight(const host::Frame& frame, int width) {
     return crop;
 }
 
-/// Turns the running host's composition and parameters into those of another shot, as a user would.
-void Switch(EffectHost& host, const Shot& shot) {
-    host::Json document = MakeSceneDocument(shot);
-    for (std::size_t slot = shot.mModels.size() + 1; slot <= 2; ++slot) {
-        document["parameters"]["Model" + std::to_string(slot) + "_model"] = "";
+/// By device as the host asks for it; without a wish it is the machine's best.
+class FrameSequence : public testing::TestWithParam<const char*> {
+protected:
+    static EffectHost::Options OnDevice() {
+        EffectHost::Options options;
+        options.mDevice = GetParam();
+        return options;
     }
-    const host::Scene scene = host::ParseScene(document, shot.mName, {});
-    host.Get().GetProject().SetComposition(scene.mComposition);
-    for (const host::Setting& setting : scene.mSettings) host::ApplySetting(host.Get(), setting);
-}
+};
 
-TEST(FrameSequence, EachFrameEqualsItselfRenderedAlone) {
+TEST_P(FrameSequence, EachFrameEqualsItselfRenderedAlone) {
     const std::vector<Shot> shots = {MakeShot(500, 300, 32), MakeShot(90, 70, 32),
                                      MakeShot(90, 70, 8),    WithoutModels(MakeShot(200, 100, 8)),
                                      MakeShot(300, 500, 16), MakeShot(500, 300, 32)};
     std::vector<host::Frame> alone;
-    for (const Shot& shot : shots) alone.push_back(RenderWithEffect(shot));
+    for (const Shot& shot : shots) alone.push_back(RenderWithEffect(shot, GetParam()));
     ASSERT_GT(MeanAlpha(alone[0]), 0.02);
     EXPECT_EQ(MeanAlpha(alone[3]), 0.0);
 
-    EffectHost host(shots[0]);
+    EffectHost host(shots[0], OnDevice());
     for (std::size_t i = 0; i < shots.size(); ++i) {
-        Switch(host, shots[i]);
+        host.Switch(shots[i]);
         EXPECT_EQ(host.Render().mPixels, alone[i].mPixels) << "frame " << i << ", " << shots[i].mName;
     }
 }
 
-TEST(FrameSequence, WideFrameEqualsItsPartsAssembled) {
+TEST_P(FrameSequence, WideFrameEqualsItsPartsAssembled) {
     // Wider than a tile: one model lies across the seam at 16384, one in the first tile.
     Shot shot = MakeShot(16390, 48, 32);
     shot.mModels.clear();
@@ -83,7 +82,7 @@ TEST(FrameSequence, WideFrameEqualsItsPartsAssembled) {
         model.mPosition = {x, 24.0, 0};
         shot.mModels.push_back(model);
     }
-    EffectHost host(shot);
+    EffectHost host(shot, OnDevice());
     const host::Frame whole = host.Render();
     host::Frame assembled(shot.mWidth, shot.mHeight, 32);
     host::FrameTimes times;
@@ -100,7 +99,7 @@ TEST(FrameSequence, WideFrameEqualsItsPartsAssembled) {
     EXPECT_GT(MeanAlpha(CropRight(expected, 6)), 0.05);
 }
 
-TEST(FrameSequence, ThreadsGiveTheSameFrames) {
+TEST_P(FrameSequence, ThreadsGiveTheSameFrames) {
     Shot shot = MakeShot(160, 90, 16);
     shot.mModels.push_back(PlacedModel(160, 90));
     shot.mModels[1].mFile = GetModelFile(3000, 1);
@@ -111,7 +110,7 @@ TEST(FrameSequence, ThreadsGiveTheSameFrames) {
     std::vector<std::vector<std::uint8_t>> single(kFrames);
     std::vector<std::vector<std::uint8_t>> threaded(kFrames);
     const auto renderAll = [&](int threads, bool hostCache, std::vector<std::vector<std::uint8_t>>& frames) {
-        EffectHost::Options options;
+        EffectHost::Options options = OnDevice();
         options.mServeComputeCache = hostCache;
         EffectHost host(shot, options);
         host::Setting turn;
@@ -133,14 +132,18 @@ TEST(FrameSequence, ThreadsGiveTheSameFrames) {
     }
 }
 
-TEST(FrameSequence, HostMayPurgeModelsBetweenFrames) {
+TEST_P(FrameSequence, HostMayPurgeModelsBetweenFrames) {
     const Shot shot = MakeShot(160, 90, 8);
-    const host::Frame expected = RenderWithEffect(shot);
-    EffectHost::Options options;
+    const host::Frame expected = RenderWithEffect(shot, GetParam());
+    EffectHost::Options options = OnDevice();
     options.mCacheLimit = 1;
     EffectHost host(shot, options);
     for (int i = 0; i < 3; ++i) EXPECT_EQ(host.Render().mPixels, expected.mPixels);
 }
+
+INSTANTIATE_TEST_SUITE_P(Devices, FrameSequence, testing::Values("", "cpu"), [](const auto& device) {
+    return std::string(device.param).empty() ? std::string("Best") : std::string("Cpu");
+});
 
 }  // namespace
 }  // namespace nimbrel::endtoend

@@ -75,6 +75,19 @@ long LargestStep(const host::Frame& floats, const host::Frame& words) {
 
 class Picture : public testing::TestWithParam<Shot> {};
 
+/// The CPU device draws with the arithmetic of the reference. Only matrices, which the effect computes in floats and
+/// the reference in doubles, may differ.
+TEST_P(Picture, OfTheCpuDeviceEqualsTheReference) {
+    Shot shot = GetParam();
+    for (const int bits : {32, 16, 8}) {
+        shot.mBitsPerChannel = bits;
+        const host::Frame frame = RenderWithEffect(shot, "cpu");
+        const host::Frame expected = RenderReference(shot);
+        ASSERT_GT(MeanAlpha(expected), 0.02);
+        EXPECT_GE(ComparePsnr(frame, expected), bits == 8 ? 55.0 : 75.0) << bits << " bits";
+    }
+}
+
 TEST_P(Picture, EqualsTheReference) {
     const Shot& shot = GetParam();
     const host::Frame expected = RenderReference(shot);

@@ -145,6 +145,26 @@ TEST(Program, ListsParametersAndDevices) {
     EXPECT_FALSE(devices.mOutput.empty());
 }
 
+TEST(Program, PressesButtonsInOrderAndShowsInfo) {
+    const fs::path folder = MakeFolder("press");
+    const fs::path file = folder / "scene.json";
+    const Outcome outcome = RunProgram("--model " + GetModelFile(4000, 3).string() +
+                                       " --press Model1_modelSettings_copy --press Model4_modelSettings_paste"
+                                       " --press Model4_transform_createNullObject --info 4 --save-scene " +
+                                       file.string());
+    EXPECT_EQ(outcome.mCode, 0) << outcome.mErrors;
+    EXPECT_EQ(outcome.mErrors, "");
+    EXPECT_EQ(outcome.mOutput.find("Path: \"" + GetModelFile(4000, 3).string() + "\"\nSplats: 4 000\n"), 0U)
+        << outcome.mOutput;
+    const host::Json scene = host::Json::parse(ReadFile(file));
+    EXPECT_EQ(scene.at("nulls")[0].at("name"), "4 Transform Null");
+    EXPECT_EQ(scene.at("parameters").at("Model4_model"), scene.at("parameters").at("Model1_model"));
+    // An empty clipboard is not settings: each run has a clipboard of its own.
+    const Outcome empty = RunProgram("--press Model1_modelSettings_paste --info 1");
+    EXPECT_EQ(empty.mCode, 1);
+    EXPECT_NE(empty.mErrors.find("Failed to get a text from the clipboard"), std::string::npos) << empty.mErrors;
+}
+
 TEST(Program, SavedSceneRendersTheSamePicture) {
     const fs::path folder = MakeFolder("saved");
     const std::string model = GetModelFile(4000, 3).string();

@@ -172,7 +172,11 @@ host::Frame EffectHost::Render(int frame) {
     return host::RenderFrame(*mHost, frame, times);
 }
 
-host::Frame RenderWithEffect(const Shot& shot) { return EffectHost(shot).Render(); }
+host::Frame RenderWithEffect(const Shot& shot, const std::string& device) {
+    EffectHost::Options options;
+    options.mDevice = device;
+    return EffectHost(shot, options).Render();
+}
 
 host::Frame RenderReference(const Shot& shot) {
     reference::Frame frame;

@@ -83,8 +83,8 @@ private:
     std::unique_ptr<host::Host> mHost;
 };
 
-/// The frame as the effect draws it, in a host of its own.
-host::Frame RenderWithEffect(const Shot& shot);
+/// The frame as the effect draws it, in a host of its own, on the device asked for.
+host::Frame RenderWithEffect(const Shot& shot, const std::string& device = {});
 
 /// The same frame from the reference renderer, in the host's layout.
 host::Frame RenderReference(const Shot& shot);

@@ -300,6 +300,63 @@ TEST(Effect, ListsItsParameters) {
                                    "Custom", "Button", "GroupStart", "GroupEnd", "Popup", "Popup"));
 }
 
+TEST(Effect, ChangesItsValuesWhenAButtonIsPressed) {
+    std::vector<std::string> dialogs;
+    HostOptions options;
+    options.mShowDialog = [&](const std::string& title, const std::string& text) {
+        dialogs.push_back(title + ": " + text);
+    };
+    Composition composition = Effect::FloatComposition();
+    composition.mDownsample = 2;
+    Effect effect(composition, std::nullopt, options);
+    effect.Set("Curve", R"({"v": 0.25})");
+    effect.Set("Spot", "[1, 2, 10]");
+    PressButton(*effect.mHost, "#19", "test");
+    EXPECT_EQ(effect.Probe(kProbeLevel), 100);
+    EXPECT_EQ(effect.Probe(kProbeCurve), 0.5);
+    EXPECT_EQ(effect.Probe(kProbeSpotZ), 6) << "10 at half resolution and 1";
+    EXPECT_EQ(effect.Probe(kProbeTurn), 0) << "what is not marked is not taken";
+    EXPECT_EQ(effect.Probe(kProbePathLength), 0) << "nor are layers";
+    EXPECT_THAT(dialogs, ElementsAre("T: hello"));
+
+    // Animated values get a key at the time, half a second here.
+    effect.Set("Model1_align_scale", R"({"keyframes": [[0, 10], [1, 20]]})");
+    effect.Set("Curve", R"({"keyframes": [[0, {"v": 0}], [0.5, {"v": 1}], [1, {"v": 3}]]})");
+    effect.mHost->ChangeParameter(effect.mHost->GetParameters().Find("#19", "test"), 12);
+    EXPECT_EQ(effect.Probe(kProbeLevel, 0), 10);
+    EXPECT_EQ(effect.Probe(kProbeLevel, 12), 30);
+    EXPECT_EQ(effect.Probe(kProbeLevel, 24), 20);
+    EXPECT_EQ(effect.Probe(kProbeCurve, 12), 2);
+    effect.mHost->ChangeParameter(effect.mHost->GetParameters().Find("#19", "test"), 18);
+    EXPECT_EQ(effect.Probe(kProbeCurve, 18), 5);
+    EXPECT_EQ(effect.Probe(kProbeCurve, 12), 2);
+    EXPECT_THAT(effect.Finish(), IsEmpty());
+}
+
+TEST(Effect, SeesWhatExpressionsGive) {
+    Effect effect;
+    effect.Set("Model1_align_scale", R"({"value": 10, "expression": "value * 2 + time"})");
+    effect.Set("Turn", R"({"keyframes": [[0, 0], [1, 90]], "expression": "-value"})");
+    effect.Set("Spot", R"({"value": [1, 2, 3], "expression": "value + thisComp.layer('Splats').toWorld([0, 0, 7]);"})");
+    EXPECT_EQ(effect.Probe(kProbeLevel), 20);
+    EXPECT_EQ(effect.Probe(kProbeLevel, 24), 21);
+    EXPECT_EQ(effect.Probe(kProbeTurn, 12), -45);
+    EXPECT_EQ(effect.Probe(kProbeSpotZ), 10);
+    const Json saved = WriteScene(*effect.mHost, effect.mFolder / "")["parameters"];
+    EXPECT_EQ(saved["Model1_align_scale"].dump(), R"({"value":10.0,"expression":"value * 2 + time"})");
+    EXPECT_EQ(saved["Turn"].dump(), R"({"keyframes":[[0.0,0.0],[1.0,90.0]],"expression":"-value"})");
+
+    effect.Set("Model1_align_scale", "5");
+    EXPECT_EQ(effect.Probe(kProbeLevel), 5) << "a new value comes without the old one's expression";
+    EXPECT_THAT(UsageMessage([&] { effect.Set("Turn", R"({"expression": "1", "other": 2})"); }),
+                HasSubstr("parameters.Turn.other: unknown key"));
+    EXPECT_THAT(UsageMessage([&] { effect.Set("Turn", R"({"expression": "1"})"); }),
+                HasSubstr("parameters.Turn: expected a \"value\" or \"keyframes\" beside the \"expression\""));
+    effect.Set("Turn", R"({"value": 4, "expression": "nothing + 1"})");
+    for (int time = 0; time < 2; ++time) EXPECT_EQ(effect.Probe(kProbeTurn), 4);
+    EXPECT_THAT(effect.Finish(), ElementsAre(HasSubstr("the expression of \"Turn\" failed: ReferenceError")));
+}
+
 TEST(Effect, SavesAndReadsBackItsScene) {
     Effect effect(Effect::FloatComposition(), DefaultCamera(8, 6));
     effect.mFolder.Write("a.ply", "x");

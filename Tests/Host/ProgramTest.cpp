@@ -158,7 +158,10 @@ TEST_F(Program, EndsWithTwoAndOneLineForAWrongRequest) {
         {"--model none.ply", "--model: none.ply: expected a file"},
         {"scene.json --plugin none.so", "none.so: expected the effect library"},
         {"scene.json --catalogue none.json", "none.json: expected a readable file"},
-        {"scene.json --press x", "--help"},
+        {"scene.json --press x", "--press: unknown parameter \"x\""},
+        {"scene.json --press Turn", "--press: expected a button, but \"Turn\" is a Angle"},
+        {"scene.json --info 6", "--info: expected a slot from 1 to 5"},
+        {"scene.json --no-such-option", "--help"},
     };
     for (const auto& [arguments, message] : cases) {
         const Result result = Run(arguments);

@@ -54,8 +54,11 @@ TEST(Scene, NamesFileKeyAndExpectation) {
     } cases[] = {
         {R"([1])", "s.json: expected an object, but it is an array of 1"},
         {R"({"colour": 1})",
-         "s.json: colour: unknown key, expected one of \"composition\", \"camera\", \"parameters\""},
-        {R"({"nulls": []})", "s.json: nulls: unknown key"},
+         "s.json: colour: unknown key, expected one of \"composition\", \"camera\", \"nulls\", \"parameters\""},
+        {R"({"nulls": {}})", "s.json: nulls: expected an array of null objects"},
+        {R"({"nulls": [{"position": [0, 0, 0]}]})", "s.json: nulls[0]: expected a null object with a \"name\""},
+        {R"({"nulls": [{"name": "a", "size": 1}]})", "s.json: nulls[0].size: unknown key"},
+        {R"({"nulls": [{"name": "a", "scale": 50}]})", "nulls[0].scale: expected three numbers [x, y, z]"},
         {R"({"composition": {"width": 0}})",
          "s.json: composition.width: expected a whole number from 1 to 30000, but it is 0"},
         {R"({"composition": {"width": 1.5}})", "composition.width: expected a whole number"},

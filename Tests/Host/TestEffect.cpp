@@ -358,6 +358,32 @@ PF_Err Render(PF_InData* in, PF_OutData* out, PF_SmartRenderExtra* extra) {
     }
 }
 
+/// The button doubles the level and the curve, moves the spot, tries the layer, which the host must ignore, and shows a
+/// dialog where it can.
+PF_Err UserChanged(PF_InData* in, PF_ParamDef** params, const PF_UserChangedParamExtra* extra) {
+    if (extra->param_index != IndexOf(kPress)) return 0;
+    const auto change = [&](int id) -> PF_ParamDefUnion& {
+        PF_ParamDef& def = *params[IndexOf(id)];
+        def.uu.change_flags = PF_ChangeFlag_CHANGED_VALUE;
+        return def.u;
+    };
+    change(kLevel).fs_d.value *= 2;
+    const double doubled = GetCurve(params[IndexOf(kCurve)]->u.arb_d.value) * 2;
+    std::memcpy(*change(kCurve).arb_d.value, &doubled, sizeof(doubled));
+    change(kSpot).point3d_d.z_value += 1;
+    change(kModel);
+    params[IndexOf(kTurn)]->u.ad.value = 65536;  // not marked
+    Acquired<AEGP_UtilitySuite6> utility(in, kAEGPUtilitySuite, kAEGPUtilitySuiteVersion6);
+    A_Boolean available = 0;
+    utility->AEGP_IsScriptingAvailable(&available);
+    if (available == 0) return 0;
+    AEGP_MemHandle result = nullptr;
+    const A_Err error = utility->AEGP_ExecuteScript(
+        1, "var w = new Window('dialog', 'T'); w.add('statictext', undefined, 'hello'); w.show()", 0, &result, nullptr);
+    Acquired<AEGP_MemorySuite1> memory(in, kAEGPMemorySuite, kAEGPMemorySuiteVersion1);
+    return error != 0 ? error : memory->AEGP_FreeMemHandle(result);
+}
+
 PF_Err NewSequence(PF_InData* in, PF_OutData* out) {
     out->sequence_data = NewCurve(in, 7);
     return 0;
@@ -365,7 +391,7 @@ PF_Err NewSequence(PF_InData* in, PF_OutData* out) {
 
 }  // namespace
 
-TEST_EXPORT PF_Err EffectMain(PF_Cmd command, PF_InData* in, PF_OutData* out, PF_ParamDef**, PF_LayerDef*,
+TEST_EXPORT PF_Err EffectMain(PF_Cmd command, PF_InData* in, PF_OutData* out, PF_ParamDef** params, PF_LayerDef*,
                               void* extra) {
     switch (command) {
         case PF_Cmd_GLOBAL_SETUP: return GlobalSetup(in, out);
@@ -379,6 +405,7 @@ TEST_EXPORT PF_Err EffectMain(PF_Cmd command, PF_InData* in, PF_OutData* out, PF
             handles->host_dispose_handle(in->sequence_data);
             return 0;
         }
+        case PF_Cmd_USER_CHANGED_PARAM: return UserChanged(in, params, static_cast<PF_UserChangedParamExtra*>(extra));
         case PF_Cmd_ARBITRARY_CALLBACK: return Arbitrary(in, out, static_cast<PF_ArbParamsExtra*>(extra));
         case PF_Cmd_SMART_PRE_RENDER: return PreRender(in, static_cast<PF_PreRenderExtra*>(extra));
         case PF_Cmd_SMART_RENDER: return Render(in, out, static_cast<PF_SmartRenderExtra*>(extra));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <glm/vec3.hpp>
 #include <utility>
@@ -36,6 +37,20 @@ struct Animation {
     }
 
     bool IsConstant() const { return mKeys.size() == 1; }
+
+    /// The value of the one keyframe, or of one at the time, made as a copy of the value there if need be. What a copy
+    /// shares with its neighbour is the caller's matter.
+    T& GetOrAddKey(double seconds) {
+        if (IsConstant()) return mKeys.front().mValue;
+        const KeySpan span = Find(seconds);
+        for (const std::size_t near : {span.mLeft, span.mRight}) {
+            if (std::abs(mKeys[near].mSeconds - seconds) < 1e-9) return mKeys[near].mValue;
+        }
+        const bool isFirst = seconds < mKeys.front().mSeconds;
+        const auto place = mKeys.begin() + static_cast<std::ptrdiff_t>(isFirst ? 0 : span.mLeft + 1);
+        const Key key{seconds, mKeys[span.mLeft].mValue};
+        return mKeys.insert(place, key)->mValue;
+    }
 
     KeySpan Find(double seconds) const {
         const auto after = std::upper_bound(mKeys.begin(), mKeys.end(), seconds,

@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 
 #include "NimbrelHost/Catalogue.h"
@@ -34,6 +35,8 @@ struct HostOptions {
     bool mStrict = false;
     /// Shows a message of the effect that is no failure. Any thread, one at a time.
     std::function<void(const std::string&)> mShowMessage;
+    /// Shows the dialog of a script of the effect. Main thread. Without it no scripts can run.
+    std::function<void(const std::string& title, const std::string& text)> mShowDialog;
     /// Hears of progress within a frame, such as loading models. Any thread, one at a time.
     std::function<void(int current, int total)> mProgress;
 };
@@ -72,6 +75,12 @@ public:
 
     /// Lets the effect bring names and visibility of its controls up to date.
     void UpdateParameterControls();
+    /// Tells the effect that the user pressed a button or chose another value at a frame, takes over the values that
+    /// it set in answer, and updates its controls. Throws EffectError.
+    void ChangeParameter(const Parameter& parameter, int frame = 0);
+    /// The value's numbers at a time, as the effect and the user see them: with the expression, if one is on. One that
+    /// fails counts as off, and is reported. Any thread.
+    glm::dvec3 EvaluateParameter(const Parameter& parameter, double seconds);
 
     const HostOptions& GetOptions() const { return mOptions; }
     const EffectLibrary& GetEffect() const { return mEffect; }
@@ -97,6 +106,7 @@ public:
     /// Defines one parameter; only within the command that sets parameters up.
     void AddParameter(const PF_ParamDef& definition);
     void ShowMessage(const std::string& text);
+    void ShowDialog(const std::string& title, const std::string& text);
     void ReportProgress(int current, int total);
 
     /// What an effect's undo groups come to; 0 between commands.
@@ -127,6 +137,8 @@ private:
     SPBasicSuite mBasicSuite{};
     EffectLibrary mEffect;
     std::mutex mShowMutex;
+    std::mutex mExpressionMutex;
+    std::set<std::string> mFailedExpressions;  ///< those reported
     PF_Handle mGlobalData = nullptr;
     PF_Handle mSequenceData = nullptr;
     PF_OutFlags mOutFlags = 0;

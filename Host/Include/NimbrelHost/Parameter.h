@@ -67,9 +67,15 @@ private:
 
 /// Writes what the effect sees of a value into its record, except custom values: points are scaled down with the
 /// picture, pop-ups count from 1, angles are 16.16 degrees.
-void FillRecord(const Parameter& parameter, double seconds, int downsample, PF_ParamDef& record);
+void FillRecord(const Parameter& parameter, const glm::dvec3& numbers, int downsample, PF_ParamDef& record);
 
-/// The value's numbers at a time: held or mixed by the parameter's kind, integers rounded.
+/// The other way round: a value that the effect wrote into its record. Only of types whose value is numbers.
+glm::dvec3 ReadRecord(const PF_ParamDef& record, int downsample);
+
+/// Whether the value is numbers that an expression can give.
+bool TakesExpression(const Parameter& parameter);
+
+/// The value's numbers at a time, without an expression: held or mixed by the parameter's kind, integers rounded.
 glm::dvec3 EvaluateNumbers(const Parameter& parameter, double seconds);
 
 }  // namespace nimbrel::host

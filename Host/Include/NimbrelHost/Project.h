@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "NimbrelHost/Scene.h"
@@ -35,6 +36,14 @@ struct Expression {
     bool mEnabled = false;
 };
 
+/// Where a layer is at one time: pixels, degrees about x, y, z, percent.
+struct Pose {
+    glm::dvec3 mPosition{0};
+    glm::dvec3 mOrientation{0};
+    glm::dvec3 mRotation{0};
+    glm::dvec3 mScale{100};
+};
+
 /// A layer of the composition. All layers begin at time 0, so layer time and composition time are one.
 struct Layer {
     enum class Kind { Footage, Camera, Null };
@@ -45,9 +54,13 @@ struct Layer {
     Item* mSource = nullptr;  ///< null for cameras and nulls
     int mFlags = 0;           ///< AEGP_LayerFlags
     std::optional<Camera> mCamera;
-    glm::dvec3 mPosition{0};                 ///< of a null; footage layers lie at the origin
-    std::map<int, Expression> mExpressions;  ///< by layer stream
+    std::optional<NullTransform> mNull;      ///< of nulls; footage layers lie at the origin
+    Layer* mParent = nullptr;                ///< whose space a null lies in; null for the world's
+    std::map<int, Expression> mExpressions;  ///< by layer stream; kept, but not run
 
+    bool Is3D() const;
+    /// In the parent's space. What a flat layer does not have is at rest.
+    Pose GetPose(double seconds) const;
     /// Layer space to world space, pixels, for column vectors.
     glm::dmat4 ToWorld(double seconds) const;
 };
@@ -76,7 +89,10 @@ public:
     Item* AddFootage(std::unique_ptr<Footage> footage, Item* parent);
     /// On top. The name is the source's.
     Layer* AddLayer(Item* source);
+    /// A flat null in the middle of the composition, on top.
     Layer* AddNull(std::string name);
+    /// The nulls of a scene, in its order, on top. Throws UsageError for parents that aren't there or go in a ring.
+    void AddNulls(const std::vector<NullSetting>& nulls);
     /// Moves a layer to a place counted from the top; -1 is the bottom. False for a place that isn't there.
     bool Reorder(Layer* layer, int index);
 
@@ -86,6 +102,9 @@ public:
     Footage* FindFootage(const void* footage) const;
     Layer* FindLayerById(int id) const;
     int GetIndex(const Layer* layer) const;
+
+    /// By name, the topmost; null if there is none.
+    Layer* FindLayerByName(std::string_view name) const;
 
     /// The layer that shows a file, made if there is none: the file becomes footage in the project's root and a hidden
     /// layer below the effect's own.

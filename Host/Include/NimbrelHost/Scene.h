@@ -38,6 +38,22 @@ TimeBase MakeTimeBase(double frameRate);
 /// Frames of the composition, at least 1.
 int CountFrames(const Composition& composition);
 
+/// Where a null object is, each in its own time: pixels, degrees about x, y, z, percent.
+struct NullTransform {
+    Animation<glm::dvec3> mPosition = Animation<glm::dvec3>::Constant(glm::dvec3(0));
+    Animation<glm::dvec3> mOrientation = mPosition;
+    Animation<glm::dvec3> mRotation = mPosition;
+    Animation<glm::dvec3> mScale = Animation<glm::dvec3>::Constant(glm::dvec3(100));
+};
+
+/// A null object of a scene.
+struct NullSetting {
+    std::string mName;
+    NullTransform mTransform;
+    std::string mParent;  ///< another layer's name; empty for none
+    std::string mWhere;   ///< for messages: file and key
+};
+
 /// One value for one parameter, as the user wrote it. What it means is known only when the effect has defined its
 /// parameters.
 struct Setting {
@@ -52,7 +68,8 @@ struct Setting {
 struct Scene {
     Composition mComposition;
     std::optional<Camera> mCamera;
-    std::vector<Setting> mSettings;  ///< in order; later ones win
+    std::vector<NullSetting> mNulls;  ///< topmost first
+    std::vector<Setting> mSettings;   ///< in order; later ones win
 };
 
 /// Reads a scene file. Throws UsageError with file, key and what was expected.
@@ -69,5 +86,6 @@ int ReadDownsample(const JsonView& view);
 
 Json WriteComposition(const Composition& composition);
 Json WriteCamera(const Camera& camera);
+Json WriteNull(const NullSetting& null);
 
 }  // namespace nimbrel::host

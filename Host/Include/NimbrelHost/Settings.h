@@ -1,6 +1,8 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
+#include <string_view>
 
 #include "NimbrelHost/Host.h"
 
@@ -9,6 +11,13 @@ namespace nimbrel::host {
 /// Gives a parameter the value that the user wrote, in host units. Model files are imported into the project.
 /// Throws UsageError that names file, key and what was expected. Main thread.
 void ApplySetting(Host& host, const Setting& setting);
+
+/// The same as a user does it: the effect hears of a change that it asked to hear of, and may answer with a message or
+/// take the value back. Throws UsageError, EffectError.
+void ChooseSetting(Host& host, const Setting& setting);
+
+/// Presses a button named by id, shown name or "#uniqueID". Throws UsageError for what is no button; EffectError.
+void PressButton(Host& host, std::string_view id, const std::string& where);
 
 /// Number of model slots that the effect has.
 inline constexpr int kModelSlots = 5;

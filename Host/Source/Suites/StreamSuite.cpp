@@ -30,26 +30,46 @@ bool ReadLayerStream(const Layer& layer, int stream, double seconds, AEGP_Stream
         return true;
     };
     const Camera* const camera = layer.mCamera ? &*layer.mCamera : nullptr;
-    // Layers without a camera don't move: their streams are those of a layer at rest.
-    const bool isRotation = stream >= AEGP_LayerStream_ROTATE_X && stream <= AEGP_LayerStream_ROTATE_Y;
-    if (camera == nullptr) {
-        if (stream == AEGP_LayerStream_POSITION || stream == AEGP_LayerStream_ANCHORPOINT)
-            return vector(layer.mPosition);
-        if (stream == AEGP_LayerStream_SCALE) return vector(glm::dvec3(100));
-        if (stream == AEGP_LayerStream_ORIENTATION) return vector(glm::dvec3(0));
-        return (isRotation || stream == AEGP_LayerStream_ROTATE_Z) && number(0);
-    }
-    const glm::dvec3 rotation = Evaluate(camera->mRotation, seconds);
+    const Pose pose = layer.GetPose(seconds);
+    // A flat layer turns about z alone.
+    const bool is3D = layer.Is3D();
     switch (stream) {
-        case AEGP_LayerStream_ZOOM: return number(Evaluate(camera->mZoom, seconds));
-        case AEGP_LayerStream_POSITION: return vector(Evaluate(camera->mPosition, seconds));
+        case AEGP_LayerStream_ZOOM: return camera != nullptr && number(Evaluate(camera->mZoom, seconds));
+        case AEGP_LayerStream_POSITION: return vector(pose.mPosition);
+        case AEGP_LayerStream_SCALE: return camera == nullptr && vector(pose.mScale);
         case AEGP_LayerStream_ANCHORPOINT:
+            if (camera == nullptr) return vector(glm::dvec3(0));
             return camera->mPointOfInterest && vector(Evaluate(*camera->mPointOfInterest, seconds));
-        case AEGP_LayerStream_ORIENTATION: return vector(Evaluate(camera->mOrientation, seconds));
-        case AEGP_LayerStream_ROTATE_X: return number(rotation.x);
-        case AEGP_LayerStream_ROTATE_Y: return number(rotation.y);
-        case AEGP_LayerStream_ROTATE_Z: return number(rotation.z);
+        case AEGP_LayerStream_ORIENTATION: return is3D && vector(pose.mOrientation);
+        case AEGP_LayerStream_ROTATE_X: return is3D && number(pose.mRotation.x);
+        case AEGP_LayerStream_ROTATE_Y: return is3D && number(pose.mRotation.y);
+        case AEGP_LayerStream_ROTATE_Z: return number(pose.mRotation.z);
         default: return false;
+    }
+}
+
+/// Nulls alone can be moved here, as long as they have no keyframes.
+A_Err WriteLayerStream(Layer& layer, int stream, const AEGP_StreamVal2& value) {
+    if (!layer.mNull) return A_Err_PARAMETER;
+    NullTransform& transform = *layer.mNull;
+    const glm::dvec3 vector(value.three_d.x, value.three_d.y, value.three_d.z);
+    const auto write = [](Animation<glm::dvec3>& animation, auto set) -> A_Err {
+        if (!animation.IsConstant()) return A_Err_PARAMETER;
+        set(animation.mKeys.front().mValue);
+        return A_Err_NONE;
+    };
+    const auto whole = [&](glm::dvec3& target) { target = vector; };
+    switch (stream) {
+        case AEGP_LayerStream_POSITION: return write(transform.mPosition, whole);
+        case AEGP_LayerStream_SCALE: return write(transform.mScale, whole);
+        case AEGP_LayerStream_ORIENTATION: return write(transform.mOrientation, whole);
+        case AEGP_LayerStream_ROTATE_X:
+            return write(transform.mRotation, [&](glm::dvec3& target) { target.x = value.one_d; });
+        case AEGP_LayerStream_ROTATE_Y:
+            return write(transform.mRotation, [&](glm::dvec3& target) { target.y = value.one_d; });
+        case AEGP_LayerStream_ROTATE_Z:
+            return write(transform.mRotation, [&](glm::dvec3& target) { target.z = value.one_d; });
+        default: return A_Err_PARAMETER;
     }
 }
 
@@ -65,8 +85,9 @@ A_long GetParameterStreamType(const Parameter& parameter) {
 }
 
 /// Values of streams are as the user sees them: points in full-resolution pixels, pop-ups from 1.
-A_Err ReadParameterStream(const Parameter& parameter, double seconds, AEGP_StreamVal2& value) {
-    const glm::dvec3 numbers = EvaluateNumbers(parameter, seconds);
+A_Err ReadParameterStream(const Parameter& parameter, double seconds, bool preExpression, AEGP_StreamVal2& value) {
+    const glm::dvec3 numbers =
+        preExpression ? EvaluateNumbers(parameter, seconds) : Host::Active().EvaluateParameter(parameter, seconds);
     switch (GetParameterStreamType(parameter)) {
         case AEGP_StreamType_LAYER_ID: value.layer_id = static_cast<AEGP_LayerIDVal>(numbers.x); return A_Err_NONE;
         case AEGP_StreamType_COLOR: value.color = {1, numbers.x, numbers.y, numbers.z}; return A_Err_NONE;
@@ -174,15 +195,17 @@ A_Err GetStreamType(AEGP_StreamRefH reference, A_long* type) {
     return A_Err_NONE;
 }
 
-// Layer time and composition time are one, and expressions are kept but not run.
-A_Err GetNewStreamValue(AEGP_PluginID, AEGP_StreamRefH reference, A_short, const A_Time* time, A_Boolean,
+// Layer time and composition time are one.
+A_Err GetNewStreamValue(AEGP_PluginID, AEGP_StreamRefH reference, A_short, const A_Time* time, A_Boolean preExpression,
                         AEGP_StreamValue2* value) {
     return Guarded([&]() -> A_Err {
         const StreamReference* const stream = ToStream(reference);
         if (stream == nullptr || time == nullptr || value == nullptr) return A_Err_PARAMETER;
         *value = {};
         value->streamH = reference;
-        if (stream->mParameter != nullptr) return ReadParameterStream(*stream->mParameter, ToSeconds(time), value->val);
+        if (stream->mParameter != nullptr) {
+            return ReadParameterStream(*stream->mParameter, ToSeconds(time), preExpression != 0, value->val);
+        }
         A_long type = 0;
         const bool good = ReadLayerStream(*stream->mLayer, stream->mStream, ToSeconds(time), value->val, type);
         return good ? A_Err_NONE : A_Err_PARAMETER;
@@ -200,8 +223,9 @@ A_Err SetStreamValue(AEGP_PluginID, AEGP_StreamRefH reference, AEGP_StreamValue2
     return Guarded([&]() -> A_Err {
         if (const A_Err error = CheckMayChangeProject()) return error;
         const StreamReference* const stream = ToStream(reference);
-        if (stream == nullptr || stream->mParameter == nullptr || value == nullptr) return A_Err_PARAMETER;
-        return WriteParameterStream(*stream->mParameter, value->val);
+        if (stream == nullptr || value == nullptr) return A_Err_PARAMETER;
+        return stream->mParameter != nullptr ? WriteParameterStream(*stream->mParameter, value->val)
+                                             : WriteLayerStream(*stream->mLayer, stream->mStream, value->val);
     });
 }
 

@@ -32,14 +32,24 @@ double ToSeconds(A_long value, A_u_long scale) { return scale == 0 ? 0 : static_
 
 double ToSeconds(const A_Time* time) { return time == nullptr ? 0 : ToSeconds(time->value, time->scale); }
 
+namespace {
+
+AEGP_MemHandle NewMemory(const void* data, std::size_t size) {
+    void** const handle = Host::Active().GetMemory().New(size);
+    if (handle == nullptr) return nullptr;
+    std::memcpy(*handle, data, size);
+    return reinterpret_cast<AEGP_MemHandle>(handle);
+}
+
+}  // namespace
+
 AEGP_MemHandle NewTextHandle(std::string_view text) {
     const std::u16string wide = ToUtf16(text);
-    const std::size_t size = (wide.size() + 1) * sizeof(char16_t);
-    HandleStore& memory = Host::Active().GetMemory();
-    void** const handle = memory.New(size);
-    if (handle == nullptr) return nullptr;
-    std::memcpy(*handle, wide.c_str(), size);
-    return reinterpret_cast<AEGP_MemHandle>(handle);
+    return NewMemory(wide.c_str(), (wide.size() + 1) * sizeof(char16_t));
+}
+
+AEGP_MemHandle NewNarrowTextHandle(std::string_view text) {
+    return NewMemory(std::string(text).c_str(), text.size() + 1);
 }
 
 A_Matrix4 ToRowMatrix(const glm::dmat4& matrix) {

@@ -66,6 +66,9 @@ double ToSeconds(A_long value, A_u_long scale);
 /// UTF-16 text in a new memory handle, with its terminator; null without memory.
 AEGP_MemHandle NewTextHandle(std::string_view text);
 
+/// The same of UTF-8 text.
+AEGP_MemHandle NewNarrowTextHandle(std::string_view text);
+
 /// A matrix for row vectors, as the interface has it.
 A_Matrix4 ToRowMatrix(const glm::dmat4& matrix);
 

@@ -1,4 +1,4 @@
-#include "NimbrelHost/Text.h"
+#include "NimbrelHost/ScriptEngine.h"
 #include "Suites/SuiteSupport.h"
 
 namespace nimbrel::host {
@@ -32,12 +32,31 @@ A_Err RegisterWithAEGP(AEGP_GlobalRefcon, const A_char* name, A_long* id) {
 
 A_Err IsScriptingAvailable(A_Boolean* available) {
     if (available == nullptr) return A_Err_PARAMETER;
-    *available = 0;  // there is nobody to show a script's dialog to
+    // Scripts are for showing something, so there must be somebody to show it to.
+    *available = Host::Active().GetOptions().mShowDialog ? 1 : 0;
     return A_Err_NONE;
 }
 
-// There is no script engine; effects ask IsScriptingAvailable first.
-A_Err ExecuteScript(AEGP_PluginID, const A_char*, A_Boolean, AEGP_MemHandle*, AEGP_MemHandle*) { return A_Err_GENERIC; }
+// Result and error are narrow texts that the effect frees; either may be left out.
+A_Err ExecuteScript(AEGP_PluginID, const A_char* script, A_Boolean, AEGP_MemHandle* result, AEGP_MemHandle* error) {
+    return Guarded([&]() -> A_Err {
+        Host& host = Host::Active();
+        if (script == nullptr) return A_Err_PARAMETER;
+        if (!host.GetOptions().mShowDialog) return A_Err_GENERIC;
+        if (result != nullptr) *result = nullptr;
+        if (error != nullptr) *error = nullptr;
+        try {
+            const ScriptOutcome outcome = RunDialogScript(script);
+            for (const ScriptDialog& dialog : outcome.mDialogs) host.ShowDialog(dialog.mTitle, dialog.mText);
+            if (result == nullptr) return A_Err_NONE;
+            *result = NewNarrowTextHandle(outcome.mResult);
+            return *result == nullptr ? A_Err_ALLOC : A_Err_NONE;
+        } catch (const ScriptError& failure) {
+            if (error != nullptr) *error = NewNarrowTextHandle(failure.what());
+            return A_Err_GENERIC;
+        }
+    });
+}
 
 template <class Table>
 void FillUtilityTable(Table& table) {

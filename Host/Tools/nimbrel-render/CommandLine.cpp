@@ -17,11 +17,13 @@ constexpr const char* kDescription =
 
 constexpr const char* kFooter = R"(
 Scene file: JSON with "composition" (width, height, frameRate, duration in seconds, bitsPerChannel 8, 16 or 32,
-downsample), "camera" (type, zoom in pixels, position, pointOfInterest, orientation and rotation in degrees) and
-"parameters" by id. World space is pixels: x right, y down, z into the picture; a file unit of a model is 1000 pixels.
+downsample), "camera" (type, zoom in pixels, position, pointOfInterest, orientation and rotation in degrees), "nulls"
+(each with name, position, orientation, rotation, scale in percent and parent, another layer's name) and "parameters"
+by id. World space is pixels: x right, y down, z into the picture; a file unit of a model is 1000 pixels.
 Values are as a user sees them: percent sliders in percent, angles in degrees, check boxes true or false, pop-ups an
 index from 0 or the choice's text, colours [r, g, b] from 0 to 1, 3D points in pixels, files a path. Anything that can
-be animated takes {"keyframes": [[seconds, value], ...]}, with "interpolation": "linear" or "hold".
+be animated takes {"keyframes": [[seconds, value], ...]}, with "interpolation": "linear" or "hold". A number or a point
+may have an "expression" with its keyframes or its "value": {"value": 0, "expression": "value + time * 30"}.
 
 A parameter is named by its id, its shown name ("1 Align Scale") or # and its number; --list-parameters shows all.
 
@@ -33,6 +35,7 @@ Examples:
   nimbrel-render --model room.ply --size 1280x720 --set Model1_transform_yRotation=45 --fit -o room.png
   nimbrel-render shot.json -o out/shot.####.exr --depth 32 --frames 0-47 --threads 4
   nimbrel-render shot.json --set 'Model1_transform_yRotation={"keyframes": [[0, 0], [2, 360]]}' -o turn.####.png
+  nimbrel-render shot.json --press Model1_transform_createNullObject --save-scene linked.json
   nimbrel-render --list-gpus                                  what it would render on
   nimbrel-render --list-parameters | less                     what can be set)";
 
@@ -62,6 +65,11 @@ void AddSceneOptions(CLI::App& app, CommandLine& line) {
         "--fit", line.mFit,
         "move and scale the shown models so that each fills the picture (align anchor and scale); on by itself "
         "without a scene file as long as no align or transform parameter is set");
+    app.add_option("--press", line.mPresses,
+                   "after setting up, press a button as the user would, such as Model1_transform_createNullObject; "
+                   "repeatable, in order")
+        ->type_name("ID")
+        ->allow_extra_args(false);
     app.add_option("--size", line.mSize, "size of the composition in pixels")->type_name("WxH");
     app.add_option("--fps", line.mFrameRate, "frames per second")->type_name("N");
     app.add_option("--depth", line.mDepth, "bits per channel: 8 and 16 for PNG, 32 for EXR")->type_name("8|16|32");
@@ -102,6 +110,10 @@ void AddEffectOptions(CLI::App& app, CommandLine& line) {
     app.add_flag("--validate", line.mValidate,
                  "run with the graphics API's validation layer; its errors end with code 1");
     app.add_flag("--list-parameters", line.mListParameters, "print all parameters as JSON and end");
+    app.add_option("--info", line.mInfo,
+                   "print the text that the slot's \"Info\" button shows; renders only if --output or --frames is "
+                   "given too")
+        ->type_name("SLOT");
     app.add_option("--plugin", line.mPlugin, "the effect library; default: the one beside this program")
         ->type_name("FILE");
     app.add_option("--catalogue", line.mCatalogue,
@@ -162,6 +174,9 @@ std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv) {
     line.mHasOutput = app.count("--output") > 0;
     if (line.mThreads < 1 || line.mThreads > 256) {
         throw UsageError(fmt::format("--threads: expected 1 to 256, but it is {}", line.mThreads));
+    }
+    if (line.mInfo && (*line.mInfo < 1 || *line.mInfo > 5)) {
+        throw UsageError(fmt::format("--info: expected a slot from 1 to 5, but it is {}", *line.mInfo));
     }
     if (!background.empty()) line.mBackground = ParseColor(background);
     if (!alpha.empty()) {

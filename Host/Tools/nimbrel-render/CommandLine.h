@@ -28,6 +28,8 @@ struct CommandLine {
     bool mListGpus = false;
     bool mValidate = false;
     bool mListParameters = false;
+    std::vector<std::string> mPresses;  ///< ids of buttons
+    std::optional<int> mInfo;           ///< slot
     std::string mSaveScene, mStats;
     bool mQuiet = false;
     bool mStrict = false;

@@ -223,6 +223,19 @@ std::vector<FrameTimes> RenderAll(Host& host, const CommandLine& line, const Fra
     return RenderFrames(host, frames, line.mThreads, write, [&] { bar.FrameDone(); });
 }
 
+// What a scene holds is there before the effect's controls are touched.
+void PressButtons(Host& host, const CommandLine& line) {
+    for (const std::string& id : line.mPresses) PressButton(host, id, "--press");
+    if (!line.mInfo) return;
+    if (FindSlotParameter(host, *line.mInfo, "info") == nullptr) {
+        throw UsageError(
+            fmt::format("--info: expected an effect with Model{}_info; is nimbrel-catalogue.json beside the program "
+                        "(see --catalogue)?",
+                        *line.mInfo));
+    }
+    PressButton(host, fmt::format("Model{}_info", *line.mInfo), "--info");
+}
+
 /// Writes what was asked for besides frames.
 void WriteTexts(Host& host, const CommandLine& line) {
     if (!line.mSaveScene.empty()) {
@@ -246,14 +259,15 @@ int ReportFindings(Host& host) {
 
 int RunSession(const CommandLine& line) {
     if (line.mListGpus) return ListGpus(line);
-    if (line.mScene.empty() && line.mModels.empty() && !line.mListParameters && line.mSaveScene.empty()) {
+    const bool needsNoScene = line.mListParameters || !line.mSaveScene.empty() || line.mInfo;
+    if (line.mScene.empty() && line.mModels.empty() && !needsNoScene) {
         throw UsageError("expected a SCENE.json or --model FILE (see --help)");
     }
     Scene scene = line.mScene.empty() ? Scene{} : ReadScene(TextPath(line.mScene));
     ApplyOverrides(line, scene.mComposition);
     // What is asked for in words alone renders nothing.
     const bool onlyText =
-        line.mListParameters || (!line.mSaveScene.empty() && !line.mHasOutput && line.mFrames.empty());
+        line.mListParameters || ((!line.mSaveScene.empty() || line.mInfo) && !line.mHasOutput && line.mFrames.empty());
     const FramePattern pattern(line.mOutput);
     if (!onlyText) CheckOutput(pattern, scene.mComposition);
     const std::vector<int> frames = ChooseFrames(line, scene.mComposition, pattern);
@@ -265,12 +279,18 @@ int RunSession(const CommandLine& line) {
         bar.Clear();
         fmt::print(stderr, "{}\n", text);
     };
+    options.mShowDialog = [&](const std::string&, const std::string& text) {
+        bar.Clear();
+        fmt::print("{}\n", text);
+    };
     Host host(options, scene.mComposition, scene.mCamera, ReadCatalogue(line));
     try {
         const Clock::time_point start = Clock::now();
         host.Start();
+        host.GetProject().AddNulls(scene.mNulls);
         ApplySettings(host, line, scene);
         host.UpdateParameterControls();
+        PressButtons(host, line);
         const double setupMs = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
         WriteTexts(host, line);
         if (!onlyText) {

@@ -1,0 +1,329 @@
+// What a user does to the project with the effect's buttons, with the effect as it ships.
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <fstream>
+
+#include "HostInterface/HostInterface.h"
+#include "NimbrelHost/Catalogue.h"
+#include "NimbrelHost/RenderJob.h"
+#include "NimbrelHost/Settings.h"
+#include "Shot.h"
+
+namespace nimbrel::endtoend {
+namespace {
+
+using host::Layer;
+using host::Parameter;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+using ::testing::StartsWith;
+
+/// Two renders of one picture whose angles went through expressions: all but equal.
+constexpr double kSamePicture = 60;
+
+/// A host with the effect, and what it shows its user.
+class Studio {
+public:
+    explicit Studio(const Shot& shot) : Studio(MakeSceneDocument(shot), shot.mName) {}
+
+    Studio(const host::Json& document, const std::string& name) {
+        const host::Scene scene = host::ParseScene(document, name, GetScratchFolder());
+        host::HostOptions options;
+        options.mPlugin = NIMBREL_EFFECT_FILE;
+        options.mStrict = true;
+        options.mShowMessage = [this](const std::string& text) { mMessages.push_back(text); };
+        options.mShowDialog = [this](const std::string& title, const std::string& text) {
+            mDialogs.push_back({title, text});
+        };
+        mHost = std::make_unique<host::Host>(options, scene.mComposition, scene.mCamera,
+                                             host::Catalogue::Read(NIMBREL_CATALOGUE_FILE));
+        mHost->Start();
+        mHost->GetProject().AddNulls(scene.mNulls);
+        for (const host::Setting& setting : scene.mSettings) host::ApplySetting(*mHost, setting);
+    }
+
+    ~Studio() { Finish(); }
+    Studio(const Studio&) = delete;
+    Studio& operator=(const Studio&) = delete;
+
+    /// Takes the effect down; there is one host at a time. What it leaked or did wrong fails the test.
+    void Finish() {
+        if (!mHost) return;
+        mHost->Stop();
+        for (const std::string& text : mHost->GetDiagnostics().Get()) ADD_FAILURE() << "host: " << text;
+        mHost.reset();
+    }
+
+    Parameter& Get(const std::string& id) { return mHost->GetParameters().Find(id, "test"); }
+    void Press(const std::string& id) { host::PressButton(*mHost, id, "test"); }
+    host::Setting MakeSetting(const std::string& id, const host::Json& value) const {
+        return {id, value, "test", id, GetScratchFolder(), {}};
+    }
+    void Set(const std::string& id, const host::Json& value) { host::ApplySetting(*mHost, MakeSetting(id, value)); }
+    void Choose(const std::string& id, const host::Json& value) { host::ChooseSetting(*mHost, MakeSetting(id, value)); }
+    Layer* FindLayer(const std::string& name) { return mHost->GetProject().FindLayerByName(name); }
+    host::Json Save() { return host::WriteScene(*mHost, GetScratchFolder()); }
+    host::Frame Render(int frame = 0) {
+        host::FrameTimes times;
+        return host::RenderFrame(*mHost, frame, times);
+    }
+
+    std::vector<std::string> mMessages;
+    std::vector<std::pair<std::string, std::string>> mDialogs;  ///< title and text
+    std::unique_ptr<host::Host> mHost;
+};
+
+Shot MakeShot() {
+    Shot shot;
+    shot.mName = "project";
+    shot.mWidth = 160;
+    shot.mHeight = 90;
+    ShotModel model;
+    model.mFile = GetModelFile(4000, 1);
+    model.mAlignScale = 6;
+    model.mAlignRotation = {10, 20, 30};
+    model.mPosition = {85, 40, 20};
+    model.mScale = 90;
+    model.mRotation = {25, -40, 15};
+    shot.mModels.push_back(model);
+    return shot;
+}
+
+void ExpectSamePicture(const host::Frame& a, const host::Frame& b) {
+    EXPECT_GT(MeanAlpha(a), 0.01);
+    EXPECT_GT(ComparePsnr(a, b), kSamePicture);
+}
+
+/// Percents and angles are rounded on their way through the effect's units.
+void ExpectSameValues(const host::Json& actual, const host::Json& expected, const std::string& what) {
+    const host::Json a = actual.flatten();
+    const host::Json b = expected.flatten();
+    ASSERT_EQ(a.size(), b.size()) << what;
+    for (const auto& [key, value] : b.items()) {
+        if (value.is_number()) {
+            EXPECT_NEAR(a.at(key).get<double>(), value.get<double>(), 1e-6) << what << key;
+        } else {
+            EXPECT_EQ(a.at(key), value) << what << key;
+        }
+    }
+}
+
+constexpr const char* kCreate = "Model1_transform_createNullObject";
+constexpr const char* kUnlink = "Model1_transform_unlinkNullObject";
+
+TEST(NullObject, LinkingMovesNothingAtAnyTime) {
+    host::Json document = MakeSceneDocument(MakeShot());
+    document["composition"]["duration"] = 2;
+    document["parameters"]["Model1_transform_position"] =
+        host::Json::parse(R"({"keyframes": [[0, [70, 40, 0]], [2, [95, 55, 40]]]})");
+    document["parameters"]["Model1_transform_zRotation"] = host::Json::parse(R"({"keyframes": [[0, 15], [2, 120]]})");
+    Studio studio(document, "moving");
+    std::vector<host::Frame> before;
+    const std::vector<int> frames = {0, 9, 30};
+    for (const int frame : frames) before.push_back(studio.Render(frame));
+    EXPECT_LT(ComparePsnr(before[0], before[2]), 40) << "the model must move";
+    studio.Press(kCreate);
+    for (std::size_t i = 0; i < frames.size(); ++i) ExpectSamePicture(before[i], studio.Render(frames[i]));
+
+    const Layer* const null = studio.FindLayer("1 Transform Null");
+    ASSERT_NE(null, nullptr);
+    EXPECT_EQ(null->mKind, Layer::Kind::Null);
+    EXPECT_TRUE(null->Is3D());
+    EXPECT_EQ(null->GetPose(0).mPosition, glm::dvec3(70, 40, 0));
+    EXPECT_NEAR(null->GetPose(0).mRotation.y, -40, 1e-9);
+    const host::Project& project = studio.mHost->GetProject();
+    EXPECT_EQ(project.GetIndex(null), project.GetIndex(studio.mHost->GetProject().GetEffectLayer()) + 1);
+    EXPECT_EQ(studio.Get("Model1_transform_position").mExpression.mText,
+              "nullLayer = thisComp.layer(\"1 Transform Null\");\npos = nullLayer.toWorld([0,0,0]);\n"
+              "value + [pos[0] - 70, pos[1] - 40, pos[2] - 0];");
+    EXPECT_EQ(studio.Get("Model1_transform_yScale").mExpression.mText,
+              "nullLayer = thisComp.layer(\"1 Transform Null\");value * 0.01 * nullLayer.transform.scale[1]");
+    EXPECT_EQ(host::EvaluateNumbers(studio.Get("Model1_transform_uniformScale"), 0).x, 0);
+    EXPECT_THAT(studio.mMessages, IsEmpty());
+}
+
+TEST(NullObject, MovesTheModelAsItMovesLayers) {
+    const Shot shot = MakeShot();
+    const auto renderUnlinked = [&](const glm::dvec3& position, const glm::dvec3& rotation, const glm::dvec3& scale) {
+        Shot moved = shot;
+        moved.mModels[0].mPosition = position;
+        moved.mModels[0].mRotation = rotation;
+        moved.mModels[0].mSettings = {{"transform_uniformScale", false},
+                                      {"transform_xScale", scale.x},
+                                      {"transform_yScale", scale.y},
+                                      {"transform_zScale", scale.z}};
+        return Studio(moved).Render();
+    };
+    const glm::dvec3 position = shot.mModels[0].mPosition;
+    const glm::dvec3 rotation = shot.mModels[0].mRotation;
+    const auto renderLinked = [&](auto change) {
+        Studio studio(shot);
+        studio.Press(kCreate);
+        change(studio, *studio.FindLayer("1 Transform Null"));
+        return studio.Render();
+    };
+    const auto set = [](auto& animation, const glm::dvec3& value) {
+        animation = std::decay_t<decltype(animation)>::Constant(value);
+    };
+    ExpectSamePicture(renderUnlinked({60, 50, 30}, rotation, glm::dvec3(100)), renderLinked([&](Studio&, Layer& null) {
+                          set(null.mNull->mPosition, {60, 50, 30});
+                      }));
+    ExpectSamePicture(renderUnlinked(position, {-50, 70, 110}, glm::dvec3(100)),
+                      renderLinked([&](Studio&, Layer& null) {
+                          set(null.mNull->mRotation, {-50, 70, 110});
+                      }));
+    ExpectSamePicture(renderUnlinked(position, rotation, {60, 130, 90}), renderLinked([&](Studio&, Layer& null) {
+                          set(null.mNull->mScale, {60, 130, 90});
+                      }));
+    // A parent at (80, 45, 0), turned by 90 degrees about z: x goes to y, y to -x.
+    ExpectSamePicture(renderUnlinked({80 - 10, 45 + 20, 5}, {0, 0, 90}, glm::dvec3(100)),
+                      renderLinked([&](Studio& studio, Layer& null) {
+                          Layer* const parent = studio.mHost->GetProject().AddNull("parent");
+                          parent->mFlags |= AEGP_LayerFlag_LAYER_IS_3D;
+                          set(parent->mNull->mPosition, {80, 45, 0});
+                          set(parent->mNull->mRotation, {0, 0, 90});
+                          null.mParent = parent;
+                          set(null.mNull->mPosition, {20, 10, 5});
+                          set(null.mNull->mRotation, {0, 0, 0});
+                      }));
+}
+
+TEST(NullObject, IsMadeAgainAndUnlinked) {
+    Studio studio(MakeShot());
+    const host::Frame before = studio.Render();
+    studio.Press(kCreate);
+    studio.Press(kCreate);
+    ASSERT_NE(studio.FindLayer("1 Transform Null 1"), nullptr);
+    EXPECT_THAT(studio.Get("Model1_transform_xRotation").mExpression.mText,
+                StartsWith("nullLayer = thisComp.layer(\"1 Transform Null 1\");\nrelValue = value - 25;\nif (length("));
+    studio.Press("Model2_transform_createNullObject");
+    EXPECT_NE(studio.FindLayer("2 Transform Null"), nullptr);
+    studio.FindLayer("1 Transform Null 1")->mNull->mPosition.mKeys[0].mValue.x += 40;
+    EXPECT_LT(ComparePsnr(before, studio.Render()), 40);
+
+    const host::Json saved = studio.Save();
+    EXPECT_EQ(saved["nulls"].size(), 3U);
+    const host::Frame linked = studio.Render();
+    for (int time = 0; time < 2; ++time) studio.Press(kUnlink);
+    for (const auto& parameter : studio.mHost->GetParameters().GetAll()) {
+        const bool ofSlot = parameter->mId.rfind("Model1_", 0) == 0;
+        EXPECT_TRUE(!ofSlot || parameter->mExpression.mText.empty()) << parameter->mId;
+    }
+    ExpectSamePicture(before, studio.Render());
+    EXPECT_NE(studio.FindLayer("1 Transform Null"), nullptr) << "the null stays";
+    studio.Finish();
+
+    // The saved scene is linked as well.
+    Studio again(saved, "saved");
+    ExpectSamePicture(linked, again.Render());
+    EXPECT_EQ(again.Save().dump(), saved.dump());
+}
+
+TEST(Clipboard, CarriesASlotsSettingsToAnyOther) {
+    Shot shot = MakeShot();
+    shot.mModels.resize(5);
+    const host::Json curve = {{"type", 0}, {"interpolation", 1}, {"keys", {{0.0, 0.25}, {1.0, 0.75}}}};
+    for (std::size_t slot = 0; slot < 5; ++slot) {
+        ShotModel& model = shot.mModels[slot];
+        model = shot.mModels[0];
+        model.mPosition = {60 + 10.0 * static_cast<double>(slot), 45, 0};
+        model.mSettings = {{"effects_splatOpacity_enabled", slot % 2 == 1}, {"effects_splatOpacity_ramp", curve}};
+    }
+    Studio studio(shot);
+    const auto values = [&](int slot) {
+        const std::string prefix = "Model" + std::to_string(slot) + "_";
+        host::Json result = host::Json::object();
+        for (const host::Json& entry : host::ListParameters(*studio.mHost)) {
+            const std::string id = entry["id"].is_string() ? entry["id"].get<std::string>() : "";
+            if (id.rfind(prefix, 0) == 0 && entry.contains("value")) result[id.substr(prefix.size())] = entry["value"];
+        }
+        return result;
+    };
+    for (int from = 1; from <= 5; ++from) {
+        for (int to = 1; to <= 5; ++to) {
+            if (from == to) continue;
+            const std::string slots = std::to_string(from) + " to " + std::to_string(to);
+            studio.Set("Model" + std::to_string(from) + "_align_scale", 10 * from + to);
+            studio.Press("Model" + std::to_string(from) + "_modelSettings_copy");
+            studio.Press("Model" + std::to_string(to) + "_modelSettings_paste");
+            ExpectSameValues(values(to), values(from), slots);
+            EXPECT_NEAR(values(to)["align_scale"].get<double>(), 10 * from + to, 1e-6) << slots;
+        }
+    }
+    EXPECT_THAT(studio.mMessages, IsEmpty());
+
+    studio.Press("Model3_modelSettings_reset");
+    for (const host::Json& entry : host::ListParameters(*studio.mHost)) {
+        const bool ofSlot = entry["id"].is_string() && entry["id"].get<std::string>().rfind("Model3_", 0) == 0;
+        EXPECT_TRUE(!ofSlot || !entry.contains("value") || entry["value"] == entry["default"]) << entry.dump();
+    }
+    EXPECT_EQ(values(3)["model"], nullptr) << "the file goes too";
+}
+
+TEST(FileChoice, TestsTheFileAndSaysWhatIsWrong) {
+    const std::filesystem::path broken = GetScratchFolder() / "broken.ply";
+    std::ofstream(broken) << "ply\nformat ascii 1.0\nelement vertex 1\nend_header\n";
+    Studio studio(Shot{});
+    const auto layerId = [&] { return static_cast<int>(host::EvaluateNumbers(studio.Get("Model1_model"), 0).x); };
+    studio.Choose("Model1_model", GetModelFile(4000, 1).string());
+    EXPECT_THAT(studio.mMessages, IsEmpty());
+    EXPECT_NE(layerId(), 0);
+
+    studio.Choose("Model1_model", broken.string());
+    EXPECT_THAT(studio.mMessages, ElementsAre("Failed to load model \"" + broken.string() +
+                                              "\" with error: \"Unexpected file format.\""));
+    EXPECT_EQ(layerId(), 0) << "the pop-up goes back to none";
+
+    // What is cached is not read again: it may even be gone.
+    const std::filesystem::path passing = GetScratchFolder() / "passing.ply";
+    std::filesystem::copy_file(GetModelFile(4000, 1), passing);
+    studio.Set("Model1_model", passing.string());
+    const host::Frame drawn = studio.Render();
+    studio.mMessages.clear();
+    std::filesystem::resize_file(passing, 100);
+    studio.mHost->ChangeParameter(studio.Get("Model1_model"));
+    EXPECT_THAT(studio.mMessages, IsEmpty());
+    EXPECT_NE(layerId(), 0);
+}
+
+TEST(FileChoice, TakesOnlyLayersOfFiles) {
+    host::Json document = MakeSceneDocument(Shot{});
+    document["camera"] = host::Json::object();
+    Studio studio(document, "layers");
+    host::Project& project = studio.mHost->GetProject();
+    const auto choose = [&](const Layer* layer) {
+        studio.mMessages.clear();
+        studio.Get("Model1_model").mValue.mKeys[0].mValue.mNumbers.x = layer == nullptr ? 0 : layer->mId;
+        studio.mHost->ChangeParameter(studio.Get("Model1_model"));
+        EXPECT_EQ(host::EvaluateNumbers(studio.Get("Model1_model"), 0).x, 0);
+        return studio.mMessages;
+    };
+    EXPECT_THAT(choose(project.GetEffectLayer()),
+                ElementsAre("Failed to get a path: the footage is not an imported file"));
+    EXPECT_THAT(choose(project.GetCameraLayer()),
+                ElementsAre("Failed to get a path: the layer must be of type footage"));
+    EXPECT_THAT(choose(nullptr), IsEmpty());
+}
+
+TEST(Info, ShowsWhatIsKnownOfASlot) {
+    Studio studio(MakeShot());
+    studio.Press("Model1_info");
+    studio.Press("Model4_info");
+    ASSERT_THAT(studio.mDialogs, SizeIs(2));
+    EXPECT_EQ(studio.mDialogs[0].first, "Model Info");
+    EXPECT_THAT(studio.mDialogs[0].second,
+                StartsWith("Path: \"" + GetModelFile(4000, 1).string() + "\"\nSplats: 4 000\nVideo Memory: "));
+    EXPECT_THAT(
+        studio.mDialogs[0].second,
+        HasSubstr("\nNote: Splat positions were multiplied by 1000 to match the dimensions of the After Effects "
+                  "scene.\n\nRender Info:\n"));
+    EXPECT_THAT(studio.mDialogs[1].second,
+                StartsWith("Please import a ply file, add it to a composition and select in popup \"4 Model\" to apply "
+                           "a model.\n\nRender Info:\n"));
+}
+
+}  // namespace
+}  // namespace nimbrel::endtoend
