@@ -1,0 +1,3 @@
+#include "NoEffects.hlsli"
+
+#include "CSCalcDistances.hlsl"
