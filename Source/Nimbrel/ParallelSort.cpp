@@ -72,7 +72,8 @@ ComputeProgram MakeProgram(Device& device, ParallelSort::Form form, const char* 
 
 ParallelSort::ParallelSort(Device& device, Form form)
     : mReduce(MakeProgram(device, form, "FfxParallelSortReduce", false, {kSumTable, kReducedTable})),
-      mScanAdd(MakeProgram(device, form, "FfxParallelSortScanAdd", false, {kScanSource, kScanDestination, kScanScratch})),
+      mScanAdd(
+          MakeProgram(device, form, "FfxParallelSortScanAdd", false, {kScanSource, kScanDestination, kScanScratch})),
       mScan(MakeProgram(device, form, "FfxParallelSortScan", false, {kScanSource, kScanDestination})),
       mScatter(MakeProgram(device, form, "FfxParallelSortScatter", true,
                            {kSourceKeys, kDestinationKeys, kSourcePayload, kDestinationPayload, kSumTable})),
