@@ -195,7 +195,7 @@ struct PackedScene {
         chunk.sclX = chunk.sclY = chunk.sclZ = HalfPair(0.4F, 0.9F);
         chunk.shR = chunk.shG = chunk.shB = HalfPair(-0.6F, 0.5F);
         mChunks.assign(count / 256 + 1, chunk);
-        mInputs = SplatScene(1).Inputs();
+        mInputs = mCurves.Inputs();
         mInputs.mBlocks = {std::as_bytes(std::span(mChunks)), mPositions, mOther, mSH, mColor.View(), {0x030202U, 0}};
         gpu::CalcViewDataConstants& c = mInputs.mConstants;
         c._MatrixAlign[1][0] = 0.2F;
@@ -207,6 +207,7 @@ struct PackedScene {
         c._SplatScale = 1.1F;
     }
 
+    SplatScene mCurves;  ///< holds the curves that the inputs refer to
     std::vector<gpu::SplatChunkInfo> mChunks;
     std::vector<std::byte> mPositions;
     std::vector<std::byte> mOther;
