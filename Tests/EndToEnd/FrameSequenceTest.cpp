@@ -132,6 +132,45 @@ TEST_P(FrameSequence, ThreadsGiveTheSameFrames) {
     }
 }
 
+TEST_P(FrameSequence, KeysGiveTheFrameOfTheirInterpolatedValues) {
+    struct Animated {
+        const char* mId;
+        const char* mFirst;
+        const char* mLast;
+        const char* mBetween;  ///< a quarter of the way, worked out by hand
+    };
+    const Animated animated[] = {
+        {"effects_splatOpacity_ramp", R"({"type": 0, "interpolation": 1, "keys": [[0, 1], [1, 0]]})",
+         R"({"type": 0, "interpolation": 1, "keys": [[0.4, 0], [1, 1]]})",
+         R"({"type": 0, "interpolation": 1, "keys": [[0.1, 0.75], [1, 0.25]]})"},
+        {"effects_splatColor_gradient",
+         R"({"keys": [[0, {"color": [1, 0, 0], "type": 0}], [1, {"color": [0, 1, 0], "type": 0}]]})",
+         R"({"keys": [[0, {"color": [0, 0, 1], "type": 0}], [1, {"color": [1, 1, 1], "type": 0}]]})",
+         R"({"keys": [[0, {"color": [0.75, 0, 0.25], "type": 0}], [1, {"color": [0.25, 1, 0.25], "type": 0}]]})"},
+        {"effects_splatColor_shape_center", "[-40, 0, 0]", "[40, 20, 8]", "[-20, 5, 2]"},
+        {"transform_yRotation", "-30", "90", "0"},
+    };
+    Shot keyed = MakeShot(160, 90, 32);
+    for (const char* effect : {"effects_splatOpacity_enabled", "effects_splatColor_enabled"}) {
+        keyed.mModels[0].mSettings[effect] = true;
+    }
+    Shot fixed = keyed;
+    Shot first = keyed;
+    for (const Animated& one : animated) {
+        // Frame 6 of 24 a second is a quarter of a second.
+        keyed.mModels[0].mSettings[one.mId] = {
+            {"keyframes", {{0.0, host::Json::parse(one.mFirst)}, {1.0, host::Json::parse(one.mLast)}}}};
+        fixed.mModels[0].mSettings[one.mId] = host::Json::parse(one.mBetween);
+        first.mModels[0].mSettings[one.mId] = host::Json::parse(one.mFirst);
+    }
+    const host::Frame expected = RenderWithEffect(fixed, GetParam());
+    const host::Frame atStart = RenderWithEffect(first, GetParam());
+    EXPECT_LT(ComparePsnr(atStart, expected), 40.0) << "the keys must change the picture";
+    EffectHost host(keyed, OnDevice());
+    EXPECT_GE(ComparePsnr(host.Render(6), expected), 90.0);
+    EXPECT_EQ(host.Render(0).mPixels, atStart.mPixels);
+}
+
 TEST_P(FrameSequence, HostMayPurgeModelsBetweenFrames) {
     const Shot shot = MakeShot(160, 90, 8);
     const host::Frame expected = RenderWithEffect(shot, GetParam());
