@@ -11,15 +11,15 @@ namespace zeb::render {
 class RecordingBuffer final : public Buffer {
 public:
     RecordingBuffer(RecordingDevice& device, std::string name, std::uint64_t size)
-        : Buffer(std::move(name), size), mDevice(device), mBytes(static_cast<std::size_t>(size)) {
+        : Buffer(std::move(name), size, MemoryKind::Upload), mDevice(device), mBytes(static_cast<std::size_t>(size)) {
         mDevice.mBuffers[GetName()] = &mBytes;
     }
     ~RecordingBuffer() override {
         const auto found = mDevice.mBuffers.find(GetName());
         if (found != mDevice.mBuffers.end() && found->second == &mBytes) mDevice.mBuffers.erase(found);
     }
-    std::byte* Map(std::uint64_t, std::uint64_t) override { return mBytes.data(); }
-    void Unmap() override {}
+    std::byte* DoMap(std::uint64_t, std::uint64_t) override { return mBytes.data(); }
+    void DoUnmap() override {}
 
     RecordingDevice& mDevice;
     std::vector<std::byte> mBytes;
@@ -29,11 +29,7 @@ namespace {
 
 class FakeTexture final : public Texture {
 public:
-    using Texture::Texture;
-    CopyableLayout GetCopyableLayout(std::uint32_t, std::uint32_t) const override {
-        const std::uint64_t row = std::uint64_t{GetWidth()} * GetBytesPerPixel(GetFormat());
-        return {row, row, GetHeight(), row * GetHeight()};
-    }
+    FakeTexture(std::string name, const TextureDescription& description) : Texture(std::move(name), description) {}
 };
 
 class FakeShader final : public Shader {
@@ -51,46 +47,43 @@ public:
 class FakeRootSignature final : public RootSignature {
 public:
     using RootSignature::RootSignature;
-    void AddDescriptorTable(const std::vector<DescriptorTableRange>&, ShaderVisibility) override {}
-    void AddRootConstants(std::uint32_t, std::uint32_t, std::uint32_t) override {}
-    void AddRootConstantBufferView(std::uint32_t, std::uint32_t) override {}
-    void AddRootShaderResourceBufferView(std::uint32_t, std::uint32_t) override {}
-    void AddRootUnorderedAccessBufferView(std::uint32_t, std::uint32_t) override {}
+    void DoAddParameter(const RootParameter&) override {}
 };
 
 class FakeRange final : public DescriptorRange {
 public:
-    explicit FakeRange(std::int32_t count) : mCount(static_cast<std::uint32_t>(count)) {}
-    std::uint32_t GetCount() const override { return mCount; }
-
-private:
-    std::uint32_t mCount;
+    FakeRange(const DescriptorHeap& heap, std::int32_t count)
+        : DescriptorRange(heap.GetName(), heap.GetType(), count) {}
 };
 
 class FakeHeap final : public DescriptorHeap {
 public:
-    using DescriptorHeap::DescriptorHeap;
-    UniquePtr<DescriptorRange> AllocateRange(std::int32_t count) override { return MakeUnique<FakeRange>(count); }
+    FakeHeap(std::string name, DescriptorHeapType type) : DescriptorHeap(std::move(name), type) {}
+    UniquePtr<DescriptorRange> DoAllocateRange(std::int32_t count) override {
+        return MakeUnique<FakeRange>(*this, count);
+    }
 };
 
 /// The operations that all encoders share, as lines of the log.
 template <class Base>
 class Recorder : public Base {
 public:
-    explicit Recorder(RecordingDevice& device) : mDevice(device) {}
-    void TextureTransitionBarrier(Texture& texture, TextureState state) override {
+    template <class... Args>
+    explicit Recorder(RecordingDevice& device, CommandList& list, const Args&... args)
+        : Base(list, args...), mDevice(device) {}
+    void DoTextureTransitionBarrier(Texture& texture, TextureState state) override {
         mDevice.Log(fmt::format("transition {} {}", texture.GetName(), static_cast<int>(state)));
     }
-    void BufferTransitionBarrier(Buffer& buffer, BufferState state) override {
+    void DoBufferTransitionBarrier(Buffer& buffer, BufferState state) override {
         mDevice.Log(fmt::format("transition {} {}", buffer.GetName(), static_cast<int>(state)));
     }
-    void TextureUnorderedAccessBarrier(Texture& texture) override {
+    void DoTextureUnorderedAccessBarrier(Texture& texture) override {
         mDevice.Log(fmt::format("uavbarrier {}", texture.GetName()));
     }
-    void BufferUnorderedAccessBarrier(Buffer& buffer) override {
+    void DoBufferUnorderedAccessBarrier(Buffer& buffer) override {
         mDevice.Log(fmt::format("uavbarrier {}", buffer.GetName()));
     }
-    void End() override { mDevice.Log("end"); }
+    void DoEnd() override { mDevice.Log("end"); }
 
 protected:
     RecordingDevice& mDevice;
@@ -100,42 +93,32 @@ template <class Base>
 class BindingRecorder : public Recorder<Base> {
 public:
     using Recorder<Base>::Recorder;
-    void SetRootDescriptorTable(std::uint32_t parameter, DescriptorRange& range, std::uint32_t index) override {
+    void DoSetRootDescriptorTable(std::uint32_t parameter, DescriptorRange& range, std::uint32_t index) override {
         this->mDevice.Log(fmt::format("table {} {}/{}", parameter, index, range.GetCount()));
     }
-    void SetRootConstant(std::uint32_t parameter, std::uint32_t value) override {
-        SetRootConstants(parameter, 1, &value);
-    }
-    void SetRootConstants(std::uint32_t parameter, std::uint32_t count, const void* data) override {
+    void DoSetRootConstants(std::uint32_t parameter, std::uint32_t count, const void* data) override {
         std::vector<std::uint32_t> words(count);
         std::memcpy(words.data(), data, count * sizeof(std::uint32_t));
         this->mDevice.Log(fmt::format("constants {} {}", parameter, fmt::join(words, " ")));
     }
-    void SetRootConstantBufferView(std::uint32_t parameter, Buffer& buffer, std::uint64_t offset) override {
-        LogView("cbv", parameter, buffer, offset);
+    void DoSetRootBufferView(std::uint32_t parameter, RootParameterKind kind, Buffer& buffer,
+                             std::uint64_t offset) override {
+        const char* const name = kind == RootParameterKind::ConstantBuffer   ? "cbv"
+                                 : kind == RootParameterKind::ReadOnlyBuffer ? "srv"
+                                                                             : "uav";
+        this->mDevice.Log(fmt::format("{} {} {}+{}", name, parameter, buffer.GetName(), offset));
     }
-    void SetRootShaderResourceBufferView(std::uint32_t parameter, Buffer& buffer, std::uint64_t offset) override {
-        LogView("srv", parameter, buffer, offset);
-    }
-    void SetRootUnorderedAccessBufferView(std::uint32_t parameter, Buffer& buffer, std::uint64_t offset) override {
-        LogView("uav", parameter, buffer, offset);
-    }
+    void DoSetRootSignature(RootSignature&) override {}
 
 protected:
-    void LogView(const char* kind, std::uint32_t parameter, Buffer& buffer, std::uint64_t offset) {
-        if (offset >= buffer.GetSizeInBytes()) ZEB_THROW(kInternalError, buffer.GetName() + " is bound past its end");
-        this->mDevice.Log(fmt::format("{} {} {}+{}", kind, parameter, buffer.GetName(), offset));
-    }
     std::string mPipeline;
 };
 
 class ComputeRecorder final : public BindingRecorder<ComputeCommandEncoder> {
 public:
     using BindingRecorder::BindingRecorder;
-    void SetPipelineState(ComputePipelineState& state) override { mPipeline = state.GetName(); }
-    void SetRootSignature(RootSignature&) override {}
-    void Dispatch(std::uint32_t x, std::uint32_t y, std::uint32_t z, std::uint32_t threadsX, std::uint32_t,
-                  std::uint32_t) override {
+    void DoSetPipelineState(ComputePipelineState& state) override { mPipeline = state.GetName(); }
+    void DoDispatch(std::uint32_t x, std::uint32_t y, std::uint32_t z, std::uint32_t threadsX) override {
         mDevice.Log(fmt::format("dispatch {} {} {} {} of {}", mPipeline, x, y, z, threadsX));
         if (mDevice.mOnDispatch) mDevice.mOnDispatch(mPipeline);
     }
@@ -144,33 +127,26 @@ public:
 class GraphicsRecorder final : public BindingRecorder<GraphicsCommandEncoder> {
 public:
     using BindingRecorder::BindingRecorder;
-    void SetVertexBuffer(const VertexBufferView&, std::uint32_t) override {}
-    void SetIndexBuffer(const IndexBufferView& view) override {
+    void DoSetVertexBuffer(const VertexBufferView&, std::uint32_t) override {}
+    void DoSetIndexBuffer(const IndexBufferView& view) override {
         mDevice.Log(fmt::format("indices {} {}", view.mBuffer->GetName(), view.mSizeInBytes));
     }
-    void SetViewport(float x, float y, float width, float height, float, float) override {
+    void DoSetViewport(float x, float y, float width, float height, float, float) override {
         mDevice.Log(fmt::format("viewport {} {} {} {}", x, y, width, height));
     }
-    void SetScissor(std::int32_t left, std::int32_t top, std::int32_t right, std::int32_t bottom) override {
+    void DoSetScissor(std::int32_t left, std::int32_t top, std::int32_t right, std::int32_t bottom) override {
         mDevice.Log(fmt::format("scissor {} {} {} {}", left, top, right, bottom));
     }
-    void SetPipelineState(GraphicsPipelineState& state) override { mPipeline = state.GetName(); }
-    void SetRootSignature(RootSignature&) override {}
-    void Draw(Topology, std::uint32_t first, std::uint32_t count) override {
-        mDevice.Log(fmt::format("draw {} {} {}", mPipeline, first, count));
-    }
-    void DrawInstanced(Topology topology, std::uint32_t, std::uint32_t count, std::uint32_t,
-                       std::uint32_t instances) override {
+    void DoSetPipelineState(GraphicsPipelineState& state) override { mPipeline = state.GetName(); }
+    void DoDraw(Topology topology, std::uint32_t first, std::uint32_t count, std::uint32_t,
+                std::uint32_t instances) override {
+        if (instances == 1) return mDevice.Log(fmt::format("draw {} {} {}", mPipeline, first, count));
         const char* const kind = topology == Topology::LineStrip  ? " strip"
                                  : topology == Topology::LineList ? " lines"
                                                                   : "";
         mDevice.Log(fmt::format("draw {} {}x{}{}", mPipeline, count, instances, kind));
     }
-    void DrawIndexed(Topology, std::uint32_t, std::uint32_t count) override {
-        mDevice.Log(fmt::format("draw {} {}", mPipeline, count));
-    }
-    void DrawIndexedInstanced(Topology, std::uint32_t, std::uint32_t count, std::uint32_t,
-                              std::uint32_t instances) override {
+    void DoDrawIndexed(Topology, std::uint32_t, std::uint32_t count, std::uint32_t, std::uint32_t instances) override {
         mDevice.Log(fmt::format("draw {} {}x{}", mPipeline, count, instances));
     }
 };
@@ -178,22 +154,19 @@ public:
 class CopyRecorder final : public Recorder<CopyCommandEncoder> {
 public:
     using Recorder::Recorder;
-    void CopyToTextureFromBuffer(Texture& destination, const TextureRegion& region, Buffer& source,
-                                 std::uint64_t offset, std::uint64_t pitch) override {
+    void DoCopyToTexture(Texture& destination, Buffer& source, const TextureBufferCopy& copy) override {
+        const TextureRegion& region = copy.mRegion;
         mDevice.Log(fmt::format("copy {} {}x{}@{},{} from {}+{} by {}", destination.GetName(), region.mWidth,
-                                region.mHeight, region.mX, region.mY, source.GetName(), offset, pitch));
+                                region.mHeight, region.mX, region.mY, source.GetName(), copy.mBufferOffset,
+                                copy.mRowPitch));
     }
-    void CopyToTextureFromBuffer(Texture& destination, Buffer& source) override {
-        mDevice.Log(fmt::format("copy {} from {}", destination.GetName(), source.GetName()));
-    }
-    void CopyToBufferFromTexture(Buffer&, std::uint64_t, std::uint64_t, Texture&, const TextureRegion&) override {}
-    void CopyToBufferFromTexture(Buffer&, Texture&) override {}
-    void CopyTexture(Texture&, Texture&) override {}
-    void CopyBuffer(Buffer& destination, std::uint64_t destinationOffset, Buffer& source, std::uint64_t sourceOffset,
-                    std::uint64_t size) override {
+    void DoCopyToBuffer(Buffer&, Texture&, const TextureBufferCopy&) override {}
+    void DoCopyTexture(Texture&, Texture&) override {}
+    void DoCopyBuffer(Buffer& destination, std::uint64_t destinationOffset, Buffer& source, std::uint64_t sourceOffset,
+                      std::uint64_t size) override {
         mDevice.Log(fmt::format("copy {} from {} {}", destination.GetName(), source.GetName(), size));
-        std::memcpy(destination.Map(0, 0) + destinationOffset, source.Map(0, 0) + sourceOffset,
-                    static_cast<std::size_t>(size));
+        std::memcpy(static_cast<RecordingBuffer&>(destination).mBytes.data() + destinationOffset,
+                    static_cast<RecordingBuffer&>(source).mBytes.data() + sourceOffset, static_cast<std::size_t>(size));
     }
 };
 
@@ -202,17 +175,20 @@ public:
     ListRecorder(RecordingDevice& device, std::string name) : CommandList(std::move(name)), mDevice(device) {
         mDevice.Log("list " + GetName());
     }
-    UniquePtr<GraphicsCommandEncoder> CreateGraphicsCommandEncoder(const RenderPassDescription& pass) override {
+    UniquePtr<GraphicsCommandEncoder> DoCreateGraphicsCommandEncoder(const RenderPassDescription& pass) override {
         const ColorAttachment& target = pass.mColorAttachments.at(0);
         mDevice.Log(fmt::format("pass {} {}", target.mTexture->GetName(),
                                 target.mLoadOperation == LoadOperation::Clear ? "clear" : "load"));
-        return MakeUnique<GraphicsRecorder>(mDevice);
+        return MakeUnique<GraphicsRecorder>(mDevice, *this, pass);
     }
-    UniquePtr<ComputeCommandEncoder> CreateComputeCommandEncoder() override {
-        return MakeUnique<ComputeRecorder>(mDevice);
+    UniquePtr<ComputeCommandEncoder> DoCreateComputeCommandEncoder() override {
+        return MakeUnique<ComputeRecorder>(mDevice, *this);
     }
-    UniquePtr<CopyCommandEncoder> CreateCopyCommandEncoder() override { return MakeUnique<CopyRecorder>(mDevice); }
-    void SetDescriptorHeaps(DescriptorHeap&, DescriptorHeap*) override { mDevice.Log("heaps"); }
+    UniquePtr<CopyCommandEncoder> DoCreateCopyCommandEncoder() override {
+        return MakeUnique<CopyRecorder>(mDevice, *this);
+    }
+    void DoSetDescriptorHeaps(DescriptorHeap&, DescriptorHeap*) override { mDevice.Log("heaps"); }
+    void DoClose() override {}
 
 private:
     RecordingDevice& mDevice;
@@ -231,10 +207,10 @@ private:
 class QueueRecorder final : public CommandQueue {
 public:
     QueueRecorder(RecordingDevice& device, std::string name) : CommandQueue(std::move(name)), mDevice(device) {}
-    UniquePtr<CommandList> CreateCommandList(std::string name) override {
+    UniquePtr<CommandList> DoCreateCommandList(std::string name) override {
         return MakeUnique<ListRecorder>(mDevice, std::move(name));
     }
-    UniquePtr<CommandQueueCompletionEvent> Execute(UniquePtr<CommandList> commandList) override {
+    UniquePtr<CommandQueueCompletionEvent> DoExecute(UniquePtr<CommandList> commandList) override {
         mDevice.Log("execute " + commandList->GetName());
         return MakeUnique<FakeEvent>(mDevice);
     }
@@ -265,55 +241,50 @@ std::vector<std::byte>& RecordingDevice::Bytes(const std::string& name) {
     return found == mBuffers.end() ? mNone : *found->second;
 }
 
-UniquePtr<RootSignature> RecordingDevice::CreateRootSignature(std::string name) {
+UniquePtr<RootSignature> RecordingDevice::DoCreateRootSignature(std::string name) {
     return MakeUnique<FakeRootSignature>(std::move(name));
 }
 
-UniquePtr<Buffer> RecordingDevice::CreateBuffer(std::string name, std::uint64_t sizeInBytes, MemoryKind, BufferState,
-                                                BufferUsage) {
-    if (sizeInBytes == 0) ZEB_THROW(kInternalError, name + " is created without a byte");
+UniquePtr<Buffer> RecordingDevice::DoCreateBuffer(std::string name, std::uint64_t sizeInBytes, MemoryKind, BufferState,
+                                                  BufferUsage) {
     mCreated.push_back(fmt::format("buffer {} {}", name, sizeInBytes));
     return MakeUnique<RecordingBuffer>(*this, std::move(name), sizeInBytes);
 }
 
-UniquePtr<Texture> RecordingDevice::CreateTexture(std::string name, const TextureDescription& description,
-                                                  std::uint32_t, TextureState) {
-    if (description.mWidth == 0 || description.mHeight == 0) ZEB_THROW(kInternalError, name + " has no texel");
+UniquePtr<Texture> RecordingDevice::DoCreateTexture(std::string name, const TextureDescription& description,
+                                                    TextureState) {
     mCreated.push_back(fmt::format("texture {} {}x{} {}", name, description.mWidth, description.mHeight,
                                    static_cast<int>(description.mFormat)));
     return MakeUnique<FakeTexture>(std::move(name), description);
 }
 
-UniquePtr<Sampler> RecordingDevice::CreateSampler(std::string name, const SamplerDescription&) {
+UniquePtr<Sampler> RecordingDevice::DoCreateSampler(std::string name, const SamplerDescription&) {
     return MakeUnique<Sampler>(std::move(name));
 }
 
-UniquePtr<ShaderLibrary> RecordingDevice::CreateShaderLibraryFromSource(std::string name, std::string, std::string) {
-    return MakeUnique<FakeLibrary>(std::move(name));
-}
-
-UniquePtr<ShaderLibrary> RecordingDevice::CreateShaderLibraryFromEmbeddedData(std::string name) {
+UniquePtr<ShaderLibrary> RecordingDevice::DoCreateShaderLibraryFromEmbeddedData(std::string name) {
     mCreated.push_back("program " + name);
     return MakeUnique<FakeLibrary>(std::move(name));
 }
 
-UniquePtr<DescriptorHeap> RecordingDevice::CreateDescriptorHeap(std::string name, DescriptorHeapType, std::int32_t) {
-    return MakeUnique<FakeHeap>(std::move(name));
+UniquePtr<DescriptorHeap> RecordingDevice::DoCreateDescriptorHeap(std::string name, DescriptorHeapType type,
+                                                                  std::int32_t) {
+    return MakeUnique<FakeHeap>(std::move(name), type);
 }
 
-UniquePtr<GraphicsPipelineState> RecordingDevice::CreateGraphicsPipelineState(
+UniquePtr<GraphicsPipelineState> RecordingDevice::DoCreateGraphicsPipelineState(
     std::string name, const GraphicsPipelineDescription& description) {
     mCreated.push_back("pipeline " + name + (description.mTopologyType == TopologyType::Line ? " of lines" : ""));
-    return MakeUnique<GraphicsPipelineState>(std::move(name));
+    return MakeUnique<GraphicsPipelineState>(std::move(name), description);
 }
 
-UniquePtr<ComputePipelineState> RecordingDevice::CreateComputePipelineState(std::string name,
-                                                                            const ComputePipelineDescription&) {
+UniquePtr<ComputePipelineState> RecordingDevice::DoCreateComputePipelineState(
+    std::string name, const ComputePipelineDescription& description) {
     mCreated.push_back("pipeline " + name);
-    return MakeUnique<ComputePipelineState>(std::move(name));
+    return MakeUnique<ComputePipelineState>(std::move(name), description);
 }
 
-UniquePtr<CommandQueue> RecordingDevice::CreateCommandQueue(std::string name) {
+UniquePtr<CommandQueue> RecordingDevice::DoCreateCommandQueue(std::string name) {
     return MakeUnique<QueueRecorder>(*this, std::move(name));
 }
 

@@ -16,34 +16,9 @@ public:
     explicit RecordingDevice(std::uint32_t waveLanes = 0, bool costlyBarriers = false);
     ~RecordingDevice() override;
 
-    UniquePtr<RootSignature> CreateRootSignature(std::string name) override;
-    UniquePtr<Buffer> CreateBuffer(std::string name, std::uint64_t sizeInBytes, MemoryKind memory,
-                                   BufferState initialState, BufferUsage usage) override;
-    UniquePtr<Texture> CreateTexture(std::string name, const TextureDescription& description, std::uint32_t reserved,
-                                     TextureState initialState) override;
-    UniquePtr<Sampler> CreateSampler(std::string name, const SamplerDescription& description) override;
-    UniquePtr<ShaderLibrary> CreateShaderLibraryFromSource(std::string name, std::string source,
-                                                           std::string options) override;
-    UniquePtr<ShaderLibrary> CreateShaderLibraryFromEmbeddedData(std::string name) override;
-    UniquePtr<DescriptorHeap> CreateDescriptorHeap(std::string name, DescriptorHeapType type,
-                                                   std::int32_t count) override;
-    void CreateConstantBufferView(DescriptorRange&, std::uint32_t, Buffer&, std::uint64_t, std::uint32_t) override {}
-    void CreateShaderResourceBufferView(DescriptorRange&, std::uint32_t, Buffer&, std::uint64_t, std::uint32_t,
-                                        std::uint32_t) override {}
-    void CreateUnorderedAccessBufferView(DescriptorRange&, std::uint32_t, Buffer&, std::uint64_t, std::uint32_t,
-                                         std::uint32_t) override {}
-    void CreateTextureView(DescriptorRange&, std::uint32_t, Texture&) override {}
-    void CreateUnorderedAccessTextureView(DescriptorRange&, std::uint32_t, Texture&) override {}
-    void CreateSamplerView(DescriptorRange&, std::uint32_t, Sampler&) override {}
-    void CreateRenderTargetView(DescriptorRange&, std::uint32_t, Texture&) override {}
-    UniquePtr<GraphicsPipelineState> CreateGraphicsPipelineState(std::string name,
-                                                                 const GraphicsPipelineDescription&) override;
-    UniquePtr<ComputePipelineState> CreateComputePipelineState(std::string name,
-                                                               const ComputePipelineDescription&) override;
     bool CanCapture() const override { return false; }
     void BeginCapture() override {}
     void EndCapture() override {}
-    UniquePtr<CommandQueue> CreateCommandQueue(std::string name) override;
     std::uint32_t GetWaveLaneCount() const override { return mWaveLanes; }
     bool AreGroupBarriersCostly() const override { return mCostlyBarriers; }
 
@@ -56,6 +31,25 @@ public:
     std::vector<std::string> mLog;
     std::vector<std::string> mCreated;  ///< "buffer NAME SIZE", "texture NAME WxH FORMAT", "program NAME", ...
     std::function<void(const std::string& pipeline)> mOnDispatch;
+
+protected:
+    UniquePtr<RootSignature> DoCreateRootSignature(std::string name) override;
+    UniquePtr<Buffer> DoCreateBuffer(std::string name, std::uint64_t sizeInBytes, MemoryKind memory,
+                                     BufferState initialState, BufferUsage usage) override;
+    UniquePtr<Texture> DoCreateTexture(std::string name, const TextureDescription& description,
+                                       TextureState initialState) override;
+    UniquePtr<Sampler> DoCreateSampler(std::string name, const SamplerDescription& description) override;
+    UniquePtr<ShaderLibrary> DoCreateShaderLibraryFromEmbeddedData(std::string name) override;
+    UniquePtr<DescriptorHeap> DoCreateDescriptorHeap(std::string name, DescriptorHeapType type,
+                                                     std::int32_t count) override;
+    void DoCreateBufferView(DescriptorRange&, std::uint32_t, Buffer&, const BufferViewDescription&) override {}
+    void DoCreateTextureView(DescriptorRange&, std::uint32_t, Texture&, TextureViewKind) override {}
+    void DoCreateSamplerView(DescriptorRange&, std::uint32_t, Sampler&) override {}
+    UniquePtr<GraphicsPipelineState> DoCreateGraphicsPipelineState(std::string name,
+                                                                   const GraphicsPipelineDescription&) override;
+    UniquePtr<ComputePipelineState> DoCreateComputePipelineState(std::string name,
+                                                                 const ComputePipelineDescription&) override;
+    UniquePtr<CommandQueue> DoCreateCommandQueue(std::string name) override;
 
 private:
     friend class RecordingBuffer;

@@ -6,9 +6,16 @@
 #include "CpuTestPrograms.h"
 #include "PluginBase/Exception.h"
 
-#define TEST_STAGE(entry)                     \
-    extern const unsigned char Test##entry[]; \
-    extern const std::size_t Test##entry##Size;
+#define TEST_SYMBOL(symbol)              \
+    extern const unsigned char symbol[]; \
+    extern const std::size_t symbol##Size;
+#if defined(_WIN32)
+#define TEST_STAGE(entry)    \
+    TEST_SYMBOL(Dxil##entry) \
+    TEST_SYMBOL(Dxbc##entry)
+#else
+#define TEST_STAGE(entry) TEST_SYMBOL(Spirv##entry)
+#endif
 namespace nimbrel::embedded {
 TEST_STAGE(RawAdd)
 TEST_STAGE(RecordAdd)
@@ -22,6 +29,7 @@ TEST_STAGE(ColorPixel)
 TEST_STAGE(TexturePixel)
 }  // namespace nimbrel::embedded
 #undef TEST_STAGE
+#undef TEST_SYMBOL
 
 namespace zeb::render {
 namespace {
@@ -53,27 +61,41 @@ const testing::Environment* const kEnvironment = testing::AddGlobalTestEnvironme
 
 }  // namespace
 
+#define TEST_PROGRAMS(format)                                                             \
+    {                                                                                     \
+        {"RawAdd", {{{}, {}, {format##RawAddSize, format##RawAdd}, {}}}},                 \
+            {"RecordAdd", {{{}, {}, {format##RecordAddSize, format##RecordAdd}, {}}}},    \
+            {"Chain", {{{}, {}, {format##ChainSize, format##Chain}, {}}}},                \
+            {"Sample", {{{}, {}, {format##SampleSize, format##Sample}, {}}}},             \
+            {"WriteImage", {{{}, {}, {format##WriteImageSize, format##WriteImage}, {}}}}, \
+            {"Quad", {{TEST_PAIR(format, QuadVertex, ColorPixel)}}},                      \
+            {"TexturedQuad", {{TEST_PAIR(format, QuadVertex, TexturePixel)}}},            \
+            {"Columns", {{TEST_PAIR(format, ColumnVertex, ColorPixel)}}},                 \
+            {"Vertices", {{TEST_PAIR(format, BufferVertex, ColorPixel)}}},                \
+    }
+#define TEST_PAIR(format, vertex, pixel) \
+    {format##vertex##Size, format##vertex}, {format##pixel##Size, format##pixel}, {}, {}
+
 void RegisterTestShaders() {
     static std::once_flag once;
     std::call_once(once, [] {
-        RegisterCpuTestPrograms();
         using namespace nimbrel::embedded;
-        const auto compute = [](const char* name, const unsigned char* data, std::size_t size) {
-            Render::SetEmbeddedShaderData(name, {{{}, {}, {size, data}, {}}});
+        using Programs = std::vector<std::pair<const char*, EmbeddedShaderData>>;
+        const auto enter = [](const Programs& programs, ShaderFormat format) {
+            for (const auto& [name, data] : programs) Render::SetEmbeddedShaderData(name, data, format);
         };
-        compute("RawAdd", TestRawAdd, TestRawAddSize);
-        compute("RecordAdd", TestRecordAdd, TestRecordAddSize);
-        compute("Chain", TestChain, TestChainSize);
-        compute("Sample", TestSample, TestSampleSize);
-        compute("WriteImage", TestWriteImage, TestWriteImageSize);
-        const EmbeddedShaderData::Stage color = {TestColorPixelSize, TestColorPixel};
-        const EmbeddedShaderData::Stage texture = {TestTexturePixelSize, TestTexturePixel};
-        Render::SetEmbeddedShaderData("Quad", {{{TestQuadVertexSize, TestQuadVertex}, color, {}, {}}});
-        Render::SetEmbeddedShaderData("TexturedQuad", {{{TestQuadVertexSize, TestQuadVertex}, texture, {}, {}}});
-        Render::SetEmbeddedShaderData("Columns", {{{TestColumnVertexSize, TestColumnVertex}, color, {}, {}}});
-        Render::SetEmbeddedShaderData("Vertices", {{{TestBufferVertexSize, TestBufferVertex}, color, {}, {}}});
+#if defined(_WIN32)
+        enter(TEST_PROGRAMS(Dxil), ShaderFormat::Dxil);
+        enter(TEST_PROGRAMS(Dxbc), ShaderFormat::Dxbc);
+#else
+        RegisterCpuTestPrograms();
+        enter(TEST_PROGRAMS(Spirv), ShaderFormat::Spirv);
+#endif
     });
 }
+
+#undef TEST_PAIR
+#undef TEST_PROGRAMS
 
 std::string GetFailure(const std::function<void()>& function) {
     try {
@@ -93,7 +115,7 @@ Device& DeviceFixture::GetDevice() {
         setenv("VK_LAYER_ENABLES", "VK_VALIDATION_FEATURE_ENABLE_SYNCHRONIZATION_VALIDATION_EXT", 0);
 #endif
         RenderOptions options;
-        options.mRequestedDevice = kTestedDevice;
+        options.mRequestedDevice = kTestedDevice.mName;
         options.mValidation = true;
         options.mReportDevice = [&shared](const DeviceCandidate& candidate) {
             shared.mCandidates.push_back(candidate);
@@ -107,10 +129,8 @@ Device& DeviceFixture::GetDevice() {
     return shared.mRender->GetAnyDevice();
 }
 
-bool DeviceFixture::IsCpu() { return std::string(kTestedDevice) == "cpu"; }
-
 std::string DeviceFixture::UnknownValue(const std::string& what, std::uint32_t value) {
-    return std::string("Failed to get the ") + (IsCpu() ? "" : "Vulkan ") + what + " for the value of " +
+    return std::string("Failed to get the ") + kTestedDevice.mInterface + what + " for the value of " +
            std::to_string(value);
 }
 
@@ -153,7 +173,8 @@ void DeviceFixture::Copy(const std::function<void(CopyCommandEncoder&)>& record)
 }
 
 UniquePtr<Buffer> DeviceFixture::MakeBuffer(std::uint64_t size, MemoryKind memory) {
-    const BufferState state = memory == MemoryKind::Upload ? BufferState::GenericRead : BufferState::Common;
+    constexpr BufferState kStates[] = {BufferState::Common, BufferState::GenericRead, BufferState::CopyDestination};
+    const BufferState state = kStates[static_cast<std::size_t>(memory)];
     const BufferUsage usage = memory == MemoryKind::Default ? BufferUsage::UnorderedAccess : BufferUsage::None;
     return GetDevice().CreateBuffer("Test buffer", size, memory, state, usage);
 }

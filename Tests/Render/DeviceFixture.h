@@ -13,8 +13,17 @@
 
 namespace zeb::render {
 
-/// What the program tests, as RenderOptions::mRequestedDevice; each program of device tests defines it.
-extern const char* const kTestedDevice;
+/// What the program tests; each program of device tests defines one (Tested*.cpp).
+struct TestedDevice {
+    const char* mName;       ///< RenderOptions::mRequestedDevice
+    const char* mInterface;  ///< how failures name the graphics interface: "Vulkan "
+    bool mReflectsPrograms;  ///< whether it names what a pipeline's program lacks
+    std::uint32_t (*mGetTextureLimit)(Device&);
+    std::uint32_t (*mGetGroupLimit)(Device&);  ///< along y
+    std::uint64_t (*mGetStorageLimit)(Device&);
+    std::uint32_t (*mGetLiveBlocks)(Device&);  ///< native resources that live; null when they are not counted
+};
+extern const TestedDevice kTestedDevice;
 
 /// One device for all tests of the program, with the API's validation on. Any message of it fails the test that is
 /// running.
@@ -23,7 +32,8 @@ protected:
     void TearDown() override;
 
     static Device& GetDevice();
-    static bool IsCpu();
+    static bool IsCpu() { return IsTested("cpu"); }
+    static bool IsTested(const std::string& name) { return name == kTestedDevice.mName; }
     /// The failure of a value that an enumeration lacks.
     static std::string UnknownValue(const std::string& what, std::uint32_t value);
     /// Messages since the last call.

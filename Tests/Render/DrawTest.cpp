@@ -306,6 +306,7 @@ TEST_F(ColumnsTest, DrawsReadWhatComputeJustWroteAndComputeReadsWhatWasDrawn) {
         const auto draw = list.CreateGraphicsCommandEncoder(target.GetPass(Color{0, 0, 0, 0}));
         draw->SetRootSignature(*mSignature);
         draw->SetPipelineState(*pipeline);
+        draw->SetRootConstant(0, 0);
         draw->SetRootShaderResourceBufferView(1, *colors, 16);
         draw->DrawInstanced(Topology::TriangleList, 0, 6, 0, 3);
         draw->End();

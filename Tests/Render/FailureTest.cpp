@@ -2,8 +2,6 @@
 
 #include "DeviceFixture.h"
 #include "PluginBase/Exception.h"
-#include "Render/CPU/Resources.h"
-#include "Vulkan/Device.h"
 
 namespace zeb::render {
 namespace {
@@ -14,15 +12,6 @@ using testing::HasSubstr;
 /// What is asked for and cannot be done: each failure names the object, and leaves the device in order.
 class FailureTest : public DeviceFixture {
 protected:
-    static VkPhysicalDeviceLimits GetLimits() {
-        if (auto* vulkan = dynamic_cast<DeviceVulkan*>(&GetDevice())) return vulkan->GetContext()->Limits();
-        VkPhysicalDeviceLimits limits = {};
-        limits.maxImageDimension2D = cpu::kMaxTextureSize;
-        for (std::uint32_t& count : limits.maxComputeWorkGroupCount) count = 65535;
-        limits.maxStorageBufferRange = UINT32_MAX;
-        return limits;
-    }
-
     static ComputeProgramUnderTest MakeRawAdd() {
         return {GetDevice(), "RawAdd", [](RootSignature& signature) {
                     signature.AddRootConstants(20, 0);
@@ -49,14 +38,15 @@ TEST_F(FailureTest, ObjectsThatCannotBeMade) {
             GetDevice().CreateTexture("Wrong", description, 0, TextureState::Common);
         };
     };
-    const std::uint32_t tooWide = GetLimits().maxImageDimension2D + 1;
+    const std::uint32_t tooWide = kTestedDevice.mGetTextureLimit(GetDevice()) + 1;
     struct Case {
         std::function<void()> mAction;
         std::string mText;
     };
     const Case cases[] = {
         {[] { MakeNamed("Empty", 0); }, "\"Empty\" of 0 bytes"},
-        {[] { MakeNamed("Vast", 1ULL << 60); }, "\"Vast\" of 1152921504606846976 bytes"},
+        {[] { MakeNamed("Vast", 1ULL << 60); },
+         IsTested("dx12") ? "E_OUTOFMEMORY" : "\"Vast\" of 1152921504606846976 bytes"},
         {[] { GetDevice().CreateBuffer("B", 4, MemoryKind::Default, static_cast<BufferState>(9), BufferUsage::None); },
          UnknownValue("buffer state", 9)},
         {[] {
@@ -96,6 +86,14 @@ TEST_F(FailureTest, PipelinesThatDoNotFitTheirProgram) {
     const auto nothing = [](RootSignature&) {};
     EXPECT_THAT(GetFailure([&] { make("Chain", ShaderType::Vertex, nothing); }),
                 AllOf(HasSubstr("\"Pipeline\""), HasSubstr("lacks a stage")));
+    EXPECT_THAT(GetFailure([] { GetDevice().CreateComputePipelineState("Pipeline", {}); }),
+                HasSubstr("*desc.mRootSignature"));
+    const auto signature = GetDevice().CreateRootSignature("Signature");
+    EXPECT_THAT(GetFailure([&] {
+                    GetDevice().CreateComputePipelineState("Pipeline", {signature.get(), nullptr});
+                }),
+                HasSubstr("*desc.mComputeShader"));
+    if (!kTestedDevice.mReflectsPrograms) return;  // its driver judges what is inside a program
     EXPECT_THAT(GetFailure([&] { make("Quad", ShaderType::Pixel, nothing); }), HasSubstr("is of another kind"));
     EXPECT_THAT(GetFailure([&] { make("Chain", ShaderType::Compute, nothing); }), HasSubstr("uses b0"));
     EXPECT_THAT(GetFailure([&] {
@@ -105,13 +103,6 @@ TEST_F(FailureTest, PipelinesThatDoNotFitTheirProgram) {
                     });
                 }),
                 HasSubstr("uses u6"));
-    EXPECT_THAT(GetFailure([] { GetDevice().CreateComputePipelineState("Pipeline", {}); }),
-                HasSubstr("*desc.mRootSignature"));
-    const auto signature = GetDevice().CreateRootSignature("Signature");
-    EXPECT_THAT(GetFailure([&] {
-                    GetDevice().CreateComputePipelineState("Pipeline", {signature.get(), nullptr});
-                }),
-                HasSubstr("*desc.mComputeShader"));
 }
 
 TEST_F(FailureTest, ArgumentsThatAreMissingOrDoNotFit) {
@@ -143,7 +134,7 @@ TEST_F(FailureTest, ArgumentsThatAreMissingOrDoNotFit) {
                 AllOf(HasSubstr("Offset 4"), HasSubstr("\"Small\"")));
     const std::uint32_t words[21] = {};
     EXPECT_THAT(dispatch([&](Encoder& e) { e.SetRootConstants(0, 21, words); }), HasSubstr("21 root constants"));
-    const std::uint32_t limit = GetLimits().maxComputeWorkGroupCount[1];
+    const std::uint32_t limit = kTestedDevice.mGetGroupLimit(GetDevice());
     EXPECT_THAT(dispatch([](Encoder&) {}, limit + 1),
                 AllOf(HasSubstr(std::to_string(limit + 1)), HasSubstr("\"RawAdd\"")));
     EXPECT_THAT(GetFailure([&] {
@@ -158,7 +149,7 @@ TEST_F(FailureTest, ArgumentsThatAreMissingOrDoNotFit) {
 }
 
 TEST_F(FailureTest, BuffersBeyondTheStorageRangeAreNamedWithTheLimit) {
-    const std::uint64_t limit = GetLimits().maxStorageBufferRange;
+    const std::uint64_t limit = kTestedDevice.mGetStorageLimit(GetDevice());
     if (limit >= UINT32_MAX) GTEST_SKIP() << "the device's limit is too high to exceed it here";
     const auto large = MakeNamed("Large", limit + 4096);
     const auto small = MakeNamed("Small", 256);

@@ -1,3 +1,16 @@
 #include "DeviceFixture.h"
+#include "Render/CPU/Resources.h"
 
-const char* const zeb::render::kTestedDevice = "cpu";
+namespace zeb::render {
+
+const TestedDevice kTestedDevice = {
+    "cpu",
+    "",
+    true,
+    [](Device&) { return cpu::kMaxTextureSize; },
+    [](Device&) { return CommandLimits().mGroups[1]; },
+    [](Device&) { return std::uint64_t{UINT32_MAX}; },
+    nullptr,
+};
+
+}  // namespace zeb::render

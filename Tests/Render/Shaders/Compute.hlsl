@@ -21,7 +21,10 @@ SamplerState _Sampler : register(s9);
 RWStructuredBuffer<float4> _Samples : register(u10);
 StructuredBuffer<float4> _Positions : register(t12);
 
-[[spv::format_rgba32f]] RWTexture2D<float4> _Image : register(u13);
+#if defined(ZEB_GAPI_VULKAN)
+[[spv::format_rgba32f]]
+#endif
+RWTexture2D<float4> _Image : register(u13);
 
 cbuffer Numbers : register(b0) {
     uint _Count;

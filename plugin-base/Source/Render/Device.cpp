@@ -1,9 +1,13 @@
 #include "PluginBase/Render/Device.h"
 
+#include <algorithm>
+#include <bit>
 #include <functional>
 #include <thread>
 
-#include <fmt/format.h>
+#include "FontManager.h"
+#include "RenderFailure.h"
+#include "ShaderLibrary.h"
 
 #if defined(_WIN32)
 #include <windows.h>
@@ -25,12 +29,110 @@ std::uint32_t GetCurrentThreadNumber() {
 #endif
 }
 
+// Raw data is counted in 32-bit words.
+constexpr std::uint64_t kRawStride = 4;
+
+void CheckTexture(const TextureDescription& description, const std::string& name) {
+    const auto& [dimension, format, width, height, arraySize, mipLevels, usage] = description;
+    if (width == 0 || height == 0 || arraySize == 0 || mipLevels == 0) {
+        ZEB_RENDER_THROW("Failed to create the texture \"{}\" of {} x {} x {} with {} mip levels: it is empty", name,
+                         width, height, arraySize, mipLevels);
+    }
+    if (mipLevels > static_cast<std::uint32_t>(std::bit_width(std::max(width, height)))) {
+        ZEB_RENDER_THROW("Failed to create the texture \"{}\" of {} x {}: it has no {} mip levels", name, width, height,
+                         mipLevels);
+    }
+}
+
 }  // namespace
 
 Device::Device(std::string name, const DescriptorHeapSizes& heapSizes)
-    : ObjectWithName(std::move(name)), mHeapSizes(heapSizes) {}
+    : ObjectWithName(std::move(name)), mHeapSizes(heapSizes), mFontManager(MakeUnique<FontManager>()) {}
 
 Device::~Device() { ReleaseThreadData(); }
+
+UniquePtr<Buffer> Device::CreateBuffer(std::string name, std::uint64_t sizeInBytes, MemoryKind memory,
+                                       BufferState initialState, BufferUsage usage) {
+    if (sizeInBytes == 0)
+        ZEB_RENDER_THROW("Failed to create the buffer \"{}\" of 0 bytes: a buffer cannot be empty", name);
+    return DoCreateBuffer(std::move(name), sizeInBytes, memory, initialState, usage);
+}
+
+UniquePtr<Texture> Device::CreateTexture(std::string name, const TextureDescription& description, std::uint32_t,
+                                         TextureState initialState) {
+    CheckTexture(description, name);
+    return DoCreateTexture(std::move(name), description, initialState);
+}
+
+UniquePtr<ShaderLibrary> Device::CreateShaderLibraryFromSource(std::string name, std::string, std::string) {
+    return MakeUnique<ShaderLibraryFromSource>(std::move(name));
+}
+
+UniquePtr<DescriptorHeap> Device::CreateDescriptorHeap(std::string name, DescriptorHeapType type, std::int32_t count) {
+    if (count <= 0) ZEB_RENDER_THROW("Failed to create the descriptor heap \"{}\" of {} descriptors", name, count);
+    return DoCreateDescriptorHeap(std::move(name), type, count);
+}
+
+void Device::CreateBufferView(DescriptorRange& range, std::uint32_t index, Buffer& buffer,
+                              const BufferViewDescription& view) {
+    const std::uint64_t whole = buffer.GetSizeInBytes();
+    if (view.mSizeInBytes == 0 || view.mByteOffset > whole || view.mSizeInBytes > whole - view.mByteOffset) {
+        ZEB_RENDER_THROW("A view of {} bytes at {} lies outside the buffer \"{}\" of {} bytes", view.mSizeInBytes,
+                         view.mByteOffset, buffer.GetName(), whole);
+    }
+    range.Check(index, 1, DescriptorHeapType::ShaderResources);
+    DoCreateBufferView(range, index, buffer, view);
+}
+
+void Device::CreateConstantBufferView(DescriptorRange& range, std::uint32_t index, Buffer& buffer,
+                                      std::uint64_t byteOffset, std::uint32_t sizeInBytes) {
+    CreateBufferView(range, index, buffer, {BufferViewKind::Constants, byteOffset, sizeInBytes, 0});
+}
+
+void Device::CreateShaderResourceBufferView(DescriptorRange& range, std::uint32_t index, Buffer& buffer,
+                                            std::uint64_t firstElement, std::uint32_t elementCount,
+                                            std::uint32_t stride) {
+    const std::uint64_t size = stride == 0 ? kRawStride : stride;
+    CreateBufferView(range, index, buffer, {BufferViewKind::Read, firstElement * size, elementCount * size, stride});
+}
+
+void Device::CreateUnorderedAccessBufferView(DescriptorRange& range, std::uint32_t index, Buffer& buffer,
+                                             std::uint64_t firstElement, std::uint32_t elementCount,
+                                             std::uint32_t stride) {
+    const std::uint64_t size = stride == 0 ? kRawStride : stride;
+    CreateBufferView(range, index, buffer,
+                     {BufferViewKind::ReadWrite, firstElement * size, elementCount * size, stride});
+}
+
+void Device::CreateTextureView(DescriptorRange& range, std::uint32_t index, Texture& texture, TextureViewKind kind,
+                               std::uint32_t neededUsage, DescriptorHeapType heap) {
+    const std::uint32_t usage = texture.GetDescription().mUsage;
+    if ((usage & neededUsage) != neededUsage) {
+        ZEB_RENDER_THROW("The texture \"{}\" of usage {} takes no view for the usage {}", texture.GetName(), usage,
+                         neededUsage);
+    }
+    range.Check(index, 1, heap);
+    DoCreateTextureView(range, index, texture, kind);
+}
+
+void Device::CreateTextureView(DescriptorRange& range, std::uint32_t index, Texture& texture) {
+    CreateTextureView(range, index, texture, TextureViewKind::Read, 0, DescriptorHeapType::ShaderResources);
+}
+
+void Device::CreateUnorderedAccessTextureView(DescriptorRange& range, std::uint32_t index, Texture& texture) {
+    CreateTextureView(range, index, texture, TextureViewKind::ReadWrite, kTextureUsageUnorderedAccess,
+                      DescriptorHeapType::ShaderResources);
+}
+
+void Device::CreateRenderTargetView(DescriptorRange& range, std::uint32_t index, Texture& texture) {
+    CreateTextureView(range, index, texture, TextureViewKind::RenderTarget, kTextureUsageRenderTarget,
+                      DescriptorHeapType::RenderTargets);
+}
+
+void Device::CreateSamplerView(DescriptorRange& range, std::uint32_t index, Sampler& sampler) {
+    range.Check(index, 1, DescriptorHeapType::Samplers);
+    DoCreateSamplerView(range, index, sampler);
+}
 
 ThreadData& Device::GetThreadData() {
     const std::uint32_t thread = GetCurrentThreadNumber();

@@ -1,5 +1,6 @@
 #include "PluginBase/Render/Render.h"
 
+#include <map>
 #include <mutex>
 #include <shared_mutex>
 #include <unordered_map>
@@ -16,7 +17,7 @@ namespace {
 // are never removed, and references to them stay good.
 struct Registry {
     std::shared_mutex mMutex;
-    std::unordered_map<std::string, EmbeddedShaderData, StringHash, std::equal_to<>> mPrograms;
+    std::map<ShaderFormat, std::unordered_map<std::string, EmbeddedShaderData, StringHash, std::equal_to<>>> mPrograms;
 };
 
 Registry& GetRegistry() {
@@ -28,20 +29,22 @@ Registry& GetRegistry() {
 
 std::vector<std::string> Render::GetDefines() const { return {"ZEB_API_AE"}; }
 
-void Render::SetEmbeddedShaderData(const std::string& name, const EmbeddedShaderData& data) {
+void Render::SetEmbeddedShaderData(const std::string& name, const EmbeddedShaderData& data, ShaderFormat format) {
     Registry& registry = GetRegistry();
     const std::unique_lock lock(registry.mMutex);
-    if (!registry.mPrograms.emplace(name, data).second)
+    if (!registry.mPrograms[format].emplace(name, data).second)
         ZEB_THROW(kInternalError, fmt::format("Embedded shader \"{}\" already registered", name));
 }
 
-const EmbeddedShaderData& Render::GetEmbeddedShaderData(const std::string& name) {
+const EmbeddedShaderData& Render::GetEmbeddedShaderData(const std::string& name, ShaderFormat format) {
     Registry& registry = GetRegistry();
     const std::shared_lock lock(registry.mMutex);
-    const auto found = registry.mPrograms.find(name);
-    if (found == registry.mPrograms.end())
-        ZEB_THROW(kInternalError, fmt::format("Failed to get embedded shader \"{}\"", name));
-    return found->second;
+    const auto table = registry.mPrograms.find(format);
+    if (table != registry.mPrograms.end()) {
+        const auto found = table->second.find(name);
+        if (found != table->second.end()) return found->second;
+    }
+    ZEB_THROW(kInternalError, fmt::format("Failed to get embedded shader \"{}\"", name));
 }
 
 }  // namespace zeb::render

@@ -4,7 +4,9 @@
 #include <array>
 #include <cctype>
 #include <charconv>
+#include <exception>
 #include <initializer_list>
+#include <iterator>
 #include <optional>
 
 #include "RenderFactory.h"
@@ -14,20 +16,35 @@ namespace zeb::render {
 namespace {
 
 // By DeviceKind.
-constexpr std::array kKindNames = {"vulkan (hardware)", "cpu", "vulkan (software)"};
+constexpr std::array kKindNames = {"direct3d 12", "vulkan (hardware)", "cpu", "vulkan (software)"};
 
-// Without a wish: the first usable device of the first kind that has one.
-constexpr std::array kPreference = {DeviceKind::VulkanHardware, DeviceKind::VulkanSoftware, DeviceKind::CPU};
+// Without a wish: the first usable device of the first kind that has one. The CPU device does what a driver in software
+// does, several times as fast.
+constexpr std::array kPreference = {DeviceKind::DX12, DeviceKind::VulkanHardware, DeviceKind::CPU,
+                                    DeviceKind::VulkanSoftware};
 
 struct Candidates {
     std::vector<DeviceOffer> mOffers;  ///< hardware, the CPU device, drivers that run in software
-    std::string mVulkanProblem;        ///< why there is no Vulkan device at all
+    std::string mProblem;              ///< why a graphics interface has no device at all
+    std::exception_ptr mFailure;       ///< the last thing that went wrong with it or with opening a device
 };
 
-Candidates FindCandidates(const RenderOptions& options) {
-    DeviceOffers vulkan = OfferVulkan(options);
-    Candidates candidates = {std::move(vulkan.mOffers), std::move(vulkan.mProblem)};
+Candidates FindCandidates([[maybe_unused]] const RenderOptions& options) {
+    Candidates candidates;
+    [[maybe_unused]] const auto add = [&candidates](DeviceOffers offers) {
+        std::move(offers.mOffers.begin(), offers.mOffers.end(), std::back_inserter(candidates.mOffers));
+        candidates.mProblem += offers.mProblem;
+        candidates.mFailure = offers.mFailure;
+    };
+#if defined(ZEB_GAPI_DX12)
+    add(OfferDX12(options));
+#endif
+#if defined(ZEB_GAPI_VULKAN)
+    add(OfferVulkan(options));
+#endif
+#if defined(ZEB_GAPI_CPU)
     candidates.mOffers.push_back(OfferCPU(options));
+#endif
     std::stable_sort(candidates.mOffers.begin(), candidates.mOffers.end(),
                      [](const DeviceOffer& a, const DeviceOffer& b) { return a.mKind < b.mKind; });
     return candidates;
@@ -67,34 +84,59 @@ struct Choice {
 
 std::string GetReason(DeviceKind kind) {
     switch (kind) {
+        case DeviceKind::DX12:
         case DeviceKind::VulkanHardware: return "best hardware device";
-        case DeviceKind::VulkanSoftware: return "no usable hardware device";
-        default: return "no usable Vulkan device";
+        case DeviceKind::CPU: return "no usable hardware device";
+        default: return "asked for by \"vulkan\", and no usable hardware device";
     }
 }
 
-[[noreturn]] void ThrowNoVulkan(const Candidates& candidates) {
+[[noreturn]] void ThrowNoDevice(const Candidates& candidates) {
+#if defined(ZEB_GAPI_DX12)
+    if (candidates.mFailure) std::rethrow_exception(candidates.mFailure);
+    ZEB_RENDER_THROW("Failed to get compatible DX12 hardware adapter.");
+#else
     std::string problems;
     for (const DeviceOffer& offer : candidates.mOffers) {
         if (offer.mKind != DeviceKind::CPU) problems += fmt::format(" \"{}\" {}.", offer.mName, offer.mProblem);
     }
-    if (!candidates.mVulkanProblem.empty()) problems = " " + candidates.mVulkanProblem;
+    if (!candidates.mProblem.empty()) problems = " " + candidates.mProblem;
     ZEB_RENDER_THROW("Failed to get a compatible Vulkan device.{}", problems);
+#endif
 }
 
-Choice ChooseBest(const Candidates& candidates, bool isVulkanOnly) {
+// Whether the request names a graphics interface of this build.
+bool IsInterface(const std::string& wanted) {
+#if defined(ZEB_GAPI_DX12)
+    if (wanted == "dx12") return true;
+#endif
+#if defined(ZEB_GAPI_VULKAN)
+    if (wanted == "vulkan") return true;
+#endif
+    return false;
+}
+
+bool IsOfInterface(DeviceKind kind, const std::string& wanted) {
+    return kind != DeviceKind::CPU && (kind == DeviceKind::DX12) == (wanted == "dx12");
+}
+
+// `wanted` is empty or names a graphics interface.
+Choice ChooseBest(const Candidates& candidates, const std::string& wanted) {
     for (const DeviceKind kind : kPreference) {
-        if (isVulkanOnly && kind == DeviceKind::CPU) continue;
-        if (const auto index = FindUsable(candidates.mOffers, kind)) return {*index, GetReason(kind)};
+        if (!wanted.empty() && !IsOfInterface(kind, wanted)) continue;
+        const auto index = FindUsable(candidates.mOffers, kind);
+        if (!index) continue;
+        const bool isForLack = kind == DeviceKind::CPU && !candidates.mProblem.empty();
+        return {*index, isForLack ? "no usable Vulkan: " + candidates.mProblem : GetReason(kind)};
     }
-    ThrowNoVulkan(candidates);
+    ThrowNoDevice(candidates);
 }
 
 // The request as RenderOptions tells it; names are matched in part and in either case.
 Choice Choose(const Candidates& candidates, const std::string& request) {
     const std::vector<DeviceOffer>& offers = candidates.mOffers;
     const std::string wanted = ToLower(request);
-    if (wanted.empty() || wanted == "vulkan") return ChooseBest(candidates, !wanted.empty());
+    if (wanted.empty() || IsInterface(wanted)) return ChooseBest(candidates, wanted);
     std::optional<std::size_t> index = wanted == "cpu" ? FindUsable(offers, DeviceKind::CPU) : ParseIndex(wanted);
     for (std::size_t i = 0; !index && i < offers.size(); ++i) {
         if (ToLower(offers[i].mName).find(wanted) != std::string::npos) index = i;
@@ -141,6 +183,7 @@ UniquePtr<Render> Render::Create(std::int32_t type, const RenderOptions& options
             // A device that cannot be opened is passed over, and the next choice leaves it out; one that was asked for
             // by name fails there with this problem.
             chosen.mProblem = fmt::format("cannot be opened: {}", failure.what());
+            candidates.mFailure = std::current_exception();
         }
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <exception>
 #include <functional>
 #include <string>
 #include <vector>
@@ -10,7 +11,7 @@
 /// graphics API.
 namespace zeb::render {
 
-enum class DeviceKind : std::uint32_t { VulkanHardware, CPU, VulkanSoftware };
+enum class DeviceKind : std::uint32_t { DX12, VulkanHardware, CPU, VulkanSoftware };
 
 /// A device that could be opened.
 struct DeviceOffer {
@@ -24,7 +25,13 @@ struct DeviceOffer {
 struct DeviceOffers {
     std::vector<DeviceOffer> mOffers;
     std::string mProblem;
+    std::exception_ptr mFailure;  ///< what `mProblem` was told from
 };
+
+// A build has some of the back ends; each defines its function, and ZEB_GAPI_... for the chooser.
+
+/// Defined by the Direct3D 12 back end: hardware, the fastest first. No such adapter is told by having no offer.
+DeviceOffers OfferDX12(const RenderOptions& options);
 
 /// Defined by the Vulkan back end. A machine without Vulkan is no failure but a problem.
 DeviceOffers OfferVulkan(const RenderOptions& options);

@@ -21,8 +21,8 @@ constexpr std::uint32_t kStageCount = 3;
 
 }  // namespace
 
-ShaderLibraryFromEmbeddedData::ShaderLibraryFromEmbeddedData(std::string name)
-    : ShaderLibrary(std::move(name)), mData(Render::GetEmbeddedShaderData(GetName())) {}
+ShaderLibraryFromEmbeddedData::ShaderLibraryFromEmbeddedData(std::string name, ShaderFormat format)
+    : ShaderLibrary(std::move(name)), mData(Render::GetEmbeddedShaderData(GetName(), format)) {}
 
 UniquePtr<Shader> ShaderLibraryFromEmbeddedData::GetShader(ShaderType type) const {
     const auto index = static_cast<std::uint32_t>(type);

@@ -11,7 +11,7 @@ namespace zeb::render {
 /// The stages registered under the library's name (Render::SetEmbeddedShaderData), handed out without a copy.
 class ShaderLibraryFromEmbeddedData final : public ShaderLibrary {
 public:
-    explicit ShaderLibraryFromEmbeddedData(std::string name);
+    explicit ShaderLibraryFromEmbeddedData(std::string name, ShaderFormat format = kDefaultShaderFormat);
     UniquePtr<Shader> GetShader(ShaderType type) const override;
 
 private:

@@ -19,6 +19,20 @@ struct DescriptorHeapSizes {
     std::int32_t mSamplers = 128;
 };
 
+enum class BufferViewKind : std::uint32_t { Constants, Read, ReadWrite };
+
+/// Part of a buffer as a program sees it. Offset and size in bytes; `mStride` 0 for raw data and constants.
+struct BufferViewDescription {
+    BufferViewKind mKind = BufferViewKind::Read;
+    std::uint64_t mByteOffset = 0;
+    std::uint64_t mSizeInBytes = 0;
+    std::uint32_t mStride = 0;
+};
+
+enum class TextureViewKind : std::uint32_t { Read, ReadWrite, RenderTarget };
+
+class FontManager;
+
 /// What one host thread needs to render on a device; made at the thread's first request and kept for
 /// the device's life. Members are destroyed in reverse order, so the caches, which hold objects of the
 /// heaps and the queue, go first.
@@ -37,38 +51,44 @@ public:
     Device(std::string name, const DescriptorHeapSizes& heapSizes);
     ~Device() override;
 
-    virtual UniquePtr<RootSignature> CreateRootSignature(std::string name) = 0;
-    virtual UniquePtr<Buffer> CreateBuffer(std::string name, std::uint64_t sizeInBytes, MemoryKind memory,
-                                           BufferState initialState, BufferUsage usage) = 0;
-    virtual UniquePtr<Texture> CreateTexture(std::string name, const TextureDescription& description,
-                                             std::uint32_t reserved, TextureState initialState) = 0;
-    virtual UniquePtr<Sampler> CreateSampler(std::string name, const SamplerDescription& description) = 0;
-    virtual UniquePtr<ShaderLibrary> CreateShaderLibraryFromSource(std::string name, std::string source,
-                                                                   std::string options) = 0;
-    virtual UniquePtr<ShaderLibrary> CreateShaderLibraryFromEmbeddedData(std::string name) = 0;
-    virtual UniquePtr<DescriptorHeap> CreateDescriptorHeap(std::string name, DescriptorHeapType type,
-                                                           std::int32_t count) = 0;
-    virtual void CreateConstantBufferView(DescriptorRange& range, std::uint32_t index, Buffer& buffer,
-                                          std::uint64_t byteOffset, std::uint32_t sizeInBytes) = 0;
-    virtual void CreateShaderResourceBufferView(DescriptorRange& range, std::uint32_t index, Buffer& buffer,
-                                                std::uint64_t firstElement, std::uint32_t elementCount,
-                                                std::uint32_t stride) = 0;
-    virtual void CreateUnorderedAccessBufferView(DescriptorRange& range, std::uint32_t index, Buffer& buffer,
-                                                 std::uint64_t firstElement, std::uint32_t elementCount,
-                                                 std::uint32_t stride) = 0;
-    virtual void CreateTextureView(DescriptorRange& range, std::uint32_t index, Texture& texture) = 0;
-    virtual void CreateUnorderedAccessTextureView(DescriptorRange& range, std::uint32_t index, Texture& texture) = 0;
-    virtual void CreateSamplerView(DescriptorRange& range, std::uint32_t index, Sampler& sampler) = 0;
-    virtual void CreateRenderTargetView(DescriptorRange& range, std::uint32_t index, Texture& texture) = 0;
-    virtual UniquePtr<GraphicsPipelineState> CreateGraphicsPipelineState(
-        std::string name, const GraphicsPipelineDescription& description) = 0;
-    virtual UniquePtr<ComputePipelineState> CreateComputePipelineState(
-        std::string name, const ComputePipelineDescription& description) = 0;
+    UniquePtr<RootSignature> CreateRootSignature(std::string name) { return DoCreateRootSignature(std::move(name)); }
+    UniquePtr<Buffer> CreateBuffer(std::string name, std::uint64_t sizeInBytes, MemoryKind memory,
+                                   BufferState initialState, BufferUsage usage);
+    UniquePtr<Texture> CreateTexture(std::string name, const TextureDescription& description, std::uint32_t reserved,
+                                     TextureState initialState);
+    UniquePtr<Sampler> CreateSampler(std::string name, const SamplerDescription& description) {
+        return DoCreateSampler(std::move(name), description);
+    }
+    /// The system carries no compiler: the library fails when a stage is asked of it.
+    UniquePtr<ShaderLibrary> CreateShaderLibraryFromSource(std::string name, std::string source, std::string options);
+    UniquePtr<ShaderLibrary> CreateShaderLibraryFromEmbeddedData(std::string name) {
+        return DoCreateShaderLibraryFromEmbeddedData(std::move(name));
+    }
+    UniquePtr<DescriptorHeap> CreateDescriptorHeap(std::string name, DescriptorHeapType type, std::int32_t count);
+    void CreateConstantBufferView(DescriptorRange& range, std::uint32_t index, Buffer& buffer, std::uint64_t byteOffset,
+                                  std::uint32_t sizeInBytes);
+    /// `stride` is the size of an element in bytes, 0 for raw data, which is counted in 32-bit words.
+    void CreateShaderResourceBufferView(DescriptorRange& range, std::uint32_t index, Buffer& buffer,
+                                        std::uint64_t firstElement, std::uint32_t elementCount, std::uint32_t stride);
+    void CreateUnorderedAccessBufferView(DescriptorRange& range, std::uint32_t index, Buffer& buffer,
+                                         std::uint64_t firstElement, std::uint32_t elementCount, std::uint32_t stride);
+    void CreateTextureView(DescriptorRange& range, std::uint32_t index, Texture& texture);
+    void CreateUnorderedAccessTextureView(DescriptorRange& range, std::uint32_t index, Texture& texture);
+    void CreateSamplerView(DescriptorRange& range, std::uint32_t index, Sampler& sampler);
+    void CreateRenderTargetView(DescriptorRange& range, std::uint32_t index, Texture& texture);
+    UniquePtr<GraphicsPipelineState> CreateGraphicsPipelineState(std::string name,
+                                                                 const GraphicsPipelineDescription& description) {
+        return DoCreateGraphicsPipelineState(std::move(name), description);
+    }
+    UniquePtr<ComputePipelineState> CreateComputePipelineState(std::string name,
+                                                               const ComputePipelineDescription& description) {
+        return DoCreateComputePipelineState(std::move(name), description);
+    }
     /// Whether the device can capture graphics calls for a debugger.
     virtual bool CanCapture() const = 0;
     virtual void BeginCapture() = 0;
     virtual void EndCapture() = 0;
-    virtual UniquePtr<CommandQueue> CreateCommandQueue(std::string name) = 0;
+    UniquePtr<CommandQueue> CreateCommandQueue(std::string name) { return DoCreateCommandQueue(std::move(name)); }
 
     /// Lanes of a wave that every compute program may rely on, or 0 when programs with wave operations
     /// must not be used. The sort's wave form needs at least 16 lanes and a divisor of 128.
@@ -89,12 +109,39 @@ protected:
     void LimitTileSize(std::uint32_t limit) {
         if (limit < mTileSize) mTileSize = limit;
     }
+    // Arguments are checked when these are called.
+    virtual UniquePtr<RootSignature> DoCreateRootSignature(std::string name) = 0;
+    virtual UniquePtr<Buffer> DoCreateBuffer(std::string name, std::uint64_t sizeInBytes, MemoryKind memory,
+                                             BufferState initialState, BufferUsage usage) = 0;
+    virtual UniquePtr<Texture> DoCreateTexture(std::string name, const TextureDescription& description,
+                                               TextureState initialState) = 0;
+    virtual UniquePtr<Sampler> DoCreateSampler(std::string name, const SamplerDescription& description) = 0;
+    virtual UniquePtr<ShaderLibrary> DoCreateShaderLibraryFromEmbeddedData(std::string name) = 0;
+    virtual UniquePtr<DescriptorHeap> DoCreateDescriptorHeap(std::string name, DescriptorHeapType type,
+                                                             std::int32_t count) = 0;
+    virtual void DoCreateBufferView(DescriptorRange& range, std::uint32_t index, Buffer& buffer,
+                                    const BufferViewDescription& view) = 0;
+    virtual void DoCreateTextureView(DescriptorRange& range, std::uint32_t index, Texture& texture,
+                                     TextureViewKind kind) = 0;
+    virtual void DoCreateSamplerView(DescriptorRange& range, std::uint32_t index, Sampler& sampler) = 0;
+    virtual UniquePtr<GraphicsPipelineState> DoCreateGraphicsPipelineState(
+        std::string name, const GraphicsPipelineDescription& description) = 0;
+    virtual UniquePtr<ComputePipelineState> DoCreateComputePipelineState(
+        std::string name, const ComputePipelineDescription& description) = 0;
+    virtual UniquePtr<CommandQueue> DoCreateCommandQueue(std::string name) = 0;
+
     /// Destroys all records; a back end calls it before it takes its own device down.
     void ReleaseThreadData();
 
 private:
+    void CreateBufferView(DescriptorRange& range, std::uint32_t index, Buffer& buffer,
+                          const BufferViewDescription& view);
+    void CreateTextureView(DescriptorRange& range, std::uint32_t index, Texture& texture, TextureViewKind kind,
+                           std::uint32_t neededUsage, DescriptorHeapType heap);
+
     std::uint32_t mTileSize = 16384;
     DescriptorHeapSizes mHeapSizes;
+    UniquePtr<FontManager> mFontManager;
     std::mutex mThreadDataMutex;
     std::unordered_map<std::uint32_t, std::unique_ptr<ThreadData>, IntegerHash> mThreadData;
 };

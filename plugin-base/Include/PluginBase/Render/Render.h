@@ -10,6 +10,19 @@
 
 namespace zeb::render {
 
+/// What the code inside a program's stages is written in.
+enum class ShaderFormat : std::uint32_t {
+    Spirv = 0,
+    Dxil = 1,  ///< shader model 6.0, with wave operations
+    Dxbc = 2,  ///< shader model 5.1, for Direct3D devices that do not take Dxil
+};
+
+#if defined(_WIN32)
+inline constexpr ShaderFormat kDefaultShaderFormat = ShaderFormat::Dxil;
+#else
+inline constexpr ShaderFormat kDefaultShaderFormat = ShaderFormat::Spirv;
+#endif
+
 /// One pair of (size, data) for each stage: vertex, pixel, compute, and one that stays empty. The data
 /// stays in place for the process's life.
 struct EmbeddedShaderData {
@@ -57,9 +70,12 @@ public:
     /// `type` 0 or 1 gives the implementation of this build; any other throws.
     static UniquePtr<Render> Create(std::int32_t type, const RenderOptions& options);
 
-    /// Enters a program's stages. Called before any device exists; a name that is taken throws.
-    static void SetEmbeddedShaderData(const std::string& name, const EmbeddedShaderData& data);
-    static const EmbeddedShaderData& GetEmbeddedShaderData(const std::string& name);
+    /// Enters a program's stages; a name that is taken throws. Each format has a table of its own: a program may stand
+    /// in several, and a device looks into the one that it takes.
+    static void SetEmbeddedShaderData(const std::string& name, const EmbeddedShaderData& data,
+                                      ShaderFormat format = kDefaultShaderFormat);
+    static const EmbeddedShaderData& GetEmbeddedShaderData(const std::string& name,
+                                                           ShaderFormat format = kDefaultShaderFormat);
 };
 
 }  // namespace zeb::render

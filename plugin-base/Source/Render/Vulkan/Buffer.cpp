@@ -11,7 +11,6 @@ BufferResource::BufferResource(std::shared_ptr<DeviceContext> context, const std
     : mContext(std::move(context)), mName(name), mSize(size) {
     const VolkDeviceTable& api = mContext->Api();
     const std::string owner = fmt::format("the buffer \"{}\" of {} bytes", name, size);
-    if (size == 0) ZEB_RENDER_THROW("Failed to create {}: a buffer cannot be empty", owner);
     if (size > mContext->GetMaxAllocationSize()) {
         ZEB_RENDER_THROW("Failed to create {}: the device's limit is {} bytes", owner,
                          mContext->GetMaxAllocationSize());
@@ -42,25 +41,19 @@ BufferResource::~BufferResource() {
 
 BufferVulkan::BufferVulkan(const std::shared_ptr<DeviceContext>& context, std::string name, std::uint64_t sizeInBytes,
                            MemoryKind memory, BufferState initialState, BufferUsage usage)
-    : Buffer(std::move(name), sizeInBytes), mState(initialState), mUsage(usage) {
+    : Buffer(std::move(name), sizeInBytes, memory) {
     CheckBufferUsage(usage);
     CheckBufferState(initialState);
     mResource = std::make_shared<BufferResource>(context, GetName(), sizeInBytes, memory);
 }
 
 BufferVulkan::~BufferVulkan() {
-    if (mOpenMaps != 0)
-        mResource->mContext->GetInstance().Report(fmt::format("The buffer {} must be unmapped.", GetName()));
+    const std::string problem = CheckUnmapped();
+    if (!problem.empty()) mResource->mContext->GetInstance().Report(problem);
 }
 
-std::byte* BufferVulkan::Map(std::uint64_t begin, std::uint64_t end) {
+std::byte* BufferVulkan::DoMap(std::uint64_t begin, std::uint64_t end) {
     const MemoryBlock& memory = mResource->mMemory;
-    if (memory.mMapped == nullptr)
-        ZEB_RENDER_THROW("Failed to map the buffer \"{}\": its memory is not visible to the CPU", GetName());
-    if (begin > end || end > GetSizeInBytes()) {
-        ZEB_RENDER_THROW("Failed to map bytes {} to {} of the buffer \"{}\" of {} bytes", begin, end, GetName(),
-                         GetSizeInBytes());
-    }
     if (!memory.mIsCoherent && begin != end) {
         const DeviceContext& context = *mResource->mContext;
         VkMappedMemoryRange range = {VK_STRUCTURE_TYPE_MAPPED_MEMORY_RANGE};
@@ -68,19 +61,9 @@ std::byte* BufferVulkan::Map(std::uint64_t begin, std::uint64_t end) {
         range.size = VK_WHOLE_SIZE;
         ZEB_VK_CHECK_FOR(context.Api().vkInvalidateMappedMemoryRanges(context.Get(), 1, &range), GetName());
     }
-    ++mOpenMaps;
     return memory.mMapped;
 }
 
-void BufferVulkan::Unmap() {
-    if (mOpenMaps == 0) ZEB_RENDER_THROW("The buffer {} is not mapped.", GetName());
-    --mOpenMaps;
-}
-
-BufferVulkan& ToVulkan(Buffer& buffer) {
-    auto* own = dynamic_cast<BufferVulkan*>(&buffer);
-    if (own == nullptr) ZEB_RENDER_THROW("The buffer \"{}\" belongs to another device", buffer.GetName());
-    return *own;
-}
+BufferVulkan& ToVulkan(Buffer& buffer) { return ToOwn<BufferVulkan>(buffer, "buffer"); }
 
 }  // namespace zeb::render

@@ -30,19 +30,15 @@ public:
     /// A map left open is reported to the validation's receiver.
     ~BufferVulkan() override;
 
-    std::byte* Map(std::uint64_t begin, std::uint64_t end) override;
-    void Unmap() override;
-
     const std::shared_ptr<BufferResource>& GetResource() const { return mResource; }
-    BufferState GetState() const { return mState; }
-    void SetState(BufferState state) { mState = state; }
-    BufferUsage GetUsage() const { return mUsage; }
+
+protected:
+    std::byte* DoMap(std::uint64_t begin, std::uint64_t end) override;
+    // The memory stays mapped.
+    void DoUnmap() override {}
 
 private:
     std::shared_ptr<BufferResource> mResource;
-    BufferState mState;
-    BufferUsage mUsage;
-    std::uint32_t mOpenMaps = 0;
 };
 
 /// The back end's own object behind an interface; a stranger's object is a failure that names it.

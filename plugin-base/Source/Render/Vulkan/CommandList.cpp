@@ -4,12 +4,22 @@
 
 #include "DescriptorHeap.h"
 #include "Encoders.h"
-#include "EnumTables.h"
 
 namespace zeb::render {
+namespace {
+
+CommandLimits GetCommandLimits(const VkPhysicalDeviceLimits& limits) {
+    const auto& groups = limits.maxComputeWorkGroupCount;
+    const auto& viewport = limits.maxViewportDimensions;
+    return {{groups[0], groups[1], groups[2]}, {viewport[0], viewport[1]}};
+}
+
+}  // namespace
 
 CommandListVulkan::CommandListVulkan(std::shared_ptr<QueueState> queue, std::string name)
-    : CommandList(std::move(name)), mQueue(std::move(queue)), mAllocator(mQueue->TakeAllocator()) {
+    : CommandList(std::move(name), GetCommandLimits(queue->GetContext()->Limits())),
+      mQueue(std::move(queue)),
+      mAllocator(mQueue->TakeAllocator()) {
     VkCommandBufferBeginInfo info = {VK_STRUCTURE_TYPE_COMMAND_BUFFER_BEGIN_INFO};
     info.flags = VK_COMMAND_BUFFER_USAGE_ONE_TIME_SUBMIT_BIT;
     ZEB_VK_CHECK_FOR(Api().vkBeginCommandBuffer(GetCommandBuffer(), &info), GetName());
@@ -31,56 +41,31 @@ void CommandListVulkan::RecordFullBarrier(VkPipelineStageFlags toStages, VkAcces
                                nullptr, 0, nullptr);
 }
 
-UniquePtr<GraphicsCommandEncoder> CommandListVulkan::CreateGraphicsCommandEncoder(
+UniquePtr<GraphicsCommandEncoder> CommandListVulkan::DoCreateGraphicsCommandEncoder(
     const RenderPassDescription& description) {
     return MakeUnique<GraphicsCommandEncoderVulkan>(*this, description);
 }
 
-UniquePtr<ComputeCommandEncoder> CommandListVulkan::CreateComputeCommandEncoder() {
+UniquePtr<ComputeCommandEncoder> CommandListVulkan::DoCreateComputeCommandEncoder() {
     return MakeUnique<ComputeCommandEncoderVulkan>(*this);
 }
 
-UniquePtr<CopyCommandEncoder> CommandListVulkan::CreateCopyCommandEncoder() {
+UniquePtr<CopyCommandEncoder> CommandListVulkan::DoCreateCopyCommandEncoder() {
     return MakeUnique<CopyCommandEncoderVulkan>(*this);
 }
 
-void CommandListVulkan::SetDescriptorHeaps(DescriptorHeap& textureHeap, DescriptorHeap* samplerHeap) {
-    for (const DescriptorHeap* heap : {&textureHeap, static_cast<DescriptorHeap*>(samplerHeap)}) {
-        if (heap != nullptr && dynamic_cast<const DescriptorHeapVulkan*>(heap) == nullptr)
-            ZEB_RENDER_THROW("The descriptor heap \"{}\" belongs to another device", heap->GetName());
+void CommandListVulkan::DoSetDescriptorHeaps(DescriptorHeap& textureHeap, DescriptorHeap* samplerHeap) {
+    for (DescriptorHeap* heap : {&textureHeap, samplerHeap}) {
+        if (heap != nullptr) ToOwn<DescriptorHeapVulkan>(*heap, "descriptor heap");
     }
 }
 
-void CommandListVulkan::BeginEncoder() {
-    if (mIsClosed) ZEB_RENDER_THROW("The command list \"{}\" is closed", GetName());
-    if (mHasEncoder) ZEB_RENDER_THROW("The command list \"{}\" has an open encoder already", GetName());
-    mHasEncoder = true;
-}
-
-void CommandListVulkan::Close() {
-    if (mHasEncoder) ZEB_RENDER_THROW("The command list \"{}\" still has an open encoder", GetName());
-    if (mIsClosed) ZEB_RENDER_THROW("The command list \"{}\" was executed already", GetName());
-    mIsClosed = true;
+void CommandListVulkan::DoClose() {
     // What the device wrote is to be seen by the CPU after the wait.
     RecordFullBarrier(VK_PIPELINE_STAGE_HOST_BIT, VK_ACCESS_HOST_READ_BIT);
     ZEB_VK_CHECK_FOR(Api().vkEndCommandBuffer(GetCommandBuffer()), GetName());
 }
 
 void CommandListVulkan::Finish() { mUses.Release(); }
-
-void SetTextureState(CommandListVulkan& list, Texture& texture, TextureState state) {
-    CheckTextureState(state);
-    const std::shared_ptr<TextureResource>& resource = ToVulkan(texture).GetResource();
-    if (resource->mState != state) list.GetUses().SetState(resource, state);
-}
-
-void SetBufferState(Buffer& buffer, BufferState state) {
-    CheckBufferState(state);
-    ToVulkan(buffer).SetState(state);
-}
-
-void CheckEncoderOpen(const CommandListVulkan& list, bool isOpen) {
-    if (!isOpen) ZEB_RENDER_THROW("An encoder of the command list \"{}\" was ended already", list.GetName());
-}
 
 }  // namespace zeb::render

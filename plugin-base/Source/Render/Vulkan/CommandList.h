@@ -4,6 +4,7 @@
 #include <string>
 
 #include "CommandQueue.h"
+#include "EnumTables.h"
 #include "PluginBase/Render/Commands.h"
 #include "ResourceUses.h"
 
@@ -17,21 +18,10 @@ public:
     CommandListVulkan(const CommandListVulkan&) = delete;
     CommandListVulkan& operator=(const CommandListVulkan&) = delete;
 
-    UniquePtr<GraphicsCommandEncoder> CreateGraphicsCommandEncoder(const RenderPassDescription& description) override;
-    UniquePtr<ComputeCommandEncoder> CreateComputeCommandEncoder() override;
-    UniquePtr<CopyCommandEncoder> CreateCopyCommandEncoder() override;
-    /// Descriptors are pushed with each draw, so nothing is recorded; the heaps must be of this device.
-    void SetDescriptorHeaps(DescriptorHeap& textureHeap, DescriptorHeap* samplerHeap) override;
-
-    void Close();
     void MarkSubmitted() { mIsSubmitted = true; }
     bool IsSubmitted() const { return mIsSubmitted; }
     /// The work is done: releases what was kept for it.
     void Finish();
-
-    /// Only one encoder records at a time.
-    void BeginEncoder();
-    void EndEncoder() { mHasEncoder = false; }
 
     const std::shared_ptr<DeviceContext>& GetContext() const { return mQueue->GetContext(); }
     const VolkDeviceTable& Api() const { return GetContext()->Api(); }
@@ -42,60 +32,41 @@ public:
     void Commit(const PendingUse& use) { mUses.Commit(Api(), GetCommandBuffer(), use); }
     void RecordFullBarrier(VkPipelineStageFlags toStages, VkAccessFlags toAccess);
 
+protected:
+    UniquePtr<GraphicsCommandEncoder> DoCreateGraphicsCommandEncoder(const RenderPassDescription& description) override;
+    UniquePtr<ComputeCommandEncoder> DoCreateComputeCommandEncoder() override;
+    UniquePtr<CopyCommandEncoder> DoCreateCopyCommandEncoder() override;
+    /// Descriptors are pushed with each draw, so nothing is recorded; the heaps must be of this device.
+    void DoSetDescriptorHeaps(DescriptorHeap& textureHeap, DescriptorHeap* samplerHeap) override;
+    void DoClose() override;
+
 private:
     std::shared_ptr<QueueState> mQueue;
     std::unique_ptr<CommandAllocator> mAllocator;
     ResourceUses mUses;
-    bool mHasEncoder = false;
-    bool mIsClosed = false;
     bool mIsSubmitted = false;
 };
-
-void SetTextureState(CommandListVulkan& list, Texture& texture, TextureState state);
-void SetBufferState(Buffer& buffer, BufferState state);
-void CheckEncoderOpen(const CommandListVulkan& list, bool isOpen);
 
 /// What the three encoders have in common. `Base` is the interface that the encoder implements.
 template <class Base>
 class EncoderVulkan : public Base {
-public:
-    explicit EncoderVulkan(CommandListVulkan& list) : mList(list) { mList.BeginEncoder(); }
-    ~EncoderVulkan() override {
-        if (mIsOpen) mList.EndEncoder();
-    }
-    EncoderVulkan(const EncoderVulkan&) = delete;
-    EncoderVulkan& operator=(const EncoderVulkan&) = delete;
+protected:
+    template <class... Args>
+    explicit EncoderVulkan(CommandListVulkan& list, const Args&... args) : Base(list, args...), mList(list) {}
 
-    // The native barriers follow from what the work uses; these calls keep the states that the caller tells.
-    void TextureTransitionBarrier(Texture& texture, TextureState state) override {
-        CheckOpen();
-        SetTextureState(mList, texture, state);
-    }
-    void BufferTransitionBarrier(Buffer& buffer, BufferState state) override {
-        CheckOpen();
-        SetBufferState(buffer, state);
-    }
-    void TextureUnorderedAccessBarrier(Texture& texture) override {
-        CheckOpen();
+    // The native barriers follow from what the work uses.
+    void DoTextureTransitionBarrier(Texture& texture, TextureState state) override {
+        CheckTextureState(state);
         ToVulkan(texture);
     }
-    void BufferUnorderedAccessBarrier(Buffer& buffer) override {
-        CheckOpen();
+    void DoBufferTransitionBarrier(Buffer& buffer, BufferState state) override {
+        CheckBufferState(state);
         ToVulkan(buffer);
     }
-    void End() override {
-        CheckOpen();
-        mIsOpen = false;
-        mList.EndEncoder();
-    }
-
-protected:
-    void CheckOpen() const { CheckEncoderOpen(mList, mIsOpen); }
+    void DoTextureUnorderedAccessBarrier(Texture& texture) override { ToVulkan(texture); }
+    void DoBufferUnorderedAccessBarrier(Buffer& buffer) override { ToVulkan(buffer); }
 
     CommandListVulkan& mList;
-
-private:
-    bool mIsOpen = true;
 };
 
 }  // namespace zeb::render

@@ -112,19 +112,16 @@ void QueueState::Submit(VkCommandBuffer commandBuffer, VkFence fence) {
 CommandQueueVulkan::CommandQueueVulkan(const std::shared_ptr<DeviceContext>& context, std::string name)
     : CommandQueue(std::move(name)), mState(std::make_shared<QueueState>(context, GetName())) {}
 
-UniquePtr<CommandList> CommandQueueVulkan::CreateCommandList(std::string name) {
+UniquePtr<CommandList> CommandQueueVulkan::DoCreateCommandList(std::string name) {
     return MakeUnique<CommandListVulkan>(mState, std::move(name));
 }
 
-UniquePtr<CommandQueueCompletionEvent> CommandQueueVulkan::Execute(UniquePtr<CommandList> commandList) {
-    if (!commandList) ZEB_RENDER_THROW("Failed to execute a command list on the queue \"{}\": commandList", GetName());
-    auto* list = dynamic_cast<CommandListVulkan*>(commandList.get());
-    if (list == nullptr) ZEB_RENDER_THROW("The command list \"{}\" belongs to another device", commandList->GetName());
-    list->Close();
+UniquePtr<CommandQueueCompletionEvent> CommandQueueVulkan::DoExecute(UniquePtr<CommandList> commandList) {
+    auto& list = ToOwn<CommandListVulkan>(*commandList, "command list");
     // The event is made first: once work is submitted nothing may fail that would drop the list.
     auto event = MakeUnique<CommandQueueCompletionEventVulkan>(mState, std::move(commandList));
-    mState->Submit(list->GetCommandBuffer(), list->GetFence());
-    list->MarkSubmitted();
+    mState->Submit(list.GetCommandBuffer(), list.GetFence());
+    list.MarkSubmitted();
     return event;
 }
 

@@ -71,8 +71,10 @@ private:
 class CommandQueueVulkan final : public CommandQueue {
 public:
     CommandQueueVulkan(const std::shared_ptr<DeviceContext>& context, std::string name);
-    UniquePtr<CommandList> CreateCommandList(std::string name) override;
-    UniquePtr<CommandQueueCompletionEvent> Execute(UniquePtr<CommandList> commandList) override;
+
+protected:
+    UniquePtr<CommandList> DoCreateCommandList(std::string name) override;
+    UniquePtr<CommandQueueCompletionEvent> DoExecute(UniquePtr<CommandList> commandList) override;
 
 private:
     std::shared_ptr<QueueState> mState;

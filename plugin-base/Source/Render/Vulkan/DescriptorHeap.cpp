@@ -4,48 +4,27 @@
 
 namespace zeb::render {
 
-DescriptorTable::DescriptorTable(std::string name, DescriptorHeapType type, std::int32_t count)
-    : mName(std::move(name)), mType(type), mRanges(count) {
-    if (count <= 0) ZEB_RENDER_THROW("Failed to create the descriptor heap \"{}\" of {} descriptors", mName, count);
+DescriptorRangeVulkan::DescriptorRangeVulkan(const DescriptorHeap& heap, std::shared_ptr<DescriptorTable> table,
+                                             std::int32_t count)
+    : DescriptorRange(heap.GetName(), heap.GetType(), count),
+      mTable(std::move(table)),
+      mOffset(mTable->mRanges.GetRange(count)) {}
+
+DescriptorRangeVulkan::~DescriptorRangeVulkan() {
+    for (std::uint32_t i = 0; i < GetCount(); ++i) Set(i, Descriptor());
+    mTable->mRanges.ReleaseRange(mOffset, static_cast<std::int32_t>(GetCount()));
+}
+
+DescriptorHeapVulkan::DescriptorHeapVulkan(std::string name, DescriptorHeapType type, std::int32_t count)
+    : DescriptorHeap(std::move(name), type), mTable(std::make_shared<DescriptorTable>(count)) {
     if (type > DescriptorHeapType::Samplers) {
         ZEB_RENDER_THROW("Failed to get the Vulkan descriptor heap type for the value of {}",
                          static_cast<std::uint32_t>(type));
     }
-    mDescriptors.resize(static_cast<std::size_t>(count));
 }
 
-DescriptorRangeVulkan::DescriptorRangeVulkan(std::shared_ptr<DescriptorTable> table, std::int32_t count)
-    : mTable(std::move(table)), mCount(count) {
-    if (count <= 0) ZEB_RENDER_THROW("Failed to take {} descriptors of the heap \"{}\"", count, mTable->mName);
-    mOffset = mTable->mRanges.GetRange(count);
-}
-
-DescriptorRangeVulkan::~DescriptorRangeVulkan() {
-    for (std::uint32_t i = 0; i < GetCount(); ++i) mTable->mDescriptors[ToSlot(i)] = Descriptor();
-    mTable->mRanges.ReleaseRange(mOffset, mCount);
-}
-
-std::size_t DescriptorRangeVulkan::ToSlot(std::uint32_t index) const {
-    if (index >= GetCount()) {
-        ZEB_RENDER_THROW("Descriptor {} lies outside a range of {} descriptors of the heap \"{}\"", index, mCount,
-                         mTable->mName);
-    }
-    return static_cast<std::size_t>(mOffset) + index;
-}
-
-const Descriptor& DescriptorRangeVulkan::Get(std::uint32_t index) const { return mTable->mDescriptors[ToSlot(index)]; }
-
-void DescriptorRangeVulkan::Set(std::uint32_t index, DescriptorHeapType type, Descriptor descriptor) {
-    if (mTable->mType != type)
-        ZEB_RENDER_THROW("The descriptor heap \"{}\" does not take views of this kind", mTable->mName);
-    mTable->mDescriptors[ToSlot(index)] = std::move(descriptor);
-}
-
-DescriptorHeapVulkan::DescriptorHeapVulkan(std::string name, DescriptorHeapType type, std::int32_t count)
-    : DescriptorHeap(std::move(name)), mTable(std::make_shared<DescriptorTable>(GetName(), type, count)) {}
-
-UniquePtr<DescriptorRange> DescriptorHeapVulkan::AllocateRange(std::int32_t count) {
-    return MakeUnique<DescriptorRangeVulkan>(mTable, count);
+UniquePtr<DescriptorRange> DescriptorHeapVulkan::DoAllocateRange(std::int32_t count) {
+    return MakeUnique<DescriptorRangeVulkan>(*this, mTable, count);
 }
 
 DescriptorRangeVulkan& ToVulkan(DescriptorRange& range) {

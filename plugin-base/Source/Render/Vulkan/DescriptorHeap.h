@@ -7,7 +7,7 @@
 
 #include "Buffer.h"
 #include "PluginBase/Misc/RangesManager.h"
-#include "PluginBase/Render/Objects.h"
+#include "PluginBase/Render/Device.h"
 #include "Sampler.h"
 #include "Texture.h"
 
@@ -20,8 +20,6 @@ struct BufferView {
     std::uint64_t mSize = 0;
 };
 
-enum class TextureViewKind : std::uint32_t { Read, ReadWrite, RenderTarget };
-
 struct TextureView {
     std::shared_ptr<TextureResource> mTexture;
     TextureViewKind mKind = TextureViewKind::Read;
@@ -32,39 +30,37 @@ using Descriptor = std::variant<std::monostate, BufferView, TextureView, std::sh
 
 /// The table behind a heap; ranges share it, so they may outlive the heap.
 struct DescriptorTable {
-    DescriptorTable(std::string name, DescriptorHeapType type, std::int32_t count);
+    explicit DescriptorTable(std::int32_t count) : mRanges(count), mDescriptors(static_cast<std::size_t>(count)) {}
 
-    std::string mName;
-    DescriptorHeapType mType;
     RangesManager mRanges;
     std::vector<Descriptor> mDescriptors;
 };
 
 class DescriptorRangeVulkan final : public DescriptorRange {
 public:
-    DescriptorRangeVulkan(std::shared_ptr<DescriptorTable> table, std::int32_t count);
+    DescriptorRangeVulkan(const DescriptorHeap& heap, std::shared_ptr<DescriptorTable> table, std::int32_t count);
     ~DescriptorRangeVulkan() override;
     DescriptorRangeVulkan(const DescriptorRangeVulkan&) = delete;
     DescriptorRangeVulkan& operator=(const DescriptorRangeVulkan&) = delete;
 
-    std::uint32_t GetCount() const override { return static_cast<std::uint32_t>(mCount); }
-    const std::string& GetHeapName() const { return mTable->mName; }
-    const Descriptor& Get(std::uint32_t index) const;
-    /// Writes a descriptor of a kind that only a heap of `type` takes.
-    void Set(std::uint32_t index, DescriptorHeapType type, Descriptor descriptor);
+    const Descriptor& Get(std::uint32_t index) const { return mTable->mDescriptors[ToSlot(index)]; }
+    void Set(std::uint32_t index, Descriptor descriptor) {
+        mTable->mDescriptors[ToSlot(index)] = std::move(descriptor);
+    }
 
 private:
-    std::size_t ToSlot(std::uint32_t index) const;
+    std::size_t ToSlot(std::uint32_t index) const { return static_cast<std::size_t>(mOffset) + index; }
 
     std::shared_ptr<DescriptorTable> mTable;
     std::int32_t mOffset;
-    std::int32_t mCount;
 };
 
 class DescriptorHeapVulkan final : public DescriptorHeap {
 public:
     DescriptorHeapVulkan(std::string name, DescriptorHeapType type, std::int32_t count);
-    UniquePtr<DescriptorRange> AllocateRange(std::int32_t count) override;
+
+protected:
+    UniquePtr<DescriptorRange> DoAllocateRange(std::int32_t count) override;
 
 private:
     std::shared_ptr<DescriptorTable> mTable;

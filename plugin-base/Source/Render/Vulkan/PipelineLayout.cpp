@@ -34,7 +34,7 @@ struct Place {
 
 std::optional<Place> FindPlace(const RootSignatureVulkan& signature, std::uint32_t binding,
                                VkShaderStageFlagBits stage) {
-    const std::vector<RootParameter>& parameters = signature.GetParameters();
+    const std::vector<RootBindings>& parameters = signature.GetBindings();
     for (std::uint32_t p = 0; p < parameters.size(); ++p) {
         if ((parameters[p].mStages & stage) == 0) continue;
         const std::vector<std::uint32_t>& bindings = parameters[p].mBindings;

@@ -9,28 +9,12 @@
 namespace zeb::render {
 namespace {
 
-// The reference that a description must hold, or a failure that quotes it.
-template <class T>
-T& Need(T* pointer, const char* expression, const std::string& pipeline) {
-    if (pointer == nullptr)
-        ZEB_RENDER_THROW("Failed to create the pipeline \"{}\": {} is missing", pipeline, expression);
-    return *pointer;
-}
-
 VkPipelineShaderStageCreateInfo GetStageInfo(const PipelineStage& stage) {
     VkPipelineShaderStageCreateInfo info = {VK_STRUCTURE_TYPE_PIPELINE_SHADER_STAGE_CREATE_INFO};
     info.stage = stage.mReflection.mStage;
     info.module = stage.mModule;
     info.pName = stage.mReflection.mEntryPoint.c_str();
     return info;
-}
-
-bool IsStripOrList(Topology topology, TopologyType type) {
-    switch (type) {
-        case TopologyType::Point: return topology == Topology::PointList;
-        case TopologyType::Line: return topology == Topology::LineList || topology == Topology::LineStrip;
-        default: return topology == Topology::TriangleList || topology == Topology::TriangleStrip;
-    }
 }
 
 // The vertex input of a pipeline: attributes by their order, one binding for each slot.
@@ -90,12 +74,10 @@ PipelineResource::~PipelineResource() {
 
 ComputePipelineStateVulkan::ComputePipelineStateVulkan(const std::shared_ptr<DeviceContext>& context, std::string name,
                                                        const ComputePipelineDescription& description)
-    : ComputePipelineState(std::move(name)) {
-    RootSignature& signature = Need(description.mRootSignature, "*desc.mRootSignature", GetName());
-    const Shader& shader = Need(description.mComputeShader, "*desc.mComputeShader", GetName());
+    : ComputePipelineState(std::move(name), description) {
     const auto layout = std::make_shared<PipelineLayout>(context, GetName());
-    layout->AddStage(shader, VK_SHADER_STAGE_COMPUTE_BIT);
-    layout->Build(ToVulkan(signature));
+    layout->AddStage(*description.mComputeShader, VK_SHADER_STAGE_COMPUTE_BIT);
+    layout->Build(ToVulkan(*description.mRootSignature));
     mResource = std::make_shared<PipelineResource>(layout);
 
     const PipelineStage& stage = layout->GetStages().front();
@@ -118,53 +100,34 @@ ComputePipelineStateVulkan::ComputePipelineStateVulkan(const std::shared_ptr<Dev
 GraphicsPipelineStateVulkan::GraphicsPipelineStateVulkan(const std::shared_ptr<DeviceContext>& context,
                                                          std::string name,
                                                          const GraphicsPipelineDescription& description)
-    : GraphicsPipelineState(std::move(name)), mDescription(description) {
-    RootSignature& signature = Need(description.mRootSignature, "*desc.mRootSignature", GetName());
-    const Shader& vertexShader = Need(description.mVertexShader, "*desc.mVertexShader", GetName());
-    const Shader& pixelShader = Need(description.mPixelShader, "*desc.mPixelShader", GetName());
+    : GraphicsPipelineState(std::move(name), description) {
     mLayout = std::make_shared<PipelineLayout>(context, GetName());
-    mLayout->AddStage(vertexShader, VK_SHADER_STAGE_VERTEX_BIT);
-    mLayout->AddStage(pixelShader, VK_SHADER_STAGE_FRAGMENT_BIT);
-    mLayout->Build(ToVulkan(signature));
+    mLayout->AddStage(*description.mVertexShader, VK_SHADER_STAGE_VERTEX_BIT);
+    mLayout->AddStage(*description.mPixelShader, VK_SHADER_STAGE_FRAGMENT_BIT);
+    mLayout->Build(ToVulkan(*description.mRootSignature));
     CheckDescription();
-    // What the description refers to is needed no more, and may go before this object does.
-    mDescription.mRootSignature = nullptr;
-    mDescription.mVertexShader = nullptr;
-    mDescription.mPixelShader = nullptr;
-    for (const VertexElement& element : mDescription.mVertexElements) mVertexSlots |= 1U << element.mInputSlot;
-    const Topology list = GetListTopology(mDescription.mTopologyType);
-    if (mVertexSlots == 0) Get({list, {}});
+    const Topology list = GetListTopology(description.mTopologyType);
+    if (GetVertexSlots() == 0) Get({list, {}});
 }
 
 void GraphicsPipelineStateVulkan::CheckDescription() const {
     const auto fail = [this](const std::string& what) {
         ZEB_RENDER_THROW("Failed to create the pipeline \"{}\": {}", GetName(), what);
     };
-    const std::int32_t targets = mDescription.mRenderTargetCount;
-    if (targets < 1 || targets > static_cast<std::int32_t>(kMaxRenderTargets))
-        fail(fmt::format("it has {} render targets", targets));
-    for (std::int32_t i = 0; i < targets; ++i) GetFormatVulkan(mDescription.mRenderTargetFormats[i]);
-    if (mDescription.mDepthFormat != Format::Unknown) fail("no format of this layer holds depth");
-    if (mDescription.mSampleCount > 1) fail(fmt::format("{} samples are not supported", mDescription.mSampleCount));
-    if (mDescription.mFillMode == FillMode::Wireframe && !mLayout->GetContext()->HasWireframe())
+    const GraphicsPipelineDescription& description = GetDescription();
+    for (std::int32_t i = 0; i < description.mRenderTargetCount; ++i)
+        GetFormatVulkan(description.mRenderTargetFormats[i]);
+    if (description.mFillMode == FillMode::Wireframe && !mLayout->GetContext()->HasWireframe())
         fail("the device draws no wireframes");
-    for (const VertexElement& element : mDescription.mVertexElements) {
-        if (element.mInputSlot >= kMaxVertexSlots)
-            fail(fmt::format("the vertex element {} lies in slot {}", element.mSemanticName, element.mInputSlot));
-    }
     for (const std::uint32_t location : mLayout->GetStages().front().mReflection.mInputLocations) {
-        if (location >= mDescription.mVertexElements.size())
+        if (location >= description.mVertexElements.size())
             fail(fmt::format("its program reads vertex element {}, which the description lacks", location));
     }
 }
 
 const std::shared_ptr<PipelineResource>& GraphicsPipelineStateVulkan::Get(PipelineVariant variant) {
-    if (!IsStripOrList(variant.mTopology, mDescription.mTopologyType)) {
-        ZEB_RENDER_THROW("The pipeline \"{}\" is not made for the topology {}", GetName(),
-                         static_cast<std::uint32_t>(variant.mTopology));
-    }
     for (std::size_t slot = 0; slot < kMaxVertexSlots; ++slot) {
-        if ((mVertexSlots & (1U << slot)) == 0) variant.mStrides[slot] = 0;
+        if ((GetVertexSlots() & (1U << slot)) == 0) variant.mStrides[slot] = 0;
     }
     auto& pipeline = mVariants[variant];
     if (!pipeline) pipeline = Create(variant);
@@ -172,20 +135,21 @@ const std::shared_ptr<PipelineResource>& GraphicsPipelineStateVulkan::Get(Pipeli
 }
 
 std::shared_ptr<PipelineResource> GraphicsPipelineStateVulkan::Create(const PipelineVariant& variant) const {
+    const GraphicsPipelineDescription& description = GetDescription();
     std::vector<VkPipelineShaderStageCreateInfo> stages;
     for (const PipelineStage& stage : mLayout->GetStages()) stages.push_back(GetStageInfo(stage));
-    const VertexInput vertexInput(mDescription, variant);
+    const VertexInput vertexInput(description, variant);
     VkPipelineInputAssemblyStateCreateInfo assembly = {VK_STRUCTURE_TYPE_PIPELINE_INPUT_ASSEMBLY_STATE_CREATE_INFO};
     assembly.topology = GetPrimitiveTopologyVulkan(variant.mTopology);
     VkPipelineViewportStateCreateInfo viewport = {VK_STRUCTURE_TYPE_PIPELINE_VIEWPORT_STATE_CREATE_INFO};
     viewport.viewportCount = 1;
     viewport.scissorCount = 1;
-    const VkPipelineRasterizationStateCreateInfo raster = GetRasterState(mDescription);
+    const VkPipelineRasterizationStateCreateInfo raster = GetRasterState(description);
     VkPipelineMultisampleStateCreateInfo samples = {VK_STRUCTURE_TYPE_PIPELINE_MULTISAMPLE_STATE_CREATE_INFO};
     samples.rasterizationSamples = VK_SAMPLE_COUNT_1_BIT;
 
-    const auto targetCount = static_cast<std::size_t>(mDescription.mRenderTargetCount);
-    const std::vector<VkPipelineColorBlendAttachmentState> targets(targetCount, GetBlendState(mDescription));
+    const auto targetCount = static_cast<std::size_t>(description.mRenderTargetCount);
+    const std::vector<VkPipelineColorBlendAttachmentState> targets(targetCount, GetBlendState(description));
     VkPipelineColorBlendStateCreateInfo blend = {VK_STRUCTURE_TYPE_PIPELINE_COLOR_BLEND_STATE_CREATE_INFO};
     blend.attachmentCount = static_cast<std::uint32_t>(targets.size());
     blend.pAttachments = targets.data();
@@ -196,7 +160,7 @@ std::shared_ptr<PipelineResource> GraphicsPipelineStateVulkan::Create(const Pipe
 
     std::vector<VkFormat> formats;
     for (std::size_t i = 0; i < targetCount; ++i)
-        formats.push_back(GetFormatVulkan(mDescription.mRenderTargetFormats[i]));
+        formats.push_back(GetFormatVulkan(description.mRenderTargetFormats[i]));
     VkPipelineRenderingCreateInfo rendering = {VK_STRUCTURE_TYPE_PIPELINE_RENDERING_CREATE_INFO};
     rendering.colorAttachmentCount = static_cast<std::uint32_t>(formats.size());
     rendering.pColorAttachmentFormats = formats.data();
@@ -222,21 +186,15 @@ std::shared_ptr<PipelineResource> GraphicsPipelineStateVulkan::Create(const Pipe
 }
 
 ComputePipelineStateVulkan& ToVulkan(ComputePipelineState& state) {
-    auto* own = dynamic_cast<ComputePipelineStateVulkan*>(&state);
-    if (own == nullptr) ZEB_RENDER_THROW("The pipeline \"{}\" belongs to another device", state.GetName());
-    return *own;
+    return ToOwn<ComputePipelineStateVulkan>(state, "pipeline");
 }
 
 GraphicsPipelineStateVulkan& ToVulkan(GraphicsPipelineState& state) {
-    auto* own = dynamic_cast<GraphicsPipelineStateVulkan*>(&state);
-    if (own == nullptr) ZEB_RENDER_THROW("The pipeline \"{}\" belongs to another device", state.GetName());
-    return *own;
+    return ToOwn<GraphicsPipelineStateVulkan>(state, "pipeline");
 }
 
 RootSignatureVulkan& ToVulkan(RootSignature& signature) {
-    auto* own = dynamic_cast<RootSignatureVulkan*>(&signature);
-    if (own == nullptr) ZEB_RENDER_THROW("The root signature \"{}\" belongs to another device", signature.GetName());
-    return *own;
+    return ToOwn<RootSignatureVulkan>(signature, "root signature");
 }
 
 }  // namespace zeb::render

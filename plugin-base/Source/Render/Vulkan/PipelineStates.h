@@ -33,8 +33,6 @@ private:
     std::shared_ptr<PipelineResource> mResource;
 };
 
-inline constexpr std::size_t kMaxVertexSlots = 4;
-
 /// What Vulkan bakes into a pipeline but the interface states with each draw.
 struct PipelineVariant {
     Topology mTopology = Topology::Undefined;
@@ -52,17 +50,12 @@ public:
 
     const std::shared_ptr<PipelineResource>& Get(PipelineVariant variant);
     const PipelineLayout& GetLayout() const { return *mLayout; }
-    const GraphicsPipelineDescription& GetDescription() const { return mDescription; }
-    /// Bits of the vertex slots that the program reads.
-    std::uint32_t GetVertexSlots() const { return mVertexSlots; }
 
 private:
     void CheckDescription() const;
     std::shared_ptr<PipelineResource> Create(const PipelineVariant& variant) const;
 
-    GraphicsPipelineDescription mDescription;
     std::shared_ptr<PipelineLayout> mLayout;
-    std::uint32_t mVertexSlots = 0;
     std::map<PipelineVariant, std::shared_ptr<PipelineResource>> mVariants;
 };
 

@@ -39,6 +39,7 @@ DeviceOffers OfferVulkan(const RenderOptions& options) {
         }
     } catch (const RenderException& failure) {
         offers.mProblem = failure.what();
+        offers.mFailure = std::current_exception();
     }
     return offers;
 }

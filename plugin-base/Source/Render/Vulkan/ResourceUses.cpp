@@ -76,19 +76,11 @@ void ResourceUses::Note(const std::shared_ptr<const void>& resource, bool isWrit
 void ResourceUses::Keep(const std::shared_ptr<const void>& object) { mKept.emplace(object.get(), object); }
 
 void ResourceUses::RememberOrigin(const std::shared_ptr<TextureResource>& texture) {
-    mOrigins.try_emplace(texture.get(), Origin{texture, texture->mLayout, texture->mState});
-}
-
-void ResourceUses::SetState(const std::shared_ptr<TextureResource>& texture, TextureState state) {
-    RememberOrigin(texture);
-    texture->mState = state;
+    mOrigins.try_emplace(texture.get(), Origin{texture, texture->mLayout});
 }
 
 void ResourceUses::Rollback() {
-    for (const auto& [key, origin] : mOrigins) {
-        origin.mTexture->mLayout = origin.mLayout;
-        origin.mTexture->mState = origin.mState;
-    }
+    for (const auto& [key, origin] : mOrigins) origin.mTexture->mLayout = origin.mLayout;
     Release();
 }
 

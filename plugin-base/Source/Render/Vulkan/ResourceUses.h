@@ -40,11 +40,9 @@ public:
     bool NeedsBarrier(const PendingUse& use) const;
     /// Records the barrier if one is needed, and notes the use. The resources are kept until Release.
     void Commit(const VolkDeviceTable& api, VkCommandBuffer commandBuffer, const PendingUse& use);
-    /// Sets a texture's state; its first value in this list is kept for Rollback.
-    void SetState(const std::shared_ptr<TextureResource>& texture, TextureState state);
     void Keep(const std::shared_ptr<const void>& object);
 
-    /// The list will never run: textures go back to the states and layouts that they had before it.
+    /// The list will never run: textures go back to the layouts that they had before it.
     void Rollback();
     void Release();
 
@@ -52,7 +50,6 @@ private:
     struct Origin {
         std::shared_ptr<TextureResource> mTexture;
         VkImageLayout mLayout;
-        TextureState mState;
     };
     bool Conflicts(const void* resource, bool isWritten) const;
     void Note(const std::shared_ptr<const void>& resource, bool isWritten);

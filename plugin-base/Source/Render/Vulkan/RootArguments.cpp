@@ -32,56 +32,35 @@ void RootArguments::SetSignature(const RootSignatureVulkan& signature) {
     mArguments.assign(signature.GetParameters().size(), Argument());
 }
 
-RootArguments::Argument& RootArguments::Check(std::uint32_t parameter, RootParameterKind kind) {
-    if (mSignature == nullptr) ZEB_RENDER_THROW("Root parameter {} is set before a root signature", parameter);
-    if (parameter >= mArguments.size() || mSignature->GetParameters()[parameter].mKind != kind) {
-        ZEB_RENDER_THROW("The root signature \"{}\" has no parameter {} of this kind", mSignature->GetName(),
-                         parameter);
-    }
-    return mArguments[parameter];
-}
-
 void RootArguments::SetTable(std::uint32_t parameter, DescriptorRangeVulkan& range, std::uint32_t index) {
-    Argument& argument = Check(parameter, RootParameterKind::Table);
+    Argument& argument = mArguments[parameter];
     argument.mRange = &range;
     argument.mIndex = index;
 }
 
 void RootArguments::SetConstants(std::uint32_t parameter, std::uint32_t count, const void* data) {
-    Argument& argument = Check(parameter, RootParameterKind::Constants);
-    const std::uint32_t declared = mSignature->GetParameters()[parameter].mConstantCount;
-    if (count > declared) {
-        ZEB_RENDER_THROW("{} root constants are given for parameter {} of the root signature \"{}\", which holds {}",
-                         count, parameter, mSignature->GetName(), declared);
-    }
-    argument.mConstants.resize(declared);
+    Argument& argument = mArguments[parameter];
+    argument.mConstants.resize(mSignature->GetParameters()[parameter].mConstantCount);
     std::memcpy(argument.mConstants.data(), data, count * sizeof(std::uint32_t));
     argument.mUploaded.reset();
 }
 
-void RootArguments::SetBuffer(std::uint32_t parameter, RootParameterKind kind, BufferVulkan& buffer,
-                              std::uint64_t byteOffset) {
-    Argument& argument = Check(parameter, kind);
-    if (byteOffset >= buffer.GetSizeInBytes()) {
-        ZEB_RENDER_THROW("Offset {} lies outside the buffer \"{}\" of {} bytes", byteOffset, buffer.GetName(),
-                         buffer.GetSizeInBytes());
-    }
-    argument.mBuffer = buffer.GetResource();
-    argument.mOffset = byteOffset;
+void RootArguments::SetBuffer(std::uint32_t parameter, BufferVulkan& buffer, std::uint64_t byteOffset) {
+    mArguments[parameter].mBuffer = buffer.GetResource();
+    mArguments[parameter].mOffset = byteOffset;
 }
 
 bool RootArguments::IsConstants(const PipelineBinding& binding) const {
     return mSignature->GetParameters()[binding.mParameter].mKind == RootParameterKind::Constants;
 }
 
-const Descriptor& RootArguments::GetDescriptor(const PipelineLayout& layout, const PipelineBinding& binding) const {
+const Descriptor& RootArguments::GetDescriptor(const PipelineBinding& binding) const {
     const Argument& argument = mArguments[binding.mParameter];
-    if (argument.mRange == nullptr) ThrowUnbound(layout, binding, "nothing is bound to");
     return argument.mRange->Get(argument.mIndex + binding.mTableSlot);
 }
 
 const TextureView& RootArguments::GetTextureView(const PipelineLayout& layout, const PipelineBinding& binding) const {
-    const auto* view = std::get_if<TextureView>(&GetDescriptor(layout, binding));
+    const auto* view = std::get_if<TextureView>(&GetDescriptor(binding));
     const bool isWritten = binding.mShader.mType == VK_DESCRIPTOR_TYPE_STORAGE_IMAGE;
     if (view == nullptr || (view->mKind == TextureViewKind::ReadWrite) != isWritten)
         ThrowUnbound(layout, binding, "no fitting view of a texture is bound to");
@@ -90,19 +69,16 @@ const TextureView& RootArguments::GetTextureView(const PipelineLayout& layout, c
 
 BufferView RootArguments::GetBufferView(const PipelineLayout& layout, const PipelineBinding& binding) const {
     if (mSignature->GetParameters()[binding.mParameter].mKind == RootParameterKind::Table) {
-        const auto* view = std::get_if<BufferView>(&GetDescriptor(layout, binding));
+        const auto* view = std::get_if<BufferView>(&GetDescriptor(binding));
         if (view == nullptr) ThrowUnbound(layout, binding, "no view of a buffer is bound to");
         return *view;
     }
     const Argument& argument = mArguments[binding.mParameter];
-    if (!argument.mBuffer) ThrowUnbound(layout, binding, "nothing is bound to");
     return {argument.mBuffer, argument.mOffset, argument.mBuffer->mSize - argument.mOffset};
 }
 
 void RootArguments::AddUses(const PipelineLayout& layout, PendingUse& use) const {
     for (const PipelineBinding& binding : layout.GetBindings()) {
-        if (mSignature == nullptr || binding.mParameter >= mArguments.size())
-            ThrowUnbound(layout, binding, "no root signature is set that has");
         const VkDescriptorType type = binding.mShader.mType;
         if (type == VK_DESCRIPTOR_TYPE_SAMPLER) continue;
         if (IsTexture(type)) {
@@ -158,8 +134,7 @@ private:
     }
 
     VkDescriptorImageInfo GetSampler(const PipelineBinding& binding) const {
-        const auto* sampler =
-            std::get_if<std::shared_ptr<SamplerResource>>(&mArguments.GetDescriptor(mLayout, binding));
+        const auto* sampler = std::get_if<std::shared_ptr<SamplerResource>>(&mArguments.GetDescriptor(binding));
         if (sampler == nullptr) ThrowUnbound(mLayout, binding, "no sampler is bound to");
         mList.GetUses().Keep(*sampler);
         return {(*sampler)->mSampler, VK_NULL_HANDLE, VK_IMAGE_LAYOUT_UNDEFINED};
@@ -175,7 +150,6 @@ private:
     VkDescriptorBufferInfo GetUniforms(const PipelineBinding& binding) const {
         Argument& argument = mArguments.mArguments[binding.mParameter];
         if (mArguments.IsConstants(binding)) {
-            if (argument.mConstants.empty()) ThrowUnbound(mLayout, binding, "no constants are set for");
             const std::size_t size = argument.mConstants.size() * sizeof(std::uint32_t);
             if (!argument.mUploaded)
                 argument.mUploaded = mList.GetAllocator().WriteUniforms(argument.mConstants.data(), size);

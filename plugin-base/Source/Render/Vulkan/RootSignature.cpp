@@ -9,59 +9,28 @@
 namespace zeb::render {
 namespace {
 
-constexpr std::uint32_t kRegistersPerKind = 32;
-
 // By DescriptorRangeType.
 constexpr std::array<std::uint32_t, 6> kRangeShifts = {kReadOnlyShift,  kReadOnlyShift,       kReadWriteShift,
                                                        kReadWriteShift, kConstantBufferShift, kSamplerShift};
 
-constexpr VkShaderStageFlags kAllStages =
-    VK_SHADER_STAGE_VERTEX_BIT | VK_SHADER_STAGE_FRAGMENT_BIT | VK_SHADER_STAGE_COMPUTE_BIT;
+// By RootParameterKind, but for tables.
+constexpr std::array<std::uint32_t, 5> kParameterShifts = {0, kConstantBufferShift, kConstantBufferShift,
+                                                           kReadOnlyShift, kReadWriteShift};
 
 }  // namespace
 
-std::uint32_t RootSignatureVulkan::ToBinding(std::uint32_t shift, std::uint32_t shaderRegister) const {
-    if (shaderRegister >= kRegistersPerKind) {
-        ZEB_RENDER_THROW("The root signature \"{}\" uses register {}, the highest is {}", GetName(), shaderRegister,
-                         kRegistersPerKind - 1);
-    }
-    return shift + shaderRegister;
-}
-
-void RootSignatureVulkan::AddDescriptorTable(const std::vector<DescriptorTableRange>& ranges,
-                                             ShaderVisibility visibility) {
-    RootParameter parameter = {RootParameterKind::Table, GetShaderStagesVulkan(visibility), {}};
-    for (const DescriptorTableRange& range : ranges) {
+void RootSignatureVulkan::DoAddParameter(const RootParameter& parameter) {
+    RootBindings native = {GetShaderStagesVulkan(parameter.mVisibility), {}};
+    if (parameter.mKind != RootParameterKind::Table)
+        native.mBindings.push_back(kParameterShifts[static_cast<std::size_t>(parameter.mKind)] + parameter.mRegister);
+    for (const DescriptorTableRange& range : parameter.mRanges) {
         const auto type = static_cast<std::uint32_t>(range.mType);
         if (type >= kRangeShifts.size())
             ZEB_RENDER_THROW("Failed to get the Vulkan descriptor range type for the value of {}", type);
         for (std::uint32_t i = 0; i < range.mCount; ++i)
-            parameter.mBindings.push_back(ToBinding(kRangeShifts[type], range.mRegister + i));
+            native.mBindings.push_back(kRangeShifts[type] + range.mRegister + i);
     }
-    mParameters.push_back(std::move(parameter));
-}
-
-void RootSignatureVulkan::AddRoot(RootParameterKind kind, std::uint32_t shift, std::uint32_t shaderRegister,
-                                  std::uint32_t space, std::uint32_t constantCount) {
-    if (space != 0)
-        ZEB_RENDER_THROW("The root signature \"{}\" uses register space {}, only 0 exists", GetName(), space);
-    mParameters.push_back({kind, kAllStages, {ToBinding(shift, shaderRegister)}, constantCount});
-}
-
-void RootSignatureVulkan::AddRootConstants(std::uint32_t count, std::uint32_t shaderRegister, std::uint32_t space) {
-    AddRoot(RootParameterKind::Constants, kConstantBufferShift, shaderRegister, space, count);
-}
-
-void RootSignatureVulkan::AddRootConstantBufferView(std::uint32_t shaderRegister, std::uint32_t space) {
-    AddRoot(RootParameterKind::ConstantBuffer, kConstantBufferShift, shaderRegister, space);
-}
-
-void RootSignatureVulkan::AddRootShaderResourceBufferView(std::uint32_t shaderRegister, std::uint32_t space) {
-    AddRoot(RootParameterKind::ReadOnlyBuffer, kReadOnlyShift, shaderRegister, space);
-}
-
-void RootSignatureVulkan::AddRootUnorderedAccessBufferView(std::uint32_t shaderRegister, std::uint32_t space) {
-    AddRoot(RootParameterKind::ReadWriteBuffer, kReadWriteShift, shaderRegister, space);
+    mBindings.push_back(std::move(native));
 }
 
 }  // namespace zeb::render

@@ -15,33 +15,24 @@ enum BindingShift : std::uint32_t {
     kSamplerShift = 96,
 };
 
-enum class RootParameterKind : std::uint32_t { Table, Constants, ConstantBuffer, ReadOnlyBuffer, ReadWriteBuffer };
-
-/// One parameter. A table covers several bindings, every other kind one.
-struct RootParameter {
-    RootParameterKind mKind;
+/// A parameter as Vulkan has it. A table covers several bindings, every other kind one.
+struct RootBindings {
     VkShaderStageFlags mStages;
     std::vector<std::uint32_t> mBindings;  ///< in the order of the table's descriptors
-    std::uint32_t mConstantCount = 0;      ///< 32-bit words, for root constants
 };
 
 class RootSignatureVulkan final : public RootSignature {
 public:
     using RootSignature::RootSignature;
-    void AddDescriptorTable(const std::vector<DescriptorTableRange>& ranges, ShaderVisibility visibility) override;
-    void AddRootConstants(std::uint32_t count, std::uint32_t shaderRegister, std::uint32_t space) override;
-    void AddRootConstantBufferView(std::uint32_t shaderRegister, std::uint32_t space) override;
-    void AddRootShaderResourceBufferView(std::uint32_t shaderRegister, std::uint32_t space) override;
-    void AddRootUnorderedAccessBufferView(std::uint32_t shaderRegister, std::uint32_t space) override;
 
-    const std::vector<RootParameter>& GetParameters() const { return mParameters; }
+    /// One for each parameter.
+    const std::vector<RootBindings>& GetBindings() const { return mBindings; }
+
+protected:
+    void DoAddParameter(const RootParameter& parameter) override;
 
 private:
-    void AddRoot(RootParameterKind kind, std::uint32_t shift, std::uint32_t shaderRegister, std::uint32_t space,
-                 std::uint32_t constantCount = 0);
-    std::uint32_t ToBinding(std::uint32_t shift, std::uint32_t shaderRegister) const;
-
-    std::vector<RootParameter> mParameters;
+    std::vector<RootBindings> mBindings;
 };
 
 }  // namespace zeb::render

@@ -24,10 +24,6 @@ SamplerResource::SamplerResource(std::shared_ptr<DeviceContext> context, const s
 
 SamplerResource::~SamplerResource() { mContext->Api().vkDestroySampler(mContext->Get(), mSampler, nullptr); }
 
-SamplerVulkan& ToVulkan(Sampler& sampler) {
-    auto* own = dynamic_cast<SamplerVulkan*>(&sampler);
-    if (own == nullptr) ZEB_RENDER_THROW("The sampler \"{}\" belongs to another device", sampler.GetName());
-    return *own;
-}
+SamplerVulkan& ToVulkan(Sampler& sampler) { return ToOwn<SamplerVulkan>(sampler, "sampler"); }
 
 }  // namespace zeb::render

@@ -1,17 +1,11 @@
 #include "Texture.h"
 
-#include <algorithm>
-#include <bit>
-
 #include <fmt/format.h>
 
 #include "EnumTables.h"
 
 namespace zeb::render {
 namespace {
-
-// Rows of a subresource begin at multiples of this in a read-back buffer, on every back end.
-constexpr std::uint64_t kRowPitchAlignment = 256;
 
 VkImageUsageFlags GetImageUsage(std::uint32_t usage) {
     VkImageUsageFlags flags =
@@ -21,30 +15,19 @@ VkImageUsageFlags GetImageUsage(std::uint32_t usage) {
     return flags;
 }
 
-void CheckDescription(const TextureDescription& description, const std::string& name) {
-    const auto& [dimension, format, width, height, arraySize, mipLevels, usage] = description;
+void CheckUsage(std::uint32_t usage) {
     constexpr std::uint32_t kKnownUsage =
         kTextureUsageShaderRead | kTextureUsageUnorderedAccess | kTextureUsageRenderTarget;
     if ((usage & ~kKnownUsage) != 0)
         ZEB_RENDER_THROW("Failed to get the Vulkan resource flags for the value of {}", usage);
-    if (width == 0 || height == 0 || arraySize == 0 || mipLevels == 0) {
-        ZEB_RENDER_THROW("Failed to create the texture \"{}\" of {} x {} x {} with {} mip levels: it is empty", name,
-                         width, height, arraySize, mipLevels);
-    }
-    const auto maxLevels = static_cast<std::uint32_t>(std::bit_width(std::max(width, height)));
-    if (mipLevels > maxLevels) {
-        ZEB_RENDER_THROW("Failed to create the texture \"{}\" of {} x {}: it has no {} mip levels", name, width, height,
-                         mipLevels);
-    }
 }
 
 }  // namespace
 
 TextureResource::TextureResource(std::shared_ptr<DeviceContext> context, const std::string& name,
-                                 const TextureDescription& description, TextureState initialState)
-    : mContext(std::move(context)), mName(name), mDescription(description), mState(initialState) {
-    CheckDescription(mDescription, mName);
-    CheckTextureState(initialState);
+                                 const TextureDescription& description)
+    : mContext(std::move(context)), mName(name), mDescription(description) {
+    CheckUsage(mDescription.mUsage);
     const VkImageViewType viewType = GetImageViewTypeVulkan(mDescription.mDimension);
     try {
         CreateImage();
@@ -116,25 +99,10 @@ void TextureResource::Destroy() {
 TextureVulkan::TextureVulkan(const std::shared_ptr<DeviceContext>& context, std::string name,
                              const TextureDescription& description, TextureState initialState)
     : Texture(std::move(name), description),
-      mResource(std::make_shared<TextureResource>(context, GetName(), description, initialState)) {}
-
-CopyableLayout TextureVulkan::GetCopyableLayout(std::uint32_t mipLevel, std::uint32_t arrayIndex) const {
-    const TextureDescription& description = GetDescription();
-    if (mipLevel >= description.mMipLevels || arrayIndex >= description.mArraySize)
-        ZEB_RENDER_THROW("The texture \"{}\" has no mip level {} of layer {}", GetName(), mipLevel, arrayIndex);
-    CopyableLayout layout;
-    layout.mRowSize =
-        std::uint64_t{std::max(description.mWidth >> mipLevel, 1U)} * GetBytesPerPixel(description.mFormat);
-    layout.mRowPitch = (layout.mRowSize + kRowPitchAlignment - 1) / kRowPitchAlignment * kRowPitchAlignment;
-    layout.mRowCount = std::max(description.mHeight >> mipLevel, 1U);
-    layout.mTotalSize = layout.mRowPitch * (layout.mRowCount - 1) + layout.mRowSize;
-    return layout;
+      mResource(std::make_shared<TextureResource>(context, GetName(), description)) {
+    CheckTextureState(initialState);
 }
 
-TextureVulkan& ToVulkan(Texture& texture) {
-    auto* own = dynamic_cast<TextureVulkan*>(&texture);
-    if (own == nullptr) ZEB_RENDER_THROW("The texture \"{}\" belongs to another device", texture.GetName());
-    return *own;
-}
+TextureVulkan& ToVulkan(Texture& texture) { return ToOwn<TextureVulkan>(texture, "texture"); }
 
 }  // namespace zeb::render

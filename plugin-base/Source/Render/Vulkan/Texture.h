@@ -10,7 +10,7 @@ namespace zeb::render {
 /// The native image with its views and the layout that the work recorded so far leaves it in.
 struct TextureResource {
     TextureResource(std::shared_ptr<DeviceContext> context, const std::string& name,
-                    const TextureDescription& description, TextureState initialState);
+                    const TextureDescription& description);
     ~TextureResource();
     TextureResource(const TextureResource&) = delete;
     TextureResource& operator=(const TextureResource&) = delete;
@@ -18,7 +18,6 @@ struct TextureResource {
     std::shared_ptr<DeviceContext> mContext;
     std::string mName;
     TextureDescription mDescription;
-    TextureState mState;  ///< as the caller's barriers tell it
     VkImageLayout mLayout = VK_IMAGE_LAYOUT_UNDEFINED;
     VkImage mImage = VK_NULL_HANDLE;
     VkImageView mView = VK_NULL_HANDLE;        ///< all mip levels and layers, for reading
@@ -35,8 +34,6 @@ class TextureVulkan final : public Texture {
 public:
     TextureVulkan(const std::shared_ptr<DeviceContext>& context, std::string name,
                   const TextureDescription& description, TextureState initialState);
-
-    CopyableLayout GetCopyableLayout(std::uint32_t mipLevel, std::uint32_t arrayIndex) const override;
 
     const std::shared_ptr<TextureResource>& GetResource() const { return mResource; }
 
