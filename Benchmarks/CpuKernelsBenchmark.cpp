@@ -114,12 +114,11 @@ void BM_Sort(benchmark::State& state) {
     for (std::uint32_t& key : source) key = static_cast<std::uint32_t>(engine());
     std::vector<std::uint32_t> keys;
     std::vector<std::uint32_t> payloads(kSplats);
-    std::vector<std::uint32_t> scratch;
     const auto prepare = [&] {
         keys = source;
         std::iota(payloads.begin(), payloads.end(), 0U);
     };
-    Measure(state, std::size_t{16} * kSplats, prepare, [&] { FastSort(keys, payloads, scratch); });
+    Measure(state, std::size_t{16} * kSplats, prepare, [&] { FastSort(keys, payloads); });
 }
 
 /// Random blocks in the formats of compression level 2.

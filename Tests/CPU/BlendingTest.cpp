@@ -57,7 +57,7 @@ TEST(Blending, OperationsCombine) {
     }
 }
 
-TEST(Blending, NormalisedTargetsClampTheSourceFirst) {
+TEST(Blending, NormalisedTargetsClampAndRoundTheSourceFirst) {
     const BlendState add{true,
                          BlendFactor::One,
                          BlendFactor::One,
@@ -70,6 +70,10 @@ TEST(Blending, NormalisedTargetsClampTheSourceFirst) {
     EXPECT_FLOAT_EQ(Blend(add, Format::RGBA16Unorm, bright, kDestination).y, 0.3F);
     EXPECT_FLOAT_EQ(Blend(add, Format::RGBA16Float, bright, kDestination).x, 3.1F);
     EXPECT_FLOAT_EQ(Blend(add, Format::RGBA32Float, bright, kDestination).y, -1.7F);
+    const glm::vec4 faint(1.4F / 255.0F, 1.6F / 255.0F, 0.4F / 65535.0F, 0.6F / 65535.0F);
+    EXPECT_EQ(Blend(add, Format::RGBA8Unorm, faint, glm::vec4(0.0F)), glm::vec4(1.0F, 2.0F, 0.0F, 0.0F) / 255.0F);
+    EXPECT_EQ(Blend(add, Format::RGBA16Unorm, faint, glm::vec4(0.0F)).w, 1.0F / 65535.0F);
+    EXPECT_EQ(Blend(add, Format::RGBA32Float, faint, glm::vec4(0.0F)), faint);
 }
 
 TEST(Blending, OffReplaces) { EXPECT_EQ(Blend({}, Format::RGBA32Float, kSource, kDestination), kSource); }

@@ -6,11 +6,13 @@
 #include <limits>
 #include <numeric>
 #include <random>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <hwy/targets.h>
+#include <tbb/global_control.h>
 
+#include "ForEachTarget.h"
 #include "Nimbrel/CPU/Exp2.h"
 #include "Nimbrel/CPU/FastCalcDistances.h"
 #include "Nimbrel/CPU/FastCalcViewData.h"
@@ -27,20 +29,7 @@ using namespace zeb::render;
 using zeb::render::cpu::Image;
 using zeb::render::cpu::MakeRenderPass;
 
-template <class Function>
-void ForEachTarget(const Function& function) {
-    hwy::SetSupportedTargetsForTest(0);
-    const std::int64_t supported = hwy::SupportedTargets();
-    for (std::int64_t rest = supported; rest != 0; rest &= rest - 1) {
-        const std::int64_t target = rest & -rest;
-        SCOPED_TRACE(hwy::TargetName(target));
-        hwy::SetSupportedTargetsForTest(target);
-        hwy::GetChosenTarget().Update(target);
-        function();
-    }
-    hwy::SetSupportedTargetsForTest(0);
-    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-}
+using test::ForEachTarget;
 
 /// The same bits, or both NaN.
 bool IsSame(float a, float b) {
@@ -110,35 +99,109 @@ TEST(FastKernels, Exp2IsWithinItsBound) {
     EXPECT_LT(worst, 1.5);
 }
 
+void ExpectSameImage(const Image& image, const Image& expected) {
+    for (std::uint32_t y = 0; y < expected.GetHeight(); ++y) {
+        for (std::uint32_t x = 0; x < expected.GetWidth(); ++x) {
+            for (int channel = 0; channel < 4; ++channel) {
+                ASSERT_TRUE(IsSame(image.Load(x, y)[channel], expected.Load(x, y)[channel]))
+                    << x << ", " << y << ", " << channel << ": " << image.Load(x, y)[channel] << " instead of "
+                    << expected.Load(x, y)[channel];
+            }
+        }
+    }
+}
+
+/// The fast draw against the scalar one, onto `before`, in pixels from (3, 5) on.
+void ExpectScalarDraw(const RandomSplats& splats, const Image& before, std::uint32_t width, std::uint32_t height) {
+    const gpu::TextureConstants constants{{static_cast<float>(width), static_cast<float>(height)}, 0, 0};
+    Image expected = before;
+    auto pass = MakeRenderPass(expected, width, height, GaussianSplatsBlend());
+    pass.mScissor.mLeft = 3;
+    pass.mScissor.mTop = 5;
+    DrawGaussianSplats(pass, constants, splats.mOrder, splats.mRecords, 0,
+                       static_cast<std::uint32_t>(splats.mOrder.size()));
+    ASSERT_NE(expected.Texels(), before.Texels());
+    ForEachTarget([&] {
+        Image target = before;
+        auto fastPass = pass;
+        fastPass.mTarget = &target;
+        FastDrawGaussianSplats(fastPass, constants, splats.mOrder, splats.mRecords);
+        ExpectSameImage(target, expected);
+    });
+}
+
 TEST(FastKernels, DrawGivesTheScalarBits) {
-    const gpu::TextureConstants constants{{150.0F, 101.0F}, 0, 0};
-    RandomSplats splats(3000, 7);
+    const RandomSplats splats(3000, 7);
     for (const Format format : {Format::RGBA32Float, Format::RGBA16Float, Format::RGBA16Unorm, Format::RGBA8Unorm}) {
         SCOPED_TRACE(static_cast<int>(format));
-        Image expected(format, 160, 110);
-        expected.Store(20, 30, {-0.0F, 0.5F, 0.25F, 1.0F});
-        expected.Store(70, 30, {0.5F, 0.25F, 0.125F, 1.0F});
-        const Image before = expected;
-        auto pass = MakeRenderPass(expected, 150, 101, GaussianSplatsBlend());
-        pass.mScissor.mLeft = 3;
-        pass.mScissor.mTop = 5;
-        DrawGaussianSplats(pass, constants, splats.mOrder, splats.mRecords, 0, 3001);
-        ASSERT_NE(expected.Texels(), before.Texels());
-        ForEachTarget([&] {
-            Image target = before;
-            auto fastPass = pass;
-            fastPass.mTarget = &target;
-            FastDrawGaussianSplats(fastPass, constants, splats.mOrder, splats.mRecords);
-            for (std::uint32_t y = 0; y < 110; ++y) {
-                for (std::uint32_t x = 0; x < 160; ++x) {
-                    for (int channel = 0; channel < 4; ++channel) {
-                        ASSERT_TRUE(IsSame(target.Load(x, y)[channel], expected.Load(x, y)[channel]))
-                            << x << ", " << y << ", " << channel << ": " << target.Load(x, y)[channel] << " instead of "
-                            << expected.Load(x, y)[channel];
-                    }
-                }
-            }
-        });
+        Image before(format, 160, 110);
+        before.Store(20, 30, {-0.0F, 0.5F, 0.25F, 1.0F});
+        before.Store(70, 30, {0.5F, 0.25F, 0.125F, 1.0F});
+        ExpectScalarDraw(splats, before, 150, 101);
+    }
+}
+
+/// Quads whose edges run through pixel centres, around the corners of tiles and blocks; and thin ones at all angles
+/// whose ends the quad cuts off.
+TEST(FastKernels, DrawAtEdgesGivesTheScalarBits) {
+    RandomSplats splats(0, 5);
+    splats.mOrder.clear();
+    const auto add = [&](glm::vec2 pixel, glm::vec2 axis1, glm::vec2 axis2, float opacity) {
+        const glm::vec4 pos(pixel.x / 64.0F - 1.0F, 1.0F - pixel.y / 64.0F, 0.5F, 1.0F);
+        splats.mOrder.push_back(static_cast<std::uint32_t>(splats.mRecords.size()));
+        splats.mRecords.push_back({pos, axis1, axis2, {HalfPair(0.5F, 0.25F), HalfPair(opacity, 1.25F)}});
+    };
+    for (int i = 0; i < 600; ++i) {
+        const glm::vec2 corner(static_cast<float>(16 + i % 6 * 16), static_cast<float>(16 + i / 6 % 6 * 16));
+        const float half = 0.25F * static_cast<float>(1 + i % 13);
+        const float other = 0.25F * static_cast<float>(1 + i % 7);
+        const float shift = i % 2 == 0 ? 0.5F : 0.0F;
+        add(corner + shift, {half, 0.0F}, {0.0F, i % 3 == 0 ? -other : other}, i % 5 == 0 ? 0.2F : 0.05F);
+    }
+    for (int i = 0; i < 300; ++i) {
+        const float angle = splats.Random(0.0F, 7.0F);
+        const glm::vec2 along(std::cos(angle), std::sin(angle));
+        const float length = std::exp(splats.Random(0.0F, 7.0F));
+        const float width = std::exp(splats.Random(-1.5F, 0.5F));
+        add({splats.Random(-20.0F, 150.0F), splats.Random(-20.0F, 150.0F)}, along * length,
+            glm::vec2(along.y, -along.x) * width, 0.3F);
+    }
+    for (const Format format : {Format::RGBA32Float, Format::RGBA8Unorm})
+        ExpectScalarDraw(splats, Image(format, 128, 128), 128, 128);
+}
+
+TEST(FastKernels, ThreadsAndFramesAtOnceGiveTheSameBits) {
+    const gpu::TextureConstants constants{{150.0F, 100.0F}, 0, 0};
+    const RandomSplats splats(5000, 13);
+    std::vector<std::uint32_t> keys(200000);
+    for (std::size_t i = 0; i < keys.size(); ++i) keys[i] = static_cast<std::uint32_t>(i * 2654435761U) >> 7;
+    struct Result {
+        Image mImage{Format::RGBA8Unorm, 150, 100};
+        std::vector<std::uint32_t> mPayloads;
+    };
+    const auto run = [&](Result& result) {
+        FastDrawGaussianSplats(MakeRenderPass(result.mImage, 150, 100, GaussianSplatsBlend()), constants, splats.mOrder,
+                               splats.mRecords);
+        std::vector<std::uint32_t> sorted = keys;
+        result.mPayloads.resize(keys.size());
+        std::iota(result.mPayloads.begin(), result.mPayloads.end(), 0U);
+        FastSort(sorted, result.mPayloads);
+    };
+    Result expected;
+    {
+        const tbb::global_control one(tbb::global_control::max_allowed_parallelism, 1);
+        run(expected);
+    }
+    for (const std::size_t threads : {2U, 3U, 8U}) {
+        const tbb::global_control some(tbb::global_control::max_allowed_parallelism, threads);
+        Result results[3];
+        std::vector<std::thread> frames;
+        for (Result& result : results) frames.emplace_back([&run, &result] { run(result); });
+        for (std::thread& frame : frames) frame.join();
+        for (const Result& result : results) {
+            EXPECT_EQ(result.mImage.Texels(), expected.mImage.Texels()) << threads;
+            EXPECT_EQ(result.mPayloads, expected.mPayloads) << threads;
+        }
     }
 }
 
@@ -156,18 +219,22 @@ TEST(FastKernels, DrawOfOtherBlendStatesIsTheScalarOne) {
 
 TEST(FastKernels, SortIsStable) {
     std::mt19937 engine(11);
-    std::vector<std::uint32_t> scratch;
-    const std::uint32_t masks[] = {0xFFFFFFFFU, 0xFFU, 0xFF00FF00U, 0x000F0000U, 0U};
+    const std::uint32_t masks[] = {0xFFFFFFFFU, 0xFFU, 0xFF00FF00U, 0x000F0000U, 0x80000000U, 0U};
     for (const std::size_t count : {0U, 1U, 2U, 1000U, 100003U}) {
         for (const std::uint32_t mask : masks) {
             std::vector<std::uint32_t> keys(count);
             for (std::uint32_t& key : keys) key = (static_cast<std::uint32_t>(engine()) & mask) | 0x01000000U;
+            // Two far from all others, so that most share a bucket.
+            if (count > 2) {
+                keys[count / 2] = 0;
+                keys[count / 3] = 0xFFFFFFFFU;
+            }
             std::vector<std::uint32_t> payloads(count);
             std::iota(payloads.begin(), payloads.end(), 0U);
             std::vector<std::uint32_t> expected = payloads;
             std::stable_sort(expected.begin(), expected.end(),
                              [&](std::uint32_t a, std::uint32_t b) { return keys[a] < keys[b]; });
-            FastSort(keys, payloads, scratch);
+            FastSort(keys, payloads);
             EXPECT_EQ(payloads, expected) << count << ", " << mask;
             EXPECT_TRUE(std::is_sorted(keys.begin(), keys.end()));
         }

@@ -1,10 +1,16 @@
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstdint>
+#include <limits>
 #include <random>
+#include <vector>
 
 #include <gtest/gtest.h>
 
-#include "Nimbrel/CPU/Noise.h"
+#include "ForEachTarget.h"
+#include "Nimbrel/CPU/FastNoise.h"
+#include "Nimbrel/CPU/Sine.h"
 
 namespace nimbrel::cpu {
 namespace {
@@ -17,7 +23,7 @@ double Hash(const float (&lattice)[4], int component) {
                                       {209.3F, 258.6F, 282.6F, 107.9F}};
     float dot = lattice[0] * kRows[component][0];
     for (int k = 1; k < 4; ++k) dot = dot + lattice[k] * kRows[component][k];
-    const float s = std::sin(dot) * 43758.546875F;
+    const float s = Sine(dot) * 43758.546875F;
     return static_cast<double>(s - std::floor(s)) * 2.0 - 1.0;
 }
 
@@ -40,6 +46,21 @@ double ReferenceNoise(const double (&p)[4]) {
         sum += weight * slope;
     }
     return sum;
+}
+
+TEST(Sine, IsTheTrueOneAtEveryMagnitude) {
+    double worst = 0.0;
+    for (int exponent = -45; exponent < 55; ++exponent) {
+        for (std::uint32_t mantissa = 1; mantissa < (1U << 23); mantissa += 1021) {
+            const float x = std::ldexp(1.0F + std::ldexp(static_cast<float>(mantissa), -23), exponent);
+            worst = std::max(worst, std::abs(Sine(x) - std::sin(static_cast<double>(x))));
+            worst = std::max(worst, std::abs(Cosine(x) - std::cos(static_cast<double>(x))));
+            ASSERT_EQ(Sine(-x), -Sine(x));
+        }
+    }
+    EXPECT_LT(worst, 1.8e-7);
+    EXPECT_EQ(Sine(0.0F), 0.0F);
+    for (const float x : {0x1p55F, std::numeric_limits<float>::infinity(), std::nanf("")}) EXPECT_EQ(Sine(x), 0.0F);
 }
 
 TEST(Noise, IsTheWeightedSumOfSixteenSlopes) {
@@ -69,6 +90,26 @@ TEST(Noise, VanishesOnTheLatticeAndIsContinuousAcrossIt) {
         above[axis] = 5.0F;
         EXPECT_NEAR(Noise4(below), Noise4(above), 1e-5F) << axis;
     }
+}
+
+TEST(Noise, IsTheSameBitsInVectorsOfEveryWidth) {
+    constexpr float kHuge = 3e38F;
+    std::vector<glm::vec4> points = {{kHuge, 0.5F, -kHuge, 1.0F}, {std::nanf(""), 1.0F, 2.0F, 3.0F}};
+    std::mt19937 random(11);
+    std::normal_distribution<float> normal;
+    for (int i = 0; i < 4000; ++i) {
+        const float scale = std::ldexp(1.0F, i % 40 - 8);  // from a cell's inside to a seed's millions and beyond
+        points.emplace_back(normal(random) * scale, normal(random) * scale, normal(random), normal(random) * 20.0F);
+    }
+    test::ForEachTarget([&] {
+        for (const glm::vec4& point : points) {
+            const float expected = Noise4(point);
+            const float actual = FastNoise4(point);
+            ASSERT_TRUE(std::bit_cast<std::uint32_t>(actual) == std::bit_cast<std::uint32_t>(expected) ||
+                        (std::isnan(actual) && std::isnan(expected)))
+                << point.x << " " << point.y << " " << point.z << " " << point.w;
+        }
+    });
 }
 
 }  // namespace

@@ -1,8 +1,7 @@
 #include "Nimbrel/CPU/EffectPosition.h"
 
-#include <cmath>
-
-#include "Nimbrel/CPU/Noise.h"
+#include "Nimbrel/CPU/FastNoise.h"
+#include "Nimbrel/CPU/Sine.h"
 #include "Render/CPU/Arithmetic.h"
 
 namespace nimbrel::cpu {
@@ -19,12 +18,12 @@ struct Rotation {
 
 /// Rotation about x, then y, then z, by half angles in radians.
 Rotation FromHalfAngles(float x, float y, float z) {
-    const float sx = std::sin(x);
-    const float cx = std::cos(x);
-    const float sy = std::sin(y);
-    const float cy = std::cos(y);
-    const float sz = std::sin(z);
-    const float cz = std::cos(z);
+    const float sx = Sine(x);
+    const float cx = Cosine(x);
+    const float sy = Sine(y);
+    const float cy = Cosine(y);
+    const float sz = Sine(z);
+    const float cz = Cosine(z);
     const float a = -(sy * sz);
     const float b = cz * sy;
     const float c = sz * cy;
@@ -73,7 +72,7 @@ glm::vec3 AddNoise(const gpu::NoiseConstants1& constants, const CurveTextures& c
     for (int axis = 0; axis < 3; ++axis) {
         glm::vec4 point = plain;
         point[axis] = ((seed + displaced[axis]) + offset[axis]) / scale[axis];
-        noise[axis] = Noise4(point);
+        noise[axis] = FastNoise4(point);
     }
     return displaced + noise * amount * glm::vec3(constants.noise_amplitude);
 }

@@ -4,8 +4,8 @@
 #include <cstring>
 
 #include "Nimbrel/CPU/SplatDecoding.h"
-#include "Nimbrel/CPU/VectorTargets.h"
 #include "Render/CPU/Arithmetic.h"
+#include "Render/CPU/VectorTargets.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "Nimbrel/CPU/FastCalcDistances.cpp"

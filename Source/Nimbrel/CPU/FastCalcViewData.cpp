@@ -4,9 +4,8 @@
 #include <cstring>
 
 #include "Nimbrel/CPU/SplatDecoding.h"
-#include "Nimbrel/CPU/VectorTargets.h"
 #include "Render/CPU/Arithmetic.h"
-#include "Render/CPU/HalfConversion.h"
+#include "Render/CPU/VectorTargets.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "Nimbrel/CPU/FastCalcViewData.cpp"
@@ -14,11 +13,14 @@
 // Behind it, once for each target:
 #include <hwy/highway.h>
 
+#include "Render/CPU/VectorConversion-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace nimbrel::cpu {
 namespace HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
+namespace convert = zeb::render::cpu::HWY_NAMESPACE;
 
 using FloatTag = hn::CappedTag<float, 16>;
 using IntTag = hn::RebindToSigned<FloatTag>;
@@ -26,9 +28,7 @@ using WordTag = hn::RebindToUnsigned<FloatTag>;
 using Words = hn::Vec<WordTag>;
 
 constexpr std::size_t kMostLanes = hn::MaxLanes(FloatTag());
-constexpr std::uint64_t kOtherSize = 8;
-constexpr std::uint64_t kSHSize = 32;
-constexpr std::size_t kSHWords = kSHSize / 4;
+constexpr std::size_t kSHWords = 8;
 
 /// One value of several splats; arithmetic reads as in the scalar form, operation by operation.
 struct Value {
@@ -187,10 +187,9 @@ HWY_INLINE Screen ProjectAxes(const gpu::CalcViewDataConstants& constants, Vecto
     return {m1 * dx, m1 * dy, m2 * dy, -(m2 * dx)};
 }
 
-/// The words of one splat's coefficients lie side by side; coefficient `index` of all.
-HWY_INLINE Vector DecodeSH(const std::uint32_t (&words)[kSHWords][kMostLanes], const HalfRange (&ranges)[3],
-                           int index) {
-    const Words pair = hn::Load(WordTag(), words[index / 2]);
+/// Coefficient `index` of all splats; each word has two.
+HWY_INLINE Vector DecodeSH(const Words (&words)[kSHWords], const HalfRange (&ranges)[3], int index) {
+    const Words pair = words[index / 2];
     const Words word = index % 2 == 0 ? pair : hn::ShiftRight<16>(pair);
     constexpr float kStep6 = 0.0158730168F;
     constexpr float kStep5 = 0.0322580636F;
@@ -230,52 +229,74 @@ HWY_INLINE Vector EvaluateSH(Vector color, const Coefficient& sh, Vector directi
     return {Max(result.x, 0.0F), Max(result.y, 0.0F), Max(result.z, 0.0F)};
 }
 
-/// Bytes of as many splats as fill a vector, one array an item.
+/// What the blocks hold of as many splats as fill a vector.
 struct Packed {
-    HWY_ALIGN std::uint32_t mPositions[kMostLanes];
-    HWY_ALIGN std::uint32_t mRotations[kMostLanes];
-    HWY_ALIGN std::uint32_t mScales[kMostLanes];
-    HWY_ALIGN std::uint32_t mSH[kSHWords][kMostLanes];
-    HWY_ALIGN float mTexels[4][kMostLanes];
+    Words mPositions, mRotations, mScales;
+    Words mSH[kSHWords];
+    hn::Vec<FloatTag> mTexels[4];
 };
 
-HWY_INLINE void LoadPacked(const SplatBlocks& blocks, std::uint32_t splat, bool withSH, Packed& packed) {
-    for (std::uint32_t lane = 0; lane < hn::Lanes(FloatTag()); ++lane) {
-        const std::size_t index = splat + lane;
-        std::memcpy(&packed.mPositions[lane], blocks.mPositions.data() + 4 * index, 4);
-        std::memcpy(&packed.mRotations[lane], blocks.mOther.data() + kOtherSize * index, 4);
-        std::memcpy(&packed.mScales[lane], blocks.mOther.data() + kOtherSize * index + 4, 4);
-        if (withSH) {
-            std::uint32_t words[kSHWords];
-            std::memcpy(words, blocks.mSH.data() + kSHSize * index, kSHSize);
-            for (std::size_t i = 0; i < kSHWords; ++i) packed.mSH[i][lane] = words[i];
-        }
-        const glm::vec4 texel = LoadColorTexel(blocks, splat + lane);
-        for (int channel = 0; channel < 4; ++channel) packed.mTexels[channel][lane] = texel[channel];
-    }
+/// Words of a block, which starts and ends at a multiple of 4 bytes.
+HWY_INLINE const std::uint32_t* ToWords(std::span<const std::byte> block) {
+    return reinterpret_cast<const std::uint32_t*>(block.data());
 }
 
-/// Fields of the records: clip position, axes, colour, opacity.
-constexpr std::size_t kFields = 12;
+/// Texels of a chunk lie in a block of 16 x 16 in Morton order, `texels` its first; see LoadColorTexel.
+HWY_INLINE Words GatherTexels(const std::byte* texels, std::uint32_t width, std::uint32_t splat) {
+    const WordTag d;
+    const auto mask = [&](std::uint32_t bits) HWY_ATTR { return hn::Set(d, bits); };
+    const auto index = hn::And(hn::Iota(d, splat), mask(255));
+    const auto a = hn::Or(hn::And(index, mask(0x55)), hn::And(hn::ShiftLeft<7>(index), mask(0x5500)));
+    const auto b = hn::And(hn::Or(a, hn::ShiftRight<1>(a)), mask(0x3333));
+    const auto c = hn::Or(b, hn::ShiftRight<2>(b));
+    const auto x = hn::And(c, mask(15));
+    const auto y = hn::And(hn::ShiftRight<8>(c), mask(15));
+    const auto place = hn::BitCast(IntTag(), hn::Add(x, hn::Mul(y, mask(width))));
+    return hn::GatherIndex(d, reinterpret_cast<const std::uint32_t*>(texels), place);
+}
+
+HWY_INLINE void LoadPacked(const SplatBlocks& blocks, const std::byte* texels, std::uint32_t splat, bool withSH,
+                           Packed& packed) {
+    const WordTag d;
+    packed.mPositions = hn::LoadU(d, ToWords(blocks.mPositions) + splat);
+    hn::LoadInterleaved2(d, ToWords(blocks.mOther) + std::size_t{2} * splat, packed.mRotations, packed.mScales);
+    if (withSH) {
+        const auto places = hn::Mul(hn::Iota(IntTag(), 0), hn::Set(IntTag(), kSHWords));
+        const std::uint32_t* const words = ToWords(blocks.mSH) + kSHWords * splat;
+        for (std::size_t i = 0; i < kSHWords; ++i) packed.mSH[i] = hn::GatherIndex(d, words + i, places);
+    }
+    const Words texel = GatherTexels(texels, blocks.mColor.mWidth, splat);
+    const auto channel = [](Value step) HWY_ATTR { return convert::VectorFromStep<255>(FloatTag(), step.mLanes); };
+    packed.mTexels[0] = channel(Field<0, 255>(texel));
+    packed.mTexels[1] = channel(Field<8, 255>(texel));
+    packed.mTexels[2] = channel(Field<16, 255>(texel));
+    packed.mTexels[3] = channel(Field<24, 255>(texel));
+}
 
 /// A splat behind the camera keeps its position only.
-HWY_INLINE void StoreRecords(const Value (&fields)[kFields], gpu::SplatViewData* records) {
+HWY_INLINE void StoreRecords(const Value (&position)[4], const Screen& screen, Vector color, Value opacity,
+                             gpu::SplatViewData* records) {
     const FloatTag d;
-    HWY_ALIGN float lanes[kFields][kMostLanes];
-    for (std::size_t i = 0; i < kFields; ++i) hn::Store(fields[i].mLanes, d, lanes[i]);
-    const auto pack = [](float high, float low) {
-        using zeb::render::cpu::FloatToHalf;
-        return (static_cast<std::uint32_t>(FloatToHalf(high)) << 16) | FloatToHalf(low);
+    const WordTag dw;
+    constexpr std::size_t kHalf = sizeof(glm::vec4);
+    HWY_ALIGN float positions[4 * kMostLanes];
+    HWY_ALIGN float axes[4 * kMostLanes];
+    HWY_ALIGN std::uint32_t colors[2 * kMostLanes];
+    const auto behind = hn::Le(position[3].mLanes, hn::Zero(d));
+    const auto shown = [&](Value v) HWY_ATTR { return hn::IfThenZeroElse(behind, v.mLanes); };
+    const auto pack = [&](Value high, Value low) HWY_ATTR {
+        const auto bits = [&](Value v) HWY_ATTR { return convert::VectorToHalfBits(d, shown(v)); };
+        return hn::Or(hn::ShiftLeft<16>(bits(high)), bits(low));
     };
+    hn::StoreInterleaved4(position[0].mLanes, position[1].mLanes, position[2].mLanes, position[3].mLanes, d, positions);
+    hn::StoreInterleaved4(shown(screen.mMajorX), shown(screen.mMajorY), shown(screen.mMinorX), shown(screen.mMinorY), d,
+                          axes);
+    hn::StoreInterleaved2(pack(color.x, color.y), pack(color.z, opacity), dw, colors);
     for (std::size_t i = 0; i < hn::Lanes(d); ++i) {
-        gpu::SplatViewData& record = records[i];
-        record = {};
-        record.pos = {lanes[0][i], lanes[1][i], lanes[2][i], lanes[3][i]};
-        if (record.pos.w <= 0.0F) continue;
-        record.axis1 = {lanes[4][i], lanes[5][i]};
-        record.axis2 = {lanes[6][i], lanes[7][i]};
-        record.color[0] = pack(lanes[8][i], lanes[9][i]);
-        record.color[1] = pack(lanes[10][i], lanes[11][i]);
+        auto* const bytes = reinterpret_cast<std::byte*>(records + i);
+        std::memcpy(bytes, positions + 4 * i, kHalf);
+        std::memcpy(bytes + kHalf, axes + 4 * i, kHalf);
+        std::memcpy(bytes + 2 * kHalf, colors + 2 * i, sizeof records[i].color);
     }
 }
 
@@ -297,10 +318,10 @@ HWY_INLINE Value Opacity(const gpu::CalcViewDataConstants& constants, const Half
 }
 
 /// Records of the splats [begin, end) of one chunk, as many as fill whole vectors; returns the first that is left.
-std::uint32_t CalcChunkViewData(const CalcViewDataInputs& inputs, std::uint32_t begin, std::uint32_t end,
-                                gpu::SplatViewData* records) {
+/// `texels` is the first of the chunk's.
+std::uint32_t CalcChunkViewData(const CalcViewDataInputs& inputs, const std::byte* texels, std::uint32_t begin,
+                                std::uint32_t end, gpu::SplatViewData* records) {
     const FloatTag d;
-    const WordTag dw;
     const auto count = static_cast<std::uint32_t>(hn::Lanes(d));
     const gpu::CalcViewDataConstants& constants = inputs.mConstants;
     const auto order = static_cast<std::int32_t>(constants._SHOrder);
@@ -312,34 +333,25 @@ std::uint32_t CalcChunkViewData(const CalcViewDataInputs& inputs, std::uint32_t 
     Packed packed;
     std::uint32_t splat = begin;
     for (; splat + count <= end; splat += count) {
-        LoadPacked(inputs.mBlocks, splat, order > 0, packed);
-        const Vector v = UnpackNorm11(hn::Load(dw, packed.mPositions));
+        LoadPacked(inputs.mBlocks, texels, splat, order > 0, packed);
+        const Vector v = UnpackNorm11(packed.mPositions);
         const Vector position = {MapFloats(chunk.posX, v.x), MapFloats(chunk.posY, v.y), MapFloats(chunk.posZ, v.z)};
         const Vector world =
             TransformPoint(constants._MatrixTransform, TransformPoint(constants._MatrixAlign, position));
-        const Vector s = UnpackNorm11(hn::Load(dw, packed.mScales));
+        const Vector s = UnpackNorm11(packed.mScales);
         const Vector scale = {PowerOf8(Map(scales[0], s.x)), PowerOf8(Map(scales[1], s.y)),
                               PowerOf8(Map(scales[2], s.z))};
-        const Axes axes = DecodeAxes(hn::Load(dw, packed.mRotations), scale);
+        const Axes axes = DecodeAxes(packed.mRotations, scale);
         const Screen screen = ProjectAxes(constants, position, MakeCovariance(axes, constants._SplatScale));
-        const auto texel = [&](int channel) { return Value(hn::Load(d, packed.mTexels[channel])); };
-        const Vector base = {Map(colors[0], texel(0)), Map(colors[1], texel(1)), Map(colors[2], texel(2))};
+        const Vector base = {Map(colors[0], packed.mTexels[0]), Map(colors[1], packed.mTexels[1]),
+                             Map(colors[2], packed.mTexels[2])};
         const auto sh = [&](int index) HWY_ATTR { return DecodeSH(packed.mSH, harmonics, index); };
         const Vector color = EvaluateSH(base, sh, ViewDirection(constants, world), order);
         const glm::mat4& clip = constants._MatrixVP;
-        const Value fields[kFields] = {RowTimesPoint(clip, 0, world),
-                                       RowTimesPoint(clip, 1, world),
-                                       RowTimesPoint(clip, 2, world),
-                                       RowTimesPoint(clip, 3, world),
-                                       screen.mMajorX,
-                                       screen.mMajorY,
-                                       screen.mMinorX,
-                                       screen.mMinorY,
-                                       color.x,
-                                       color.y,
-                                       color.z,
-                                       Opacity(constants, opacities, texel(3))};
-        StoreRecords(fields, records + splat);
+        const Value clipped[4] = {RowTimesPoint(clip, 0, world), RowTimesPoint(clip, 1, world),
+                                  RowTimesPoint(clip, 2, world), RowTimesPoint(clip, 3, world)};
+        const Value opacity = Opacity(constants, opacities, packed.mTexels[3]);
+        StoreRecords(clipped, screen, color, opacity, records + splat);
     }
     return splat;
 }
@@ -366,6 +378,17 @@ bool IsPlain(const CalcViewDataInputs& inputs) {
            model.model_effects_splatOpacity_enabled != 1 && model.model_effects_splatScale_enabled != 1;
 }
 
+/// First texel of the block of the chunk that a splat is in; null where the block does not lie wholly in the texture.
+const std::byte* FindTexels(const SplatBlocks& blocks, std::uint32_t splat) {
+    constexpr std::uint64_t kSize = 16;
+    constexpr std::uint64_t kBlocksInRow = 128;
+    const std::uint64_t chunk = splat / gpu::kSplatsPerChunk;
+    const std::uint64_t x = chunk % kBlocksInRow * kSize;
+    const std::uint64_t y = chunk / kBlocksInRow * kSize + blocks.mConstants._SplatColorYOffset;
+    if (x + kSize > blocks.mColor.mWidth || y + kSize > blocks.mColor.mHeight) return nullptr;
+    return blocks.mColor.mData + 4 * (y * blocks.mColor.mWidth + x);
+}
+
 }  // namespace
 
 void FastCalcViewData(const CalcViewDataInputs& inputs, std::uint32_t begin, std::uint32_t end,
@@ -380,7 +403,10 @@ void FastCalcViewData(const CalcViewDataInputs& inputs, std::uint32_t begin, std
     std::uint32_t splat = begin;
     while (splat < fastEnd) {
         const std::uint32_t chunkEnd = std::min(fastEnd, (splat / gpu::kSplatsPerChunk + 1) * gpu::kSplatsPerChunk);
-        const std::uint32_t done = HWY_DYNAMIC_DISPATCH(CalcChunkViewData)(inputs, splat, chunkEnd, records.data());
+        const std::byte* const texels = FindTexels(blocks, splat);
+        const std::uint32_t done = texels == nullptr ? splat
+                                                     : HWY_DYNAMIC_DISPATCH(CalcChunkViewData)(
+                                                           inputs, texels, splat, chunkEnd, records.data());
         CalcViewData(inputs, done, chunkEnd, records);
         splat = chunkEnd;
     }

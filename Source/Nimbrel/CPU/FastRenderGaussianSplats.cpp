@@ -6,11 +6,11 @@
 #include <utility>
 #include <vector>
 
-#include <tbb/parallel_for.h>
-#include <tbb/task_arena.h>
-
 #include "Nimbrel/CPU/RenderGaussianSplats.h"
 #include "Nimbrel/CPU/SplatTileKernel.h"
+#include "Render/CPU/Parallel.h"
+#include "Render/CPU/RowConversion.h"
+#include "Render/CPU/ScratchPool.h"
 
 namespace nimbrel::cpu {
 
@@ -19,11 +19,11 @@ using namespace zeb::render::cpu;
 
 namespace {
 
-/// Splats made ready at a time (100 MB), and the share of them that one task handles.
-constexpr std::size_t kBatch = 1 << 20;
-constexpr std::size_t kPart = 4096;
-/// Places in tiles' lists filled at a time (128 MB); only one part of very large splats needs more.
-constexpr std::size_t kMostEntries = 1 << 25;
+/// Splats made ready at a time (38 MB), and the share of them that one task handles.
+constexpr std::size_t kBatch = 1 << 19;
+constexpr std::size_t kPart = 2048;
+/// Places in tiles' lists filled at a time (16 MB); only one part of very large splats needs more.
+constexpr std::size_t kMostEntries = 1 << 22;
 
 bool GetRounding(Format format, TileRounding& rounding) {
     switch (format) {
@@ -43,50 +43,7 @@ bool IsFrontToBack(const BlendState& blend) {
            blend.mAlphaOperation == expected.mAlphaOperation;
 }
 
-/// Pixels around the ellipse in which alpha reaches 1/255, with a pixel of room, inside the scissor.
-PixelBox FindBox(const SplatQuad& quad, const Scissor& scissor) {
-    const float squared = std::min(8.0F, std::log(255.0F * quad.mColor.w) + 0.01F);
-    const float radius = std::sqrt(squared) * 0.25F / 256.0F;
-    const auto extent = [radius](const std::int32_t* corners) {
-        const auto along = static_cast<float>(corners[1] - corners[0]);
-        const auto across = static_cast<float>(corners[3] - corners[0]);
-        return radius * std::sqrt(along * along + across * across) * 1.01F + 1.0F;
-    };
-    const auto middle = [](const std::int32_t* corners) {
-        return static_cast<float>(corners[0] + corners[1] + corners[2] + corners[3]) / 1024.0F;
-    };
-    const auto pixel = [](float value, std::int32_t low, std::int32_t high) {
-        return static_cast<std::int32_t>(std::clamp(value, static_cast<float>(low), static_cast<float>(high)));
-    };
-    const float x = middle(quad.mX);
-    const float y = middle(quad.mY);
-    const float extentX = extent(quad.mX);
-    const float extentY = extent(quad.mY);
-    return {pixel(x - extentX, scissor.mLeft, scissor.mRight), pixel(y - extentY, scissor.mTop, scissor.mBottom),
-            pixel(x + extentX + 1.0F, scissor.mLeft, scissor.mRight),
-            pixel(y + extentY + 1.0F, scissor.mTop, scissor.mBottom)};
-}
-
-/// Makes a splat ready; an empty box if it shows nowhere.
-void Prepare(const RenderPass& pass, const gpu::TextureConstants& constants, const gpu::SplatViewData& record,
-             BinnedSplat& splat) {
-    splat.mScalar = false;
-    splat.mBox = {};
-    const SplatQuadKind kind = MakeSplatQuad(record, constants, pass.mViewport, splat.mQuad);
-    if (kind == SplatQuadKind::Nothing) return;
-    const Scissor& scissor = pass.mScissor;
-    const glm::vec4& color = splat.mQuad.mColor;
-    const bool plain = kind == SplatQuadKind::Quad && color.w >= 0.0F && std::isfinite(color.x) &&
-                       std::isfinite(color.y) && std::isfinite(color.z) && std::isfinite(color.w);
-    if (!plain) {
-        splat.mScalar = true;
-        splat.mBox = {scissor.mLeft, scissor.mTop, scissor.mRight, scissor.mBottom};
-    } else if (color.w >= 1.0F / 255.0F) {
-        splat.mBox = FindBox(splat.mQuad, scissor);
-    }
-}
-
-/// Tiles over the scissor; their corners are multiples of the tile's size.
+/// Tiles over the scissor.
 struct TileGrid {
     explicit TileGrid(const Scissor& scissor)
         : mFirstX(scissor.mLeft / kSplatTileSize),
@@ -97,14 +54,10 @@ struct TileGrid {
     std::size_t GetCount() const { return static_cast<std::size_t>(mCountX) * static_cast<std::size_t>(mCountY); }
 
     template <class Function>
-    void ForEach(const PixelBox& box, const Function& function) const {
-        if (box.IsEmpty()) return;
-        const std::int32_t endX = (box.mRight - 1) / kSplatTileSize - mFirstX;
-        const std::int32_t endY = (box.mBottom - 1) / kSplatTileSize - mFirstY;
-        for (std::int32_t y = box.mTop / kSplatTileSize - mFirstY; y <= endY; ++y) {
-            for (std::int32_t x = box.mLeft / kSplatTileSize - mFirstX; x <= endX; ++x) {
-                function(static_cast<std::size_t>(y) * static_cast<std::size_t>(mCountX) + static_cast<std::size_t>(x));
-            }
+    void ForEach(const TileBox& box, const Function& function) const {
+        for (std::int32_t y = box.mTop - mFirstY; y < box.mBottom - mFirstY; ++y) {
+            const std::int32_t row = y * mCountX - mFirstX;
+            for (std::int32_t x = box.mLeft; x < box.mRight; ++x) function(static_cast<std::size_t>(row + x));
         }
     }
 
@@ -117,20 +70,21 @@ struct TileGrid {
 /// Lists of splats by tile, in the splats' order: those of tile t are [mBegins[t], mBegins[t + 1]) of the entries.
 class TileLists {
 public:
-    /// Lists splats [begin, end), whose places in the lists are their indices in `splats`.
-    void Fill(const TileGrid& grid, const std::vector<BinnedSplat>& splats, std::size_t begin, std::size_t end) {
+    /// Lists splats [begin, end), whose places in the lists are their indices in `boxes`.
+    void Fill(const TileGrid& grid, const TileBox* boxes, std::size_t begin, std::size_t end) {
         const std::size_t tiles = grid.GetCount();
-        const auto threads = static_cast<std::size_t>(std::max(1, tbb::this_task_arena::max_concurrency()));
+        const std::size_t threads = GetConcurrency();
         const std::size_t parts = std::clamp<std::size_t>((end - begin) / kPart, 1, threads);
         mPlaces.assign(parts * tiles, 0);
         const auto forSplats = [&](std::size_t part, const auto& function) {
+            std::size_t* const places = mPlaces.data() + part * tiles;
             const std::size_t last = begin + (end - begin) * (part + 1) / parts;
             for (std::size_t i = begin + (end - begin) * part / parts; i < last; ++i) {
-                grid.ForEach(splats[i].mBox, [&](std::size_t tile) { function(i, mPlaces[part * tiles + tile]); });
+                grid.ForEach(boxes[i], [&](std::size_t tile) { function(i, places[tile]); });
             }
         };
-        tbb::parallel_for(std::size_t{0}, parts,
-                          [&](std::size_t part) { forSplats(part, [](std::size_t, std::size_t& count) { ++count; }); });
+        ParallelForEach(parts,
+                        [&](std::size_t part) { forSplats(part, [](std::size_t, std::size_t& count) { ++count; }); });
         mBegins.resize(tiles + 1);
         std::size_t sum = 0;
         for (std::size_t tile = 0; tile < tiles; ++tile) {
@@ -139,7 +93,7 @@ public:
         }
         mBegins[tiles] = sum;
         if (mEntries.size() < sum) mEntries.resize(sum);
-        tbb::parallel_for(std::size_t{0}, parts, [&](std::size_t part) {
+        ParallelForEach(parts, [&](std::size_t part) {
             forSplats(part, [this](std::size_t splat, std::size_t& place) {
                 mEntries[place++] = static_cast<std::uint32_t>(splat);
             });
@@ -156,22 +110,25 @@ private:
     std::vector<std::uint32_t> mEntries;
 };
 
+/// What a draw needs besides its target, kept from one to the next.
+struct DrawScratch {
+    std::vector<PreparedSplat> mSplats;
+    std::vector<TileBox> mBoxes;
+    /// By part of the batch: places in the lists, and whether there is a splat for the scalar form.
+    std::vector<std::size_t> mPartEntries;
+    std::vector<std::uint8_t> mPartScalars;
+    TileLists mLists;
+};
+
 /// What stays the same over one draw, and the splats of the batch in hand.
 class TiledDraw {
 public:
-    TiledDraw(const RenderPass& pass, const gpu::TextureConstants& constants, TileRounding rounding,
-              std::span<const std::uint32_t> order, std::span<const gpu::SplatViewData> records)
-        : mPass(pass),
-          mConstants(constants),
-          mRounding(rounding),
-          mOrder(order),
-          mRecords(records),
-          mGrid(pass.mScissor) {}
+    TiledDraw(const RenderPass& pass, const SplatSource& source, TileRounding rounding, DrawScratch& scratch)
+        : mPass(pass), mSource(source), mRounding(rounding), mScratch(scratch), mGrid(pass.mScissor) {}
 
-    void Run() {
-        for (std::size_t begin = 0; begin < mOrder.size(); begin += kBatch) {
-            const std::size_t count = std::min(kBatch, mOrder.size() - begin);
-            mBatch = mOrder.subspan(begin, count);
+    void Run(std::span<const std::uint32_t> order) {
+        for (std::size_t begin = 0; begin < order.size(); begin += kBatch) {
+            mBatch = order.subspan(begin, std::min(kBatch, order.size() - begin));
             PrepareBatch();
             DrawBatch();
         }
@@ -180,99 +137,118 @@ public:
 private:
     void PrepareBatch() {
         const std::size_t count = mBatch.size();
-        mSplats.resize(count);
-        mPartEntries.assign((count + kPart - 1) / kPart, 0);
-        tbb::parallel_for(std::size_t{0}, mPartEntries.size(), [&](std::size_t part) {
-            const std::size_t end = std::min(count, (part + 1) * kPart);
-            std::size_t entries = 0;
-            for (std::size_t i = part * kPart; i < end; ++i) {
-                mSplats[i].mBox = {};
-                if (mBatch[i] < mRecords.size()) Prepare(mPass, mConstants, mRecords[mBatch[i]], mSplats[i]);
-                mGrid.ForEach(mSplats[i].mBox, [&entries](std::size_t) { ++entries; });
+        DrawScratch& s = mScratch;
+        if (s.mSplats.size() < count) s.mSplats.resize(count);
+        if (s.mBoxes.size() < count) s.mBoxes.resize(count);
+        s.mPartEntries.assign((count + kPart - 1) / kPart, 0);
+        s.mPartScalars.assign(s.mPartEntries.size(), 0);
+        ParallelForEach(s.mPartEntries.size(), [&](std::size_t part) {
+            const std::size_t begin = part * kPart;
+            const std::size_t end = std::min(count, begin + kPart);
+            PrepareSplats(mSource, mPass.mScissor, mBatch.subspan(begin, end - begin), s.mSplats.data() + begin,
+                          s.mBoxes.data() + begin);
+            for (std::size_t i = begin; i < end; ++i) {
+                const TileBox& box = s.mBoxes[i];
+                if (box.IsEmpty()) continue;
+                s.mPartEntries[part] += std::size_t{1} * (box.mRight - box.mLeft) * (box.mBottom - box.mTop);
+                if (s.mSplats[i].IsScalar()) s.mPartScalars[part] = 1;
             }
-            mPartEntries[part] = entries;
         });
     }
 
     /// Parts whose lists fit the limit together are drawn together.
     void DrawBatch() {
+        const std::vector<std::size_t>& parts = mScratch.mPartEntries;
         std::size_t first = 0;
-        while (first < mPartEntries.size()) {
+        while (first < parts.size()) {
             std::size_t last = first;
             std::size_t entries = 0;
+            mExpectScalar = false;
             do {
-                entries += mPartEntries[last++];
-            } while (last < mPartEntries.size() && entries + mPartEntries[last] <= kMostEntries);
-            mLists.Fill(mGrid, mSplats, first * kPart, std::min(mSplats.size(), last * kPart));
-            tbb::parallel_for(std::size_t{0}, mGrid.GetCount(), [this](std::size_t tile) { DrawTile(tile); });
+                mExpectScalar = mExpectScalar || mScratch.mPartScalars[last] != 0;
+                entries += parts[last++];
+            } while (last < parts.size() && entries + parts[last] <= kMostEntries);
+            mScratch.mLists.Fill(mGrid, mScratch.mBoxes.data(), first * kPart, std::min(mBatch.size(), last * kPart));
+            ParallelForEach(mGrid.GetCount(), [this](std::size_t tile) { DrawTile(tile); });
             first = last;
         }
     }
 
     void DrawTile(std::size_t index) const {
-        std::span<const std::uint32_t> entries = mLists.Get(index);
+        std::span<const std::uint32_t> entries = mScratch.mLists.Get(index);
         if (entries.empty()) return;
         const auto columns = static_cast<std::size_t>(mGrid.mCountX);
         SplatTile tile;
         tile.mLeft = (mGrid.mFirstX + static_cast<std::int32_t>(index % columns)) * kSplatTileSize;
         tile.mTop = (mGrid.mFirstY + static_cast<std::int32_t>(index / columns)) * kSplatTileSize;
         tile.mRounding = mRounding;
+        tile.mExpectScalar = mExpectScalar;
         RenderPass tilePass = mPass;
         Scissor& scissor = tilePass.mScissor;
         scissor.mLeft = std::max(scissor.mLeft, tile.mLeft);
         scissor.mTop = std::max(scissor.mTop, tile.mTop);
         scissor.mRight = std::min(scissor.mRight, tile.mLeft + kSplatTileSize);
         scissor.mBottom = std::min(scissor.mBottom, tile.mTop + kSplatTileSize);
-        while (!entries.empty()) {
-            LoadTile(scissor, tile);
-            entries = entries.subspan(DrawQuadsInTile(tile, entries, mSplats.data()));
+
+        LoadTile(scissor, tile);
+        for (;;) {
+            entries = entries.subspan(DrawSplatsInTile(tile, mSource, entries, mScratch.mSplats.data()));
+            if (entries.empty()) break;
             StoreTile(scissor, tile);
-            for (; !entries.empty() && mSplats[entries[0]].mScalar; entries = entries.subspan(1)) {
-                DrawGaussianSplat(tilePass, mConstants, mRecords[mBatch[entries[0]]]);
-            }
+            const std::uint32_t record = mScratch.mSplats[entries.front()].mRecord;
+            DrawGaussianSplat(tilePass, mSource.mConstants, mSource.mRecords[record]);
+            LoadTile(scissor, tile);
+            entries = entries.subspan(1);
         }
+        StoreTile(scissor, tile);
+    }
+
+    std::size_t GetOffset(std::int32_t x, std::int32_t y) const {
+        const Image& target = *mPass.mTarget;
+        return (static_cast<std::size_t>(y) * target.GetWidth() + static_cast<std::size_t>(x)) *
+               GetBytesPerPixel(target.GetFormat());
     }
 
     /// A pixel of alpha 1 keeps its bits but for a channel of -0, to which a splat adds 0; with one of those in
-    /// the tile no pixel counts as full.
+    /// the tile no pixel counts as full. Pixels outside the scissor count as full and are not stored.
     void LoadTile(const Scissor& scissor, SplatTile& tile) const {
-        for (auto& channel : tile.mChannels) std::fill(std::begin(channel), std::end(channel), 1.0F);
-        bool negativeZero = false;
-        for (std::int32_t y = scissor.mTop; y < scissor.mBottom; ++y) {
-            std::size_t at = static_cast<std::size_t>((y - tile.mTop) * kSplatTileSize + scissor.mLeft - tile.mLeft);
-            for (std::int32_t x = scissor.mLeft; x < scissor.mRight; ++x, ++at) {
-                const glm::vec4 color =
-                    mPass.mTarget->Load(static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y));
-                for (int channel = 0; channel < 4; ++channel) {
-                    tile.mChannels[channel][at] = color[channel];
-                    negativeZero = negativeZero || (color[channel] == 0.0F && std::signbit(color[channel]));
-                }
+        constexpr std::size_t kRow = std::size_t{4} * kSplatTileSize;
+        const Image& target = *mPass.mTarget;
+        const auto count = static_cast<std::size_t>(scissor.mRight - scissor.mLeft);
+        const auto first = static_cast<std::size_t>(scissor.mLeft - tile.mLeft) * 4;
+        alignas(64) float rgba[kRow];
+        std::uint32_t negativeZeros = 0;
+        for (std::int32_t y = 0; y < kSplatTileSize; ++y) {
+            const std::int32_t row = tile.mTop + y;
+            if (count < kSplatTileSize || row < scissor.mTop || row >= scissor.mBottom) std::fill_n(rgba, kRow, 1.0F);
+            if (row >= scissor.mTop && row < scissor.mBottom) {
+                DecodeRow(target.GetFormat(), target.Texels().data() + GetOffset(scissor.mLeft, row), count,
+                          rgba + first);
             }
+            for (const float value : rgba) negativeZeros += static_cast<std::uint32_t>(FloatBits(value) == 0x80000000U);
+            LoadTileRow(rgba, y, tile);
         }
-        tile.mFull = negativeZero ? std::numeric_limits<float>::quiet_NaN() : 1.0F;
+        tile.mFull = negativeZeros != 0 ? std::numeric_limits<float>::quiet_NaN() : 1.0F;
     }
 
     void StoreTile(const Scissor& scissor, const SplatTile& tile) const {
-        for (std::int32_t y = scissor.mTop; y < scissor.mBottom; ++y) {
-            std::size_t at = static_cast<std::size_t>((y - tile.mTop) * kSplatTileSize + scissor.mLeft - tile.mLeft);
-            for (std::int32_t x = scissor.mLeft; x < scissor.mRight; ++x, ++at) {
-                mPass.mTarget->Store(
-                    static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y),
-                    {tile.mChannels[0][at], tile.mChannels[1][at], tile.mChannels[2][at], tile.mChannels[3][at]});
-            }
+        Image& target = *mPass.mTarget;
+        const auto count = static_cast<std::size_t>(scissor.mRight - scissor.mLeft);
+        const auto first = static_cast<std::size_t>(scissor.mLeft - tile.mLeft) * 4;
+        alignas(64) float rgba[std::size_t{4} * kSplatTileSize];
+        for (std::int32_t row = scissor.mTop; row < scissor.mBottom; ++row) {
+            StoreTileRow(tile, row - tile.mTop, rgba);
+            EncodeRow(target.GetFormat(), rgba + first, count, target.Texels().data() + GetOffset(scissor.mLeft, row));
         }
     }
 
     const RenderPass& mPass;
-    const gpu::TextureConstants& mConstants;
+    const SplatSource& mSource;
     TileRounding mRounding;
-    std::span<const std::uint32_t> mOrder;
-    std::span<const gpu::SplatViewData> mRecords;
+    DrawScratch& mScratch;
     TileGrid mGrid;
     std::span<const std::uint32_t> mBatch;
-    std::vector<BinnedSplat> mSplats;
-    std::vector<std::size_t> mPartEntries;
-    TileLists mLists;
+    bool mExpectScalar = false;
 };
 
 }  // namespace
@@ -286,7 +262,10 @@ void FastDrawGaussianSplats(const RenderPass& pass, const gpu::TextureConstants&
         DrawGaussianSplats(pass, constants, order, records, 0, static_cast<std::uint32_t>(order.size()));
         return;
     }
-    TiledDraw(pass, constants, rounding, order, records).Run();
+    static ScratchPool<DrawScratch> pool;
+    const auto scratch = pool.Take();
+    const SplatSource source{records, constants, pass.mViewport};
+    TiledDraw(pass, source, rounding, *scratch).Run(order);
 }
 
 }  // namespace nimbrel::cpu

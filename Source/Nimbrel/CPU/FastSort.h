@@ -2,17 +2,15 @@
 
 #include <cstdint>
 #include <span>
-#include <vector>
 
 namespace nimbrel::cpu {
 
-/// Sorts keys ascending, payloads with them, stable: the same result as FfxParallelSort. Eight bits a pass on oneTBB's
-/// threads; passes whose digit is the same in all keys are left out. Both spans are equally long, below 2^32.
-/// `scratch` grows to what the sort needs (2 words a key) and can be handed to the next one.
+/// Sorts keys ascending, payloads with them, stable: the same result as FfxParallelSort, whatever the number of
+/// threads. Both spans are equally long, below 2^32.
 ///
-/// A device that replays the five kernels can put this in the place of a whole sequence of 8 x (Count, Reduce,
-/// Scan, ScanAdd, Scatter) with shifts 0, 4 ... 28 over the same two pairs of buffers; the kernels of
-/// FfxParallelSort.h, handed their groups in parallel, serve any other sequence.
-void FastSort(std::span<std::uint32_t> keys, std::span<std::uint32_t> payloads, std::vector<std::uint32_t>& scratch);
+/// Keys are counted from the least one, so that depths of a scene need few bits. Their highest bits put them into
+/// buckets that fit a core's cache, one pass over the memory; the buckets are then sorted by their lower bits, each by
+/// one of oneTBB's threads. Memory for 8 bytes a key is kept from one sort to the next.
+void FastSort(std::span<std::uint32_t> keys, std::span<std::uint32_t> payloads);
 
 }  // namespace nimbrel::cpu

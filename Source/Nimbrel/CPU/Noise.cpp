@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "Nimbrel/CPU/Sine.h"
 #include "Render/CPU/Arithmetic.h"
 
 namespace nimbrel::cpu {
@@ -11,46 +12,44 @@ using zeb::render::cpu::Dot;
 using zeb::render::cpu::Frac;
 using zeb::render::cpu::Lerp;
 
-/// One row for each component of a lattice point's gradient.
-const glm::vec4 kHashRows[4] = {
-    {127.1F, 311.7F, 74.7F, 212.1F},
-    {269.5F, 183.3F, 246.1F, 243.7F},
-    {113.5F, 271.9F, 124.6F, 231.8F},
-    {209.3F, 258.6F, 282.6F, 107.9F},
-};
-
 glm::vec4 Gradient(const glm::vec4& lattice) {
     glm::vec4 gradient(0.0F);
     for (int k = 0; k < 4; ++k) {
-        gradient[k] = Frac(std::sin(Dot(lattice, kHashRows[k])) * 43758.546875F) * 2.0F - 1.0F;
+        gradient[k] = Frac(Sine(Dot(lattice, kNoiseHashRows[k])) * kNoiseHashScale) * 2.0F - 1.0F;
     }
     return gradient;
 }
 
 }  // namespace
 
-float Noise4(const glm::vec4& point) {
-    glm::vec4 lattice(0.0F);
-    glm::vec4 fraction(0.0F);
-    glm::vec4 weight(0.0F);
+NoiseCell FindNoiseCell(const glm::vec4& point) {
+    NoiseCell cell{};
     for (int k = 0; k < 4; ++k) {
-        lattice[k] = std::floor(point[k]);
-        fraction[k] = point[k] - lattice[k];
-        weight[k] = fraction[k] * fraction[k] * (3.0F - 2.0F * fraction[k]);
+        cell.mLattice[k] = std::floor(point[k]);
+        cell.mFraction[k] = point[k] - cell.mLattice[k];
+        cell.mWeight[k] = cell.mFraction[k] * cell.mFraction[k] * (3.0F - 2.0F * cell.mFraction[k]);
     }
-    float values[16];
-    for (int corner = 0; corner < 16; ++corner) {
-        const glm::vec4 offset(static_cast<float>(corner & 1), static_cast<float>((corner >> 1) & 1),
-                               static_cast<float>((corner >> 2) & 1), static_cast<float>(corner >> 3));
-        values[corner] = Dot(Gradient(lattice + offset), fraction - offset);
-    }
-    // Halves the cube along x, then y, z and w.
+    return cell;
+}
+
+float BlendCorners(float (&values)[16], const glm::vec4& weight) {
     int count = 16;
     for (int k = 0; k < 4; ++k) {
         count /= 2;
         for (int i = 0; i < count; ++i) values[i] = Lerp(values[2 * i], values[2 * i + 1], weight[k]);
     }
     return values[0];
+}
+
+float Noise4(const glm::vec4& point) {
+    const NoiseCell cell = FindNoiseCell(point);
+    float values[16];
+    for (int corner = 0; corner < 16; ++corner) {
+        const glm::vec4 offset(static_cast<float>(corner & 1), static_cast<float>((corner >> 1) & 1),
+                               static_cast<float>((corner >> 2) & 1), static_cast<float>(corner >> 3));
+        values[corner] = Dot(Gradient(cell.mLattice + offset), cell.mFraction - offset);
+    }
+    return BlendCorners(values, cell.mWeight);
 }
 
 }  // namespace nimbrel::cpu

@@ -62,6 +62,20 @@ void SetSlopes(const GridPoint* grid, SplatQuad& quad) {
 
 }  // namespace
 
+bool SplatQuad::Covers(std::int32_t x, std::int32_t y) const {
+    for (int corner = 0; corner < 4; ++corner) {
+        const int next = (corner + 1) & 3;
+        const std::int64_t dx = mX[next] - mX[corner];
+        const std::int64_t dy = mY[next] - mY[corner];
+        const std::int64_t side =
+            dx * (256 * std::int64_t{y} + 128 - mY[corner]) - dy * (256 * std::int64_t{x} + 128 - mX[corner]);
+        // On an edge: inside if that is a top edge, which runs to the right, or a left one, which runs up.
+        const bool holdsEdge = (dy == 0 && dx > 0) || dy < 0;
+        if (side < 0 || (side == 0 && !holdsEdge)) return false;
+    }
+    return true;
+}
+
 SplatQuadKind MakeSplatQuad(const gpu::SplatViewData& record, const gpu::TextureConstants& constants,
                             const Viewport& viewport, SplatQuad& quad) {
     if (!detail::CanDivide(record.pos) || !(record.pos.z >= 0.0F) || !(record.pos.w - record.pos.z >= 0.0F)) {

@@ -29,6 +29,9 @@ struct SplatQuad {
         return {fromMiddleX * mAlongX.x + fromMiddleY * mAlongY.x, fromMiddleX * mAlongX.y + fromMiddleY * mAlongY.y};
     }
 
+    /// Whether a pixel's centre lies in the outline, by the top-left rule.
+    bool Covers(std::int32_t x, std::int32_t y) const;
+
 private:
     static float FromMiddle(std::int32_t pixel, const std::int32_t* corners) {
         return static_cast<float>(1024 * pixel + 512 - (corners[0] + corners[1] + corners[2] + corners[3]));

@@ -1,128 +1,113 @@
 #include "Nimbrel/CPU/SplatTileKernel.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstring>
 
 #include "Nimbrel/CPU/Exp2.h"
-#include "Nimbrel/CPU/VectorTargets.h"
+#include "Render/CPU/VectorTargets.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "Nimbrel/CPU/SplatTileKernel.cpp"
 #include <hwy/foreach_target.h>
 // Behind it, once for each target:
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
+
+#include "Render/CPU/VectorConversion-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace nimbrel::cpu {
 namespace HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
+namespace convert = zeb::render::cpu::HWY_NAMESPACE;
 
+/// At most one block.
 using FloatTag = hn::CappedTag<float, 16>;
 using IntTag = hn::RebindToSigned<FloatTag>;
 using WordTag = hn::RebindToUnsigned<FloatTag>;
 using Floats = hn::Vec<FloatTag>;
-using DoubleTag = hn::CappedTag<double, 8>;
+using PixelMask = hn::Mask<FloatTag>;
 
 constexpr float kLeastAlpha = 0.00392156886F;  // 1/255
 constexpr float kMinusLog2E = -1.44269502F;
 constexpr std::size_t kFullTestInterval = 64;
+constexpr std::size_t kBlockPixels = 16;
+constexpr std::size_t kLanes = hn::MaxLanes(FloatTag());
+constexpr std::size_t kVectors = kBlockPixels / kLanes;  ///< of a block
 
-/// Columns [mBegin, mEnd) of each row of the tile. Rows are worked out several at a time, past the last one too.
-struct Spans {
-    static constexpr std::size_t kRows = kSplatTileSize + 16;
-    alignas(64) double mLow[kRows];
-    alignas(64) double mHigh[kRows];
-};
-
-/// Columns that the quad covers by the top-left rule, in rows [top, bottom) of the tile. Values on an edge are whole
-/// numbers below 2^53, so that doubles hold them, and columns in the tile are so few that a rounded quotient lies on
-/// the same side of the next whole number as the exact one.
-HWY_INLINE void FindSpans(const SplatTile& tile, const SplatQuad& quad, const PixelBox& box, Spans& spans) {
-    const DoubleTag d;
-    const std::size_t lanes = hn::Lanes(d);
-    const auto left = hn::Set(d, static_cast<double>(box.mLeft));
-    const auto right = hn::Set(d, static_cast<double>(box.mRight));
-    for (auto row = static_cast<std::size_t>(box.mTop); row < static_cast<std::size_t>(box.mBottom); row += lanes) {
-        hn::StoreU(left, d, spans.mLow + row);
-        hn::StoreU(right, d, spans.mHigh + row);
-    }
-    for (int corner = 0; corner < 4; ++corner) {
-        const int next = (corner + 1) & 3;
-        const std::int64_t dx = quad.mX[next] - quad.mX[corner];
-        const std::int64_t dy = quad.mY[next] - quad.mY[corner];
-        const std::int64_t fromX = quad.mX[corner] - 256 * tile.mLeft;
-        const std::int64_t fromY = quad.mY[corner] - 256 * tile.mTop;
-        const std::int64_t bias = (dy == 0 && dx > 0) || dy < 0 ? 0 : -1;
-        const auto atOrigin = hn::Set(d, static_cast<double>(dx * (128 - fromY) - dy * (128 - fromX) + bias));
-        const auto stepY = hn::Set(d, static_cast<double>(dx * 256));
-        const auto divisor = hn::Set(d, static_cast<double>(dy * 256));
-        for (auto row = static_cast<std::size_t>(box.mTop); row < static_cast<std::size_t>(box.mBottom); row += lanes) {
-            const auto y = hn::Iota(d, static_cast<double>(row));
-            const auto value = hn::Add(atOrigin, hn::Mul(stepY, y));
-            if (dy < 0) {
-                const auto low = hn::LoadU(d, spans.mLow + row);
-                hn::StoreU(hn::Max(low, hn::Ceil(hn::Div(value, divisor))), d, spans.mLow + row);
-            } else if (dy > 0) {
-                const auto high = hn::LoadU(d, spans.mHigh + row);
-                const auto end = hn::Add(hn::Floor(hn::Div(value, divisor)), hn::Set(d, 1.0));
-                hn::StoreU(hn::Min(high, end), d, spans.mHigh + row);
-            } else {
-                const auto high = hn::LoadU(d, spans.mHigh + row);
-                const auto outside = hn::Lt(value, hn::Zero(d));
-                hn::StoreU(hn::IfThenElse(outside, hn::Zero(d), high), d, spans.mHigh + row);
-            }
-        }
-    }
-}
-
-/// 0 to 1; NaN gives 0.
-HWY_INLINE Floats Clamped(Floats v) {
-    const FloatTag d;
+/// Blocks of the tile that a splat may show in, a byte for each row of blocks, a bit for each block.
+HWY_INLINE std::uint64_t FindBlocks(const SplatTile& tile, const PreparedSplat& splat) {
+    using RowTag = hn::CappedTag<float, kSplatTileBlocks>;
+    constexpr float kMargin = 0.0625F;
+    constexpr float kSize = kSplatBlockSize;
+    const RowTag d;
+    const hn::RebindToSigned<RowTag> di;
+    const float middleX = static_cast<float>(splat.mSumX - 1024 * tile.mLeft) * (1.0F / 1024.0F);
+    const float middleY = static_cast<float>(splat.mSumY - 1024 * tile.mTop) * (1.0F / 1024.0F);
+    const auto zero = hn::Zero(d);
     const auto one = hn::Set(d, 1.0F);
-    const auto positive = hn::IfThenElseZero(hn::Gt(v, hn::Zero(d)), v);
-    return hn::IfThenElse(hn::Lt(positive, one), positive, one);
-}
-
-/// The nearest half, ties to even, as a float.
-HWY_INLINE Floats ToNearestHalf(Floats v) {
-    const FloatTag d;
-    const WordTag dw;
-    const auto bits = hn::BitCast(dw, v);
-    const auto sign = hn::And(bits, hn::Set(dw, 0x80000000U));
-    const auto magnitude = hn::AndNot(hn::Set(dw, 0x80000000U), bits);
-    const auto odd = hn::And(hn::ShiftRight<13>(magnitude), hn::Set(dw, 1U));
-    const auto raised = hn::Add(magnitude, hn::Add(odd, hn::Set(dw, 0xFFFU)));
-    const auto normal = hn::And(raised, hn::Set(dw, 0xFFFFE000U));
-    const auto absolute = hn::BitCast(d, magnitude);
-    // Between 0.5 and 1 floats are 2^-24 apart, the step of subnormal halves.
-    const auto half = hn::Set(d, 0.5F);
-    const auto subnormal = hn::Sub(hn::Add(absolute, half), half);
-    auto result = hn::IfThenElse(hn::Lt(absolute, hn::Set(d, 0x1p-14F)), subnormal, hn::BitCast(d, normal));
-    const auto infinite = hn::BitCast(d, hn::Set(dw, 0x7F800000U));
-    result = hn::IfThenElse(hn::Ge(absolute, hn::Set(d, 65520.0F)), infinite, result);
-    const auto nan = hn::BitCast(d, hn::Set(dw, 0x7FC00000U));
-    result = hn::IfThenElse(hn::Eq(absolute, absolute), result, nan);
-    return hn::BitCast(d, hn::Or(hn::BitCast(dw, result), sign));
+    const auto inverseHeight = hn::Set(d, splat.mInverseHeight);
+    const auto shear = hn::Set(d, splat.mShear);
+    const auto halfWidth = hn::Set(d, splat.mHalfWidth);
+    const auto rightRow = hn::Set(d, splat.mRightRow);
+    const auto height = [&](hn::Vec<RowTag> y) HWY_ATTR { return hn::Sub(one, hn::Mul(hn::Mul(y, y), inverseHeight)); };
+    std::int32_t begins[kSplatTileBlocks];
+    std::int32_t ends[kSplatTileBlocks];
+    for (std::size_t row = 0; row < kSplatTileBlocks; row += hn::Lanes(d)) {
+        // Pixel centres of the first and the last row of the blocks, from the splat's middle.
+        const auto rows = hn::Iota(d, static_cast<float>(row));
+        const auto top = hn::Add(hn::Mul(rows, hn::Set(d, kSize)), hn::Set(d, 0.5F - middleY));
+        const auto bottom = hn::Add(top, hn::Set(d, kSize - 1.0F));
+        const auto within = [&](hn::Vec<RowTag> y) HWY_ATTR { return hn::Min(hn::Max(y, top), bottom); };
+        const auto edge = [&](hn::Vec<RowTag> y)
+                              HWY_ATTR { return hn::Mul(halfWidth, hn::Sqrt(hn::Max(height(y), zero))); };
+        const auto rightY = within(rightRow);
+        const auto leftY = within(hn::Neg(rightRow));
+        const auto right = hn::Add(hn::Mul(shear, rightY), edge(rightY));
+        const auto left = hn::Sub(hn::Mul(shear, leftY), edge(leftY));
+        const auto toBlock = [&](hn::Vec<RowTag> x, float margin) HWY_ATTR {
+            const auto block = hn::Mul(hn::Add(x, hn::Set(d, middleX - 0.5F + margin)), hn::Set(d, 1.0F / kSize));
+            const auto limit = hn::Set(d, static_cast<float>(kSplatTileBlocks));
+            return hn::ConvertTo(di, hn::Floor(hn::Min(hn::Max(block, hn::Set(d, -1.0F)), limit)));
+        };
+        const auto last = hn::Set(di, kSplatTileBlocks);
+        const auto begin = hn::Max(toBlock(left, -kMargin), hn::Zero(di));
+        const auto end = hn::Min(hn::Add(toBlock(right, kMargin), hn::Set(di, 1)), last);
+        const auto reached = hn::RebindMask(di, hn::Ge(height(within(zero)), zero));
+        hn::StoreU(begin, di, begins + row);
+        hn::StoreU(hn::IfThenElseZero(reached, hn::Max(begin, end)), di, ends + row);
+    }
+    std::uint64_t blocks = 0;
+    for (int row = 0; row < kSplatTileBlocks; ++row) {
+        const std::uint32_t bits = (1U << ends[row]) - (1U << std::min(begins[row], ends[row]));
+        blocks |= std::uint64_t{bits} << (row * kSplatTileBlocks);
+    }
+    return blocks;
 }
 
 template <TileRounding kRounding>
+constexpr bool kIsNormalised = kRounding == TileRounding::Unorm8 || kRounding == TileRounding::Unorm16;
+
+/// What the target's format makes of a sum of two numbers that are not negative.
+template <TileRounding kRounding>
 HWY_INLINE Floats Rounded(Floats v) {
     const FloatTag d;
-    const IntTag di;
     if constexpr (kRounding == TileRounding::None) return v;
-    if constexpr (kRounding == TileRounding::Half) return ToNearestHalf(v);
-    if constexpr (kRounding == TileRounding::Unorm8 || kRounding == TileRounding::Unorm16) {
-        const auto steps = hn::Set(d, kRounding == TileRounding::Unorm8 ? 255.0F : 65535.0F);
-        const auto scaled = hn::Add(hn::Mul(Clamped(v), steps), hn::Set(d, 0.5F));
-        return hn::Div(hn::ConvertTo(d, hn::ConvertTo(di, scaled)), steps);
+    if constexpr (kRounding == TileRounding::Half) return convert::VectorToNearestHalf(d, v);
+    if constexpr (kIsNormalised<kRounding>) {
+        constexpr std::uint32_t kSteps = kRounding == TileRounding::Unorm8 ? 255 : 65535;
+        const auto clamped = hn::Min(v, hn::Set(d, 1.0F));
+        return convert::VectorFromStep<kSteps>(d, convert::VectorToStep<kSteps>(d, clamped));
     }
 }
 
-HWY_INLINE Floats Exp2Of(Floats value) {
+/// Exp2 of numbers above kExp2Least.
+HWY_INLINE Floats Exp2Of(Floats t) {
     const FloatTag d;
     const WordTag dw;
     const auto magic = hn::Set(d, kExp2Round);
-    const auto t = hn::Max(value, hn::Set(d, kExp2Least));
     const auto rounded = hn::Add(t, magic);
     const auto f = hn::Sub(t, hn::Sub(rounded, magic));
     auto sum = hn::Set(d, kExp2Coefficients[5]);
@@ -132,113 +117,189 @@ HWY_INLINE Floats Exp2Of(Floats value) {
     return hn::BitCast(d, hn::Add(hn::BitCast(dw, mantissa), exponent));
 }
 
-/// One quad's colour, each value in all lanes.
+/// One splat's values, each in all lanes.
 struct Shade {
-    Floats mAlongXx, mAlongXy;
     Floats mColor[3];
     Floats mOpacity;
+    Floats mInner;
+    Floats mOuter;
     Floats mFull;
 };
 
-/// Source times inverse destination alpha, plus destination, where `inside` holds.
-template <TileRounding kRounding>
+/// Those of `pixels` that the quad covers, by its corners. `at` is the vector's first pixel in the tile.
+HWY_NOINLINE PixelMask KeepCovered(const SplatTile& tile, const SplatSource& source, const PreparedSplat& splat,
+                                   std::size_t at, PixelMask pixels) {
+    SplatQuad quad;
+    MakeSplatQuad(source.mRecords[splat.mRecord], source.mConstants, source.mViewport, quad);
+    const FloatTag d;
+    HWY_ALIGN float lanes[kLanes];
+    hn::Store(hn::IfThenElseZero(pixels, hn::Set(d, 1.0F)), d, lanes);
+    const auto block = static_cast<std::int32_t>(at / kBlockPixels);
+    for (std::size_t lane = 0; lane < kLanes; ++lane) {
+        const auto pixel = static_cast<std::int32_t>((at + lane) % kBlockPixels);
+        const std::int32_t x = block % kSplatTileBlocks * kSplatBlockSize + pixel % kSplatBlockSize;
+        const std::int32_t y = block / kSplatTileBlocks * kSplatBlockSize + pixel / kSplatBlockSize;
+        if (lanes[lane] != 0.0F && !quad.Covers(tile.mLeft + x, tile.mTop + y)) lanes[lane] = 0.0F;
+    }
+    return hn::Gt(hn::Load(d, lanes), hn::Zero(d));
+}
+
+/// Source times inverse destination alpha, plus destination. `kClamped`: the source may lie outside 0 to 1.
+template <TileRounding kRounding, bool kClamped, class KeepCoveredPixels>
 HWY_INLINE void BlendPixels(SplatTile& tile, std::size_t at, const Shade& shade, Floats qx, Floats qy,
-                            hn::Mask<FloatTag> inside) {
+                            const KeepCoveredPixels& keepCovered) {
     const FloatTag d;
     const auto one = hn::Set(d, 1.0F);
+    const auto farther = hn::Max(hn::Abs(qx), hn::Abs(qy));
     const auto alphaBefore = hn::Load(d, tile.mChannels[3] + at);
-    // Not Ne: whether that holds for NaN differs between processors.
-    inside = hn::AndNot(hn::Eq(alphaBefore, shade.mFull), inside);
     const auto distance = hn::Add(hn::Mul(qx, qx), hn::Mul(qy, qy));
     const auto gaussian = Exp2Of(hn::Mul(distance, hn::Set(d, kMinusLog2E)));
-    const auto product = hn::Mul(gaussian, shade.mOpacity);
-    const auto alpha = hn::IfThenElse(hn::Lt(product, one), product, one);
-    inside = hn::And(inside, hn::Ge(alpha, hn::Set(d, kLeastAlpha)));
-    if (hn::AllFalse(d, inside)) return;
+    const auto alpha = hn::Min(hn::Mul(gaussian, shade.mOpacity), one);
+    // Outside the quad the power may have run over: the first condition must hold alone.
+    auto shown = hn::And(hn::Lt(farther, shade.mOuter), hn::Ge(alpha, hn::Set(d, kLeastAlpha)));
+    // Not Ne: whether that holds for NaN differs between processors.
+    shown = hn::AndNot(hn::Eq(alphaBefore, shade.mFull), shown);
+    if (hn::AllFalse(d, shown)) return;
+    const auto unsure = hn::And(hn::Gt(farther, shade.mInner), shown);
+    if (HWY_UNLIKELY(!hn::AllFalse(d, unsure))) {
+        const auto covered = keepCovered(at, unsure);
+        shown = hn::Or(hn::AndNot(unsure, shown), covered);
+    }
     const auto share = hn::Sub(one, alphaBefore);
     for (int channel = 0; channel < 3; ++channel) {
         auto source = hn::Mul(shade.mColor[channel], alpha);
-        if constexpr (kRounding == TileRounding::Unorm8 || kRounding == TileRounding::Unorm16) source = Clamped(source);
+        if constexpr (kClamped) source = convert::VectorSaturate(d, source);
+        if constexpr (kIsNormalised<kRounding>) source = Rounded<kRounding>(source);
         const auto before = hn::Load(d, tile.mChannels[channel] + at);
         const auto after = Rounded<kRounding>(hn::Add(hn::Mul(source, share), before));
-        hn::Store(hn::IfThenElse(inside, after, before), d, tile.mChannels[channel] + at);
+        hn::Store(hn::IfThenElse(shown, after, before), d, tile.mChannels[channel] + at);
     }
-    const auto after = Rounded<kRounding>(hn::Add(hn::Mul(alpha, share), alphaBefore));
-    hn::Store(hn::IfThenElse(inside, after, alphaBefore), d, tile.mChannels[3] + at);
+    auto source = alpha;
+    if constexpr (kIsNormalised<kRounding>) source = Rounded<kRounding>(alpha);
+    const auto after = Rounded<kRounding>(hn::Add(hn::Mul(source, share), alphaBefore));
+    hn::Store(hn::IfThenElse(shown, after, alphaBefore), d, tile.mChannels[3] + at);
 }
 
-template <TileRounding kRounding>
-HWY_INLINE void DrawQuad(SplatTile& tile, const BinnedSplat& splat) {
+template <TileRounding kRounding, bool kClamped>
+HWY_INLINE void DrawSplat(SplatTile& tile, const SplatSource& source, const PreparedSplat& splat,
+                          std::uint64_t blocks) {
     const FloatTag d;
     const IntTag di;
-    const std::size_t lanes = hn::Lanes(d);
-    const SplatQuad& quad = splat.mQuad;
-    const PixelBox box = {std::max(splat.mBox.mLeft - tile.mLeft, 0), std::max(splat.mBox.mTop - tile.mTop, 0),
-                          std::min(splat.mBox.mRight - tile.mLeft, kSplatTileSize),
-                          std::min(splat.mBox.mBottom - tile.mTop, kSplatTileSize)};
-    Spans spans;
-    FindSpans(tile, quad, box, spans);
-    const glm::vec4& color = quad.mColor;
-    const Shade shade{hn::Set(d, quad.mAlongX.x),
-                      hn::Set(d, quad.mAlongX.y),
-                      {hn::Set(d, color.x), hn::Set(d, color.y), hn::Set(d, color.z)},
-                      hn::Set(d, color.w),
+    const float* const color = splat.mColor;
+    const Shade shade{{hn::Set(d, color[0]), hn::Set(d, color[1]), hn::Set(d, color[2])},
+                      hn::Set(d, color[3]),
+                      hn::Set(d, splat.mInner),
+                      hn::Set(d, 4.0F - splat.mInner),
                       hn::Set(d, tile.mFull)};
-    const auto columns = hn::Iota(d, 0.0F);
-    const auto middles = hn::Mul(hn::Iota(di, 0), hn::Set(di, 1024));
-    const std::int32_t sumX = quad.mX[0] + quad.mX[1] + quad.mX[2] + quad.mX[3];
-    const std::int32_t firstX = 1024 * tile.mLeft + 512 - sumX;
-    for (std::int32_t y = box.mTop; y < box.mBottom; ++y) {
-        const double low = spans.mLow[y];
-        const double high = spans.mHigh[y];
-        if (!(low < high)) continue;
-        const auto end = static_cast<std::size_t>(high);
-        const float fromMiddleY = quad.FromMiddleY(tile.mTop + y);
-        const auto rowX = hn::Set(d, fromMiddleY * quad.mAlongY.x);
-        const auto rowY = hn::Set(d, fromMiddleY * quad.mAlongY.y);
-        const auto begins = hn::Set(d, static_cast<float>(low));
-        const auto ends = hn::Set(d, static_cast<float>(high));
-        for (std::size_t x = static_cast<std::size_t>(low) & ~(lanes - 1); x < end; x += lanes) {
-            const auto column = hn::Add(columns, hn::Set(d, static_cast<float>(x)));
-            const auto inside = hn::And(hn::Ge(column, begins), hn::Lt(column, ends));
-            const auto first = hn::Set(di, firstX + 1024 * static_cast<std::int32_t>(x));
-            const auto fromMiddle = hn::ConvertTo(d, hn::Add(first, middles));
-            const auto qx = hn::Add(hn::Mul(fromMiddle, shade.mAlongXx), rowX);
-            const auto qy = hn::Add(hn::Mul(fromMiddle, shade.mAlongXy), rowY);
-            BlendPixels<kRounding>(tile, static_cast<std::size_t>(y * kSplatTileSize) + x, shade, qx, qy, inside);
+    const auto alongXx = hn::Set(d, splat.mAlongXx);
+    const auto alongXy = hn::Set(d, splat.mAlongXy);
+    const auto alongYx = hn::Set(d, splat.mAlongYx);
+    const auto alongYy = hn::Set(d, splat.mAlongYy);
+    const std::int32_t firstX = 1024 * tile.mLeft + 512 - splat.mSumX;
+    const std::int32_t firstY = 1024 * tile.mTop + 512 - splat.mSumY;
+    const auto keepCovered = [&](std::size_t at, PixelMask pixels)
+                                 HWY_ATTR { return KeepCovered(tile, source, splat, at, pixels); };
+    while (blocks != 0) {
+        const int row = std::countr_zero(blocks) / kSplatTileBlocks;
+        auto columns = static_cast<std::uint32_t>(blocks >> (row * kSplatTileBlocks)) & 0xFFU;
+        blocks &= ~(std::uint64_t{0xFF} << (row * kSplatTileBlocks));
+        for (std::size_t vector = 0; vector < kVectors; ++vector) {
+            const auto pixels = hn::Iota(di, static_cast<std::int32_t>(vector * kLanes));
+            const auto rows = hn::ShiftLeft<10>(hn::ShiftRight<2>(pixels));
+            const auto fromMiddleY = hn::ConvertTo(d, hn::Add(hn::Set(di, firstY + 4096 * row), rows));
+            const auto rowX = hn::Mul(fromMiddleY, alongYx);
+            const auto rowY = hn::Mul(fromMiddleY, alongYy);
+            const auto columnsX = hn::ShiftLeft<10>(hn::And(pixels, hn::Set(di, 3)));
+            for (std::uint32_t rest = columns; rest != 0; rest &= rest - 1) {
+                const int column = std::countr_zero(rest);
+                const auto fromMiddleX = hn::ConvertTo(d, hn::Add(hn::Set(di, firstX + 4096 * column), columnsX));
+                const auto qx = hn::Add(hn::Mul(fromMiddleX, alongXx), rowX);
+                const auto qy = hn::Add(hn::Mul(fromMiddleX, alongXy), rowY);
+                const auto block = static_cast<std::size_t>(row * kSplatTileBlocks + column);
+                BlendPixels<kRounding, kClamped>(tile, block * kBlockPixels + vector * kLanes, shade, qx, qy,
+                                                 keepCovered);
+            }
         }
     }
 }
 
-HWY_INLINE bool IsFull(const SplatTile& tile) {
+/// Blocks with a pixel that splats may still change.
+HWY_INLINE std::uint64_t FindLiveBlocks(const SplatTile& tile) {
     const FloatTag d;
     const auto full = hn::Set(d, tile.mFull);
-    for (std::size_t at = 0; at < kSplatTilePixels; at += hn::Lanes(d)) {
-        if (!hn::AllTrue(d, hn::Eq(hn::Load(d, tile.mChannels[3] + at), full))) return false;
+    std::uint64_t live = 0;
+    for (std::size_t at = 0; at < kSplatTilePixels; at += kLanes) {
+        const bool isFull = hn::AllTrue(d, hn::Eq(hn::Load(d, tile.mChannels[3] + at), full));
+        live |= std::uint64_t{!isFull} << (at / kBlockPixels);
     }
-    return true;
+    return live;
 }
 
 template <TileRounding kRounding>
-std::size_t DrawRounded(SplatTile& tile, std::span<const std::uint32_t> entries, const BinnedSplat* splats) {
-    bool full = false;
+std::size_t DrawRounded(SplatTile& tile, const SplatSource& source, std::span<const std::uint32_t> entries,
+                        const PreparedSplat* splats) {
+    constexpr std::size_t kAhead = 8;
+    std::uint64_t live = ~std::uint64_t{0};
     for (std::size_t i = 0; i < entries.size(); ++i) {
-        full = full || (i % kFullTestInterval == 0 && IsFull(tile));
-        const BinnedSplat& splat = splats[entries[i]];
-        if (splat.mScalar) return i;
-        if (!full) DrawQuad<kRounding>(tile, splat);
+        if (i % kFullTestInterval == 0) live = FindLiveBlocks(tile);
+        if (live == 0 && !tile.mExpectScalar) break;
+        if (i + kAhead < entries.size()) hwy::Prefetch(splats + entries[i + kAhead]);
+        const PreparedSplat& splat = splats[entries[i]];
+        if (splat.IsScalar()) return i;
+        if (live == 0) continue;
+        const std::uint64_t blocks = FindBlocks(tile, splat) & live;
+        const auto inRange = [](float value) { return value >= 0.0F && value <= 1.0F; };
+        const float* const color = splat.mColor;
+        const bool clamped = kIsNormalised<kRounding> && !(inRange(color[0]) && inRange(color[1]) && inRange(color[2]));
+        if (clamped)
+            DrawSplat<kRounding, kIsNormalised<kRounding>>(tile, source, splat, blocks);
+        else
+            DrawSplat<kRounding, false>(tile, source, splat, blocks);
     }
     return entries.size();
 }
 
-std::size_t DrawQuads(SplatTile& tile, std::span<const std::uint32_t> entries, const BinnedSplat* splats) {
+std::size_t DrawSplats(SplatTile& tile, const SplatSource& source, std::span<const std::uint32_t> entries,
+                       const PreparedSplat* splats) {
     switch (tile.mRounding) {
-        case TileRounding::None: return DrawRounded<TileRounding::None>(tile, entries, splats);
-        case TileRounding::Unorm8: return DrawRounded<TileRounding::Unorm8>(tile, entries, splats);
-        case TileRounding::Unorm16: return DrawRounded<TileRounding::Unorm16>(tile, entries, splats);
-        case TileRounding::Half: return DrawRounded<TileRounding::Half>(tile, entries, splats);
+        case TileRounding::None: return DrawRounded<TileRounding::None>(tile, source, entries, splats);
+        case TileRounding::Unorm8: return DrawRounded<TileRounding::Unorm8>(tile, source, entries, splats);
+        case TileRounding::Unorm16: return DrawRounded<TileRounding::Unorm16>(tile, source, entries, splats);
+        case TileRounding::Half: return DrawRounded<TileRounding::Half>(tile, source, entries, splats);
     }
     return entries.size();
+}
+
+/// Colours of a row: one row of each of its blocks is one vector a channel, at most.
+using RowTag = hn::CappedTag<float, kSplatBlockSize>;
+
+HWY_INLINE std::size_t GetPlace(std::int32_t x, std::int32_t y) {
+    const std::int32_t block = y / kSplatBlockSize * kSplatTileBlocks + x / kSplatBlockSize;
+    const std::int32_t pixel = y % kSplatBlockSize * kSplatBlockSize + x % kSplatBlockSize;
+    return static_cast<std::size_t>(block) * kBlockPixels + static_cast<std::size_t>(pixel);
+}
+
+void LoadRow(const float* rgba, std::int32_t y, SplatTile& tile) {
+    const RowTag d;
+    for (std::int32_t x = 0; x < kSplatTileSize; x += static_cast<std::int32_t>(hn::Lanes(d))) {
+        const std::size_t at = GetPlace(x, y);
+        hn::Vec<RowTag> r, g, b, a;
+        hn::LoadInterleaved4(d, rgba + 4 * x, r, g, b, a);
+        hn::Store(r, d, tile.mChannels[0] + at);
+        hn::Store(g, d, tile.mChannels[1] + at);
+        hn::Store(b, d, tile.mChannels[2] + at);
+        hn::Store(a, d, tile.mChannels[3] + at);
+    }
+}
+
+void StoreRow(const SplatTile& tile, std::int32_t y, float* rgba) {
+    const RowTag d;
+    for (std::int32_t x = 0; x < kSplatTileSize; x += static_cast<std::int32_t>(hn::Lanes(d))) {
+        const std::size_t at = GetPlace(x, y);
+        hn::StoreInterleaved4(hn::Load(d, tile.mChannels[0] + at), hn::Load(d, tile.mChannels[1] + at),
+                              hn::Load(d, tile.mChannels[2] + at), hn::Load(d, tile.mChannels[3] + at), d,
+                              rgba + 4 * x);
+    }
 }
 
 }  // namespace HWY_NAMESPACE
@@ -248,11 +309,18 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace nimbrel::cpu {
 
-HWY_EXPORT(DrawQuads);
+HWY_EXPORT(DrawSplats);
+HWY_EXPORT(LoadRow);
+HWY_EXPORT(StoreRow);
 
-std::size_t DrawQuadsInTile(SplatTile& tile, std::span<const std::uint32_t> entries, const BinnedSplat* splats) {
-    return HWY_DYNAMIC_DISPATCH(DrawQuads)(tile, entries, splats);
+std::size_t DrawSplatsInTile(SplatTile& tile, const SplatSource& source, std::span<const std::uint32_t> entries,
+                             const PreparedSplat* splats) {
+    return HWY_DYNAMIC_DISPATCH(DrawSplats)(tile, source, entries, splats);
 }
+
+void LoadTileRow(const float* rgba, std::int32_t y, SplatTile& tile) { HWY_DYNAMIC_DISPATCH(LoadRow)(rgba, y, tile); }
+
+void StoreTileRow(const SplatTile& tile, std::int32_t y, float* rgba) { HWY_DYNAMIC_DISPATCH(StoreRow)(tile, y, rgba); }
 
 }  // namespace nimbrel::cpu
 #endif

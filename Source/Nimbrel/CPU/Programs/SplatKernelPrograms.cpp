@@ -1,7 +1,8 @@
+#include <string>
+
 #include "Nimbrel/CPU/ExportData.h"
 #include "Nimbrel/CPU/FastCalcDistances.h"
 #include "Nimbrel/CPU/FastCalcViewData.h"
-#include "Nimbrel/CPU/FfxParallelSort.h"
 #include "Nimbrel/CPU/Programs/SplatPrograms.h"
 #include "Nimbrel/CPU/SetIndices.h"
 #include "Render/CPU/Parallel.h"
@@ -37,28 +38,15 @@ enum Register : std::uint32_t {
     kExportDataConstants = 19,
 };
 
-// Registers of the sort programs, likewise.
-enum SortRegister : std::uint32_t {
-    kSortConstants = 0,
-    kShift = 1,
-    kSourceKeys = 2,
-    kDestinationKeys = 3,
-    kSourcePayloads = 4,
-    kDestinationPayloads = 5,
-    kSumTable = 6,
-    kReduceTable = 7,
-    kScanSource = 8,
-    kScanDestination = 9,
-    kScanScratch = 10,
-};
-
-/// Splats of the least piece of work that is worth handing to another thread.
-constexpr std::uint32_t kSplatGrain = 1024;
+/// Groups of the least piece of work that is worth handing to another thread.
+constexpr std::uint32_t kGroupGrain = 4;
 
 /// Runs `body(begin, end)` for the threads of all groups.
 template <class Body>
 void ForEachThread(const glm::uvec3& groups, const Body& body) {
-    ParallelFor(groups.x * gpu::kSplatGroupSize, kSplatGrain, body);
+    ParallelFor(groups.x, kGroupGrain, [&](std::uint32_t begin, std::uint32_t end) {
+        body(begin * gpu::kSplatGroupSize, end * gpu::kSplatGroupSize);
+    });
 }
 
 SplatBlocks GetBlocks(const Bindings& bindings) {
@@ -106,50 +94,6 @@ void RunExportData(const Bindings& bindings, const glm::uvec3& groups) {
                   [&](std::uint32_t begin, std::uint32_t end) { ExportData(blocks, constants, begin, end, records); });
 }
 
-gpu::SortConstants GetSortConstants(const Bindings& bindings) {
-    return bindings.Constants<gpu::SortConstants>(kSortConstants);
-}
-
-void RunCount(const Bindings& bindings, const glm::uvec3& groups) {
-    const gpu::SortConstants constants = GetSortConstants(bindings);
-    const auto shift = bindings.Constants<std::uint32_t>(kShift);
-    const Words keys = bindings.Write<std::uint32_t>(kSourceKeys);
-    const Words sums = bindings.Write<std::uint32_t>(kSumTable);
-    ParallelFor(groups.x, 8, [&](std::uint32_t begin, std::uint32_t end) {
-        FfxParallelSortCount(constants, shift, keys, begin, end, sums);
-    });
-}
-
-void RunReduce(const Bindings& bindings, const glm::uvec3& groups) {
-    FfxParallelSortReduce(GetSortConstants(bindings), bindings.Write<std::uint32_t>(kSumTable), 0, groups.x,
-                          bindings.Write<std::uint32_t>(kReduceTable));
-}
-
-void RunScan(const Bindings& bindings, const glm::uvec3&) {
-    FfxParallelSortScan(GetSortConstants(bindings), bindings.Write<std::uint32_t>(kScanSource),
-                        bindings.Write<std::uint32_t>(kScanDestination));
-}
-
-void RunScanAdd(const Bindings& bindings, const glm::uvec3& groups) {
-    FfxParallelSortScanAdd(GetSortConstants(bindings), bindings.Write<std::uint32_t>(kScanSource),
-                           bindings.Write<std::uint32_t>(kScanScratch), 0, groups.x,
-                           bindings.Write<std::uint32_t>(kScanDestination));
-}
-
-void RunScatter(const Bindings& bindings, const glm::uvec3& groups) {
-    const gpu::SortConstants constants = GetSortConstants(bindings);
-    const auto shift = bindings.Constants<std::uint32_t>(kShift);
-    const Words sourceKeys = bindings.Write<std::uint32_t>(kSourceKeys);
-    const Words destinationKeys = bindings.Write<std::uint32_t>(kDestinationKeys);
-    const Words sourcePayloads = bindings.Write<std::uint32_t>(kSourcePayloads);
-    const Words destinationPayloads = bindings.Write<std::uint32_t>(kDestinationPayloads);
-    const Words sums = bindings.Write<std::uint32_t>(kSumTable);
-    ParallelFor(groups.x, 8, [&](std::uint32_t begin, std::uint32_t end) {
-        FfxParallelSortScatter(constants, shift, sourceKeys, sourcePayloads, sums, begin, end, destinationKeys,
-                               destinationPayloads);
-    });
-}
-
 ProgramBinding WritesWords(std::uint32_t u) { return WritesBuffer(u, 4); }
 
 }  // namespace
@@ -162,34 +106,22 @@ void RegisterSplatKernels() {
     const ProgramBinding splat = UsesConstants(kSplatConstants);
     const ProgramBinding noise = UsesConstants(kNoiseConstants);
     SetProgram("CSSetIndices", {{WritesWords(kSortKeys), UsesConstants(kSetIndicesConstants)}, RunSetIndices});
-    SetProgram("CSCalcDistances", {{chunks, pos, splat, WritesWords(kSortDistances), noise, ReadsTexture(kRamps),
-                                    UsesSampler(kSampler), UsesConstants(kCalcDistancesConstants)},
-                                   RunCalcDistances});
-    SetProgram("CSCalcViewData",
-               {{chunks, pos, other, sh, ReadsTexture(kColor), splat, UsesConstants(kCalcViewDataConstants), noise,
-                 ReadsTexture(kRamps), ReadsTexture(kGradients), UsesSampler(kSampler), UsesConstants(kModelConstants),
-                 WritesBuffer(kViewData, sizeof(gpu::SplatViewData))},
-                RunCalcViewData});
+    // The form without effects is for devices that pay for code that is off; here it is the same function.
+    for (const std::string form : {"", ".NoEffects"}) {
+        SetProgram("CSCalcDistances" + form,
+                   {{chunks, pos, splat, WritesWords(kSortDistances), noise, ReadsTexture(kRamps),
+                     UsesSampler(kSampler), UsesConstants(kCalcDistancesConstants)},
+                    RunCalcDistances});
+        SetProgram("CSCalcViewData" + form,
+                   {{chunks, pos, other, sh, ReadsTexture(kColor), splat, UsesConstants(kCalcViewDataConstants), noise,
+                     ReadsTexture(kRamps), ReadsTexture(kGradients), UsesSampler(kSampler),
+                     UsesConstants(kModelConstants), WritesBuffer(kViewData, sizeof(gpu::SplatViewData))},
+                    RunCalcViewData});
+    }
     SetProgram("CSExportData",
                {{chunks, pos, other, sh, ReadsTexture(kColor), splat,
                  WritesBuffer(kExportBuffer, sizeof(gpu::ExportSplatData)), UsesConstants(kExportDataConstants)},
                 RunExportData});
-}
-
-void RegisterSortKernels() {
-    const ProgramBinding constants = UsesConstants(kSortConstants);
-    const ProgramBinding shift = UsesConstants(kShift);
-    SetProgram("FfxParallelSortCount",
-               {{constants, shift, WritesWords(kSourceKeys), WritesWords(kSumTable)}, RunCount});
-    SetProgram("FfxParallelSortReduce", {{constants, WritesWords(kSumTable), WritesWords(kReduceTable)}, RunReduce});
-    SetProgram("FfxParallelSortScan", {{constants, WritesWords(kScanSource), WritesWords(kScanDestination)}, RunScan});
-    SetProgram(
-        "FfxParallelSortScanAdd",
-        {{constants, WritesWords(kScanSource), WritesWords(kScanDestination), WritesWords(kScanScratch)}, RunScanAdd});
-    SetProgram("FfxParallelSortScatter",
-               {{constants, shift, WritesWords(kSourceKeys), WritesWords(kDestinationKeys),
-                 WritesWords(kSourcePayloads), WritesWords(kDestinationPayloads), WritesWords(kSumTable)},
-                RunScatter});
 }
 
 }  // namespace nimbrel::cpu

@@ -19,53 +19,58 @@ private:
 
 }  // namespace
 
-UniquePtr<GraphicsCommandEncoder> CommandListCPU::CreateGraphicsCommandEncoder(
+UniquePtr<GraphicsCommandEncoder> CommandListCPU::DoCreateGraphicsCommandEncoder(
     const RenderPassDescription& description) {
     return MakeUnique<GraphicsCommandEncoderCPU>(*this, description);
 }
 
-UniquePtr<ComputeCommandEncoder> CommandListCPU::CreateComputeCommandEncoder() {
+UniquePtr<ComputeCommandEncoder> CommandListCPU::DoCreateComputeCommandEncoder() {
     return MakeUnique<ComputeCommandEncoderCPU>(*this);
 }
 
-UniquePtr<CopyCommandEncoder> CommandListCPU::CreateCopyCommandEncoder() {
+UniquePtr<CopyCommandEncoder> CommandListCPU::DoCreateCopyCommandEncoder() {
     return MakeUnique<CopyCommandEncoderCPU>(*this);
 }
 
-void CommandListCPU::SetDescriptorHeaps(DescriptorHeap& textureHeap, DescriptorHeap* samplerHeap) {
+void CommandListCPU::DoSetDescriptorHeaps(DescriptorHeap& textureHeap, DescriptorHeap* samplerHeap) {
     for (DescriptorHeap* heap : {&textureHeap, samplerHeap}) {
-        if (heap != nullptr) ToCPU<DescriptorHeapCPU>(*heap, "descriptor heap");
+        if (heap != nullptr) ToOwn<DescriptorHeapCPU>(*heap, "descriptor heap");
     }
 }
 
-void CommandListCPU::BeginEncoder() {
-    if (mIsClosed) ZEB_RENDER_THROW("The command list \"{}\" is closed", GetName());
-    if (mHasEncoder) ZEB_RENDER_THROW("The command list \"{}\" has an open encoder already", GetName());
-    mHasEncoder = true;
-}
-
-void CommandListCPU::CheckEncoderOpen(bool isOpen) const {
-    if (!isOpen) ZEB_RENDER_THROW("An encoder of the command list \"{}\" was ended already", GetName());
-}
-
-void CommandListCPU::Close() {
-    if (mHasEncoder) ZEB_RENDER_THROW("The command list \"{}\" still has an open encoder", GetName());
-    if (mIsClosed) ZEB_RENDER_THROW("The command list \"{}\" was executed already", GetName());
-    mIsClosed = true;
-}
-
 void CommandListCPU::Run() const {
-    for (const std::function<void()>& command : mCommands) command();
+    for (std::size_t i = 0; i < mCommands.size();) {
+        if (mCommands[i].mDispatch != nullptr) {
+            i += RunDispatches(i);
+        } else {
+            mCommands[i].mFunction();
+            ++i;
+        }
+    }
 }
 
-UniquePtr<CommandList> CommandQueueCPU::CreateCommandList(std::string name) {
+std::size_t CommandListCPU::RunDispatches(std::size_t first) const {
+    const BoundWork& work = *mCommands[first].mDispatch;
+    const Program& program = work.mPipeline->mProgram;
+    if (program.mSequence != nullptr) {
+        std::vector<Dispatch> dispatches;
+        for (std::size_t i = first; i < mCommands.size() && mCommands[i].mDispatch != nullptr; ++i) {
+            const BoundWork& next = *mCommands[i].mDispatch;
+            dispatches.push_back({next.mPipeline->mProgram, next.mBindings, mCommands[i].mGroups});
+        }
+        const std::size_t done = program.mSequence(dispatches);
+        if (done != 0) return done;
+    }
+    program.mCompute(work.mBindings, mCommands[first].mGroups);
+    return 1;
+}
+
+UniquePtr<CommandList> CommandQueueCPU::DoCreateCommandList(std::string name) {
     return MakeUnique<CommandListCPU>(std::move(name));
 }
 
-UniquePtr<CommandQueueCompletionEvent> CommandQueueCPU::Execute(UniquePtr<CommandList> commandList) {
-    if (!commandList) ZEB_RENDER_THROW("Failed to execute a command list on the queue \"{}\": commandList", GetName());
-    auto& list = ToCPU<CommandListCPU>(*commandList, "command list");
-    list.Close();
+UniquePtr<CommandQueueCompletionEvent> CommandQueueCPU::DoExecute(UniquePtr<CommandList> commandList) {
+    auto& list = ToOwn<CommandListCPU>(*commandList, "command list");
     list.Run();
     return MakeUnique<CompletionEventCPU>(std::move(commandList));
 }

@@ -5,36 +5,46 @@
 #include <string>
 #include <vector>
 
+#include <glm/vec3.hpp>
+
 #include "Render/CPU/Resources.h"
 
 namespace zeb::render::cpu {
 
-/// One recording: closures that the queue calls in order. They hold what they use.
+struct BoundWork;
+
+/// One recording: closures and dispatches that the queue runs in order. They hold what they use.
 class CommandListCPU final : public CommandList {
 public:
-    using CommandList::CommandList;
+    explicit CommandListCPU(std::string name) : CommandList(std::move(name)) {}
 
-    UniquePtr<GraphicsCommandEncoder> CreateGraphicsCommandEncoder(const RenderPassDescription& description) override;
-    UniquePtr<ComputeCommandEncoder> CreateComputeCommandEncoder() override;
-    UniquePtr<CopyCommandEncoder> CreateCopyCommandEncoder() override;
-    /// Descriptors are copied into the work that uses them, so nothing is recorded; the heaps must be of this device.
-    void SetDescriptorHeaps(DescriptorHeap& textureHeap, DescriptorHeap* samplerHeap) override;
-
-    void Record(std::function<void()> command) { mCommands.push_back(std::move(command)); }
-    void Close();
+    void Record(std::function<void()> command) { mCommands.push_back({std::move(command), nullptr, {}}); }
+    void Record(std::shared_ptr<const BoundWork> work, const glm::uvec3& groups) {
+        mCommands.push_back({nullptr, std::move(work), groups});
+    }
+    /// Dispatches recorded one after another may run as one piece of work (see SequenceFunction).
     void Run() const;
     /// The work is done: releases what was kept for it.
     void Finish() { mCommands.clear(); }
 
-    /// Only one encoder records at a time.
-    void BeginEncoder();
-    void EndEncoder() { mHasEncoder = false; }
-    void CheckEncoderOpen(bool isOpen) const;
+protected:
+    UniquePtr<GraphicsCommandEncoder> DoCreateGraphicsCommandEncoder(const RenderPassDescription& description) override;
+    UniquePtr<ComputeCommandEncoder> DoCreateComputeCommandEncoder() override;
+    UniquePtr<CopyCommandEncoder> DoCreateCopyCommandEncoder() override;
+    /// Descriptors are copied into the work that uses them, so nothing is recorded; the heaps must be of this device.
+    void DoSetDescriptorHeaps(DescriptorHeap& textureHeap, DescriptorHeap* samplerHeap) override;
+    void DoClose() override {}
 
 private:
-    std::vector<std::function<void()>> mCommands;
-    bool mHasEncoder = false;
-    bool mIsClosed = false;
+    struct Command {
+        std::function<void()> mFunction;
+        std::shared_ptr<const BoundWork> mDispatch;  ///< null for a closure
+        glm::uvec3 mGroups;
+    };
+
+    std::size_t RunDispatches(std::size_t first) const;
+
+    std::vector<Command> mCommands;
 };
 
 /// Runs lists on the thread that hands them over, which shares out the work inside them over the cores. Lists of
@@ -42,54 +52,33 @@ private:
 class CommandQueueCPU final : public CommandQueue {
 public:
     using CommandQueue::CommandQueue;
-    UniquePtr<CommandList> CreateCommandList(std::string name) override;
+
+protected:
+    UniquePtr<CommandList> DoCreateCommandList(std::string name) override;
     /// Returns when the list has run.
-    UniquePtr<CommandQueueCompletionEvent> Execute(UniquePtr<CommandList> commandList) override;
+    UniquePtr<CommandQueueCompletionEvent> DoExecute(UniquePtr<CommandList> commandList) override;
 };
 
 /// What the three encoders have in common. `Base` is the interface that the encoder implements.
 template <class Base>
 class EncoderCPU : public Base {
-public:
-    explicit EncoderCPU(CommandListCPU& list) : mList(list) { mList.BeginEncoder(); }
-    ~EncoderCPU() override {
-        if (mIsOpen) mList.EndEncoder();
-    }
-    EncoderCPU(const EncoderCPU&) = delete;
-    EncoderCPU& operator=(const EncoderCPU&) = delete;
+protected:
+    template <class... Args>
+    explicit EncoderCPU(CommandListCPU& list, const Args&... args) : Base(list, args...), mList(list) {}
 
     // Work runs in the order of its recording, so barriers have nothing to do but to be correct.
-    void TextureTransitionBarrier(Texture& texture, TextureState state) override {
-        CheckOpen();
+    void DoTextureTransitionBarrier(Texture& texture, TextureState state) override {
         CheckEnumeration(state, TextureState::UnorderedAccess, "resource state");
         ToCPU(texture);
     }
-    void BufferTransitionBarrier(Buffer& buffer, BufferState state) override {
-        CheckOpen();
+    void DoBufferTransitionBarrier(Buffer& buffer, BufferState state) override {
         CheckEnumeration(state, BufferState::UnorderedAccess, "buffer state");
         ToCPU(buffer);
     }
-    void TextureUnorderedAccessBarrier(Texture& texture) override {
-        CheckOpen();
-        ToCPU(texture);
-    }
-    void BufferUnorderedAccessBarrier(Buffer& buffer) override {
-        CheckOpen();
-        ToCPU(buffer);
-    }
-    void End() override {
-        CheckOpen();
-        mIsOpen = false;
-        mList.EndEncoder();
-    }
-
-protected:
-    void CheckOpen() const { mList.CheckEncoderOpen(mIsOpen); }
+    void DoTextureUnorderedAccessBarrier(Texture& texture) override { ToCPU(texture); }
+    void DoBufferUnorderedAccessBarrier(Buffer& buffer) override { ToCPU(buffer); }
 
     CommandListCPU& mList;
-
-private:
-    bool mIsOpen = true;
 };
 
 }  // namespace zeb::render::cpu

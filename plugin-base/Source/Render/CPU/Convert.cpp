@@ -1,5 +1,9 @@
 #include "Render/CPU/Convert.h"
 
+#include <algorithm>
+
+#include "Render/CPU/RowConversion.h"
+
 namespace zeb::render::cpu {
 namespace {
 
@@ -19,6 +23,40 @@ Vertex<2> ConvertVertex(std::uint32_t vertex, const glm::vec2& size) {
 glm::vec4 Unmultiply(const glm::vec4& color) {
     if (color.w < kLeastAlpha) return {color.x, color.y, color.z, 0.0F};
     return {color.x / color.w, color.y / color.w, color.z / color.w, color.w};
+}
+
+bool IsTexelToPixel(const RenderPass& pass, const glm::vec2& size) {
+    const Viewport& viewport = pass.mViewport;
+    const bool isWhole = viewport.mX == 0.0F && viewport.mY == 0.0F && viewport.mWidth == size.x &&
+                         viewport.mHeight == size.y && size.x == static_cast<float>(ToUint(size.x)) &&
+                         size.y == static_cast<float>(ToUint(size.y));
+    return isWhole && !pass.mBlend.mEnabled && static_cast<float>(pass.mScissor.mRight) <= size.x &&
+           static_cast<float>(pass.mScissor.mBottom) <= size.y;
+}
+
+void ConvertRows(const RenderPass& pass, const TextureView& source, bool unmultiply, std::int32_t beginRow,
+                 std::int32_t endRow) {
+    constexpr std::int64_t kBlock = 512;
+    Image& target = *pass.mTarget;
+    const auto bytesOf = [](Format format, std::int64_t texels) {
+        return static_cast<std::size_t>(texels) * GetBytesPerPixel(format);
+    };
+    alignas(64) float rgba[4 * kBlock];
+    for (std::int64_t y = beginRow; y < endRow; ++y) {
+        const std::int64_t available = y < source.mHeight ? source.mWidth : 0;
+        for (std::int64_t x = pass.mScissor.mLeft; x < pass.mScissor.mRight; x += kBlock) {
+            const std::int64_t count = std::min<std::int64_t>(kBlock, pass.mScissor.mRight - x);
+            const std::int64_t loaded = std::clamp<std::int64_t>(available - x, 0, count);
+            if (loaded > 0) {
+                const std::byte* const from = source.mData + bytesOf(source.mFormat, y * source.mWidth + x);
+                DecodeRow(source.mFormat, from, static_cast<std::size_t>(loaded), rgba);
+            }
+            std::fill(rgba + 4 * loaded, rgba + 4 * count, 0.0F);
+            if (unmultiply) UnmultiplyRow(rgba, static_cast<std::size_t>(count));
+            std::byte* const to = target.Texels().data() + bytesOf(target.GetFormat(), y * target.GetWidth() + x);
+            EncodeRow(target.GetFormat(), rgba, static_cast<std::size_t>(count), to);
+        }
+    }
 }
 
 void Convert(const TextureView& source, bool unmultiply, const glm::uvec2& size, Image& target) {

@@ -19,6 +19,14 @@ Vertex<2> ConvertVertex(std::uint32_t vertex, const glm::vec2& size);
 /// the colour stays and alpha becomes 0.
 glm::vec4 Unmultiply(const glm::vec4& color);
 
+/// Whether a draw of the four corners as a strip gives each pixel of the viewport its own texel: no other state than
+/// that of a plain copy.
+bool IsTexelToPixel(const RenderPass& pass, const glm::vec2& size);
+
+/// Rows [beginRow, endRow) of such a draw, `pass.mScissor` apart, the same bits.
+void ConvertRows(const RenderPass& pass, const TextureView& source, bool unmultiply, std::int32_t beginRow,
+                 std::int32_t endRow);
+
 /// Draws the upper left `size` pixels of `source` into those of `target`, colour divided by alpha if `unmultiply`.
 void Convert(const TextureView& source, bool unmultiply, const glm::uvec2& size, Image& target);
 

@@ -17,8 +17,6 @@ struct BufferView {
     std::uint64_t mSize = 0;
 };
 
-enum class TextureViewKind : std::uint32_t { Read, ReadWrite, RenderTarget };
-
 struct BoundTexture {
     std::shared_ptr<TextureResource> mTexture;
     TextureViewKind mKind = TextureViewKind::Read;
@@ -29,38 +27,37 @@ using Descriptor = std::variant<std::monostate, BufferView, BoundTexture, Sample
 
 /// The table behind a heap; ranges share it, so they may outlive the heap.
 struct DescriptorTable {
-    DescriptorTable(std::string name, DescriptorHeapType type, std::int32_t count);
+    explicit DescriptorTable(std::int32_t count) : mRanges(count), mDescriptors(static_cast<std::size_t>(count)) {}
 
-    std::string mName;
-    DescriptorHeapType mType;
     RangesManager mRanges;
     std::vector<Descriptor> mDescriptors;
 };
 
 class DescriptorRangeCPU final : public DescriptorRange {
 public:
-    DescriptorRangeCPU(std::shared_ptr<DescriptorTable> table, std::int32_t count);
+    DescriptorRangeCPU(const DescriptorHeap& heap, std::shared_ptr<DescriptorTable> table, std::int32_t count);
     ~DescriptorRangeCPU() override;
     DescriptorRangeCPU(const DescriptorRangeCPU&) = delete;
     DescriptorRangeCPU& operator=(const DescriptorRangeCPU&) = delete;
 
-    std::uint32_t GetCount() const override { return static_cast<std::uint32_t>(mCount); }
-    const Descriptor& Get(std::uint32_t index) const;
-    /// Writes a descriptor of a kind that only a heap of `type` takes.
-    void Set(std::uint32_t index, DescriptorHeapType type, Descriptor descriptor);
+    const Descriptor& Get(std::uint32_t index) const { return mTable->mDescriptors[ToSlot(index)]; }
+    void Set(std::uint32_t index, Descriptor descriptor) {
+        mTable->mDescriptors[ToSlot(index)] = std::move(descriptor);
+    }
 
 private:
-    std::size_t ToSlot(std::uint32_t index) const;
+    std::size_t ToSlot(std::uint32_t index) const { return static_cast<std::size_t>(mOffset) + index; }
 
     std::shared_ptr<DescriptorTable> mTable;
     std::int32_t mOffset;
-    std::int32_t mCount;
 };
 
 class DescriptorHeapCPU final : public DescriptorHeap {
 public:
     DescriptorHeapCPU(std::string name, DescriptorHeapType type, std::int32_t count);
-    UniquePtr<DescriptorRange> AllocateRange(std::int32_t count) override;
+
+protected:
+    UniquePtr<DescriptorRange> DoAllocateRange(std::int32_t count) override;
 
 private:
     std::shared_ptr<DescriptorTable> mTable;

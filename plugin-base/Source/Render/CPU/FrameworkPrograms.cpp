@@ -13,10 +13,22 @@ namespace {
 
 constexpr std::uint32_t kCopyGroupHeight = 8;
 
+/// A strip of the vertices 0 to 3, filled.
+bool IsWholeStrip(const DrawCall& call) {
+    return call.mTopology == Topology::TriangleStrip && call.mFirst == 0 && call.mCount == 4 && call.mIndices.empty() &&
+           call.mInstanceCount == 1 && call.mCullMode == CullMode::None && call.mFillMode == FillMode::Solid;
+}
+
 template <bool unmultiply>
 void DrawConvert(const DrawCall& call) {
     const auto size = call.mBindings.Constants<glm::vec2>(0);
     const TextureView source = call.mBindings.Texture(0);
+    if (IsWholeStrip(call) && IsTexelToPixel(call.mPass, size)) {
+        ForEachBand(call.mPass, [&](const RenderPass& pass) {
+            ConvertRows(pass, source, unmultiply, pass.mScissor.mTop, pass.mScissor.mBottom);
+        });
+        return;
+    }
     DrawPrimitives<2>(
         call, [&](std::uint32_t vertex, std::uint32_t) { return ConvertVertex(vertex, size); },
         [&](const std::array<float, 2>& coordinate, glm::vec4& color) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
 
 #include <oneapi/tbb/blocked_range.h>
@@ -13,9 +15,24 @@ namespace zeb::render::cpu {
 template <class Body>
 void ParallelFor(std::uint32_t count, std::uint32_t grain, const Body& body) {
     if (count == 0) return;
-    oneapi::tbb::parallel_for(
-        oneapi::tbb::blocked_range<std::uint32_t>(0, count, grain == 0 ? 1 : grain),
-        [&](const oneapi::tbb::blocked_range<std::uint32_t>& range) { body(range.begin(), range.end()); });
+    // Orders what is written before, in and behind the parts also for tools that do not see into oneTBB.
+    std::atomic<std::uint32_t> handedOver{0};
+    handedOver.store(1, std::memory_order_release);
+    oneapi::tbb::parallel_for(oneapi::tbb::blocked_range<std::uint32_t>(0, count, grain == 0 ? 1 : grain),
+                              [&](const oneapi::tbb::blocked_range<std::uint32_t>& range) {
+                                  handedOver.fetch_add(1, std::memory_order_acq_rel);
+                                  body(range.begin(), range.end());
+                                  handedOver.fetch_add(1, std::memory_order_acq_rel);
+                              });
+    static_cast<void>(handedOver.load(std::memory_order_acquire));
+}
+
+/// Calls `body(i)` for every i of [0, count), several at a time.
+template <class Body>
+void ParallelForEach(std::size_t count, const Body& body) {
+    ParallelFor(static_cast<std::uint32_t>(count), 1, [&](std::uint32_t begin, std::uint32_t end) {
+        for (std::uint32_t i = begin; i < end; ++i) body(std::size_t{i});
+    });
 }
 
 /// Threads that a parallel loop of the calling thread may use.

@@ -9,37 +9,23 @@
 
 namespace zeb::render::cpu {
 
-enum class RootParameterKind : std::uint32_t { Table, Constants, ConstantBuffer, ReadOnlyBuffer, ReadWriteBuffer };
-
 struct RootRegister {
     RegisterKind mKind;
     std::uint32_t mRegister;
 };
 
-/// One parameter. A table covers several registers, every other kind one.
-struct RootParameter {
-    RootParameterKind mKind;
-    std::vector<RootRegister> mRegisters;  ///< in the order of the table's descriptors
-    std::uint32_t mConstantCount = 0;      ///< 32-bit words, for root constants
-};
-
 class RootSignatureCPU final : public RootSignature {
 public:
     using RootSignature::RootSignature;
-    void AddDescriptorTable(const std::vector<DescriptorTableRange>& ranges, ShaderVisibility visibility) override;
-    void AddRootConstants(std::uint32_t count, std::uint32_t shaderRegister, std::uint32_t space) override;
-    void AddRootConstantBufferView(std::uint32_t shaderRegister, std::uint32_t space) override;
-    void AddRootShaderResourceBufferView(std::uint32_t shaderRegister, std::uint32_t space) override;
-    void AddRootUnorderedAccessBufferView(std::uint32_t shaderRegister, std::uint32_t space) override;
 
-    const std::vector<RootParameter>& GetParameters() const { return mParameters; }
+    /// Of each parameter, in the order of a table's descriptors. Every kind but a table has one.
+    const std::vector<std::vector<RootRegister>>& GetRegisters() const { return mRegisters; }
+
+protected:
+    void DoAddParameter(const RootParameter& parameter) override;
 
 private:
-    void AddRoot(RootParameterKind kind, RegisterKind registerKind, std::uint32_t shaderRegister, std::uint32_t space,
-                 std::uint32_t constantCount = 0);
-    void CheckRegister(std::uint32_t shaderRegister) const;
-
-    std::vector<RootParameter> mParameters;
+    std::vector<std::vector<RootRegister>> mRegisters;
 };
 
 /// A program's register and the parameter that it is bound by.
@@ -77,19 +63,14 @@ private:
     std::shared_ptr<const Pipeline> mPipeline;
 };
 
-inline constexpr std::size_t kMaxVertexSlots = 4;
-
 class GraphicsPipelineStateCPU final : public GraphicsPipelineState {
 public:
     GraphicsPipelineStateCPU(std::string name, const GraphicsPipelineDescription& description);
     const std::shared_ptr<const Pipeline>& GetPipeline() const { return mPipeline; }
-    /// Without the objects that it was made with, which may be gone.
-    const GraphicsPipelineDescription& GetDescription() const { return mDescription; }
 
 private:
     void CheckDescription() const;
 
-    GraphicsPipelineDescription mDescription;
     std::shared_ptr<const Pipeline> mPipeline;
 };
 

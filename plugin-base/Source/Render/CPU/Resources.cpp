@@ -1,7 +1,6 @@
 #include "Render/CPU/Resources.h"
 
 #include <algorithm>
-#include <bit>
 
 namespace zeb::render::cpu {
 namespace {
@@ -9,23 +8,12 @@ namespace {
 // Far beyond any frame's need; a number above it is a mistake, not a wish.
 constexpr std::uint64_t kMaxBufferSize = std::uint64_t{1} << 38;
 constexpr std::uint32_t kMaxLayers = 2048;
-// Rows of a subresource begin at multiples of this in a read-back buffer, on every back end.
-constexpr std::uint64_t kRowPitchAlignment = 256;
 
 void CheckDescription(const TextureDescription& description, const std::string& name) {
     const auto& [dimension, format, width, height, arraySize, mipLevels, usage] = description;
     constexpr std::uint32_t kKnownUsage =
         kTextureUsageShaderRead | kTextureUsageUnorderedAccess | kTextureUsageRenderTarget;
     if ((usage & ~kKnownUsage) != 0) ZEB_RENDER_THROW("Failed to get the resource flags for the value of {}", usage);
-    if (width == 0 || height == 0 || arraySize == 0 || mipLevels == 0) {
-        ZEB_RENDER_THROW("Failed to create the texture \"{}\" of {} x {} x {} with {} mip levels: it is empty", name,
-                         width, height, arraySize, mipLevels);
-    }
-    const auto maxLevels = static_cast<std::uint32_t>(std::bit_width(std::max(width, height)));
-    if (mipLevels > maxLevels) {
-        ZEB_RENDER_THROW("Failed to create the texture \"{}\" of {} x {}: it has no {} mip levels", name, width, height,
-                         mipLevels);
-    }
     CheckEnumeration(dimension, TextureDimension::Texture2DArray, "resource diamension");
     if (GetBytesPerPixel(format) == 0)
         ZEB_RENDER_THROW("Failed to get the format for the value of {}", static_cast<std::uint32_t>(format));
@@ -46,7 +34,6 @@ void DeviceReport::Report(const std::string& text) const {
 
 BufferResource::BufferResource(const std::string& name, std::uint64_t size) : mName(name), mSize(size) {
     const std::string owner = fmt::format("the buffer \"{}\" of {} bytes", name, size);
-    if (size == 0) ZEB_RENDER_THROW("Failed to create {}: a buffer cannot be empty", owner);
     if (size > kMaxBufferSize)
         ZEB_RENDER_THROW("Failed to create {}: the device's limit is {} bytes", owner, kMaxBufferSize);
     mData.reset(static_cast<std::byte*>(std::calloc(static_cast<std::size_t>(size), 1)));
@@ -55,7 +42,7 @@ BufferResource::BufferResource(const std::string& name, std::uint64_t size) : mN
 
 BufferCPU::BufferCPU(std::shared_ptr<const DeviceReport> report, std::string name, std::uint64_t sizeInBytes,
                      MemoryKind memory, BufferState initialState, BufferUsage usage)
-    : Buffer(std::move(name), sizeInBytes), mReport(std::move(report)), mMemory(memory) {
+    : Buffer(std::move(name), sizeInBytes, memory), mReport(std::move(report)) {
     CheckEnumeration(usage, BufferUsage::DenyShaderResource, "resource flags");
     CheckEnumeration(initialState, BufferState::UnorderedAccess, "buffer state");
     CheckEnumeration(memory, MemoryKind::Readback, "heap type");
@@ -63,24 +50,8 @@ BufferCPU::BufferCPU(std::shared_ptr<const DeviceReport> report, std::string nam
 }
 
 BufferCPU::~BufferCPU() {
-    if (mOpenMaps != 0) mReport->Report(fmt::format("The buffer {} must be unmapped.", GetName()));
-}
-
-std::byte* BufferCPU::Map(std::uint64_t begin, std::uint64_t end) {
-    // All memory could be had here, but a caller that relies on it would fail on other devices.
-    if (mMemory == MemoryKind::Default)
-        ZEB_RENDER_THROW("Failed to map the buffer \"{}\": its memory is not visible to the CPU", GetName());
-    if (begin > end || end > GetSizeInBytes()) {
-        ZEB_RENDER_THROW("Failed to map bytes {} to {} of the buffer \"{}\" of {} bytes", begin, end, GetName(),
-                         GetSizeInBytes());
-    }
-    ++mOpenMaps;
-    return mResource->Bytes().data();
-}
-
-void BufferCPU::Unmap() {
-    if (mOpenMaps == 0) ZEB_RENDER_THROW("The buffer {} is not mapped.", GetName());
-    --mOpenMaps;
+    const std::string problem = CheckUnmapped();
+    if (!problem.empty()) mReport->Report(problem);
 }
 
 TextureResource::TextureResource(const std::string& name, const TextureDescription& description)
@@ -101,19 +72,6 @@ TextureCPU::TextureCPU(std::string name, const TextureDescription& description, 
     : Texture(std::move(name), description) {
     CheckEnumeration(initialState, TextureState::UnorderedAccess, "resource state");
     mResource = std::make_shared<TextureResource>(GetName(), description);
-}
-
-CopyableLayout TextureCPU::GetCopyableLayout(std::uint32_t mipLevel, std::uint32_t arrayIndex) const {
-    const TextureDescription& description = GetDescription();
-    if (mipLevel >= description.mMipLevels || arrayIndex >= description.mArraySize)
-        ZEB_RENDER_THROW("The texture \"{}\" has no mip level {} of layer {}", GetName(), mipLevel, arrayIndex);
-    const Image& image = mResource->mLevels[mipLevel];
-    CopyableLayout layout;
-    layout.mRowSize = std::uint64_t{image.GetWidth()} * GetBytesPerPixel(description.mFormat);
-    layout.mRowPitch = (layout.mRowSize + kRowPitchAlignment - 1) / kRowPitchAlignment * kRowPitchAlignment;
-    layout.mRowCount = image.GetHeight();
-    layout.mTotalSize = layout.mRowPitch * (layout.mRowCount - 1) + layout.mRowSize;
-    return layout;
 }
 
 SamplerCPU::SamplerCPU(std::string name, const SamplerDescription& description)

@@ -30,14 +30,6 @@ private:
 
 inline constexpr std::uint32_t kMaxTextureSize = 16384;
 
-/// The back end's own object behind an interface; a stranger's object is a failure that names it.
-template <class Own, class Interface>
-Own& ToCPU(Interface& object, const char* kind) {
-    auto* own = dynamic_cast<Own*>(&object);
-    if (own == nullptr) ZEB_RENDER_THROW("The {} \"{}\" belongs to another device", kind, object.GetName());
-    return *own;
-}
-
 /// A value beyond an enumeration's last is a failure that quotes it.
 template <class T>
 void CheckEnumeration(T value, T last, const char* what) {
@@ -67,16 +59,15 @@ public:
     /// A map left open is reported to the validation's receiver.
     ~BufferCPU() override;
 
-    std::byte* Map(std::uint64_t begin, std::uint64_t end) override;
-    void Unmap() override;
-
     const std::shared_ptr<BufferResource>& GetResource() const { return mResource; }
+
+protected:
+    std::byte* DoMap(std::uint64_t, std::uint64_t) override { return mResource->Bytes().data(); }
+    void DoUnmap() override {}
 
 private:
     std::shared_ptr<const DeviceReport> mReport;
     std::shared_ptr<BufferResource> mResource;
-    MemoryKind mMemory;
-    std::uint32_t mOpenMaps = 0;
 };
 
 struct TextureResource {
@@ -93,7 +84,6 @@ struct TextureResource {
 class TextureCPU final : public Texture {
 public:
     TextureCPU(std::string name, const TextureDescription& description, TextureState initialState);
-    CopyableLayout GetCopyableLayout(std::uint32_t mipLevel, std::uint32_t arrayIndex) const override;
     const std::shared_ptr<TextureResource>& GetResource() const { return mResource; }
 
 private:
@@ -109,8 +99,8 @@ private:
     SamplerDescription mDescription;
 };
 
-inline BufferCPU& ToCPU(Buffer& buffer) { return ToCPU<BufferCPU>(buffer, "buffer"); }
-inline TextureCPU& ToCPU(Texture& texture) { return ToCPU<TextureCPU>(texture, "texture"); }
-inline SamplerCPU& ToCPU(Sampler& sampler) { return ToCPU<SamplerCPU>(sampler, "sampler"); }
+inline BufferCPU& ToCPU(Buffer& buffer) { return ToOwn<BufferCPU>(buffer, "buffer"); }
+inline TextureCPU& ToCPU(Texture& texture) { return ToOwn<TextureCPU>(texture, "texture"); }
+inline SamplerCPU& ToCPU(Sampler& sampler) { return ToOwn<SamplerCPU>(sampler, "sampler"); }
 
 }  // namespace zeb::render::cpu

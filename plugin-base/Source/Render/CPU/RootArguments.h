@@ -16,14 +16,15 @@ struct BoundWork {
     std::vector<std::shared_ptr<const void>> mKept;  ///< resources and constants that the bindings point into
 };
 
-/// The values bound to a root signature's parameters while an encoder records.
+/// The values bound to a root signature's parameters while an encoder records. What is set fits its parameter, and all
+/// are set before they are used: the encoders' interface sees to that.
 class RootArguments {
 public:
     /// Another signature than the one set before empties all arguments.
     void SetSignature(const RootSignatureCPU& signature);
     void SetTable(std::uint32_t parameter, DescriptorRangeCPU& range, std::uint32_t index);
     void SetConstants(std::uint32_t parameter, std::uint32_t count, const void* data);
-    void SetBuffer(std::uint32_t parameter, RootParameterKind kind, BufferCPU& buffer, std::uint64_t byteOffset);
+    void SetBuffer(std::uint32_t parameter, BufferCPU& buffer, std::uint64_t byteOffset);
 
     /// What a pipeline's registers make of the arguments. Throws for an argument that is missing or does not fit.
     /// `target`, if any, is drawn to at the same time and may not be read.
@@ -38,9 +39,8 @@ private:
         std::uint32_t mIndex = 0;
     };
 
-    Argument& Check(std::uint32_t parameter, RootParameterKind kind);
     Bindings::Slot BindRegister(const BoundRegister& bound, BoundWork& work) const;
-    const Descriptor& GetDescriptor(const BoundRegister& bound, const Pipeline& pipeline) const;
+    const Descriptor& GetDescriptor(const BoundRegister& bound) const;
     BufferView GetBufferView(const BoundRegister& bound, const Pipeline& pipeline) const;
     bool IsTable(const BoundRegister& bound) const;
 

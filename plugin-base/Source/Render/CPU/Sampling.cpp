@@ -22,8 +22,14 @@ std::int64_t Address(SamplerAddress mode, std::int64_t texel, std::int64_t size)
     }
 }
 
+/// With one rounding of the product and the sum, as filters on devices with a fused multiplication do.
+float FilterLerp(float low, float high, float t) {
+    return static_cast<float>(static_cast<double>(low) + static_cast<double>(t) * static_cast<double>(high - low));
+}
+
 glm::vec4 LerpColor(const glm::vec4& low, const glm::vec4& high, float t) {
-    return {Lerp(low.x, high.x, t), Lerp(low.y, high.y, t), Lerp(low.z, high.z, t), Lerp(low.w, high.w, t)};
+    return {FilterLerp(low.x, high.x, t), FilterLerp(low.y, high.y, t), FilterLerp(low.z, high.z, t),
+            FilterLerp(low.w, high.w, t)};
 }
 
 }  // namespace

@@ -1,3 +1,0 @@
-#include "NoEffects.hlsli"
-
-#include "CSCalcDistances.hlsl"
