@@ -28,13 +28,20 @@ float ToConstantTerm(uint range, float v) {
     return ((low - 0.5) + v * (RangeHigh(range) - low)) * 3.54490757;
 }
 
-#define STORE_SH(k, suffix, index)                  \
-    {                                                \
-        float3 coefficient = DecodeSH(source, k);    \
-        record.shR##suffix[index] = coefficient.r;   \
-        record.shG##suffix[index] = coefficient.g;   \
-        record.shB##suffix[index] = coefficient.b;   \
+#define STORE_SH(k, index, red, green, blue)       \
+    {                                              \
+        float3 coefficient = DecodeSH(source, k);  \
+        record.red[index] = coefficient.r;         \
+        record.green[index] = coefficient.g;       \
+        record.blue[index] = coefficient.b;        \
     }
+#define STORE_THREE_SH(k, red, green, blue)        \
+    STORE_SH(k, 0, red, green, blue)               \
+    STORE_SH(k + 1u, 1, red, green, blue)          \
+    STORE_SH(k + 2u, 2, red, green, blue)
+#define STORE_FOUR_SH(k, red, green, blue)         \
+    STORE_THREE_SH(k, red, green, blue)            \
+    STORE_SH(k + 3u, 3, red, green, blue)
 #define STORE3(member, value) \
     record.member[0] = (value).x; \
     record.member[1] = (value).y; \
@@ -57,10 +64,10 @@ void CSExportData(uint3 thread : SV_DispatchThreadID) {
                         ToConstantTerm(_SplatChunks[chunk].colB, texel.b));
     STORE3(dc0, dc0)
     SHSource source = OpenSH(i);
-    STORE_SH(0u, 14, 0) STORE_SH(1u, 14, 1) STORE_SH(2u, 14, 2) STORE_SH(3u, 14, 3)
-    STORE_SH(4u, 58, 0) STORE_SH(5u, 58, 1) STORE_SH(6u, 58, 2) STORE_SH(7u, 58, 3)
-    STORE_SH(8u, 9C, 0) STORE_SH(9u, 9C, 1) STORE_SH(10u, 9C, 2) STORE_SH(11u, 9C, 3)
-    STORE_SH(12u, DF, 0) STORE_SH(13u, DF, 1) STORE_SH(14u, DF, 2)
+    STORE_FOUR_SH(0u, shR14, shG14, shB14)
+    STORE_FOUR_SH(4u, shR58, shG58, shB58)
+    STORE_FOUR_SH(8u, shR9C, shG9C, shB9C)
+    STORE_THREE_SH(12u, shRDF, shGDF, shBDF)
     float opacity = DecodeOpacity(i, texel);
     record.opacity = NaturalLog(opacity / max(0.5 - (opacity - 0.5), 9.99999997e-07));
     float3 scale = DecodeScale(i);

@@ -2,6 +2,8 @@
 
 #include <cstddef>
 
+#include "PluginBase/Render/Render.h"
+
 /// The table that the build writes from Programs.json.
 namespace nimbrel::embedded {
 
@@ -14,6 +16,7 @@ struct Program {
         const void* mData = nullptr;
     };
     const char* mName;
+    zeb::render::ShaderFormat mFormat;
     Stage mStages[kStageCount];
 };
 

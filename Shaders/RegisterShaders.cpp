@@ -15,7 +15,7 @@ void RegisterShaders() {
             zeb::render::EmbeddedShaderData data;
             for (std::size_t stage = 0; stage < embedded::kStageCount; ++stage)
                 data.mStages[stage] = {program.mStages[stage].mSize, program.mStages[stage].mData};
-            zeb::render::Render::SetEmbeddedShaderData(program.mName, data);
+            zeb::render::Render::SetEmbeddedShaderData(program.mName, data, program.mFormat);
         }
     });
 }

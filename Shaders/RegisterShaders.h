@@ -4,7 +4,8 @@
 namespace nimbrel {
 
 /// Enters all programs and their forms in the registry of zeb::render. Forms other than the plain one are named
-/// "NAME.Wave" and "NAME.Serial". Call it before any device exists; further calls, from any thread, do nothing.
+/// "NAME.Wave", "NAME.Serial" and "NAME.NoEffects". Call it before any device exists; further calls, from any thread,
+/// do nothing.
 void RegisterShaders();
 
 }  // namespace nimbrel

@@ -1,9 +1,22 @@
 // Per-splat effects of the view-data kernel: crops, colour, opacity and size, each over its own soft shape in the
 // model's aligned space.
+//
+// ZEB_NO_EFFECTS: the form "NoEffects" of a kernel, for instances whose effects are off: same bits without the code.
 #ifndef SPLAT_EFFECTS_HLSLI
 #define SPLAT_EFFECTS_HLSLI
 
 #include "SplatProjection.hlsli"
+
+#if defined(ZEB_NO_EFFECTS)
+
+bool IsCroppedByShape(float3 aligned) { return false; }
+bool IsCroppedByPlane(float4 row, float3 position, SplatMatrix m) { return false; }
+float ScaleFactor(float3 place, uint instance) { return 1.0; }
+float3 ApplyColorEffect(float3 color, float3 place, uint instance) { return color; }
+float OpacityFactor(float3 place, uint instance) { return 1.0; }
+
+#else
+
 #include "SplatShapes.hlsli"
 
 #define BLENDING_NORMAL 0
@@ -82,9 +95,9 @@ float3 ApplyColorEffect(float3 color, float3 place, uint instance) {
     if (model_effects_splatColor_enabled != 1) return color;
     float g = ShapeFeather(model_effects_splatColor_shape_type, model_effects_splatColor_shape_center.xyz,
                            splatColor_shape_halfSize.xyz, model_effects_splatColor_shape_feather, place);
-    uint width, height;
+    float width, height;
     _SplatGradients.GetDimensions(width, height);
-    float v = (float(instance) + 0.5) / float(height);
+    float v = (float(instance) + 0.5) / height;
     float3 blended = _SplatGradients.SampleLevel(_LinearSampler, float2(g, v), 0.0).rgb;
     if (model_effects_splatColor_blending == BLENDING_ADD) blended = blended + color;
     if (model_effects_splatColor_blending == BLENDING_MULTIPLY) blended = blended * color;
@@ -98,5 +111,7 @@ float OpacityFactor(float3 place, uint instance) {
     float low = model_effects_splatOpacity_minValue;
     return low + (model_effects_splatOpacity_maxValue - low) * SampleRamp(instance, RAMP_OPACITY, g);
 }
+
+#endif
 
 #endif

@@ -2,10 +2,11 @@
 #ifndef SPLAT_NOISE_HLSLI
 #define SPLAT_NOISE_HLSLI
 
+#include "SplatSine.hlsli"
 #include "ZebMath.hlsli"
 
 float HashComponent(float4 corner, float4 k) {
-    float v = sin(Dot4(corner, k)) * 43758.546875;
+    float v = Sine(Dot4(corner, k)) * 43758.546875;
     return (v - floor(v)) * 2.0 - 1.0;
 }
 

@@ -1,10 +1,19 @@
 // Where a splat is after displacement and noise. The distance kernel and the view-data kernel both take it from
 // here, so that the order and the picture see the same bits.
+//
+// ZEB_NO_EFFECTS: the form "NoEffects" of a kernel, for instances whose effects are off: same bits without the code.
 #ifndef SPLAT_PLACEMENT_HLSLI
 #define SPLAT_PLACEMENT_HLSLI
 
+#if defined(ZEB_NO_EFFECTS)
+
+float3 PlaceSplat(float3 aligned, uint instance) { return aligned; }
+
+#else
+
 #include "SplatNoise.hlsli"
 #include "SplatShapes.hlsli"
+#include "SplatSine.hlsli"
 #include "ZebMath.hlsli"
 
 cbuffer NoiseConstants1 : register(b11) {
@@ -38,8 +47,8 @@ cbuffer NoiseConstants1 : register(b11) {
 
 // Unit quaternion of a rotation about x, then y, then z, by half angles; vector part first.
 float4 QuaternionFromHalfAngles(float3 h) {
-    float sx = sin(h.x), sy = sin(h.y), sz = sin(h.z);
-    float cx = cos(h.x), cy = cos(h.y), cz = cos(h.z);
+    float sx = Sine(h.x), sy = Sine(h.y), sz = Sine(h.z);
+    float cx = Cosine(h.x), cy = Cosine(h.y), cz = Cosine(h.z);
     float a = -(sy * sz);
     float b = cz * sy;
     float c = sz * cy;
@@ -95,5 +104,7 @@ float3 PlaceSplat(float3 aligned, uint instance) {
     }
     return position;
 }
+
+#endif
 
 #endif

@@ -37,9 +37,9 @@ float ShapeFeather(int type, float3 center, float3 halfSize, float feather, floa
 
 // The curve in row `row` of an instance at g, 0 inside the shape to 1 outside.
 float SampleRamp(uint instance, uint row, float g) {
-    uint width, height;
+    float width, height;  // not integers, which Wine's Direct3D answers wrongly
     _SplatRamps.GetDimensions(width, height);
-    float v = (float(RAMP_ROWS * instance + row) + 0.5) / float(height);
+    float v = (float(RAMP_ROWS * instance + row) + 0.5) / height;
     return _SplatRamps.SampleLevel(_LinearSampler, float2(g, v), 0.0);
 }
 

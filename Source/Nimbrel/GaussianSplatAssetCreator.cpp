@@ -92,6 +92,7 @@ void CreateColorData(GaussianSplatAsset& asset) {
 
 void CreateBlocks(GaussianSplatAsset& asset) {
     if (asset.shFormat >= SHFormat::Cluster64k) ZEB_THROW(zeb::kInternalError, "Clustering is not supported yet.");
+    RequireMemory(GaussianSplatAsset::CalcDataSizes(asset).total);
     asset.chunkData.resize(static_cast<std::size_t>(GaussianSplatAsset::GetChunkCount(asset.splatCount)) *
                            sizeof(GaussianSplatAsset::ChunkInfo));
     asset.posData = CreateBlock(GaussianSplatAsset::CalcPosDataSize(asset.splatCount, asset.posFormat));

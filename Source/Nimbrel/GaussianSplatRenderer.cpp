@@ -6,6 +6,7 @@
 #include <glm/matrix.hpp>
 
 #include "Nimbrel/CommonCpp.h"
+#include "Nimbrel/EffectSwitches.h"
 #include "PluginBase/Exception.h"
 
 using namespace zeb::render;
@@ -65,6 +66,40 @@ void FillFromPacked(StructuredBuffer<T>& buffer, const char* name, const zeb::Pa
     });
 }
 
+/// The splats of one instance in a frame.
+struct InstanceSplats {
+    std::size_t mGroupIndex;
+    const GaussianSplatAsset& mAsset;
+    std::uint32_t mSlot;
+    std::uint64_t mInstanceIndex;
+    std::uint64_t mOffset;  ///< splats of all instances before
+    std::uint32_t mCount;
+};
+
+/// Calls `visit(splats)` for every instance that has some, in the frame's order.
+template <class Visitor>
+void ForEachWithSplats(const std::vector<ModelGroup>& models, const Visitor& visit) {
+    std::uint64_t offset = 0;
+    std::uint64_t instanceIndex = 0;
+    for (std::size_t group = 0; group < models.size(); ++group) {
+        const GaussianSplatAsset& asset = *models[group].asset;
+        const std::uint32_t count = GetSplatCount(asset);
+        for (const ModelInstance& instance : models[group].instances) {
+            if (count != 0) visit(InstanceSplats{group, asset, instance.modelIndex, instanceIndex, offset, count});
+            offset += count;
+            ++instanceIndex;
+        }
+    }
+}
+
+bool MovesSplats(const zeb::PackedParameters& packed, std::uint32_t slot) {
+    return nimbrel::MovesSplats(packed.Read<nimbrel::gpu::NoiseConstants1>(fmt::format("NoiseConstants{}", slot), 0));
+}
+
+bool ChangesLook(const zeb::PackedParameters& packed, std::uint32_t slot) {
+    return nimbrel::ChangesLook(packed.Read<nimbrel::gpu::ModelConstants1>(fmt::format("ModelConstants{}", slot), 0));
+}
+
 zeb::UniquePtr<CommandList> BeginList(Device& device) {
     ThreadData& threadData = device.GetThreadData();
     auto commandList = threadData.mCommandQueue->CreateCommandList("MainCommandList");
@@ -75,16 +110,17 @@ zeb::UniquePtr<CommandList> BeginList(Device& device) {
 }  // namespace
 
 GaussianSplatRenderer::GaussianSplatRenderer(Device& device, const RendererPrograms& programs)
-    : mSetIndices(device, "CSSetIndices", kSplatGroupSize),
+    : mLeaveOutEffects(programs.mLeaveOutEffects),
+      mSetIndices(device, "CSSetIndices", kSplatGroupSize),
       mNoiseConstants(device, "NoiseConstantsBuffer", kUploadBuffer, kConstantsStride),
-      mCalcDistances(device, programs.mCalcDistances, kSplatGroupSize),
+      mCalcDistances(MakeKernel(device, "CSCalcDistances")),
       mCalcDistancesConstants(device, "CalcDistancesConstants", kUploadBuffer, kConstantsStride),
       mCurves(device),
       mLinearSampler(
           device.CreateSampler("LinearSampler", {SamplerFilter::Linear, SamplerFilter::Linear, SamplerFilter::Linear,
                                                  SamplerAddress::Clamp, SamplerAddress::Clamp, SamplerAddress::Clamp})),
       mSamplerRange(device.GetThreadData().mSamplerHeap->AllocateRange(1)),
-      mCalcViewData(device, programs.mCalcViewData, kSplatGroupSize),
+      mCalcViewData(MakeKernel(device, "CSCalcViewData")),
       mCalcViewDataConstants(device, "CalcViewDataConstants", kUploadBuffer, kViewDataConstantsStride),
       mModelConstants(device, "ModelConstants", kUploadBuffer, kConstantsStride),
       mExportData(device, "CSExportData", kSplatGroupSize),
@@ -102,24 +138,28 @@ GaussianSplatRenderer::GaussianSplatRenderer(Device& device, const RendererProgr
     mSetIndices.AddUnorderedAccess(kSortKeys);
     mSetIndices.AddRootConstants(1, kSetIndicesConstants);
 
-    mCalcDistances.AddShaderResource(kChunks);
-    mCalcDistances.AddShaderResource(kPos);
-    mCalcDistances.AddRootConstants(2, kSplatConstants);
-    mCalcDistances.AddUnorderedAccess(kSortDistances);
-    mCalcDistances.AddConstantBuffer(kNoiseConstants);
-    mCalcDistances.AddDescriptorTable(DescriptorRangeType::Texture, 2, kCurves);
-    mCalcDistances.AddDescriptorTable(DescriptorRangeType::Sampler, 1, kSampler);
-    mCalcDistances.AddConstantBuffer(kCalcDistancesConstants);
+    for (ComputeProgram* program : {&mCalcDistances.mFull, &mCalcDistances.mNoEffects}) {
+        program->AddShaderResource(kChunks);
+        program->AddShaderResource(kPos);
+        program->AddRootConstants(2, kSplatConstants);
+        program->AddUnorderedAccess(kSortDistances);
+        program->AddConstantBuffer(kNoiseConstants);
+        program->AddDescriptorTable(DescriptorRangeType::Texture, 2, kCurves);
+        program->AddDescriptorTable(DescriptorRangeType::Sampler, 1, kSampler);
+        program->AddConstantBuffer(kCalcDistancesConstants);
+    }
 
-    for (const Register buffer : {kChunks, kPos, kOther, kSH}) mCalcViewData.AddShaderResource(buffer);
-    mCalcViewData.AddDescriptorTable(DescriptorRangeType::Texture, 1, kColor);
-    mCalcViewData.AddRootConstants(2, kSplatConstants);
-    mCalcViewData.AddConstantBuffer(kCalcViewDataConstants);
-    mCalcViewData.AddConstantBuffer(kNoiseConstants);
-    mCalcViewData.AddDescriptorTable(DescriptorRangeType::Texture, 2, kCurves);
-    mCalcViewData.AddDescriptorTable(DescriptorRangeType::Sampler, 1, kSampler);
-    mCalcViewData.AddConstantBuffer(kModelConstants);
-    mCalcViewData.AddUnorderedAccess(kViewData);
+    for (ComputeProgram* program : {&mCalcViewData.mFull, &mCalcViewData.mNoEffects}) {
+        for (const Register buffer : {kChunks, kPos, kOther, kSH}) program->AddShaderResource(buffer);
+        program->AddDescriptorTable(DescriptorRangeType::Texture, 1, kColor);
+        program->AddRootConstants(2, kSplatConstants);
+        program->AddConstantBuffer(kCalcViewDataConstants);
+        program->AddConstantBuffer(kNoiseConstants);
+        program->AddDescriptorTable(DescriptorRangeType::Texture, 2, kCurves);
+        program->AddDescriptorTable(DescriptorRangeType::Sampler, 1, kSampler);
+        program->AddConstantBuffer(kModelConstants);
+        program->AddUnorderedAccess(kViewData);
+    }
 
     for (const Register buffer : {kChunks, kPos, kOther, kSH}) mExportData.AddShaderResource(buffer);
     mExportData.AddDescriptorTable(DescriptorRangeType::Texture, 1, kColor);
@@ -230,6 +270,17 @@ void GaussianSplatRenderer::FillCalcDistancesConstants(const Frame& frame) {
     });
 }
 
+GaussianSplatRenderer::KernelForms GaussianSplatRenderer::MakeKernel(Device& device, const std::string& name) {
+    return {ComputeProgram(device, name, kSplatGroupSize),
+            ComputeProgram(device, name + ".NoEffects", kSplatGroupSize)};
+}
+
+void GaussianSplatRenderer::Use(ComputeCommandEncoder& encoder, ComputeProgram& program) {
+    program.Use(encoder);
+    program.SetDescriptorRange(encoder, kCurves, mCurves.GetRange(), 0);
+    program.SetDescriptorRange(encoder, kSampler, *mSamplerRange, 0);
+}
+
 void GaussianSplatRenderer::BindGroup(ComputeCommandEncoder& encoder, const ComputeProgram& program,
                                       const GaussianSplatAsset& asset, const AssetUploader::Place& place) const {
     program.SetShaderResource(encoder, kChunks, mAssets.GetChunks(), place.mChunks);
@@ -242,32 +293,36 @@ void GaussianSplatRenderer::BindGroup(ComputeCommandEncoder& encoder, const Comp
     program.SetConstants(encoder, kSplatConstants, sizeof(constants) / 4, &constants);
 }
 
+void GaussianSplatRenderer::BindAllOfGroup(ComputeCommandEncoder& encoder, const ComputeProgram& program,
+                                           const GaussianSplatAsset& asset, const AssetUploader::Place& place) {
+    encoder.TextureTransitionBarrier(mAssets.GetColorTexture(asset.colorFormat), TextureState::ShaderRead);
+    BindGroup(encoder, program, asset, place);
+    program.SetShaderResource(encoder, kOther, mAssets.GetOther(), place.mOther);
+    program.SetShaderResource(encoder, kSH, mAssets.GetSH(), place.mSH);
+    program.SetDescriptorRange(encoder, kColor, mAssets.GetColorRange(), static_cast<std::uint32_t>(asset.colorFormat));
+}
+
 void GaussianSplatRenderer::CalcDistances(ComputeCommandEncoder& encoder, const Frame& frame) {
     FillCalcDistancesConstants(frame);
-    mCalcDistances.Use(encoder);
-    mCalcDistances.SetDescriptorRange(encoder, kCurves, mCurves.GetRange(), 0);
-    mCalcDistances.SetDescriptorRange(encoder, kSampler, *mSamplerRange, 0);
-    std::uint64_t splatOffset = 0;
-    std::uint64_t instanceIndex = 0;
-    for (std::size_t i = 0; i < frame.mModels.size(); ++i) {
-        const ModelGroup& group = frame.mModels[i];
-        const std::uint32_t splatCount = GetSplatCount(*group.asset);
-        if (splatCount == 0) {
-            instanceIndex += group.instances.size();
-            continue;
-        }
-        BindGroup(encoder, mCalcDistances, *group.asset, mAssets.GetPlaces()[i]);
-        for (std::size_t instance = 0; instance < group.instances.size(); ++instance, ++instanceIndex) {
-            mCalcDistances.SetUnorderedAccess(encoder, kSortDistances, mSortDistances.Get(),
-                                              splatOffset * mSortDistances.GetStride());
-            mCalcDistances.SetConstantBuffer(encoder, kNoiseConstants, mNoiseConstants.Get(),
-                                             instanceIndex * kConstantsStride);
-            mCalcDistances.SetConstantBuffer(encoder, kCalcDistancesConstants, mCalcDistancesConstants.Get(),
-                                             instanceIndex * kConstantsStride);
-            mCalcDistances.DispatchItems(encoder, splatCount);
-            splatOffset += splatCount;
-        }
-    }
+    const zeb::PackedParameters& packed = *frame.mDrawInfo.mPackedParameters;
+    const ComputeProgram* used = nullptr;
+    std::size_t group = 0;
+    ForEachWithSplats(frame.mModels, [&](const InstanceSplats& splats) {
+        const bool full = !mLeaveOutEffects || MovesSplats(packed, splats.mSlot);
+        ComputeProgram& program = full ? mCalcDistances.mFull : mCalcDistances.mNoEffects;
+        if (&program != used) Use(encoder, program);
+        if (&program != used || group != splats.mGroupIndex)
+            BindGroup(encoder, program, splats.mAsset, mAssets.GetPlaces()[splats.mGroupIndex]);
+        used = &program;
+        group = splats.mGroupIndex;
+        program.SetUnorderedAccess(encoder, kSortDistances, mSortDistances.Get(),
+                                   splats.mOffset * mSortDistances.GetStride());
+        program.SetConstantBuffer(encoder, kNoiseConstants, mNoiseConstants.Get(),
+                                  splats.mInstanceIndex * kConstantsStride);
+        program.SetConstantBuffer(encoder, kCalcDistancesConstants, mCalcDistancesConstants.Get(),
+                                  splats.mInstanceIndex * kConstantsStride);
+        program.DispatchItems(encoder, splats.mCount);
+    });
 }
 
 void GaussianSplatRenderer::FillCalcViewDataConstants(const Frame& frame) {
@@ -308,41 +363,29 @@ void GaussianSplatRenderer::FillCalcViewDataConstants(const Frame& frame) {
 void GaussianSplatRenderer::CalcViewData(ComputeCommandEncoder& encoder, const Frame& frame) {
     FillCalcViewDataConstants(frame);
     mModelConstants.SetCount(frame.mInstanceCount);
-    FillFromPacked(mModelConstants, "ModelConstants{}", *frame.mDrawInfo.mPackedParameters, frame.mModels);
+    const zeb::PackedParameters& packed = *frame.mDrawInfo.mPackedParameters;
+    FillFromPacked(mModelConstants, "ModelConstants{}", packed, frame.mModels);
 
     encoder.BufferTransitionBarrier(mViewData.Get(), BufferState::UnorderedAccess);
-    mCalcViewData.Use(encoder);
-    mCalcViewData.SetDescriptorRange(encoder, kCurves, mCurves.GetRange(), 0);
-    mCalcViewData.SetDescriptorRange(encoder, kSampler, *mSamplerRange, 0);
-    std::uint64_t splatOffset = 0;
-    std::uint64_t instanceIndex = 0;
-    for (std::size_t i = 0; i < frame.mModels.size(); ++i) {
-        const ModelGroup& group = frame.mModels[i];
-        const GaussianSplatAsset& asset = *group.asset;
-        const AssetUploader::Place& place = mAssets.GetPlaces()[i];
-        const std::uint32_t splatCount = GetSplatCount(asset);
-        if (splatCount == 0) {
-            instanceIndex += group.instances.size();
-            continue;
-        }
-        encoder.TextureTransitionBarrier(mAssets.GetColorTexture(asset.colorFormat), TextureState::ShaderRead);
-        BindGroup(encoder, mCalcViewData, asset, place);
-        mCalcViewData.SetShaderResource(encoder, kOther, mAssets.GetOther(), place.mOther);
-        mCalcViewData.SetShaderResource(encoder, kSH, mAssets.GetSH(), place.mSH);
-        mCalcViewData.SetDescriptorRange(encoder, kColor, mAssets.GetColorRange(),
-                                         static_cast<std::uint32_t>(asset.colorFormat));
-        for (std::size_t instance = 0; instance < group.instances.size(); ++instance, ++instanceIndex) {
-            mCalcViewData.SetConstantBuffer(encoder, kCalcViewDataConstants, mCalcViewDataConstants.Get(),
-                                            instanceIndex * kViewDataConstantsStride);
-            mCalcViewData.SetConstantBuffer(encoder, kModelConstants, mModelConstants.Get(),
-                                            instanceIndex * kConstantsStride);
-            mCalcViewData.SetConstantBuffer(encoder, kNoiseConstants, mNoiseConstants.Get(),
-                                            instanceIndex * kConstantsStride);
-            mCalcViewData.SetUnorderedAccess(encoder, kViewData, mViewData.Get(), splatOffset * mViewData.GetStride());
-            mCalcViewData.DispatchItems(encoder, splatCount);
-            splatOffset += splatCount;
-        }
-    }
+    const ComputeProgram* used = nullptr;
+    std::size_t group = 0;
+    ForEachWithSplats(frame.mModels, [&](const InstanceSplats& splats) {
+        const bool full = !mLeaveOutEffects || MovesSplats(packed, splats.mSlot) || ChangesLook(packed, splats.mSlot);
+        ComputeProgram& program = full ? mCalcViewData.mFull : mCalcViewData.mNoEffects;
+        if (&program != used) Use(encoder, program);
+        if (&program != used || group != splats.mGroupIndex)
+            BindAllOfGroup(encoder, program, splats.mAsset, mAssets.GetPlaces()[splats.mGroupIndex]);
+        used = &program;
+        group = splats.mGroupIndex;
+        program.SetConstantBuffer(encoder, kCalcViewDataConstants, mCalcViewDataConstants.Get(),
+                                  splats.mInstanceIndex * kViewDataConstantsStride);
+        program.SetConstantBuffer(encoder, kModelConstants, mModelConstants.Get(),
+                                  splats.mInstanceIndex * kConstantsStride);
+        program.SetConstantBuffer(encoder, kNoiseConstants, mNoiseConstants.Get(),
+                                  splats.mInstanceIndex * kConstantsStride);
+        program.SetUnorderedAccess(encoder, kViewData, mViewData.Get(), splats.mOffset * mViewData.GetStride());
+        program.DispatchItems(encoder, splats.mCount);
+    });
     encoder.BufferTransitionBarrier(mViewData.Get(), BufferState::GenericRead);
 }
 

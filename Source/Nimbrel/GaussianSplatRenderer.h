@@ -18,10 +18,10 @@
 #include "RenderHelper/Buffer.h"
 #include "RenderHelper/ComputeProgram.h"
 
-/// The programs of a renderer that come in more than one form. Others than these are for measurements.
+/// Which forms of its programs a renderer runs. Others than these are for measurements.
 struct RendererPrograms {
-    std::string mCalcDistances = "CSCalcDistances";
-    std::string mCalcViewData = "CSCalcViewData";
+    /// The splat kernels' form "NoEffects" for instances whose effects are off; else the full form for all.
+    bool mLeaveOutEffects = true;
     ParallelSort::Form mSort = ParallelSort::Form::ForDevice;
 };
 
@@ -54,6 +54,12 @@ public:
                                                          const std::vector<ModelGroup>& models,
                                                          zeb::render::Texture& target);
 
+    /// What a frame with splats leaves behind once it has been executed, for tests: the depth keys in ascending order,
+    /// the order in which splats were drawn, and their records.
+    zeb::render::Buffer& GetSortDistances() const { return mSortDistances.Get(); }
+    zeb::render::Buffer& GetSortKeys() const { return mSortKeys.Get(); }
+    zeb::render::Buffer& GetViewData() const { return mViewData.Get(); }
+
 private:
     /// What the steps of one frame share.
     struct Frame {
@@ -74,17 +80,27 @@ private:
     void FillCalcViewDataConstants(const Frame& frame);
     void CalcViewData(zeb::render::ComputeCommandEncoder& encoder, const Frame& frame);
     void Draw(zeb::render::CommandList& commandList, const Frame& frame, zeb::render::Texture& target);
+    /// A kernel's forms, alike in results and parameters; the second is without the code of the effects.
+    struct KernelForms {
+        ComputeProgram mFull;
+        ComputeProgram mNoEffects;
+    };
+    static KernelForms MakeKernel(zeb::render::Device& device, const std::string& name);
+    void Use(zeb::render::ComputeCommandEncoder& encoder, ComputeProgram& program);
     void BindGroup(zeb::render::ComputeCommandEncoder& encoder, const ComputeProgram& program,
                    const GaussianSplatAsset& asset, const AssetUploader::Place& place) const;
+    void BindAllOfGroup(zeb::render::ComputeCommandEncoder& encoder, const ComputeProgram& program,
+                        const GaussianSplatAsset& asset, const AssetUploader::Place& place);
 
+    bool mLeaveOutEffects;
     ComputeProgram mSetIndices;
     StructuredBuffer<nimbrel::gpu::NoiseConstants1> mNoiseConstants;
-    ComputeProgram mCalcDistances;
+    KernelForms mCalcDistances;
     StructuredBuffer<nimbrel::gpu::CalcDistancesConstants> mCalcDistancesConstants;
     CurveTextures mCurves;
     zeb::UniquePtr<zeb::render::Sampler> mLinearSampler;
     zeb::UniquePtr<zeb::render::DescriptorRange> mSamplerRange;
-    ComputeProgram mCalcViewData;
+    KernelForms mCalcViewData;
     StructuredBuffer<nimbrel::gpu::CalcViewDataConstants> mCalcViewDataConstants;
     StructuredBuffer<nimbrel::gpu::ModelConstants1> mModelConstants;
     ComputeProgram mExportData;

@@ -243,11 +243,20 @@ PLYFileData MakeLayout(const PLYHeader& header) {
     return data;
 }
 
+// A folder opens on some systems, a pipe waits for its writer, and a device may have no end.
+bool IsFile(const std::filesystem::path& path) {
+    std::error_code ignored;
+    const std::filesystem::file_status status = std::filesystem::status(path, ignored);
+    return !std::filesystem::is_directory(status) && !std::filesystem::is_other(status);
+}
+
 // A path that is no text (half a surrogate pair) names no file, like one that does not exist.
 std::ifstream OpenFile(const std::u16string& path) {
     std::ifstream file;
     try {
-        file.open(std::filesystem::path(path), std::ios::in | std::ios::binary);
+        const std::filesystem::path place(path);
+        file.setstate(IsFile(place) ? std::ios::goodbit : std::ios::failbit);
+        if (file) file.open(place, std::ios::in | std::ios::binary);
     } catch (const std::filesystem::filesystem_error&) {
         file.setstate(std::ios::failbit);
     }

@@ -194,6 +194,7 @@ protected:
         zeb::render::TextureDescription description;
         description.mFormat = zeb::render::Format::RGBA8Unorm;
         description.mWidth = description.mHeight = 64;
+        description.mUsage = zeb::render::kTextureUsageShaderRead | zeb::render::kTextureUsageRenderTarget;
         const auto target = mDevice.CreateTexture("Target", description, 0, zeb::render::TextureState::RenderTarget);
         zeb::DrawInfo drawInfo;
         drawInfo.mPackedParameters = &mBlob.Pack();
@@ -232,9 +233,9 @@ TEST_F(PluginTest, SlotsOfOneFileMakeOneGroupInSlotOrder) {
     // Slots 1 and 5, then 2: 700 twice and 100. The hidden slot is neither loaded nor counted.
     EXPECT_THAT(mDevice.Find("draw"), ElementsAre("draw RenderGaussianSplats_13 6x1500"));
     EXPECT_EQ(mDevice.Find("copy ColorData2").size(), 2U);
-    EXPECT_THAT(mDevice.Find("dispatch CSCalcViewData"),
-                ElementsAre("dispatch CSCalcViewData 3 1 1 of 256", "dispatch CSCalcViewData 3 1 1 of 256",
-                            "dispatch CSCalcViewData 1 1 1 of 256"));
+    EXPECT_THAT(mDevice.Find("dispatch CSCalcViewData"), ElementsAre("dispatch CSCalcViewData.NoEffects 3 1 1 of 256",
+                                                                     "dispatch CSCalcViewData.NoEffects 3 1 1 of 256",
+                                                                     "dispatch CSCalcViewData.NoEffects 1 1 1 of 256"));
     EXPECT_THAT(mPlugin.mProgress, ElementsAre("1/4", "2/4", "3/4", "4/4"));
     Draw(state);
     EXPECT_THAT(mPlugin.mProgress, IsEmpty());

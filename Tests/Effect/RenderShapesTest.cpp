@@ -89,6 +89,7 @@ protected:
         description.mFormat = Format::RGBA32Float;
         description.mWidth = 1920;
         description.mHeight = 1080;
+        description.mUsage = kTextureUsageShaderRead | kTextureUsageRenderTarget;
         const auto target = mDevice.CreateTexture("Target", description, 0, TextureState::RenderTarget);
         mDrawInfo.mPackedParameters = &mBlob.Pack();
         mDevice.mLog.clear();

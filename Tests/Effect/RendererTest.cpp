@@ -63,6 +63,7 @@ protected:
         description.mFormat = Format::RGBA32Float;
         description.mWidth = 1920;
         description.mHeight = 1080;
+        description.mUsage = kTextureUsageShaderRead | kTextureUsageRenderTarget;
         const auto target = mDevice.CreateTexture("Target", description, 0, TextureState::RenderTarget);
         mDrawInfo.mPackedParameters = &mBlob.Pack();
         mDevice.mLog.clear();
@@ -106,11 +107,13 @@ TEST_F(RendererTest, OneSortAndOneDrawServeAllInstances) {
     Record({{&first, {MakeInstance(2)}}, {&empty, {MakeInstance(3)}}, {&second, {MakeInstance(1), MakeInstance(4)}}});
 
     // 300 + 2 * 1000 splats; the empty asset's instance keeps its number but dispatches nothing.
-    EXPECT_THAT(mDevice.Find("dispatch CS"),
-                ElementsAre("dispatch CSSetIndices 9 1 1 of 256", "dispatch CSCalcDistances 2 1 1 of 256",
-                            "dispatch CSCalcDistances 4 1 1 of 256", "dispatch CSCalcDistances 4 1 1 of 256",
-                            "dispatch CSCalcViewData 2 1 1 of 256", "dispatch CSCalcViewData 4 1 1 of 256",
-                            "dispatch CSCalcViewData 4 1 1 of 256"));
+    EXPECT_THAT(
+        mDevice.Find("dispatch CS"),
+        ElementsAre("dispatch CSSetIndices 9 1 1 of 256", "dispatch CSCalcDistances.NoEffects 2 1 1 of 256",
+                    "dispatch CSCalcDistances.NoEffects 4 1 1 of 256",
+                    "dispatch CSCalcDistances.NoEffects 4 1 1 of 256", "dispatch CSCalcViewData.NoEffects 2 1 1 of 256",
+                    "dispatch CSCalcViewData.NoEffects 4 1 1 of 256",
+                    "dispatch CSCalcViewData.NoEffects 4 1 1 of 256"));
     EXPECT_THAT(mDevice.Find("uav 3 SplatSortDistances"),
                 Contains("uav 3 SplatSortDistances+1200"));  // behind the first 300 keys
     EXPECT_THAT(mDevice.Find("uav 11 SplatViewData"),
@@ -153,6 +156,49 @@ TEST_F(RendererTest, OneSortAndOneDrawServeAllInstances) {
     ASSERT_EQ(positions.size(), 1300U * 4);
     EXPECT_EQ(positions[1199], std::byte{0x11});
     EXPECT_EQ(positions[1200], std::byte{0x22});
+}
+
+/// An instance's flags decide, by the slot's own constants; what only changes looks does not matter to the order.
+TEST_F(RendererTest, InstancesWithoutEffectsRunTheKernelsWithoutThem) {
+    using nimbrel::gpu::ModelConstants1;
+    using nimbrel::gpu::NoiseConstants1;
+    struct Flag {
+        const char* mStruct;
+        std::size_t mOffset;
+        std::int32_t mValue;
+        bool mMoves;
+        bool mShows;
+    };
+    const Flag flags[] = {
+        {"NoiseConstants1", offsetof(NoiseConstants1, displacement_enabled), 1, true, true},
+        {"NoiseConstants1", offsetof(NoiseConstants1, noise_enabled), -1, true, true},
+        {"ModelConstants1", offsetof(ModelConstants1, model_crop_shape_enabled), 1, false, true},
+        {"ModelConstants1", offsetof(ModelConstants1, model_crop_yPlane_enabled), 1, false, true},
+        {"ModelConstants1", offsetof(ModelConstants1, model_effects_splatColor_enabled), 1, false, true},
+        {"ModelConstants1", offsetof(ModelConstants1, model_effects_splatOpacity_enabled), 1, false, true},
+        {"ModelConstants1", offsetof(ModelConstants1, model_effects_splatScale_enabled), 1, false, true},
+        {"ModelConstants1", offsetof(ModelConstants1, model_effects_splatScale_enabled), 2, false, false},
+        {"ModelConstants1", offsetof(ModelConstants1, model_crop_shape_invert), 1, false, false},
+        {"NoiseConstants1", offsetof(NoiseConstants1, noise_amplitude), 1, false, false},
+    };
+    const GaussianSplatAsset asset = MakeAsset(10, 0);
+    for (const Flag& flag : flags) {
+        SCOPED_TRACE(std::string(flag.mStruct) + "+" + std::to_string(flag.mOffset));
+        mBlob.Set(flag.mStruct, flag.mOffset, flag.mValue);
+        Record({{&asset, {MakeInstance(2), MakeInstance(1), MakeInstance(3)}}});
+        mBlob.Set(flag.mStruct, flag.mOffset, 0);
+        const auto line = [](const char* kernel, bool full) {
+            return fmt::format("dispatch {}{} 1 1 1 of 256", kernel, full ? "" : ".NoEffects");
+        };
+        EXPECT_THAT(mDevice.Find("dispatch CSCalcD"),
+                    ElementsAre(line("CSCalcDistances", false), line("CSCalcDistances", flag.mMoves),
+                                line("CSCalcDistances", false)));
+        EXPECT_THAT(mDevice.Find("dispatch CSCalcV"),
+                    ElementsAre(line("CSCalcViewData", false), line("CSCalcViewData", flag.mShows),
+                                line("CSCalcViewData", false)));
+        // Another program has none of the bindings of the one before.
+        EXPECT_EQ(mDevice.Find("srv 0 SplatChunks").size(), 2U + (flag.mMoves ? 2U : 0U) + (flag.mShows ? 2U : 0U));
+    }
 }
 
 TEST_F(RendererTest, ConstantsOfAnInstanceAreTheFramesAndItsOwn) {

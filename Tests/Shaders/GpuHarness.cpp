@@ -18,8 +18,12 @@ std::uint32_t RegisterNumber(const std::string& name) { return static_cast<std::
 zeb::UniquePtr<zeb::render::Render> MakeRender() {
     RegisterShaders();
     RenderOptions options;
+#if defined(_WIN32)
+    options.mRequestedDevice = "dx12";
+#else
     options.mRequestedDevice = "vulkan";
     options.mValidation = true;
+#endif
     options.mReportValidation = [](const std::string& text) { ADD_FAILURE() << "validation: " << text; };
     return zeb::render::Render::Create(0, options);
 }

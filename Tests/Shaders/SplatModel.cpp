@@ -258,13 +258,13 @@ cpu::CurveTextures SplatModel::Curves() const {
             {gradients, Format::RGBA32Float, gpu::kCurveSamples, mInstances, 1}};
 }
 
-KernelResults RunOnDevice(const SplatModel& model) {
+KernelResults RunOnDevice(const SplatModel& model, const std::string& form) {
     GpuRun run;
     const ModelOnDevice device(run, model);
     GpuBuffer& records = run.AddBuffer(Guards(sizeof(gpu::SplatViewData), model.mCount));
     GpuBuffer& keys = run.AddBuffer(Guards(4, model.mCount));
     const std::uint32_t groups = (model.mCount + 255) / 256;
-    run.Dispatch("CSCalcDistances",
+    run.Dispatch("CSCalcDistances" + form,
                  {device.Get("t1"),
                   device.Get("t2"),
                   device.Get("b6"),
@@ -274,7 +274,7 @@ KernelResults RunOnDevice(const SplatModel& model) {
                   device.Get("s14"),
                   {"b16", nullptr, nullptr, RecordBytes(model.mDistances), 0}},
                  groups);
-    run.Dispatch("CSCalcViewData",
+    run.Dispatch("CSCalcViewData" + form,
                  {device.Get("t1"),
                   device.Get("t2"),
                   device.Get("t3"),

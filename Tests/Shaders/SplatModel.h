@@ -50,7 +50,8 @@ struct KernelResults {
     std::vector<gpu::SplatViewData> mViewData;
     std::vector<std::uint32_t> mKeys;
 };
-KernelResults RunOnDevice(const SplatModel& model);
+/// `form` is appended to the kernels' names.
+KernelResults RunOnDevice(const SplatModel& model, const std::string& form = "");
 KernelResults RunOnProcessor(const SplatModel& model);
 std::vector<gpu::ExportSplatData> ExportOnDevice(const SplatModel& model);
 

@@ -1,0 +1,168 @@
+// InspectStage for what Direct3D takes: DXIL and DXBC, through the reflection of their compilers.
+#include <windows.h>
+
+#include <d3d12.h>
+#include <d3d12shader.h>
+#include <d3dcompiler.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <regex>
+#include <sstream>
+#include <stdexcept>
+
+#include "Shaders/Tools/DxcInterfaces.h"
+#include "SpirvModule.h"
+
+namespace nimbrel::test {
+namespace {
+
+constexpr UINT64 kUsesWaves = 0x4000;  // of the reflection's requirements; headers of some toolchains lack it
+
+template <typename Function>
+Function Load(const char* library, const char* name) {
+    static const std::filesystem::path folder = NIMBREL_DIRECT3D_COMPILERS;
+    const HMODULE module = LoadLibraryExW((folder / library).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+    void* const function = module == nullptr ? nullptr : reinterpret_cast<void*>(GetProcAddress(module, name));
+    if (function == nullptr) throw std::runtime_error(std::string(library) + " cannot be used");
+    return reinterpret_cast<Function>(function);
+}
+
+void Check(HRESULT result, const char* what) {
+    if (FAILED(result)) throw std::runtime_error(std::string(what) + " failed");
+}
+
+bool IsDxil(const void* code, std::size_t size) {
+    return std::string(static_cast<const char*>(code), size).find("DXIL") != std::string::npos;
+}
+
+template <typename T>
+T* CreateDxc(const GUID& clsid, const GUID& type) {
+    const auto create = Load<dxc::CreateInstanceFunction>("dxcompiler.dll", "DxcCreateInstance");
+    T* object = nullptr;
+    Check(create(clsid, type, reinterpret_cast<void**>(&object)), "DxcCreateInstance");
+    return object;
+}
+
+ID3D12ShaderReflection* Reflect(const void* code, std::size_t size, std::string& text) {
+    ID3D12ShaderReflection* reflection = nullptr;
+    auto** const result = reinterpret_cast<void**>(&reflection);
+    if (IsDxil(code, size)) {
+        const dxc::Buffer buffer = {code, size, 0};
+        Check(CreateDxc<dxc::IUtils>(dxc::kUtilsClass, dxc::kUtilsType)
+                  ->CreateReflection(&buffer, __uuidof(ID3D12ShaderReflection), result),
+              "CreateReflection");
+        dxc::IResult* listing = nullptr;
+        dxc::IBlob* blob = nullptr;
+        Check(CreateDxc<dxc::ICompiler>(dxc::kCompilerClass, dxc::kCompilerType)
+                  ->Disassemble(&buffer, dxc::kResultType, reinterpret_cast<void**>(&listing)),
+              "Disassemble");
+        Check(listing->GetResult(&blob), "Disassemble");
+        text.assign(static_cast<const char*>(blob->GetBufferPointer()), blob->GetBufferSize());
+    } else {
+        Check(Load<decltype(&D3DReflect)>("d3dcompiler_47.dll", "D3DReflect")(code, size,
+                                                                              __uuidof(ID3D12ShaderReflection), result),
+              "D3DReflect");
+        ID3DBlob* blob = nullptr;
+        Check(Load<decltype(&D3DDisassemble)>("d3dcompiler_47.dll", "D3DDisassemble")(code, size, 0, nullptr, &blob),
+              "D3DDisassemble");
+        text.assign(static_cast<const char*>(blob->GetBufferPointer()), blob->GetBufferSize());
+    }
+    return reflection;
+}
+
+bool IsColumnMajor(ID3D12ShaderReflectionType* type) {
+    D3D12_SHADER_TYPE_DESC desc{};
+    type->GetDesc(&desc);
+    return desc.Class == D3D_SVC_MATRIX_COLUMNS;
+}
+
+/// Of a constant block the variables, of a buffer's element, which stands as the only one, its members.
+void ReadMembers(ID3D12ShaderReflectionConstantBuffer* block, Resource& resource) {
+    D3D12_SHADER_BUFFER_DESC desc{};
+    if (FAILED(block->GetDesc(&desc))) return;
+    for (UINT i = 0; i < desc.Variables; ++i) {
+        ID3D12ShaderReflectionVariable* variable = block->GetVariableByIndex(i);
+        D3D12_SHADER_VARIABLE_DESC entry{};
+        variable->GetDesc(&entry);
+        if (!resource.mIsBuffer) {
+            resource.mMembers.push_back({entry.Name, entry.StartOffset, IsColumnMajor(variable->GetType())});
+            resource.mSize = std::max<std::uint32_t>(resource.mSize, entry.StartOffset + entry.Size);
+            continue;
+        }
+        D3D12_SHADER_TYPE_DESC element{};
+        variable->GetType()->GetDesc(&element);
+        for (UINT k = 0; k < element.Members; ++k) {
+            ID3D12ShaderReflectionType* type = variable->GetType()->GetMemberTypeByIndex(k);
+            D3D12_SHADER_TYPE_DESC member{};
+            type->GetDesc(&member);
+            resource.mMembers.push_back(
+                {variable->GetType()->GetMemberTypeName(k), member.Offset, IsColumnMajor(type)});
+        }
+    }
+}
+
+Resource ReadResource(ID3D12ShaderReflection* reflection, const D3D12_SHADER_INPUT_BIND_DESC& binding) {
+    Resource resource;
+    resource.mName = binding.Name;
+    char kind = 't';
+    switch (binding.Type) {
+        case D3D_SIT_CBUFFER: kind = 'b'; break;
+        case D3D_SIT_SAMPLER: kind = 's'; break;
+        case D3D_SIT_UAV_RWTYPED:
+        case D3D_SIT_UAV_RWSTRUCTURED:
+        case D3D_SIT_UAV_RWBYTEADDRESS: kind = 'u'; break;
+        default: break;
+    }
+    resource.mRegister = kind + std::to_string(binding.BindPoint);
+    resource.mIsSampler = binding.Type == D3D_SIT_SAMPLER;
+    resource.mIsTexture = binding.Type == D3D_SIT_TEXTURE;
+    resource.mIsBuffer = !resource.mIsSampler && !resource.mIsTexture && binding.Type != D3D_SIT_CBUFFER;
+    if (binding.Type == D3D_SIT_STRUCTURED || binding.Type == D3D_SIT_UAV_RWSTRUCTURED)
+        resource.mStride = binding.NumSamples;
+    if (binding.Type == D3D_SIT_BYTEADDRESS || binding.Type == D3D_SIT_UAV_RWBYTEADDRESS)
+        resource.mStride = 4;  // raw buffers are words
+    if (!resource.mIsSampler && !resource.mIsTexture)
+        ReadMembers(reflection->GetConstantBufferByName(binding.Name), resource);
+    return resource;
+}
+
+/// Floating-point instructions, and those of them that must stay as they are: DXBC marks these, DXIL the others.
+void CountArithmetic(const std::string& listing, bool isDxil, StageInfo& stage) {
+    static const std::regex dxil(R"(= f(add|sub|mul|div) )");
+    static const std::regex dxbc(R"(^ *(add|mul|div|mad|dp[234])(_sat)? )");
+    std::istringstream lines(listing);
+    for (std::string line; std::getline(lines, line);) {
+        if (!std::regex_search(line, isDxil ? dxil : dxbc)) continue;
+        const char* const mark = isDxil ? " fast " : "[precise";
+        ++stage.mArithmeticCount;
+        stage.mStrictCount += (line.find(mark) == std::string::npos) == isDxil ? 1 : 0;
+    }
+}
+
+}  // namespace
+
+StageInfo InspectStage(const void* code, std::size_t size) {
+    std::string listing;
+    ID3D12ShaderReflection* reflection = Reflect(code, size, listing);
+    StageInfo stage;
+    D3D12_SHADER_DESC desc{};
+    Check(reflection->GetDesc(&desc), "GetDesc");
+    constexpr std::uint32_t kModels[] = {4, 0, 0, 0, 0, 5};  // pixel, vertex, three others, compute
+    stage.mModel = kModels[desc.Version >> 16];
+    UINT group[3] = {};
+    reflection->GetThreadGroupSize(&group[0], &group[1], &group[2]);
+    std::copy(std::begin(group), std::end(group), stage.mGroupSize);
+    for (UINT i = 0; i < desc.BoundResources; ++i) {
+        D3D12_SHADER_INPUT_BIND_DESC binding{};
+        reflection->GetResourceBindingDesc(i, &binding);
+        const Resource resource = ReadResource(reflection, binding);
+        stage.mResources[resource.mRegister] = resource;
+    }
+    stage.mUsesWaves = (reflection->GetRequiresFlags() & kUsesWaves) != 0;
+    CountArithmetic(listing, IsDxil(code, size), stage);
+    reflection->Release();
+    return stage;
+}
+
+}  // namespace nimbrel::test
