@@ -7,6 +7,7 @@
 
 #include "PluginBase/Exception.h"
 #include "PluginBase/Parameters/ParameterPacker.h"
+#include "PluginBase/UI/OverlayComponentsManager.h"
 
 namespace zeb {
 namespace {
@@ -25,6 +26,10 @@ void PluginBaseCommon::Init() {
     mTextFileLoader = CreateTextFileLoader();
     mParametersManager = CreateParametersManager();
     mParametersManager->Init();
+    if (DisablesOverlay() || !HasOverlay()) return;
+    mParametersManager->AddInteractFactory([manager = mParametersManager.get()]() -> UniquePtr<InteractBase> {
+        return MakeUnique<OverlayComponentsManager>(*manager);
+    });
 }
 
 // The devices go first; the manager's packer reads the stored texts, so it goes before them.

@@ -1,0 +1,155 @@
+#include "PluginBase/AE/EventAE.h"
+
+#include <new>
+#include <unordered_map>
+
+#include "AcquiredSuiteAE.h"
+#include "PluginBase/AE/AllocatorAE.h"
+#include "PluginBase/AE/GraphicsAE.h"
+#include "PluginBase/AE/ParameterAccessAE.h"
+#include "PluginBase/AE/PluginBaseAE.h"
+#include "PluginBase/AE/ThreadContextAE.h"
+#include "PluginBase/Exception.h"
+#include "PluginBase/Misc/Hash.h"
+#include "PluginBase/UI/InteractBase.h"
+
+namespace zeb {
+namespace {
+
+/// The controls of one window, by host parameter index; made at the first event of each.
+using ContextRecord = std::unordered_map<std::int32_t, UniquePtr<InteractBase>, IntegerHash>;
+
+// The record lies in the host's memory, its address in the first of the four values that a context keeps for us.
+
+ContextRecord* GetRecord(const PF_EventExtra& extra) {
+    if (extra.contextH == nullptr || *extra.contextH == nullptr) return nullptr;
+    return reinterpret_cast<ContextRecord*>(  // NOLINT(performance-no-int-to-ptr): the host keeps whole numbers
+        (*extra.contextH)->plugin_state[0]);
+}
+
+void DestroyRecord(PF_EventExtra& extra) {
+    ContextRecord* record = GetRecord(extra);
+    if (record == nullptr) return;
+    (*extra.contextH)->plugin_state[0] = 0;
+    record->~ContextRecord();
+    Free(record);
+}
+
+void CreateRecord(PF_EventExtra& extra) {
+    if (extra.contextH == nullptr || *extra.contextH == nullptr) return;
+    void* memory = Allocate(sizeof(ContextRecord));
+    (*extra.contextH)->plugin_state[0] = reinterpret_cast<A_intptr_t>(::new (memory) ContextRecord());
+}
+
+/// The control of the parameter that the event names, or null if it has none.
+InteractBase* FindInteract(const ParametersManagerBase& manager, ContextRecord& record, std::int32_t parameterIndex) {
+    const auto found = record.find(parameterIndex);
+    if (found != record.end()) return found->second.get();
+    const std::int32_t index = manager.FindIndexByParameterIndex(parameterIndex);
+    if (index < 0) return nullptr;
+    const auto& info = manager.GetTable()[static_cast<std::size_t>(index)].mInteractInfo;
+    if (!info) return nullptr;
+    return record.emplace(parameterIndex, info->mMakeInteract(index)).first->second.get();
+}
+
+std::uint32_t ToModifiers(PF_Modifiers modifiers) {
+    std::uint32_t bits = 0;
+    if ((modifiers & PF_Mod_SHIFT_KEY) != 0) bits |= kModifierShift;
+    if ((modifiers & PF_Mod_CMD_CTRL_KEY) != 0) bits |= kModifierCommand;
+    if ((modifiers & PF_Mod_OPT_ALT_KEY) != 0) bits |= kModifierOption;
+    return bits;
+}
+
+InteractArea ToArea(PF_EffectArea area) {
+    switch (area) {
+        case PF_EA_CONTROL: return InteractArea::Control;
+        case PF_EA_PARAM_TITLE: return InteractArea::Title;
+        default: return InteractArea::Other;
+    }
+}
+
+/// Asks the host to draw the control again. It also does so by itself when a value was changed, so a host that does
+/// not know the request is none the worse.
+void RequestRedraw(const PF_EventExtra& extra) {
+    SPBasicSuite* basic = AEGPSuites().GetBasicSuite();
+    const void* acquired = nullptr;
+    if (basic == nullptr || basic->AcquireSuite(kPFAppSuite, kPFAppSuiteVersion6, &acquired) != 0 ||
+        acquired == nullptr)
+        return;
+    const auto* suite = static_cast<const PFAppSuite6*>(acquired);
+    if (suite->PF_InvalidateRect != nullptr) suite->PF_InvalidateRect(extra.contextH, &extra.effect_win.current_frame);
+    basic->ReleaseSuite(kPFAppSuite, kPFAppSuiteVersion6);
+}
+
+InteractResult PassOn(InteractBase& interact, const ParameterCurrentValueGetter& getter, ParameterValueSetter& setter,
+                      PF_EventExtra& extra) {
+    const EventContext context = MakeEventContext(extra);
+    switch (extra.e_type) {
+        case PF_Event_DRAW: {
+            ui::GraphicsAE graphics(extra);
+            return {interact.Draw(getter, context, graphics), false};
+        }
+        case PF_Event_DO_CLICK: {
+            PF_DoClickEventInfo& click = extra.u.do_click;
+            // The host repeats the click while the button stays down.
+            if (click.send_drag != 0) return interact.OnDrag(getter, setter, context);
+            const MouseDownResult result = interact.OnMouseDown(getter, setter, context, click.num_clicks);
+            if (result.mCapture) click.send_drag = 1;
+            return result;
+        }
+        case PF_Event_DRAG: return interact.OnDrag(getter, setter, context);
+        case PF_Event_ADJUST_CURSOR: return interact.OnPointerMove(getter, setter, context);
+        case PF_Event_MOUSE_EXITED: return interact.OnPointerLeft(getter, setter, context);
+        default: return {};
+    }
+}
+
+}  // namespace
+
+EventContext MakeEventContext(const PF_EventExtra& extra) {
+    EventContext context;
+    context.mArea = ToArea(extra.effect_win.area);
+    const PF_Rect& rect =
+        context.mArea == InteractArea::Title ? extra.effect_win.param_title_frame : extra.effect_win.current_frame;
+    context.mX = static_cast<float>(rect.left);
+    context.mY = static_cast<float>(rect.top);
+    context.mWidth = static_cast<float>(rect.right) - static_cast<float>(rect.left);
+    context.mHeight = static_cast<float>(rect.bottom) - static_cast<float>(rect.top);
+    const auto setPointer = [&context](const PF_Point& point, PF_Modifiers modifiers) {
+        context.mPointerX = static_cast<float>(point.h);
+        context.mPointerY = static_cast<float>(point.v);
+        context.mModifiers = ToModifiers(modifiers);
+    };
+    switch (extra.e_type) {
+        case PF_Event_DO_CLICK:
+        case PF_Event_DRAG: setPointer(extra.u.do_click.screen_point, extra.u.do_click.modifiers); break;
+        case PF_Event_ADJUST_CURSOR:
+            setPointer(extra.u.adjust_cursor.screen_point, extra.u.adjust_cursor.modifiers);
+            break;
+        default: break;
+    }
+    return context;
+}
+
+void HandleEvent(PluginBaseAE& plugin, PF_ParamDef* params[], PF_EventExtra& extra) {
+    switch (extra.e_type) {
+        case PF_Event_NEW_CONTEXT:
+            DestroyRecord(extra);
+            CreateRecord(extra);
+            return;
+        case PF_Event_CLOSE_CONTEXT: DestroyRecord(extra); return;
+        default: break;
+    }
+    ContextRecord* record = GetRecord(extra);
+    if (record == nullptr) return;
+    const ParametersManagerBase& manager = plugin.GetParametersManager();
+    InteractBase* interact = FindInteract(manager, *record, extra.effect_win.index);
+    if (interact == nullptr) return;
+    const ParameterCurrentValueGetterAE getter(manager, params);
+    ParameterValueSetterAE setter(manager, params, plugin);
+    const InteractResult result = PassOn(*interact, getter, setter, extra);
+    if (result.mHandled) extra.evt_out_flags |= PF_EO_HANDLED_EVENT;
+    if (result.mChanged) RequestRedraw(extra);
+}
+
+}  // namespace zeb
