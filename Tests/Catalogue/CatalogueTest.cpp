@@ -52,46 +52,48 @@ TEST(Catalogue, NumericIdsAreUniqueAndPinned) {
 }
 
 TEST(Catalogue, SelectedEntries) {
-    const std::pair<std::size_t, const char*> cases[] = {
-        {0,
-         R"({"control":"GroupBegin","uniqueID":1,"fullName":"Model 1","hint":"Model 1","scriptName":"Model1",
-                "fullId":"Model1"})"},
-        {2, R"({"control":"FilePath","uniqueID":3,"fullName":"1 Model","hint":"1 Model","scriptName":"Model1_model",
-                "fullId":"Model1_model","flags":["ReceiveOnChangeEvent","NotAnimatable"]})"},
-        {7, R"({"control":"FloatSlider","uniqueID":9,"fullName":"1 Align Scale","hint":"1 Align Scale",
-                "scriptName":"Model1_align_scale","fullId":"Model1_align_scale","flags":["DisplayPercent"],
-                "precision":{"value":1},"validMin":{"value":0},"displayMin":{"value":0},"displayMax":{"value":100},
-                "default":{"value":100}})"},
-        {16, R"({"control":"Popup","uniqueID":17,"fullName":"1 Crop Shape Type","hint":"1 Crop Shape Type",
-                "scriptName":"Model1_crop_shape_type","fullId":"Model1_crop_shape_type",
-                "flags":["ReceiveOnChangeEvent","NotAnimatable"],"enum":{"value":["Sphere","Box"]},
-                "default":{"value":0}})"},
-        {32, R"({"control":"Custom","uniqueID":42,"fullName":"1 Color Gradient","hint":"1 Color Gradient",
-                "scriptName":"Model1_effects_splatColor_gradient","fullId":"Model1_effects_splatColor_gradient",
-                "valueType":"Gradient","colorIndex":33,"showControlIndex":34,
-                "default":{"keys":[[0,{"color":[1.0,1.0,1.0],"type":1}],[1.0,{"color":[1.0,1.0,1.0],"type":1}]]}})"},
-        {33, R"({"control":"Color","uniqueID":43,"fullName":"1 Color Gradient Color","hint":"1 Color Gradient Color",
-                "scriptName":"Model1_effects_splatColor_gradientColor",
-                "fullId":"Model1_effects_splatColor_gradientColor",
-                "flags":["ReceiveOnChangeEvent","NotAnimatable"],"skipAPI":["AE","FxPlug","ZEB"],
-                "defaultRed":{"value":1},"defaultGreen":{"value":1},"defaultBlue":{"value":1}})"},
-        {130, R"({"control":"Button","uniqueID":688,"fullName":"Create","hint":"Create",
-                "scriptName":"Model1_transform_createNullObject","fullId":"Model1_transform_createNullObject",
-                "skipAPI":["OpenFX","FxPlug"],"label":{"value":"Null Object"}})"},
-        {743, R"({"control":"FloatSlider","uniqueID":866,"fullName":"Z Depth Near","hint":"Z Depth Near",
-                "scriptName":"RenderSettings_drawZDepth_zDepthNear","fullId":"RenderSettings_drawZDepth_zDepthNear",
-                "validMin":{"value":0},"displayMin":{"value":0},"displayMax":{"value":1000},"default":{"value":100},
-                "precision":{"value":1}})"},
-        {749, R"({"control":"IntSlider","uniqueID":687,"fullName":"Splats Count","hint":"Splats Count",
-                "scriptName":"Debug_splatsCount","fullId":"Debug_splatsCount","skipConfigs":["Release"],
-                "validMin":{"value":-1},"displayMin":{"value":0},"displayMax":{"value":100000},
-                "default":{"value":-1}})"},
+    struct Case {
+        std::size_t mIndex;
+        const char *mControl, *mName, *mId, *mMore;
     };
-    for (const auto& [index, text] : cases) EXPECT_EQ(Parameters()[index], json::parse(text)) << index;
-    const json& ramp = Parameters()[108];
-    EXPECT_EQ(ramp.at("default"), json::parse(R"({"type":0,"interpolation":0,"keys":[[0.0,1.0],[1.0,0.0]]})"));
-    EXPECT_EQ(ramp.at("showControlIndex"), 109);
-    EXPECT_EQ(Parameters()[744].at("default").at("value"), 10000) << "above its slider's end";
+    const Case cases[] = {
+        {0, "GroupBegin", "Model 1", "Model1", "{}"},
+        {2, "FilePath", "1 Model", "Model1_model", R"({"flags":["ReceiveOnChangeEvent","NotAnimatable"]})"},
+        {7, "FloatSlider", "1 Align Scale", "Model1_align_scale",
+         R"({"flags":["DisplayPercent"],"precision":{"value":1},"validMin":{"value":0},"displayMin":{"value":0},
+             "displayMax":{"value":100},"default":{"value":100}})"},
+        {16, "Popup", "1 Crop Shape Type", "Model1_crop_shape_type",
+         R"({"flags":["ReceiveOnChangeEvent","NotAnimatable"],"enum":{"value":["Sphere","Box"]},"default":{"value":0}})"},
+        {32, "Custom", "1 Color Gradient", "Model1_effects_splatColor_gradient",
+         R"({"valueType":"Gradient","colorIndex":33,"showControlIndex":34,
+             "default":{"keys":[[0,{"color":[1.0,1.0,1.0],"type":1}],[1.0,{"color":[1.0,1.0,1.0],"type":1}]]}})"},
+        {33, "Color", "1 Color Gradient Color", "Model1_effects_splatColor_gradientColor",
+         R"({"flags":["ReceiveOnChangeEvent","NotAnimatable"],"skipAPI":["AE","FxPlug","ZEB"],
+             "defaultRed":{"value":1},"defaultGreen":{"value":1},"defaultBlue":{"value":1}})"},
+        {108, "Custom", "1 Noise Ramp", "Model1_effects_noise_ramp",
+         R"({"valueType":"Ramp","showControlIndex":109,
+             "default":{"type":0,"interpolation":0,"keys":[[0.0,1.0],[1.0,0.0]]}})"},
+        {130, "Button", "Create", "Model1_transform_createNullObject",
+         R"({"skipAPI":["OpenFX","FxPlug"],"label":{"value":"Null Object"}})"},
+        {744, "FloatSlider", "Z Depth Far",
+         "RenderSettings_drawZDepth_zDepthFar",  // its default above the slider's end
+         R"({"validMin":{"value":0},"displayMin":{"value":0},"displayMax":{"value":1000},"default":{"value":10000},
+             "precision":{"value":1}})"},
+        {749, "IntSlider", "Splats Count", "Debug_splatsCount",
+         R"({"skipConfigs":["Release"],"validMin":{"value":-1},"displayMin":{"value":0},"displayMax":{"value":100000},
+             "default":{"value":-1}})"},
+    };
+    for (const Case& c : cases) {
+        json expected = json::parse(c.mMore);
+        expected.update({{"control", c.mControl}, {"fullName", c.mName}, {"fullId", c.mId}});
+        json entry = Parameters()[c.mIndex];
+        for (const char* key : {"uniqueID", "hint", "scriptName"}) entry.erase(key);
+        EXPECT_EQ(entry, expected) << c.mIndex;
+    }
+    for (const json& entry : Parameters()) {
+        EXPECT_EQ(entry.at("hint"), entry.at("fullName"));
+        EXPECT_EQ(entry.at("scriptName"), entry.at("fullId"));
+    }
 }
 
 /// Replaces the slot's number and shifts its indices, as if the entry stood in slot 1.

@@ -42,25 +42,18 @@ const Vector kVectors[] = {
     {std::string(128, 'x'), "d69cb61a6ee87200676eb0d4b90edbcb"},
 };
 
-TEST(Hasher, GivesThePublishedDigests) {
+TEST(Hasher, GivesThePublishedDigestsWhateverThePieces) {
     Hasher hasher;
     for (const Vector& vector : kVectors) {
-        const auto state = hasher.CreateState();
-        state->Mix(vector.mInput.data(), vector.mInput.size());
-        EXPECT_EQ(ToHex(state->Finish()), vector.mDigest) << vector.mInput;
-    }
-}
-
-TEST(Hasher, PiecesHashAsTheWholeAndFinishMayBeRepeated) {
-    Hasher hasher;
-    for (const Vector& vector : kVectors) {
-        const auto state = hasher.CreateState();
-        for (std::size_t at = 0; at < vector.mInput.size(); at += 7) {
-            state->Mix(vector.mInput.data() + at, std::min<std::size_t>(7, vector.mInput.size() - at));
-            state->Finish();  // must not disturb the running state
+        for (const std::size_t piece : {std::size_t{7}, std::size_t{1000}}) {
+            const auto state = hasher.CreateState();
+            for (std::size_t at = 0; at < vector.mInput.size(); at += piece) {
+                state->Mix(vector.mInput.data() + at, std::min(piece, vector.mInput.size() - at));
+                state->Finish();  // must not disturb the running state
+            }
+            EXPECT_EQ(ToHex(state->Finish()), vector.mDigest) << vector.mInput;
+            EXPECT_EQ(ToHex(state->Finish()), vector.mDigest);
         }
-        EXPECT_EQ(ToHex(state->Finish()), vector.mDigest);
-        EXPECT_EQ(ToHex(state->Finish()), vector.mDigest);
     }
 }
 

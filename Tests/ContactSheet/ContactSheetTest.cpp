@@ -33,17 +33,13 @@ TEST(ContactSheet, PutsPicturesInRowsEachInTheMiddleOfItsCell) {
     const Image sheet = MakeSheet(pictures, PlainOptions(2, 3));
     EXPECT_EQ(sheet.mWidth, 3 + 2 * (4 + 3));
     EXPECT_EQ(sheet.mHeight, 3 + 2 * (2 + 3));
-    EXPECT_EQ(GetColor(sheet, 2, 3), kBlack);
-    EXPECT_EQ(GetColor(sheet, 3, 3), kRed);
-    EXPECT_EQ(GetColor(sheet, 6, 4), kRed);
-    EXPECT_EQ(GetColor(sheet, 7, 4), kBlack);
-    EXPECT_EQ(GetColor(sheet, 10, 3), kGreen);
     // The small one: a pixel in from the left of its cell in the second row, and two wide.
-    EXPECT_EQ(GetColor(sheet, 3, 8), kBlack);
-    EXPECT_EQ(GetColor(sheet, 4, 8), kBlue);
-    EXPECT_EQ(GetColor(sheet, 5, 8), kBlue);
-    EXPECT_EQ(GetColor(sheet, 6, 8), kBlack);
-    EXPECT_EQ(GetColor(sheet, 4, 9), kBlack);
+    const struct {
+        int mX, mY;
+        Color mColor;
+    } points[] = {{2, 3, kBlack}, {3, 3, kRed},  {6, 4, kRed},  {7, 4, kBlack}, {10, 3, kGreen},
+                  {3, 8, kBlack}, {4, 8, kBlue}, {5, 8, kBlue}, {6, 8, kBlack}, {4, 9, kBlack}};
+    for (const auto& [x, y, color] : points) EXPECT_EQ(GetColor(sheet, x, y), color) << x << ' ' << y;
 }
 
 TEST(ContactSheet, HasNoMoreColumnsThanPictures) {

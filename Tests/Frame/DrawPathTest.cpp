@@ -4,7 +4,7 @@
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 
-#include "PluginBase/Exception.h"
+#include "../Failure.h"
 #include "RecordingDevice.h"
 #include "TestPlugin.h"
 
@@ -166,12 +166,7 @@ TEST_F(DrawPath, FailuresWriteNothingAndAnEmptyFrameIsNone) {
 
     image.mWidth = image.mHeight = 8;
     const auto getError = [&] {
-        try {
-            mPlugin.DrawTiledToOutput(mDevice, mDrawInfo, image);
-        } catch (const std::exception& exception) {
-            return std::string(exception.what());
-        }
-        return std::string("none");
+        return test::MessageOf([&] { mPlugin.DrawTiledToOutput(mDevice, mDrawInfo, image); });
     };
     EXPECT_THAT(getError(), HasSubstr("does not fit an image of 8 by 8"));
     mDrawInfo.mOutputWidth = mDrawInfo.mOutputHeight = 8;

@@ -1,11 +1,12 @@
 #include "PluginBase/PluginState.h"
 
+#include <array>
 #include <cstring>
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
-#include "PluginBase/Exception.h"
+#include "../Failure.h"
 #include "PluginBase/Parameters/ParameterDefaultValueGetter.h"
 #include "PluginBase/Parameters/ParameterPacker.h"
 #include "TestPlugin.h"
@@ -31,6 +32,11 @@ std::string GetText(const zeb::PluginState& state, PluginStatePart part) {
 
 class PluginStateTest : public ::testing::Test {
 protected:
+    PluginStateTest() {
+        mPlugin.mCamera.mWorldToCamera[3] = glm::vec4(-320.0F, -180.0F, 640.0F, 1.0F);  // the translation row
+        mPlugin.mCamera.mFocalLength = 800.0F;
+        mPlugin.mCamera.mType = zeb::CameraType::Orthographic;
+    }
     zeb::PluginState Make(std::vector<PluginStatePart> parts) { return mPlugin.MakeState(mGetter, std::move(parts)); }
 
     TestPlugin mPlugin;
@@ -44,16 +50,10 @@ TEST_F(PluginStateTest, AFreshBlockIsTheHeaderInZeros) {
 }
 
 TEST_F(PluginStateTest, TheHeadersFieldsStandAtTheirOffsets) {
-    mPlugin.mCamera.mWorldToCamera = glm::mat4(1.0F);
-    mPlugin.mCamera.mWorldToCamera[3] = glm::vec4(-320.0F, -180.0F, 640.0F, 1.0F);  // the translation row
-    mPlugin.mCamera.mFocalLength = 800.0F;
-    mPlugin.mCamera.mType = zeb::CameraType::Orthographic;
     const zeb::PluginState state = Make({PluginStatePart::Camera});
     EXPECT_EQ(Load<std::uint32_t>(state, 0), 1U);
-    EXPECT_EQ(Load<float>(state, 4), 1.0F);
-    EXPECT_EQ(Load<float>(state, 4 + 12 * 4), -320.0F);
-    EXPECT_EQ(Load<float>(state, 4 + 14 * 4), 640.0F);
-    EXPECT_EQ(Load<float>(state, 68), 800.0F);
+    EXPECT_THAT((Load<std::array<float, 17>>(state, 4)),  // the matrix row by row, the focal length
+                ::testing::ElementsAre(1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, -320, -180, 640, 1, 800));
     EXPECT_EQ(Load<std::uint32_t>(state, 72), 2U);
     EXPECT_EQ(state.GetBytes().size(), 144U);
     EXPECT_TRUE(state.NeedsCamera());
@@ -66,29 +66,19 @@ TEST_F(PluginStateTest, TheHeadersFieldsStandAtTheirOffsets) {
 TEST_F(PluginStateTest, PartsStandInAscendingOrderWithoutGaps) {
     const zeb::PluginState state = Make({PluginStatePart::DrawBinary, PluginStatePart::Draw, PluginStatePart::PreDraw});
     const std::string draw = "{\"Model1\":\"/\u00e4.ply\",\"Model2\":\"\"}";
-    EXPECT_EQ(Load<std::uint64_t>(state, 80), 0U);
-    EXPECT_EQ(Load<std::uint64_t>(state, 88), 0U);
-    EXPECT_EQ(Load<std::uint64_t>(state, 96), 144U);
-    EXPECT_EQ(Load<std::uint64_t>(state, 104), 4U);
-    EXPECT_EQ(Load<std::uint64_t>(state, 112), 148U);
-    EXPECT_EQ(Load<std::uint64_t>(state, 120), draw.size());
-    EXPECT_EQ(Load<std::uint64_t>(state, 128), state.GetBytes().size());  // empty, at the block's end
-    EXPECT_EQ(Load<std::uint64_t>(state, 136), 0U);
+    // Offset and size of the parts 1 to 4; the last is empty, at the block's end.
+    EXPECT_THAT((Load<std::array<std::uint64_t, 8>>(state, 80)),
+                ::testing::ElementsAre(0, 0, 144, 4, 148, draw.size(), state.GetBytes().size(), 0));
     EXPECT_EQ(GetText(state, PluginStatePart::PreDraw), "null");
     EXPECT_EQ(GetText(state, PluginStatePart::Draw), draw);
     EXPECT_EQ(state.GetPart(PluginStatePart::Draw).mType, 3U);
 
     mPlugin.mBinary = {std::byte{7}, std::byte{8}};
     const zeb::PluginState binary = Make({PluginStatePart::DrawBinary});
-    EXPECT_EQ(Load<std::uint64_t>(binary, 128), 144U);
-    EXPECT_EQ(Load<std::uint64_t>(binary, 136), 2U);
+    EXPECT_THAT((Load<std::array<std::uint64_t, 2>>(binary, 128)), ::testing::ElementsAre(144, 2));
 }
 
 TEST_F(PluginStateTest, TheJsonFormHasTheHeadersOrder) {
-    mPlugin.mCamera.mWorldToCamera = glm::mat4(1.0F);
-    mPlugin.mCamera.mWorldToCamera[3] = glm::vec4(-320.0F, -180.0F, 640.0F, 1.0F);
-    mPlugin.mCamera.mFocalLength = 800.0F;
-    mPlugin.mCamera.mType = zeb::CameraType::Perspective;
     mPlugin.mBinary = {std::byte{7}, std::byte{200}};
     const zeb::PluginState state =
         Make({PluginStatePart::Camera, PluginStatePart::PreDraw, PluginStatePart::Draw, PluginStatePart::DrawBinary});
@@ -96,25 +86,16 @@ TEST_F(PluginStateTest, TheJsonFormHasTheHeadersOrder) {
     EXPECT_EQ(state.ToJson(zeb::ParameterPacker(mManager, nlohmann::json::object())).dump(),
               "{\"NeedCamera\":true,"
               "\"Camera\":[[1.0,0.0,0.0,0.0],[0.0,1.0,0.0,0.0],[0.0,0.0,1.0,0.0],[-320.0,-180.0,640.0,1.0]],"
-              "\"FocalLength\":800.0,\"CameraType\":1,\"PackedParameters\":[],\"PreDraw\":null,"
+              "\"FocalLength\":800.0,\"CameraType\":2,\"PackedParameters\":[],\"PreDraw\":null,"
               "\"Draw\":{\"Model1\":\"/\u00e4.ply\",\"Model2\":\"\"},"
               "\"DrawBinary\":{\"bytes\":[7,200],\"subtype\":null}}");
 }
 
 TEST_F(PluginStateTest, UnknownPartsAreRefused) {
-    const auto getError = [](const auto& call) {
-        try {
-            call();
-        } catch (const zeb::Exception& exception) {
-            EXPECT_EQ(exception.code, 512);
-            return std::string(exception.what());
-        }
-        return std::string();
-    };
-    EXPECT_THAT(getError([&] { Make({static_cast<PluginStatePart>(5)}); }),
+    EXPECT_THAT(test::MessageOf([&] { Make({static_cast<PluginStatePart>(5)}); }),
                 HasSubstr("\"Unexpected plugin state part type 5\""));
     for (const std::uint32_t part : {0U, 5U}) {
-        EXPECT_THAT(getError([&] { zeb::PluginState().GetOffsetSize(static_cast<PluginStatePart>(part)); }),
+        EXPECT_THAT(test::MessageOf([&] { zeb::PluginState().GetOffsetSize(static_cast<PluginStatePart>(part)); }),
                     HasSubstr("\"Unexpected plugin state part type of " + std::to_string(part) + "\""));
     }
 }

@@ -1,14 +1,13 @@
 #include "GaussianSplatAssetCreator.h"
 
 #include <cmath>
-#include <cstring>
 #include <limits>
 
 #include <gmock/gmock.h>
 
-#include "HalfFloat.h"
+#include "../Failure.h"
+#include "AssetSupport.h"
 #include "PLYFileReader.h"
-#include "PlyBuilder.h"
 
 namespace {
 
@@ -18,25 +17,6 @@ using testing::HasSubstr;
 
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
-GaussianSplatAssetCreator::Settings GetSettings(std::uint32_t quality) {
-    GaussianSplatAssetCreator::Settings settings;
-    settings.quality = quality;
-    settings.ApplyQualityLevel();
-    return settings;
-}
-
-std::unique_ptr<GaussianSplatAsset> Create(std::string_view bytes, std::uint32_t quality = 2) {
-    const TemporaryFile file(bytes);
-    return GaussianSplatAssetCreator::CreateAsset(file.GetPath(), GetSettings(quality), true);
-}
-
-template <class T>
-T ReadAt(const std::vector<std::uint8_t>& block, std::size_t index) {
-    T value;
-    std::memcpy(&value, block.data() + index * sizeof(T), sizeof(T));
-    return value;
-}
-
 GaussianSplatAsset::ChunkInfo GetChunk(const GaussianSplatAsset& asset, std::size_t index) {
     return ReadAt<GaussianSplatAsset::ChunkInfo>(asset.chunkData, index);
 }
@@ -45,44 +25,37 @@ std::uint32_t GetTexel(const GaussianSplatAsset& asset, int x, int y) {
     return ReadAt<std::uint32_t>(asset.colorData, static_cast<std::size_t>(y * 2048 + x));
 }
 
-std::uint32_t Halves(std::uint32_t low, std::uint32_t high) { return low | high << 16; }
+constexpr std::uint32_t Halves(std::uint32_t low, std::uint32_t high) { return low | high << 16; }
+
+constexpr std::uint32_t kZeroFields = 511u | 511u << 10 | 511u << 20;  // of a rotation's word
 
 TEST(GaussianSplatAssetCreator, OneSplatIsItsChunksMinimum) {
     const PlySplat splat{.mPosition = {1.0f, -2.0f, 3.0f}, .mDc = {0.0f, 1.0f, -1.0f}};
     const auto asset = Create(MakeFile({{splat}}, 0));
     EXPECT_EQ(asset->splatCount, 1);
     EXPECT_EQ(asset->boundsMin, glm::vec3(1.0f, -2.0f, 3.0f));
-    EXPECT_EQ(asset->boundsMax, glm::vec3(1.0f, -2.0f, 3.0f));
+    EXPECT_EQ(asset->boundsMax, asset->boundsMin);
     ASSERT_EQ(asset->chunkData.size(), 64u);
     const auto chunk = GetChunk(*asset, 0);
     EXPECT_EQ(chunk.posX, glm::vec2(1.0f, 1.0f));
     EXPECT_EQ(chunk.posY, glm::vec2(-2.0f, -2.0f));
     EXPECT_EQ(chunk.posZ, glm::vec2(3.0f, 3.0f));
-    EXPECT_EQ(chunk.colR, Halves(0x3800, 0x3800));  // 0.5
-    EXPECT_EQ(chunk.colG, Halves(0x3a41, 0x3a41));  // 0.7820948 = 2^-1 * (1 + 577.7 / 1024)
-    EXPECT_EQ(chunk.colB, Halves(0x32f9, 0x32f9));  // 0.2179052 = 2^-3 * (1 + 761.1 / 1024)
-    EXPECT_EQ(chunk.colA, Halves(0x3800, 0x3800));
-    EXPECT_EQ(chunk.sclX, Halves(0x3c00, 0x3c00));  // e^0
-    EXPECT_EQ(chunk.shR, Halves(0x7c00, 0xfc00));   // No harmonics: the range is inside out.
+    // Colours 0.5, 0.7820948 = 2^-1 * (1 + 577.7 / 1024), 0.2179052 = 2^-3 * (1 + 761.1 / 1024); opacity 0.5, e^0,
+    // and with no harmonics a range inside out.
+    EXPECT_THAT((std::array{chunk.colR, chunk.colG, chunk.colB, chunk.colA, chunk.sclX, chunk.shR}),
+                ElementsAre(Halves(0x3800, 0x3800), Halves(0x3a41, 0x3a41), Halves(0x32f9, 0x32f9),
+                            Halves(0x3800, 0x3800), Halves(0x3c00, 0x3c00), Halves(0x7c00, 0xfc00)));
     EXPECT_THAT(asset->posData, ElementsAre(0, 0, 0, 0, 0, 0, 0, 0));
-    EXPECT_EQ(ReadAt<std::uint32_t>(asset->otherData, 0), 511u | 511u << 10 | 511u << 20 | 3u << 30);
-    EXPECT_EQ(ReadAt<std::uint32_t>(asset->otherData, 1), 0u);
-    EXPECT_EQ(asset->colorData.size(), 2048u * 16 * 4);
-    EXPECT_THAT(asset->colorData, Each(0));
-    EXPECT_EQ(asset->shData, std::vector<std::uint8_t>(32, 0));
+    EXPECT_THAT(ReadAll<std::uint32_t>(asset->otherData), ElementsAre(kZeroFields | 3u << 30, 0u));
+    EXPECT_EQ(asset->colorData, std::vector<std::uint8_t>(2048 * 16 * 4));
+    EXPECT_EQ(asset->shData, std::vector<std::uint8_t>(32));
 }
 
 TEST(GaussianSplatAssetCreator, SplatsAreSortedAlongTheCurveAndNormalised) {
     // In the file: the far corner, the near one, and the middle, which Morton order puts between.
     const PlySplat splats[] = {
-        {.mPosition = {3.0f, 4.0f, 5.0f},
-         .mDc = {1.0f, 0.0f, 0.0f},
-         .mOpacity = kInfinity,
-         .mScale = {-8.0f, 0.0f, 0.0f}},
-        {.mPosition = {1.0f, 0.0f, -3.0f},
-         .mDc = {-1.0f, 0.0f, 0.0f},
-         .mOpacity = -kInfinity,
-         .mScale = {8.0f, 0.0f, 0.0f}},
+        {.mPosition = {3.0f, 4.0f, 5.0f}, .mDc = {1.0f}, .mOpacity = kInfinity, .mScale = {-8.0f}},
+        {.mPosition = {1.0f, 0.0f, -3.0f}, .mDc = {-1.0f}, .mOpacity = -kInfinity, .mScale = {8.0f}},
         {.mPosition = {2.0f, 2.0f, 1.0f}, .mRotation = {0.0f, 3.0f, 0.0f, 0.0f}},
     };
     const auto asset = Create(MakeFile(splats, 0));
@@ -92,17 +65,11 @@ TEST(GaussianSplatAssetCreator, SplatsAreSortedAlongTheCurveAndNormalised) {
     EXPECT_EQ(chunk.colA, Halves(0x0000, 0x3c00));
     // The eighth roots of e^-8 and e^8 are 1/e and e, cut to halves.
     EXPECT_EQ(chunk.sclX, Halves(0x35e2, 0x416f));
-    EXPECT_EQ(ReadAt<std::uint32_t>(asset->posData, 0), 0u);
-    EXPECT_EQ(ReadAt<std::uint32_t>(asset->posData, 1), 1023u | 511u << 11 | 1023u << 21);
-    EXPECT_EQ(ReadAt<std::uint32_t>(asset->posData, 2), 0xffffffffu);
-    EXPECT_EQ(ReadAt<std::uint32_t>(asset->posData, 3), 0u) << "padding";
+    EXPECT_THAT(ReadAll<std::uint32_t>(asset->posData),  // with its padding
+                ElementsAre(0u, 1023u | 511u << 11 | 1023u << 21, 0xffffffffu, 0u));
     // Rotation words, then scales: (e^1 - 1/e) spans the range, 1 lies at 0.2689.
-    const std::uint32_t identity = 511u | 511u << 10 | 511u << 20;
-    EXPECT_EQ(ReadAt<std::uint32_t>(asset->otherData, 0), identity | 3u << 30);
-    EXPECT_EQ(ReadAt<std::uint32_t>(asset->otherData, 1), 2047u);
-    EXPECT_EQ(ReadAt<std::uint32_t>(asset->otherData, 2), identity);
-    EXPECT_EQ(ReadAt<std::uint32_t>(asset->otherData, 3), 550u);
-    EXPECT_EQ(ReadAt<std::uint32_t>(asset->otherData, 5), 0u);
+    EXPECT_THAT(ReadAll<std::uint32_t>(asset->otherData),
+                ElementsAre(kZeroFields | 3u << 30, 2047u, kZeroFields, 550u, kZeroFields | 3u << 30, 0u));
     // Red and opacity: 0, the middle, 1. Green and blue are constant.
     EXPECT_EQ(GetTexel(*asset, 0, 0), 0x00000000u);
     EXPECT_EQ(GetTexel(*asset, 1, 0), 0x7f00007fu);
@@ -110,20 +77,17 @@ TEST(GaussianSplatAssetCreator, SplatsAreSortedAlongTheCurveAndNormalised) {
 }
 
 TEST(GaussianSplatAssetCreator, EqualPlacesKeepTheFilesOrder) {
-    const float reds[] = {0.5f, -1.0f, 1.0f, 0.0f};
     std::vector<PlySplat> splats;
-    for (float red : reds) splats.push_back({.mPosition = {7.0f, 7.0f, 7.0f}, .mDc = {red, 0.0f, 0.0f}});
+    for (float red : {0.5f, -1.0f, 1.0f, 0.0f}) splats.push_back({.mPosition = {7.0f, 7.0f, 7.0f}, .mDc = {red}});
     const auto asset = Create(MakeFile(splats, 0));
-    EXPECT_EQ(GetTexel(*asset, 0, 0), 191u);
-    EXPECT_EQ(GetTexel(*asset, 1, 0), 0u);
-    EXPECT_EQ(GetTexel(*asset, 0, 1), 255u);
-    EXPECT_EQ(GetTexel(*asset, 1, 1), 127u);
+    const std::uint32_t reds[] = {191, 0, 255, 127};
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(GetTexel(*asset, i % 2, i / 2), reds[i]) << i;
 }
 
 TEST(GaussianSplatAssetCreator, EachChunkHasItsOwnRanges) {
     std::vector<PlySplat> splats;
     for (int i = 256; i >= 0; --i)
-        splats.push_back({.mPosition = {static_cast<float>(i), 0.0f, 0.0f}, .mDc = {0.001f * static_cast<float>(i)}});
+        splats.push_back({.mPosition = {static_cast<float>(i)}, .mDc = {0.001f * static_cast<float>(i)}});
     const auto asset = Create(MakeFile(splats, 0));
     ASSERT_EQ(asset->chunkData.size(), 128u);
     EXPECT_EQ(GetChunk(*asset, 0).posX, glm::vec2(0.0f, 255.0f));
@@ -134,31 +98,21 @@ TEST(GaussianSplatAssetCreator, EachChunkHasItsOwnRanges) {
     EXPECT_EQ(asset->posData.size(), 1032u);
 }
 
-PlySplat MakeDegree1Splat() {
+TEST(GaussianSplatAssetCreator, HarmonicsTurnFromPlanesToTriplesAndAreNormalisedByChannel) {
     // Planes: red 1 2 3, green 4 5 6, blue 7 8 9.
-    return {.mRest = {1, 2, 3, 4, 5, 6, 7, 8, 9}};
-}
-
-TEST(GaussianSplatAssetCreator, HarmonicsTurnFromPlanesToTriples) {
-    const auto asset = Create(MakeFile({{MakeDegree1Splat()}}, 1), 0);
-    ASSERT_EQ(asset->shData.size(), 192u);
-    for (std::size_t i = 0; i < 48; ++i) {
-        const float expected = i < 9 ? static_cast<float>(1 + i / 3 + 3 * (i % 3)) : 0.0f;
-        EXPECT_EQ(ReadAt<float>(asset->shData, i), expected) << i;
-    }
-    const auto chunk = GetChunk(*asset, 0);
-    EXPECT_EQ(chunk.shR, Halves(0x3c00, 0x4200));
-    EXPECT_EQ(chunk.shG, Halves(0x4400, 0x4600));
-    EXPECT_EQ(chunk.shB, Halves(0x4700, 0x4880));
-}
-
-TEST(GaussianSplatAssetCreator, HarmonicsAreNormalisedByChannel) {
-    const auto asset = Create(MakeFile({{MakeDegree1Splat()}}, 1));
-    // Each channel runs 0, 1/2, 1 over its three coefficients.
-    EXPECT_EQ(ReadAt<std::uint16_t>(asset->shData, 0), 0);
-    EXPECT_EQ(ReadAt<std::uint16_t>(asset->shData, 1), 15 | 31 << 5 | 15 << 11);
-    EXPECT_EQ(ReadAt<std::uint16_t>(asset->shData, 2), 0xffff);
-    for (std::size_t i = 3; i < 16; ++i) EXPECT_EQ(ReadAt<std::uint16_t>(asset->shData, i), 0) << "above the degree";
+    const std::string file = MakeFile({{PlySplat{.mRest = {1, 2, 3, 4, 5, 6, 7, 8, 9}}}}, 1);
+    const auto exact = Create(file, 0);
+    ASSERT_EQ(exact->shData.size(), 192u);
+    EXPECT_THAT(ReadAll<float>(exact->shData, 9), ElementsAre(1, 4, 7, 2, 5, 8, 3, 6, 9));
+    EXPECT_THAT(std::vector(exact->shData.begin() + 36, exact->shData.end()), Each(0));
+    const auto chunk = GetChunk(*exact, 0);
+    EXPECT_THAT((std::array{chunk.shR, chunk.shG, chunk.shB}),
+                ElementsAre(Halves(0x3c00, 0x4200), Halves(0x4400, 0x4600), Halves(0x4700, 0x4880)));
+    // Each channel runs 0, 1/2, 1 over its three coefficients; what is above the degree stays 0.
+    std::vector<std::uint16_t> words(16);
+    words[1] = 15 | 31 << 5 | 15 << 11;
+    words[2] = 0xffff;
+    EXPECT_EQ(ReadAll<std::uint16_t>(Create(file)->shData), words);
 }
 
 TEST(GaussianSplatAssetCreator, AllDegreesReachTheirLastCoefficient) {
@@ -169,8 +123,9 @@ TEST(GaussianSplatAssetCreator, AllDegreesReachTheirLastCoefficient) {
         splat.mRest[count - 1] = splat.mRest[2 * count - 1] = splat.mRest[3 * count - 1] = 2.0f;
         const auto asset = Create(MakeFile({{splat}}, degree));
         EXPECT_EQ(asset->shLevel, static_cast<std::uint32_t>(degree));
-        for (std::size_t i = 0; i < 16; ++i)
-            EXPECT_EQ(ReadAt<std::uint16_t>(asset->shData, i), i + 1 == count ? 0xffff : 0) << degree << " " << i;
+        std::vector<std::uint16_t> words(16);
+        words[count - 1] = 0xffff;
+        EXPECT_EQ(ReadAll<std::uint16_t>(asset->shData), words) << degree;
     }
 }
 
@@ -181,11 +136,11 @@ TEST(GaussianSplatAssetCreator, AZeroQuaternionGivesAZeroWord) {
 
 TEST(GaussianSplatAssetCreator, NoSplatsAtAll) {
     const auto asset = Create(MakeFile({}, 3));
-    EXPECT_TRUE(asset->posData.empty() && asset->otherData.empty() && asset->shData.empty() &&
-                asset->chunkData.empty());
+    for (const auto* block : {&asset->posData, &asset->otherData, &asset->shData, &asset->chunkData})
+        EXPECT_TRUE(block->empty());
     EXPECT_EQ(asset->colorWidth, 2048);
     EXPECT_EQ(asset->colorHeight, 16);
-    EXPECT_EQ(asset->colorData, std::vector<std::uint8_t>(2048 * 16 * 4, 0));
+    EXPECT_EQ(asset->colorData, std::vector<std::uint8_t>(2048 * 16 * 4));
     EXPECT_EQ(asset->boundsMin, glm::vec3(3.4028235e38f));
     EXPECT_EQ(asset->boundsMax, glm::vec3(-3.4028235e38f));
 }
@@ -202,55 +157,48 @@ TEST(GaussianSplatAssetCreator, WithoutDataOnlyTheHeaderCounts) {
 }
 
 TEST(GaussianSplatAssetCreator, QualityLevelsSetTheFormats) {
-    const std::uint32_t table[5][4] = {{0, 0, 0, 0}, {1, 1, 2, 1}, {2, 2, 3, 2}, {2, 3, 6, 2}, {2, 3, 8, 3}};
-    for (std::uint32_t level = 0; level < 5; ++level) {
-        const auto settings = GetSettings(level);
-        EXPECT_EQ(static_cast<std::uint32_t>(settings.posFormat), table[level][0]);
-        EXPECT_EQ(static_cast<std::uint32_t>(settings.scaleFormat), table[level][1]);
-        EXPECT_EQ(static_cast<std::uint32_t>(settings.shFormat), table[level][2]);
-        EXPECT_EQ(static_cast<std::uint32_t>(settings.colorFormat), table[level][3]);
+    const std::uint32_t table[5][5] = {
+        {0, 0, 0, 0, 0}, {1, 1, 1, 2, 1}, {2, 2, 2, 3, 2}, {3, 2, 3, 6, 2}, {4, 2, 3, 8, 3}};
+    for (const auto& row : table) {
+        const auto settings = GetSettings(row[0]);
+        EXPECT_EQ(std::memcmp(&settings, row, sizeof(settings)), 0) << row[0];
     }
-}
-
-std::string GetFailure(GaussianSplatAssetCreator::Settings settings) {
-    const TemporaryFile file(MakeFile({{PlySplat{}}}, 1));
-    try {
-        settings.ApplyQualityLevel();
-        GaussianSplatAssetCreator::CreateAsset(file.GetPath(), settings, true);
-    } catch (const zeb::Exception& e) {
-        EXPECT_EQ(e.code, 512);
-        return e.what();
-    }
-    return "";
 }
 
 TEST(GaussianSplatAssetCreator, FormatsThatCannotBeMadeFail) {
-    EXPECT_THAT(GetFailure({.quality = 3}), HasSubstr("\"Clustering is not supported yet.\""));
-    EXPECT_THAT(GetFailure({.quality = 4}), HasSubstr("\"Clustering is not supported yet.\""));
-    EXPECT_THAT(GetFailure({.quality = 5, .colorFormat = ColorFormat::BC7}),
-                testing::AllOf(HasSubstr("CreateColorData()"), HasSubstr("\"BC7 compression is not supported yet.\"")));
-    EXPECT_THAT(GetFailure({.quality = 5, .posFormat = VectorFormat{4}}), HasSubstr("VectorFormat 4\""));
-    EXPECT_THAT(GetFailure({.quality = 5, .colorFormat = ColorFormat{7}}), HasSubstr("format 7\""));
-    EXPECT_THAT(GetFailure({.quality = 6}), HasSubstr("\"Failed to apply quality of 6\""));
-    EXPECT_EQ(GetFailure({.quality = 5}), "");
-}
-
-TEST(GaussianSplatAssetCreator, FailuresOfTheReaderPassThrough) {
-    EXPECT_THROW(Create("ply\n"), PLYFileReader::LoadModelException);
+    const std::pair<GaussianSplatAssetCreator::Settings, const char*> cases[] = {
+        {{.quality = 3}, "\"Clustering is not supported yet.\""},
+        {{.quality = 4}, "\"Clustering is not supported yet.\""},
+        {{.quality = 5, .colorFormat = ColorFormat::BC7},
+         "CreateColorData() with message \"BC7 compression is not supported yet.\""},
+        {{.quality = 5, .posFormat = VectorFormat{4}}, "VectorFormat 4\""},
+        {{.quality = 5, .colorFormat = ColorFormat{7}}, "format 7\""},
+        {{.quality = 6}, "\"Failed to apply quality of 6\""},
+        {{.quality = 5}, ""},
+    };
+    const TemporaryFile file(MakeFile({{PlySplat{}}}, 1));
+    for (auto [settings, message] : cases) {
+        const std::string failure = test::MessageOf([&, &made = settings] {
+            made.ApplyQualityLevel();
+            GaussianSplatAssetCreator::CreateAsset(file.GetPath(), made, true);
+        });
+        EXPECT_THAT(failure, HasSubstr(message));
+        EXPECT_EQ(failure.empty(), *message == '\0') << failure;
+    }
+    EXPECT_THROW(Create("ply\n"), PLYFileReader::LoadModelException) << "the reader's failures pass through";
 }
 
 TEST(GaussianSplatAssetCreator, WideFormatsHoldTheNormalisedValues) {
     const PlySplat splats[] = {{.mPosition = {0, 0, 0}, .mDc = {0, 0, 0}}, {.mPosition = {4, 2, 8}, .mDc = {1, 2, 3}}};
     const auto exact = Create(MakeFile(splats, 0), 0);
-    EXPECT_EQ(ReadAt<glm::vec3>(exact->posData, 0), glm::vec3(0.0f));
-    EXPECT_EQ(ReadAt<glm::vec3>(exact->posData, 1), glm::vec3(1.0f));
+    EXPECT_THAT(ReadAll<glm::vec3>(exact->posData), ElementsAre(glm::vec3(0.0f), glm::vec3(1.0f)));
     EXPECT_EQ(exact->otherData.size(), 32u);
     EXPECT_EQ(ReadAt<float>(exact->colorData, 4), 1.0f);
     const auto fine = Create(MakeFile(splats, 0), 1);
     EXPECT_EQ(fine->posData.size(), 16u);
     EXPECT_EQ(ReadAt<std::uint16_t>(fine->posData, 3), 65535);
     EXPECT_EQ(ReadAt<std::uint16_t>(fine->colorData, 4), 0x3c00);
-    EXPECT_EQ(fine->shData, std::vector<std::uint8_t>(120, 0));
+    EXPECT_EQ(fine->shData, std::vector<std::uint8_t>(120));
 }
 
 }  // namespace

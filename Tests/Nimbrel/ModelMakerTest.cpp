@@ -1,6 +1,7 @@
 #include "ModelMaker.h"
 
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 
 #include <gmock/gmock.h>
@@ -8,6 +9,7 @@
 #include "ExactMath.h"
 #include "HarmonicColor.h"
 #include "PLYFileReader.h"
+#include "PluginBase/Misc/Hash.h"
 #include "PlyBuilder.h"
 
 namespace nimbrel::maker {
@@ -49,9 +51,8 @@ TEST(HarmonicColor, AFacingColorIsSeenFromItsNormalsSide) {
 TEST(ModelMaker, TheSameOptionsGiveTheSameBytes) {
     // FNV-1a of the whole file: a change of these is a change of everyone's pictures.
     const auto hash = [](const ModelOptions& options) {
-        std::uint64_t value = 0xcbf29ce484222325u;
-        for (std::uint8_t byte : MakeModel(options)) value = (value ^ byte) * 0x100000001b3u;
-        return value;
+        const std::vector<std::uint8_t> bytes = MakeModel(options);
+        return zeb::HashFnv1a({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
     };
     EXPECT_EQ(hash({.mCount = 2000}), 13060209509127054370u);
     EXPECT_EQ(hash({.mShape = Shape::Box, .mCount = 600, .mDegree = 1}), 2511793578444116149u);
@@ -104,6 +105,19 @@ TEST(ModelMaker, OptionsOutOfRangeFail) {
     EXPECT_THROW(ParseShape("cone"), std::invalid_argument);
     EXPECT_EQ(ParseShape("box"), Shape::Box);
 }
+
+#ifndef _WIN32
+TEST(ModelMaker, WrongOptionsEndWithTwoAndLeaveTheFileAsItWas) {
+    const TemporaryFile file("old");
+    const std::filesystem::path path(file.GetPath());
+    for (const char* arguments : {"--count -1", "--count 1.5", "--degree 4", "--shape cone", "--no-such-option"}) {
+        const std::string command =
+            std::string("'" NIMBREL_MAKE_MODEL_FILE "' -o '") + path.string() + "' " + arguments + " 2>/dev/null";
+        EXPECT_EQ(std::system(command.c_str()), 2 << 8) << arguments;
+        EXPECT_EQ(std::filesystem::file_size(path), 3u) << arguments;
+    }
+}
+#endif
 
 }  // namespace
 }  // namespace nimbrel::maker

@@ -80,9 +80,7 @@ TEST(SplatPacking, VectorBits) {
     }
     std::uint8_t wide[12];
     PackVector(VectorFormat::Norm16, {1.0f, 0.5f, kNaN}, wide);
-    EXPECT_EQ(ReadAs<std::uint16_t>(wide), 65535);
-    EXPECT_EQ(ReadAs<std::uint16_t>(wide + 2), 32767);
-    EXPECT_EQ(ReadAs<std::uint16_t>(wide + 4), 0);
+    EXPECT_THAT((ReadAs<std::array<std::uint16_t, 3>>(wide)), testing::ElementsAre(65535, 32767, 0));
     PackVector(VectorFormat::Float32, {0.25f, 7.0f, kNaN}, wide);
     EXPECT_EQ(ReadAs<glm::vec3>(wide), glm::vec3(0.25f, 1.0f, 0.0f));
 }
@@ -102,35 +100,23 @@ TEST(SplatPacking, HarmonicsBits) {
     values[0] = values[4] = values[8] = 1.0f;  // Red of coefficient 1, green of 2, blue of 3.
     values[44] = 0.5f;
     std::array<std::uint8_t, 192> out;
-    out.fill(0xee);
-    PackSH(SHFormat::Norm6, values.data(), 15, out.data());
-    const auto halves = ReadAs<std::array<std::uint16_t, 16>>(out.data());
-    EXPECT_EQ(halves[0], 31);
-    EXPECT_EQ(halves[1], 63 << 5);
-    EXPECT_EQ(halves[2], 31 << 11);
-    EXPECT_EQ(halves[14], 15 << 11);
-    EXPECT_EQ(halves[15], 0);
-    EXPECT_EQ(out[32], 0xee);
-
-    PackSH(SHFormat::Norm11, values.data(), 15, out.data());
-    const auto words = ReadAs<std::array<std::uint32_t, 15>>(out.data());
-    EXPECT_EQ(words[0], 2047u);
-    EXPECT_EQ(words[1], 1023u << 11);
-    EXPECT_EQ(words[2], 2047u << 21);
-    EXPECT_EQ(out[60], 0xee);
-
-    PackSH(SHFormat::Float16, values.data(), 15, out.data());
+    const auto pack = [&](SHFormat format, std::size_t size) {
+        out.fill(0xee);
+        PackSH(format, values.data(), 15, out.data());
+        EXPECT_EQ(out[size], 0xee) << "behind the end";
+    };
+    pack(SHFormat::Norm6, 32);
+    std::array<std::uint16_t, 16> halves{31, 63 << 5, 31 << 11};
+    halves[14] = 15 << 11;
+    EXPECT_EQ((ReadAs<std::array<std::uint16_t, 16>>(out.data())), halves);
+    pack(SHFormat::Norm11, 60);
+    std::array<std::uint32_t, 15> words{2047u, 1023u << 11, 2047u << 21};
+    words[14] = 1023u << 21;
+    EXPECT_EQ((ReadAs<std::array<std::uint32_t, 15>>(out.data())), words);
+    pack(SHFormat::Float16, 90);
     EXPECT_EQ(ReadAs<std::uint16_t>(out.data() + 88), 0x3800);
-    EXPECT_EQ(out[90], 0xee);
-    PackSH(SHFormat::Float32, values.data(), 15, out.data());
-    EXPECT_EQ(ReadAs<float>(out.data() + 176), 0.5f);
-    EXPECT_EQ(out[180], 0xee);
-}
-
-std::uint32_t PackQuaternion(const glm::vec4& xyzw) {
-    std::uint8_t out[4];
-    PackRotation(EncodeRotation(xyzw), out);
-    return ReadAs<std::uint32_t>(out);
+    pack(SHFormat::Float32, 180);
+    EXPECT_EQ((ReadAs<std::array<float, 45>>(out.data())), values);
 }
 
 TEST(SplatPacking, RotationDropsTheLargestComponent) {
@@ -138,15 +124,22 @@ TEST(SplatPacking, RotationDropsTheLargestComponent) {
         return a | b << 10 | c << 20 | dropped << 30;
     };
     // Fields are t / sqrt(2) + 1/2 of 1023.5: 0 is 511, 0.5 is 873, -0.5 is 149, sqrt(1/2) is 1023.
-    EXPECT_EQ(PackQuaternion({0, 0, 0, 1}), word(511, 511, 511, 3));
-    EXPECT_EQ(PackQuaternion({0, 0, 0, -1}), word(511, 511, 511, 3));
-    EXPECT_EQ(PackQuaternion({1, 0, 0, 0}), word(511, 511, 511, 0));
-    // Equals: the first is dropped, and the others keep their order.
-    EXPECT_EQ(PackQuaternion({0.5f, -0.5f, 0.5f, 0.5f}), word(149, 873, 873, 0));
-    EXPECT_EQ(PackQuaternion({0.0f, -0.8f, 0.5f, 0.3316625f}), word(511, 149, 271, 1));
-    EXPECT_EQ(PackQuaternion({0.0f, 0.5f, -0.8f, 0.3316625f}), word(511, 149, 271, 2));
-    EXPECT_EQ(PackQuaternion({0.70710678f, 0, 0, 0.70710678f}), word(511, 511, 1023, 0));
-    EXPECT_EQ(PackQuaternion({kNaN, kNaN, kNaN, kNaN}), 0u);
+    const std::pair<glm::vec4, std::uint32_t> cases[] = {
+        {{0, 0, 0, 1}, word(511, 511, 511, 3)},
+        {{0, 0, 0, -1}, word(511, 511, 511, 3)},
+        {{1, 0, 0, 0}, word(511, 511, 511, 0)},
+        // Equals: the first is dropped, and the others keep their order.
+        {{0.5f, -0.5f, 0.5f, 0.5f}, word(149, 873, 873, 0)},
+        {{0.0f, -0.8f, 0.5f, 0.3316625f}, word(511, 149, 271, 1)},
+        {{0.0f, 0.5f, -0.8f, 0.3316625f}, word(511, 149, 271, 2)},
+        {{0.70710678f, 0, 0, 0.70710678f}, word(511, 511, 1023, 0)},
+        {{kNaN, kNaN, kNaN, kNaN}, 0u},
+    };
+    for (const auto& [quaternion, expected] : cases) {
+        std::uint8_t out[4];
+        PackRotation(EncodeRotation(quaternion), out);
+        EXPECT_EQ(ReadAs<std::uint32_t>(out), expected) << expected;
+    }
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
+#include "../Failure.h"
 #include "PluginBase/Exception.h"
 #include "PluginBase/Parameters/Custom/Gradient.h"
 #include "PluginBase/Parameters/Custom/Ramp.h"

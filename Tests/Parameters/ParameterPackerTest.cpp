@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
+#include "../Failure.h"
 #include "PluginBase/Script/JSContext.h"
 #include "TestSupport.h"
 
@@ -104,6 +105,9 @@ TEST(ParameterPacker, LaysOutTheBlob) {
     EXPECT_THAT(MessageOf([&] { (void)view.GetStruct("Q"); }), testing::HasSubstr("\"Q\""));
     EXPECT_THAT(MessageOf([&] { (void)view.GetBytes("P", 4); }), testing::HasSubstr("8 bytes instead of 4"));
     EXPECT_NE(MessageOf([&] { (void)view.Read<float>("P", 5); }), "");
+    nlohmann::json dump = nlohmann::json::array();
+    fixture.GetManager().GetPacker().Dump(view, dump);
+    EXPECT_EQ(dump, nlohmann::json::parse(R"([{"m":-3},{}])"));
 }
 
 TEST(PackedParameters, BlobCutAtAnyLengthIsRefused) {

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
+#include "../Failure.h"
 #include "PluginBase/Exception.h"
 #include "PluginBase/Parameters/Custom/Gradient.h"
 #include "TestSupport.h"
@@ -41,6 +42,10 @@ TEST(ParametersManager, HostIndicesLeaveOutSkippedParameters) {
     EXPECT_EQ(manager.FindIndexByParameterIndex(2), 2);
     EXPECT_EQ(manager.FindIndexByParameterIndex(99), -1);
     EXPECT_EQ(manager.GetDescriptionByNumId(11).mIndex, 1) << "a skipped parameter keeps its place";
+    EXPECT_EQ(manager.FindIndexByNumId(14), 4);
+    EXPECT_EQ(manager.FindIndexByNumId(77), -1);
+    EXPECT_THAT(MessageOf([&] { (void)manager.GetDescriptionByNumId(77); }),
+                testing::HasSubstr("Failed to find a parameter description by a parameter numeric id 77"));
 }
 
 TEST(ParametersManager, ASourceClipAtTheFrontIsHostIndexZero) {
@@ -51,7 +56,9 @@ TEST(ParametersManager, ASourceClipAtTheFrontIsHostIndexZero) {
 }
 
 TEST(ParametersManager, ReadsSettingsAndDefaults) {
-    const TextManager manager(Catalogue({
+    zeb::ParametersManagerOptions options;
+    options.mCompleteCustomSettings = [](zeb::ParameterCustomSettings& settings) { settings.valueType += "!"; };
+    const std::string catalogue = Catalogue({
         Entry("FloatSlider", 1,
               R"("flags":["DisplayPercent","NotAnimatable"],"displayMin":{"value":0},"displayMax":{"value":100},
                  "validMin":{"value":-5.5},"precision":{"value":null},"default":{"value":50})"),
@@ -63,7 +70,8 @@ TEST(ParametersManager, ReadsSettingsAndDefaults) {
         Entry("Popup", 7, R"("enum":{"value":["A","B"]},"default":{"value":1})"),
         Entry("Custom", 8, kRampKeys),
         Entry("Checkbox", 9),
-    }));
+    });
+    const TextManager manager(catalogue, options);
     const auto& slider = manager.GetTable()[0].GetSettings<zeb::ParameterFloatSliderSettings>();
     EXPECT_EQ(slider.validMin, -5.5);
     EXPECT_EQ(slider.validMax, std::numeric_limits<double>::max());
@@ -77,7 +85,8 @@ TEST(ParametersManager, ReadsSettingsAndDefaults) {
     EXPECT_EQ(manager.GetTable()[5].GetSettings<zeb::ParameterButtonCheckboxSettings>().label, "On");
     EXPECT_EQ(manager.GetTable()[6].GetSettings<zeb::ParameterPopupSettings>().choices,
               (std::vector<std::string>{"A", "B"}));
-    EXPECT_EQ(manager.GetTable()[7].GetSettings<zeb::ParameterCustomSettings>().valueType, "Ramp");
+    EXPECT_EQ(manager.GetTable()[7].GetSettings<zeb::ParameterCustomSettings>().valueType, "Ramp!")
+        << "completed by the host";
     EXPECT_EQ(manager.GetTable()[7].mInteractInfo->mShowControlIndex, 1);
     EXPECT_EQ(manager.GetTable()[7].mInteractInfo->mHeight, 140);
     EXPECT_THROW((void)manager.GetTable()[0].GetSettings<zeb::ParameterPopupSettings>(), zeb::Exception);
@@ -126,93 +135,17 @@ TEST(ParametersManager, RefusesABadCatalogue) {
             << text;
 }
 
-TEST(ParametersManager, UnknownNumericIdIsNamed) {
-    const TextManager manager(Catalogue({Entry("Checkbox", 4)}));
-    EXPECT_THAT(MessageOf([&] { (void)manager.GetDescriptionByNumId(77); }),
-                testing::HasSubstr("Failed to find a parameter description by a parameter numeric id 77"));
-    EXPECT_EQ(manager.FindIndexByNumId(77), -1);
-    EXPECT_EQ(manager.FindIndexByNumId(4), 0);
-}
-
-/// Writes one word per definition.
-class ListingDefiner final : public zeb::ParameterDefiner {
-public:
-    using D = zeb::ParameterDescription;
-    void DefineSourceClip(const D& d) override { Add(d, "SourceClip"); }
-    void DefineClip(const D& d) override { Add(d, "Clip"); }
-    void DefineGroupBegin(const D& d) override { Add(d, "GroupBegin"); }
-    void DefineGroupEnd(const D& d) override { Add(d, "GroupEnd"); }
-    void DefineIntSlider(const D& d, std::int32_t a, std::int32_t b, std::int32_t c, std::int32_t e) override {
-        Add(d, fmt::format("IntSlider {} {} {} {}", a, b, c, e));
-    }
-    void DefineFloatSlider(const D& d, double a, double b, double c, double e, std::int32_t p) override {
-        Add(d, fmt::format("FloatSlider {} {} {} {} {}", a, b, c, e, p));
-    }
-    void DefineAngle(const D& d, double a, double b) override { Add(d, fmt::format("Angle {} {}", a, b)); }
-    void DefineColor(const D& d) override { Add(d, "Color"); }
-    void DefinePoint3(const D& d) override { Add(d, "Point3"); }
-    void DefineButton(const D& d, const std::string& label) override { Add(d, "Button " + label); }
-    void DefineCheckbox(const D& d, const std::string& label) override { Add(d, "Checkbox " + label); }
-    void DefineFilePath(const D& d) override { Add(d, "FilePath"); }
-    void DefinePopup(const D& d, const std::vector<std::string>& choices) override {
-        Add(d, fmt::format("Popup {}", fmt::join(choices, ",")));
-    }
-    void DefineCustom(const D& d, const zeb::ParameterCustomSettings& s) override { Add(d, "Custom " + s.valueType); }
-
-    std::vector<std::string> mLines;
-
-private:
-    void Add(const D& d, const std::string& text) {
-        EXPECT_EQ(static_cast<std::size_t>(d.mParameterIndex), mLines.size()) << "order of the host indices";
-        mLines.push_back(text);
-    }
-};
-
-TEST(ParametersManager, DefinesEachControlInOrder) {
-    const std::string range =
-        R"("displayMin":{"value":0},"displayMax":{"value":9},"validMin":{"value":-1},"validMax":{"value":10})";
-    const TextManager manager(Catalogue({
-        Entry("SourceClip", 1),
-        Entry("Clip", 2),
-        Entry("GroupBegin", 3),
-        Entry("Button", 4, R"("label":{"value":"L"})"),
-        Entry("Button", 5, R"("skipAPI":["AE"])"),
-        Entry("IntSlider", 6, range),
-        Entry("FloatSlider", 7, range),
-        Entry("Angle", 8, R"("validMin":{"value":0},"validMax":{"value":90})"),
-        Entry("Color", 9),
-        Entry("Point3", 10),
-        Entry("Checkbox", 11),
-        Entry("FilePath", 12),
-        Entry("Popup", 13, R"("enum":{"value":["A","B"]})"),
-        Entry("Custom", 14, kRampKeys),
-        Entry("GroupEnd", 15),
-    }));
-    ListingDefiner definer;
-    manager.DefineParameters(definer);
-    EXPECT_THAT(definer.mLines,
-                testing::ElementsAre("SourceClip", "Clip", "GroupBegin", "Button L", "IntSlider -1 10 0 9",
-                                     "FloatSlider -1 10 0 9 1", "Angle 0 90", "Color", "Point3", "Checkbox ",
-                                     "FilePath", "Popup A,B", "Custom Ramp", "GroupEnd"));
-}
-
-TEST(ParametersManager, HostSideCompletesCustomSettings) {
-    zeb::ParametersManagerOptions options;
-    std::string seen;
-    options.mCompleteCustomSettings = [&](zeb::ParameterCustomSettings& settings) { seen += settings.valueType; };
-    const TextManager manager(Catalogue({Entry("Custom", 1, kRampKeys)}), options);
-    EXPECT_EQ(seen, "Ramp");
-}
-
 zeb::ParametersManagerOptions WithColorParameter() {
     zeb::ParametersManagerOptions options;
     options.mUsesInteractColorPicker = false;
     return options;
 }
 
+const std::vector<std::string> kWithColor = {Entry("Custom", 1, kGradientKeys), Entry("Checkbox", 2),
+                                             Entry("Color", 3)};
+
 TEST(ParametersManager, ColorParameterEditsTheSelectedKey) {
-    TextManager manager(Catalogue({Entry("Custom", 1, kGradientKeys), Entry("Checkbox", 2), Entry("Color", 3)}),
-                        WithColorParameter());
+    TextManager manager(Catalogue(kWithColor), WithColorParameter());
     test::Values values;
     zeb::Gradient gradient;
     gradient.SetSelectedKey(1);
@@ -239,8 +172,7 @@ TEST(ParametersManager, ColorParameterEditsTheSelectedKey) {
 }
 
 TEST(ParametersManager, ColorParameterIsShownWithTheEditor) {
-    const TextManager manager(Catalogue({Entry("Custom", 1, kGradientKeys), Entry("Checkbox", 2), Entry("Color", 3)}),
-                              WithColorParameter());
+    const TextManager manager(Catalogue(kWithColor), WithColorParameter());
     const auto properties = manager.MakeInitialProperties();
     const auto& color = manager.GetTable()[2];
     EXPECT_FALSE(properties->IsVisible(color));
@@ -258,8 +190,9 @@ TEST(ParametersManager, ColorParameterIsShownWithTheEditor) {
 }
 
 TEST(ParametersManager, OneColorParameterServesOneGradient) {
-    const std::string catalogue = Catalogue({Entry("Custom", 1, kGradientKeys), Entry("Checkbox", 2), Entry("Color", 3),
-                                             Entry("Custom", 4, kGradientKeys)});
+    std::vector<std::string> entries = kWithColor;
+    entries.push_back(Entry("Custom", 4, kGradientKeys));
+    const std::string catalogue = Catalogue(entries);
     EXPECT_THAT(MessageOf([&] { TextManager manager(catalogue, WithColorParameter()); }),
                 testing::HasSubstr("UpdateUI handler for parameter 2 already registered"));
     EXPECT_EQ(MessageOf([&] { TextManager manager(catalogue); }), "") << "with the host's picker there are no handlers";

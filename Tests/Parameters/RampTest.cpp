@@ -7,8 +7,11 @@
 #include <vector>
 
 #include <gmock/gmock.h>
+#include <glm/geometric.hpp>
+#include <glm/vec2.hpp>
 #include <nlohmann/json.hpp>
 
+#include "../Failure.h"
 #include "PluginBase/Exception.h"
 #include "PluginBase/Parameters/Custom/Gradient.h"
 #include "PluginBase/Parameters/Custom/Ramp.h"
@@ -71,40 +74,24 @@ TEST(Ramp, ConstructorChoosesTheInterpolationByType) {
     EXPECT_EQ(Ramp(0, 0.25F, 0.75F).keys, (Keys{{0.0F, 0.25F}, {1.0F, 0.75F}}));
 }
 
-struct Point {
-    double x;
-    double y;
-};
-
 /// The point of a cubic at p by repeated halving of its control polygon (de Casteljau).
-Point CasteljauPoint(std::array<Point, 4> points, double p) {
-    for (int n = 3; n > 0; --n) {
-        for (int i = 0; i < n; ++i) {
-            auto& a = points[static_cast<std::size_t>(i)];
-            const auto& b = points[static_cast<std::size_t>(i) + 1];
-            a = {a.x + (b.x - a.x) * p, a.y + (b.y - a.y) * p};
-        }
+glm::dvec2 CasteljauPoint(std::array<glm::dvec2, 4> points, double p) {
+    for (std::size_t n = 3; n > 0; --n) {
+        for (std::size_t i = 0; i < n; ++i) points[i] = glm::mix(points[i], points[i + 1], p);
     }
     return points[0];
 }
 
 TEST(Ramp, BezierFollowsTheExactCurve) {
-    const Point p{0.0, 0.1};
-    const Point a{0.2, 0.3};
-    const Point b{0.7, 0.8};
-    const Point n{1.0, 0.6};
-    const auto distance = [](Point u, Point v) {
-        return std::sqrt((u.x - v.x) * (u.x - v.x) + (u.y - v.y) * (u.y - v.y));
-    };
-    const double s1 = 0.3 * distance(a, b) / (distance(p, a) + distance(a, b));
-    const double s2 = 0.3 * distance(a, b) / (distance(b, n) + distance(a, b));
-    const std::array<Point, 4> control = {a, Point{a.x + (b.x - p.x) * s1, a.y + (b.y - p.y) * s1},
-                                          Point{b.x - (n.x - a.x) * s2, b.y - (n.y - a.y) * s2}, b};
+    const glm::dvec2 p(0.0, 0.1), a(0.2, 0.3), b(0.7, 0.8), n(1.0, 0.6);
+    const double length = glm::distance(a, b);
+    const double s1 = 0.3 * length / (glm::distance(p, a) + length);
+    const double s2 = 0.3 * length / (glm::distance(b, n) + length);
+    const std::array<glm::dvec2, 4> control = {a, a + (b - p) * s1, b - (n - a) * s2, b};
     const Ramp ramp = MakeRamp(Ramp::kBezier, {{0.0F, 0.1F}, {0.2F, 0.3F}, {0.7F, 0.8F}, {1.0F, 0.6F}});
     for (int i = 1; i < 100; ++i) {
         const double t = 0.2 + 0.5 * i / 100.0;
-        double low = 0.0;
-        double high = 1.0;
+        double low = 0.0, high = 1.0;
         for (int step = 0; step < 50; ++step) {
             const double middle = 0.5 * (low + high);
             (CasteljauPoint(control, middle).x > t ? high : low) = middle;

@@ -109,15 +109,4 @@ private:
     Values& mValues;
 };
 
-/// What `call` throws, or an empty text.
-template <class Call>
-std::string MessageOf(Call call) {
-    try {
-        call();
-    } catch (const std::exception& error) {
-        return error.what();
-    }
-    return {};
-}
-
 }  // namespace test

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
+#include "../Failure.h"
 #include "TestSupport.h"
 
 namespace {

@@ -1,12 +1,15 @@
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <fstream>
+#include <stdexcept>
 #include <string>
 
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
 #include "ModelMaker.h"
+#include "NimbrelHost/Arguments.h"
 
 int main(int argc, char** argv) {
     CLI::App app(
@@ -21,10 +24,22 @@ int main(int argc, char** argv) {
     app.add_option("--seed", options.mSeed, "Seed of what is random")->capture_default_str();
     app.add_option("--shape", shape, "knot: an iridescent knot over a tiled floor; box: a cube with coloured faces")
         ->capture_default_str();
-    CLI11_PARSE(app, argc, argv);
+    const nimbrel::host::Arguments arguments(argc, argv);
+    // Before the file is opened, which empties one that is there.
     try {
+        app.parse(arguments.GetCount(), arguments.Get());
         options.mShape = nimbrel::maker::ParseShape(shape);
-        std::ofstream file(path, std::ios::binary);
+        CheckOptions(options);
+    } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() == 0) return app.exit(error);
+        fmt::print(stderr, "nimbrel-make-model: {} (see --help)\n", error.what());
+        return 2;
+    } catch (const std::invalid_argument& error) {
+        fmt::print(stderr, "nimbrel-make-model: {}\n", error.what());
+        return 2;
+    }
+    try {
+        std::ofstream file(std::filesystem::path(std::u8string(path.begin(), path.end())), std::ios::binary);
         nimbrel::maker::WriteModel(options, file);
         file.close();
         if (!file) throw std::runtime_error(fmt::format("cannot write \"{}\"", path));

@@ -82,13 +82,6 @@ void AppendSplat(const Splat& splat, int degree, std::string& block) {
     add(q.w), add(q.x), add(q.y), add(q.z);
 }
 
-void CheckOptions(const ModelOptions& options) {
-    if (options.mCount < 0 || options.mCount > std::numeric_limits<std::int32_t>::max())
-        throw std::invalid_argument(fmt::format("the count of splats must be 0 to 2147483647, not {}", options.mCount));
-    if (options.mDegree < 0 || options.mDegree > 3)
-        throw std::invalid_argument(fmt::format("the degree must be 0 to 3, not {}", options.mDegree));
-}
-
 class VectorBuffer : public std::streambuf {
 public:
     explicit VectorBuffer(std::vector<std::uint8_t>& bytes) : mBytes(bytes) {}
@@ -114,6 +107,13 @@ Shape ParseShape(std::string_view name) {
         if (name == kShapeNames[i]) return static_cast<Shape>(i);
     }
     throw std::invalid_argument(fmt::format("there is no shape \"{}\": use \"knot\" or \"box\"", name));
+}
+
+void CheckOptions(const ModelOptions& options) {
+    if (options.mCount < 0 || options.mCount > std::numeric_limits<std::int32_t>::max())
+        throw std::invalid_argument(fmt::format("the count of splats must be 0 to 2147483647, not {}", options.mCount));
+    if (options.mDegree < 0 || options.mDegree > 3)
+        throw std::invalid_argument(fmt::format("the degree must be 0 to 3, not {}", options.mDegree));
 }
 
 void WriteModel(const ModelOptions& options, std::ostream& out) {

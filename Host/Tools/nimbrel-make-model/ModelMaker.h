@@ -24,6 +24,9 @@ struct ModelOptions {
     std::uint64_t mSeed = 1;       ///< Varies what is random: sparks, tiles, grain.
 };
 
+/// Throws std::invalid_argument for options out of range.
+void CheckOptions(const ModelOptions& options);
+
 /// Writes the file in blocks: memory does not depend on the count. Throws std::invalid_argument for options
 /// out of range; the stream's state tells of failed writes.
 void WriteModel(const ModelOptions& options, std::ostream& out);

@@ -10,6 +10,8 @@
 #include "PluginBase/Parameters/Custom/Gradient.h"
 #include "PluginBase/Parameters/ParameterPacker.h"
 #include "PluginBase/Parameters/ParametersManagerBase.h"
+#include "PluginBase/UI/GradientInteract.h"
+#include "PluginBase/UI/RampInteract.h"
 
 namespace zeb {
 namespace {
@@ -192,8 +194,12 @@ ParametersManagerBase::ParametersManagerBase(ParametersManagerOptions options) :
     // Sizes are those of the controls' editors in the effect's panel, in pixels.
     CustomType ramp;
     ramp.mMakeInteractInfo = [](const ParameterDescription&, const Json& entry) {
-        return ParameterInteractInfo{
-            .mShowControlIndex = json::ReadInt32(Field(entry, "showControlIndex")), .mWidth = 150, .mHeight = 140};
+        const std::int32_t showControlIndex = json::ReadInt32(Field(entry, "showControlIndex"));
+        ParameterInteractInfo info{.mShowControlIndex = showControlIndex, .mWidth = 150, .mHeight = 140};
+        info.mMakeInteract = [showControlIndex](std::int32_t index) -> UniquePtr<InteractBase> {
+            return MakeUnique<RampInteract>(index, showControlIndex);
+        };
+        return info;
     };
     ramp.mMakeSettings = [this](const ParameterDescription&, const Json&) {
         return MakeCustomSettings("Ramp", mOptions);
@@ -201,11 +207,21 @@ ParametersManagerBase::ParametersManagerBase(ParametersManagerOptions options) :
     mCustomTypes.emplace("Ramp", std::move(ramp));
 
     CustomType gradient;
-    gradient.mMakeInteractInfo = [](const ParameterDescription&, const Json& entry) {
-        return ParameterInteractInfo{.mShowControlIndex = json::ReadInt32(Field(entry, "showControlIndex")),
-                                     .mColorIndex = json::ReadInt32(Field(entry, "colorIndex")),
-                                     .mWidth = 150,
-                                     .mHeight = 50};
+    gradient.mMakeInteractInfo = [this](const ParameterDescription&, const Json& entry) {
+        ParameterInteractInfo info{.mShowControlIndex = json::ReadInt32(Field(entry, "showControlIndex")),
+                                   .mColorIndex = json::ReadInt32(Field(entry, "colorIndex")),
+                                   .mWidth = 150,
+                                   .mHeight = 50};
+        GradientInteract::Options interact{.mColorIndex = info.mColorIndex,
+                                           .mShowControlIndex = info.mShowControlIndex,
+                                           .mUsesInteractColorPicker = mOptions.mUsesInteractColorPicker,
+                                           .mColorPicker = mOptions.mColorPickerDialog};
+        info.mMakeInteract = [interact](std::int32_t index) -> UniquePtr<InteractBase> {
+            GradientInteract::Options own = interact;
+            own.mIndex = index;
+            return MakeUnique<GradientInteract>(std::move(own));
+        };
+        return info;
     };
     gradient.mMakeSettings = [this](const ParameterDescription&, const Json&) {
         return MakeCustomSettings("Gradient", mOptions);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <optional>
 #include <string>
@@ -101,6 +102,8 @@ struct ParameterCustomSettings : ParameterSettings {
 
 /// How a custom parameter is edited in the effect's controls.
 struct ParameterInteractInfo {
+    /// Makes the editor of the custom parameter with this catalogue index (PluginBase/UI/InteractBase.h).
+    std::function<UniquePtr<InteractBase>(std::int32_t index)> mMakeInteract = nullptr;
     std::int32_t mShowControlIndex = -1;  ///< catalogue index of the Checkbox that shows the editor
     std::int32_t mColorIndex = -1;        ///< catalogue index of the Color that edits a key; -1 if none
     std::int32_t mWidth = 0;              ///< pixels

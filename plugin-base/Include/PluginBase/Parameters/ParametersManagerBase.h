@@ -5,8 +5,10 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
+#include <glm/vec4.hpp>
 #include <nlohmann/json_fwd.hpp>
 
 #include "PluginBase/Misc/Hash.h"
@@ -25,6 +27,9 @@ struct ParametersManagerOptions {
     const TextFileLoader* mTextFileLoader = nullptr;
     /// Gradients get their colours from the host's picker; then no colour handlers are registered.
     bool mUsesInteractColorPicker = true;
+    /// The host's picker: takes a title and a colour (red, green, blue, alpha) and gives the user's, or the same colour
+    /// when the user cancels. Called on the interface thread inside a command.
+    std::function<glm::vec4(const std::string& title, const glm::vec4& color)> mColorPickerDialog;
     /// Completes the settings of a custom type for the host (handle factory, handler); may be empty.
     std::function<void(ParameterCustomSettings&)> mCompleteCustomSettings;
 };
@@ -73,6 +78,11 @@ public:
     const std::vector<ParameterDescription>& GetTable() const { return mTable; }
     const ParametersManagerOptions& GetOptions() const { return mOptions; }
 
+    /// Makes an interact that stands beside the parameters' own, as an overlay.
+    using InteractFactory = std::function<UniquePtr<InteractBase>()>;
+    void AddInteractFactory(InteractFactory factory) { mInteractFactories.push_back(std::move(factory)); }
+    const std::vector<InteractFactory>& GetInteractFactories() const { return mInteractFactories; }
+
 private:
     /// What a custom type adds to the reading of an entry; each may be empty.
     struct CustomType {
@@ -97,6 +107,7 @@ private:
     UniquePtr<ParameterPacker> mPacker;
     std::vector<UpdateUIHandler> mUpdateUIHandlers;
     std::unordered_map<std::int32_t, ChangeHandler, IntegerHash> mChangeHandlers;
+    std::vector<InteractFactory> mInteractFactories;
 };
 
 }  // namespace zeb
