@@ -8,10 +8,19 @@ if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
 endif()
 
+# A cross-build for Windows compiles GPU programs and runs tests through Wine; ./nimbrel test-windows holds one session
+# of it around the whole.
+if(CMAKE_CROSSCOMPILING AND WIN32)
+  set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_SOURCE_DIR}/BuildTools/Wine/run;${CMAKE_BINARY_DIR}/wine;${NIMBREL_NATIVE_TOOLS})
+endif()
+
 add_library(nimbrel_options INTERFACE)
+if(WIN32)
+  target_compile_definitions(nimbrel_options INTERFACE UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00)
+endif()
 if(MSVC)
   target_compile_options(nimbrel_options INTERFACE /W4 /utf-8 /permissive- /fp:precise $<$<BOOL:${NIMBREL_WERROR}>:/WX>)
-  target_compile_definitions(nimbrel_options INTERFACE NOMINMAX WIN32_LEAN_AND_MEAN _CRT_SECURE_NO_WARNINGS)
+  target_compile_definitions(nimbrel_options INTERFACE _CRT_SECURE_NO_WARNINGS)
 else()
   # The arithmetic of assets and of the CPU programs must give the same bits everywhere: no contraction.
   target_compile_options(nimbrel_options INTERFACE

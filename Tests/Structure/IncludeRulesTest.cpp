@@ -23,7 +23,7 @@ const Rule kRules[] = {
     {"^HostInterface/", "PluginBase/|Nimbrel/|NimbrelHost|vulkan|volk|d3d12|nlohmann|fmt/|glm/",
      "the host's interface knows nobody"},
     {"^plugin-base/(Include/PluginBase|Source)/(Misc|Parameters|Script|ComputeCache/[^A]|Render/"
-     "[^VDC]|RenderUtils|Frame)",
+     "[^VDC]|RenderUtils|Frame|UI)",
      "HostInterface|PluginBase/AE/|vulkan|volk|d3d12|dxgi|windows\\.h",
      "the framework knows no host and no graphics API"},
     {"^plugin-base/Include/PluginBase/[A-Za-z]+\\.h$", "HostInterface|PluginBase/AE/|vulkan|volk|d3d12",

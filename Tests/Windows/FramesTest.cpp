@@ -1,0 +1,42 @@
+// Every shot of the end-to-end tests, drawn by Direct3D and by Vulkan.
+#include <gtest/gtest.h>
+
+#include "Lines.h"
+#include "Shots.h"
+#include "WindowsRender.h"
+
+namespace nimbrel::endtoend {
+namespace {
+
+std::vector<Shot> MakeSplatShots() {
+    std::vector<Shot> shots = MakeFrameShots();
+    for (Shot& shot : MakeEffectShots()) shots.push_back(std::move(shot));
+    return shots;
+}
+
+class WindowsFrames : public testing::TestWithParam<Shot> {};
+class WindowsLines : public testing::TestWithParam<Shot> {};
+
+TEST_P(WindowsFrames, AreThoseOfVulkan) {
+    Shot shot = GetParam();
+    const host::Frame vulkan = RenderWithEffect(shot, "vulkan");
+    ASSERT_GT(MeanAlpha(vulkan), 0.02);
+    EXPECT_GE(ComparePsnr(RenderOnWindows(shot), vulkan), 80.0);
+    shot.mBitsPerChannel = 8;
+    EXPECT_LE(DifferingPixels(RenderOnWindows(shot), RenderWithEffect(shot, "vulkan"), 1.0), 0.001);
+}
+
+TEST_P(WindowsLines, LieWhereVulkansDo) {
+    const Shot& shot = GetParam();
+    const Shot plain = WithoutGizmos(shot);
+    const GizmoFrames vulkan = {RenderWithEffect(shot, "vulkan"), RenderWithEffect(plain, "vulkan")};
+    EXPECT_GE(CompareLines({RenderOnWindows(shot), RenderOnWindows(plain)}, vulkan), 80.0);
+}
+
+std::string GetName(const testing::TestParamInfo<Shot>& shot) { return shot.param.mName; }
+
+INSTANTIATE_TEST_SUITE_P(Shots, WindowsFrames, testing::ValuesIn(MakeSplatShots()), GetName);
+INSTANTIATE_TEST_SUITE_P(Shots, WindowsLines, testing::ValuesIn(MakeGizmoShots()), GetName);
+
+}  // namespace
+}  // namespace nimbrel::endtoend

@@ -1,0 +1,42 @@
+#!/usr/bin/env bash
+# fetch.sh FOLDER: the sources of the libraries that Debian has for Linux only, and the Direct3D compilers, into FOLDER.
+# Sources come from the machine's own Debian mirror, the compilers from the npm package webgpu; nothing is installed.
+# Files that lie there with the right content are kept; a wrong content ends the script.
+set -euo pipefail
+folder=$(mkdir -p "$1" && cd "$1" && pwd)
+cd "$folder"
+
+cat >SHA256SUMS <<'TEXT'
+7dedb6b9adf331559daea614a83b8de42a753e685ec8e1c4bdb4529eb880b0d1  freetype_2.12.1+dfsg.orig.tar.xz
+ea5592230f5ab917bea3ceab266cf38eb4aa4a523078d46eac0f5a89c52304db  imath_3.1.6.orig.tar.gz
+a00e9d2f2f664186e4202db9299397f851aea71b36a35e74910b8820e380d441  libpng1.6_1.6.39.orig.tar.gz
+93925805c1fc4f8162b35f0ae109c4a75344e6decae5a240afdfce25f8a433ec  openexr_3.1.5.orig.tar.gz
+TEXT
+cat >SHA256SUMS.compilers <<'TEXT'
+289767b49dc8525bce262ea06fee4ef9fced2e131a55b25654ce871c1f0498b2  d3dcompiler_47.dll
+04cf618004bf19f789f54e8931c7f7106223bccd354b093c4ff725c748512602  dxcompiler.dll
+TEXT
+
+if ! sha256sum --check --status SHA256SUMS 2>/dev/null; then
+    mkdir -p apt/lists/partial apt/cache/archives/partial
+    # The machine's sources, as sources of source packages, in a configuration of our own.
+    { sed -n 's/^deb /deb-src /p' /etc/apt/sources.list /etc/apt/sources.list.d/*.list 2>/dev/null || true; } >apt/sources.list
+    mkdir -p apt/sources.list.d
+    for file in /etc/apt/sources.list.d/debian.sources; do
+        [ -e "$file" ] && sed 's/^Types:.*/Types: deb-src/' "$file" >"apt/sources.list.d/$(basename "$file")"
+    done
+    options=(-qq -o "Dir::Etc::SourceList=$folder/apt/sources.list" -o "Dir::Etc::SourceParts=$folder/apt/sources.list.d"
+        -o "Dir::State::Lists=$folder/apt/lists" -o "Dir::Cache=$folder/apt/cache" -o APT::Sandbox::User=)
+    apt-get "${options[@]}" update
+    apt-get "${options[@]}" source --download-only --tar-only freetype imath libpng1.6 openexr
+    rm -rf apt
+    sha256sum --check --status SHA256SUMS
+fi
+
+if ! sha256sum --check --status SHA256SUMS.compilers 2>/dev/null; then
+    npm pack --silent webgpu@0.6.2 >/dev/null
+    tar -xzf webgpu-0.6.2.tgz --strip-components=3 --wildcards 'package/dist/win32-x64/*d*xcompiler*' \
+        'package/dist/win32-x64/d3dcompiler_47.dll'
+    rm webgpu-0.6.2.tgz
+    sha256sum --check --status SHA256SUMS.compilers
+fi

@@ -1,0 +1,149 @@
+#include "CommandQueue.h"
+
+#include "CommandList.h"
+
+namespace zeb::render {
+
+QueueState::QueueState(std::shared_ptr<DeviceContext> context, std::string name)
+    : mContext(std::move(context)), mName(std::move(name)) {
+    Init();
+}
+
+QueueState::~QueueState() {
+    try {
+        Cleanup();
+    } catch (const std::exception& failure) {
+        mContext->Report(failure.what());
+    }
+    for (const HANDLE event : mEvents) CloseHandle(event);
+}
+
+void QueueState::Init() {
+    ID3D12Device* device = mContext->Get();
+    D3D12_COMMAND_QUEUE_DESC desc = {};
+    desc.Type = D3D12_COMMAND_LIST_TYPE_DIRECT;
+    ZEB_DX12_CHECK_TEXT(device->CreateCommandQueue(&desc, IID_PPV_ARGS(mCommandQueue.ReleaseAndGetAddressOf())),
+                        "mDevice.CreateCommandQueue(&desc, IID_PPV_ARGS(mCommandQueue.ReleaseAndGetAddressOf()))",
+                        device);
+    SetNativeName(mCommandQueue.Get(), mName);
+    ZEB_DX12_CHECK_TEXT(
+        device->CreateFence(mNextFenceValue, D3D12_FENCE_FLAG_NONE, IID_PPV_ARGS(mFence.ReleaseAndGetAddressOf())),
+        "mDevice.CreateFence(mNextFenceValue, D3D12_FENCE_FLAG_NONE, IID_PPV_ARGS(mFence.ReleaseAndGetAddressOf()))",
+        device);
+    ++mNextFenceValue;
+    SetNativeName(mFence.Get(), mName);
+}
+
+void QueueState::Cleanup() {
+    if (!mFence) return;
+    const std::uint64_t fence = mNextFenceValue++;
+    ZEB_DX12_CHECK(mCommandQueue->Signal(mFence.Get(), fence), mContext->Get());
+    if (!IsCompleted(fence)) WaitOnEvent(fence);
+}
+
+ComPointer<ID3D12CommandAllocator> QueueState::GetAllocatorFromCache() {
+    const std::lock_guard lock(mAllocatorMutex);
+    ComPointer<ID3D12CommandAllocator> commandAllocator;
+    if (!mAllocators.empty()) {
+        commandAllocator = std::move(mAllocators.back());
+        mAllocators.pop_back();
+        return commandAllocator;
+    }
+    ID3D12Device* device = mContext->Get();
+    ZEB_DX12_CHECK_TEXT(device->CreateCommandAllocator(D3D12_COMMAND_LIST_TYPE_DIRECT,
+                                                       IID_PPV_ARGS(commandAllocator.ReleaseAndGetAddressOf())),
+                        "mDevice.CreateCommandAllocator( D3D12_COMMAND_LIST_TYPE_DIRECT, "
+                        "IID_PPV_ARGS(commandAllocator.ReleaseAndGetAddressOf()))",
+                        device);
+    SetNativeName(commandAllocator.Get(), fmt::format("{}: {}", mName, mNextAllocator));
+    ++mNextAllocator;
+    return commandAllocator;
+}
+
+void QueueState::GiveBack(ComPointer<ID3D12CommandAllocator> allocator) {
+    const std::lock_guard lock(mAllocatorMutex);
+    mAllocators.push_back(std::move(allocator));
+}
+
+std::uint64_t QueueState::Execute(ID3D12CommandList* list) {
+    mCommandQueue->ExecuteCommandLists(1, &list);
+    const std::uint64_t fenceValue = mNextFenceValue++;
+    ZEB_DX12_CHECK(mCommandQueue->Signal(mFence.Get(), fenceValue), mContext->Get());
+    return fenceValue;
+}
+
+bool QueueState::IsCompleted(std::uint64_t fenceValue) const { return fenceValue <= mFence->GetCompletedValue(); }
+
+void QueueState::Wait(std::uint64_t fenceValue) {
+    // Signalled once more, which is what tells of a device that is gone; not below a later list's value, for the fence
+    // only grows.
+    if (fenceValue + 1 == mNextFenceValue) {
+        ZEB_DX12_CHECK_TEXT(mCommandQueue->Signal(mFence.Get(), fenceValue),
+                            "mCommandQueue.mCommandQueue->Signal( mCommandQueue.mFence.Get(), mFenceValue)",
+                            mContext->Get());
+    }
+    if (!IsCompleted(fenceValue)) WaitOnEvent(fenceValue);
+}
+
+HANDLE QueueState::TakeEvent() {
+    const std::lock_guard lock(mEventMutex);
+    if (mEvents.empty()) {
+        const HANDLE event = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+        if (event == nullptr)
+            ZEB_RENDER_THROW("Failed to create an event for the queue \"{}\": code {}", mName, GetLastError());
+        return event;
+    }
+    const HANDLE event = mEvents.back();
+    mEvents.pop_back();
+    return event;
+}
+
+void QueueState::WaitOnEvent(std::uint64_t fenceValue) {
+    const HANDLE event = TakeEvent();
+    const HRESULT result = mFence->SetEventOnCompletion(fenceValue, event);
+    if (SUCCEEDED(result)) WaitForSingleObjectEx(event, INFINITE, FALSE);
+    {
+        const std::lock_guard lock(mEventMutex);
+        mEvents.push_back(event);
+    }
+    ZEB_DX12_CHECK_TEXT(result, "mCommandQueue.mFence->SetEventOnCompletion(mFenceValue, fenceEvent.Get())",
+                        mContext->Get());
+}
+
+CommandQueueDX12::CommandQueueDX12(const std::shared_ptr<DeviceContext>& context, std::string name)
+    : CommandQueue(std::move(name)), mState(std::make_shared<QueueState>(context, GetName())) {}
+
+UniquePtr<CommandList> CommandQueueDX12::DoCreateCommandList(std::string name) {
+    return MakeUnique<CommandListDX12>(mState, std::move(name));
+}
+
+UniquePtr<CommandQueueCompletionEvent> CommandQueueDX12::DoExecute(UniquePtr<CommandList> commandList) {
+    auto& list = ToOwn<CommandListDX12>(*commandList, "command list");
+    // The event is made first: once work is submitted nothing may fail that would drop the list.
+    auto event = MakeUnique<CommandQueueCompletionEventDX12>(mState, std::move(commandList));
+    list.MarkSubmitted();
+    event->SetFenceValue(mState->Execute(list.GetNative()));
+    return event;
+}
+
+CommandQueueCompletionEventDX12::CommandQueueCompletionEventDX12(std::shared_ptr<QueueState> queue,
+                                                                 UniquePtr<CommandList> list)
+    : mQueue(std::move(queue)), mOwner(std::move(list)), mList(static_cast<CommandListDX12&>(*mOwner)) {}
+
+CommandQueueCompletionEventDX12::~CommandQueueCompletionEventDX12() {
+    try {
+        if (mList.IsSubmitted()) Wait();
+    } catch (const std::exception& failure) {
+        mQueue->GetContext()->Report(failure.what());
+    }
+}
+
+void CommandQueueCompletionEventDX12::Wait() {
+    if (mIsDone) return;
+    mQueue->Wait(mFenceValue);
+    mIsDone = true;
+    mList.Finish();
+    mQueue->GetContext()->ReportMessages();
+}
+
+}  // namespace zeb::render

@@ -1,0 +1,58 @@
+#include "DeviceContext.h"
+
+#include <vector>
+
+namespace zeb::render {
+namespace {
+
+template <class Data>
+bool CheckSupport(ID3D12Device* device, D3D12_FEATURE feature, Data& data) {
+    return SUCCEEDED(device->CheckFeatureSupport(feature, &data, sizeof(data)));
+}
+
+}  // namespace
+
+DeviceContext::DeviceContext(ComPointer<ID3D12Device> device, const RenderOptions& options)
+    : mDevice(std::move(device)), mReport(options.mReportValidation) {
+    D3D12_FEATURE_DATA_ROOT_SIGNATURE signature = {D3D_ROOT_SIGNATURE_VERSION_1_1};
+    if (CheckSupport(Get(), D3D12_FEATURE_ROOT_SIGNATURE, signature)) mRootSignatureVersion = signature.HighestVersion;
+
+    // A runtime that does not know 6.0 fails; a device that does not take it answers less.
+    D3D12_FEATURE_DATA_SHADER_MODEL model = {D3D_SHADER_MODEL_6_0};
+    if (CheckSupport(Get(), D3D12_FEATURE_SHADER_MODEL, model) && model.HighestShaderModel >= D3D_SHADER_MODEL_6_0)
+        mShaderFormat = ShaderFormat::Dxil;
+
+    D3D12_FEATURE_DATA_D3D12_OPTIONS1 options1 = {};
+    if (mShaderFormat == ShaderFormat::Dxil && CheckSupport(Get(), D3D12_FEATURE_D3D12_OPTIONS1, options1) &&
+        options1.WaveOps != FALSE)
+        mWaveLaneCount = options1.WaveLaneCountMin;
+
+    if (options.mValidation) Get()->QueryInterface(IID_PPV_ARGS(mMessages.ReleaseAndGetAddressOf()));
+}
+
+void DeviceContext::Report(const std::string& text) const {
+    const std::lock_guard lock(mReportMutex);
+    if (mReport) mReport(text);
+}
+
+void DeviceContext::ReportMessages() const {
+    if (!mMessages) return;
+    const UINT64 count = mMessages->GetNumStoredMessages();
+    for (UINT64 i = 0; i < count; ++i) {
+        SIZE_T size = 0;
+        if (FAILED(mMessages->GetMessage(i, nullptr, &size))) continue;
+        std::vector<std::byte> data(size);
+        auto* message = reinterpret_cast<D3D12_MESSAGE*>(data.data());
+        if (FAILED(mMessages->GetMessage(i, message, &size))) continue;
+        if (message->Severity <= D3D12_MESSAGE_SEVERITY_WARNING) Report(message->pDescription);
+    }
+    mMessages->ClearStoredMessages();
+}
+
+void EnableDebugLayer() {
+    ComPointer<ID3D12Debug> debug;
+    if (SUCCEEDED(GetDX12Api().D3D12GetDebugInterface(IID_PPV_ARGS(debug.ReleaseAndGetAddressOf()))))
+        debug->EnableDebugLayer();
+}
+
+}  // namespace zeb::render

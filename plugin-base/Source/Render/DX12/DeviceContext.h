@@ -1,0 +1,51 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "DX12Api.h"
+#include "PluginBase/Render/Render.h"
+
+namespace zeb::render {
+
+/// The native device and what was learnt of it; shared by all objects made with it, so that it outlives them.
+class DeviceContext {
+public:
+    /// Asks the device what it can do.
+    DeviceContext(ComPointer<ID3D12Device> device, const RenderOptions& options);
+
+    ID3D12Device* Get() const { return mDevice.Get(); }
+    D3D_ROOT_SIGNATURE_VERSION GetRootSignatureVersion() const { return mRootSignatureVersion; }
+    /// Dxil where shader model 6.0 is known, else Dxbc.
+    ShaderFormat GetShaderFormat() const { return mShaderFormat; }
+    /// The least number of lanes of a wave; 0 without wave operations or programs that use them.
+    std::uint32_t GetWaveLaneCount() const { return mWaveLaneCount; }
+
+    /// Native buffers and textures that live.
+    std::uint32_t GetLiveResourceCount() const { return mLiveResources; }
+    void CountResource(std::int32_t change) { mLiveResources += static_cast<std::uint32_t>(change); }
+
+    /// Thread: any. Without a receiver the text is dropped.
+    void Report(const std::string& text) const;
+    /// Hands the debug layer's messages since the last call to the receiver.
+    void ReportMessages() const;
+
+private:
+    ComPointer<ID3D12Device> mDevice;
+    ComPointer<ID3D12InfoQueue> mMessages;
+    D3D_ROOT_SIGNATURE_VERSION mRootSignatureVersion = D3D_ROOT_SIGNATURE_VERSION_1_0;
+    ShaderFormat mShaderFormat = ShaderFormat::Dxbc;
+    std::uint32_t mWaveLaneCount = 0;
+    std::atomic<std::uint32_t> mLiveResources = 0;
+    mutable std::mutex mReportMutex;
+    std::function<void(const std::string&)> mReport;
+};
+
+/// Turns the debug layer on for devices made from then on; without one installed nothing happens.
+void EnableDebugLayer();
+
+}  // namespace zeb::render
