@@ -8,19 +8,23 @@
 #include "Catalogue/Catalogue.h"
 #include "Clipboard.h"
 #include "ModelList.h"
-#include "Nimbrel/CPU/Programs/RegisterCpuPrograms.h"
 #include "ParametersManager.h"
 #include "PluginBase/AE/ArbHandlerAE.h"
 #include "PluginBase/AE/ComputeCacheAE.h"
 #include "PluginBase/AE/TextAE.h"
 #include "Render.h"
 #include "Shaders/RegisterShaders.h"
+#ifndef _WIN32
+#include "Nimbrel/CPU/Programs/RegisterCpuPrograms.h"
+#endif
 
 zeb::UniquePtr<zeb::PluginBaseAE> zeb::CreatePlugin() { return MakeUnique<Plugin>(); }
 
 void Plugin::Init() {
     nimbrel::RegisterShaders();
+#ifndef _WIN32
     nimbrel::RegisterCpuPrograms();
+#endif
     PluginBaseAE::Init();
     mComputeCache = zeb::CreateComputeCache();
     mComputeCache->RegisterCacheable(zeb::MakeUnique<zeb::CacheableCreator<CacheableAsset>>());
@@ -66,15 +70,8 @@ zeb::render::RenderOptions Plugin::GetRenderOptions() {
     return options;
 }
 
-PF_OutFlags Plugin::GetOutFlags() const {
-    return PF_OutFlag_SEQUENCE_DATA_NEEDS_FLATTENING | PF_OutFlag_USE_OUTPUT_EXTENT | PF_OutFlag_PIX_INDEPENDENT |
-           PF_OutFlag_CUSTOM_UI | PF_OutFlag_DEEP_COLOR_AWARE;
-}
-
-PF_OutFlags2 Plugin::GetOutFlags2() const {
-    return PF_OutFlag2_I_USE_3D_CAMERA | PF_OutFlag2_SUPPORTS_SMART_RENDER | PF_OutFlag2_FLOAT_COLOR_AWARE |
-           PF_OutFlag2_SUPPORTS_GET_FLATTENED_SEQUENCE_DATA | PF_OutFlag2_SUPPORTS_THREADED_RENDERING;
-}
+PF_OutFlags Plugin::GetOutFlags() const { return kOutFlags; }
+PF_OutFlags2 Plugin::GetOutFlags2() const { return kOutFlags2; }
 
 std::u16string Plugin::GetImportFolderName(const std::u16string&) const { return u"Nimbrel Models"; }
 
@@ -98,6 +95,9 @@ zeb::UniquePtr<zeb::ParametersManagerBase> Plugin::CreateParametersManager() {
     zeb::ParametersManagerOptions options;
     options.mTextFileLoader = &GetTextFileLoader();
     options.mUsesInteractColorPicker = UsesInteractColorPicker();
+    options.mColorPickerDialog = [this](const std::string& title, const glm::vec4& color) {
+        return ColorPickerDialog(title, color);
+    };
     options.mCompleteCustomSettings = zeb::CompleteCustomSettingsAE;
     return zeb::MakeUnique<ParametersManager>(std::move(options), *this, MakeClipboard());
 }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Nimbrel/CacheableAsset.h"
+#include "OutFlags.h"
 #include "PluginBase/AE/PluginBaseAE.h"
 #include "PluginBase/ComputeCache/ComputeCacheBase.h"
 
@@ -36,7 +37,7 @@ public:
     PF_OutFlags GetOutFlags() const override;
     PF_OutFlags2 GetOutFlags2() const override;
     std::u16string GetImportFolderName(const std::u16string& path) const override;
-    bool IsBeta() const override { return false; }
+    bool IsBeta() const override { return kIsBeta; }
 
     // Sequence data holds no settings: the host has them all in its parameters.
     void SequenceSetup() override;

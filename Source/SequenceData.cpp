@@ -24,11 +24,14 @@ static_assert(sizeof(FlattenedSequence) == 16);
 /// Fills a handle of its own size with `data`; null when the host gives none.
 PF_Handle MakeHandle(const void* data, std::size_t size) {
     PF_Handle handle = zeb::TryAllocateExactHandle(size);
-    if (handle == nullptr) return nullptr;
-    if (data != nullptr) {
+    if (handle == nullptr || data == nullptr) return handle;
+    try {
         std::memcpy(zeb::LockHandle(handle), data, size);
-        zeb::UnlockHandle(handle);
+    } catch (...) {
+        zeb::FreeHandle(handle);
+        throw;
     }
+    zeb::UnlockHandle(handle);
     return handle;
 }
 

@@ -159,6 +159,8 @@ Layer Effect::GetEffectLayer() const {
 
 Stream Effect::GetNewEffectStreamByIndex(std::int32_t index) const {
     AEGP_StreamRefH stream = nullptr;
+    // What gives the stream back must be at hand before it is taken.
+    GetSuites().StreamSuite5();
     ZEB_CHECK(GetSuites().StreamSuite2()->AEGP_GetNewEffectStreamByIndex(GetPluginId(), mEffectHandle, index, &stream));
     return Stream(stream);
 }
@@ -188,6 +190,7 @@ bool Suites::IsScriptingAvailable() const {
 
 Effect Suites::GetEffect() const {
     AEGP_EffectRefH effect = nullptr;
+    mSuites.EffectSuite4();  // which gives it back
     ZEB_CHECK(mSuites.PFInterfaceSuite1()->AEGP_GetNewEffectForEffect(mPluginId, mEffectRef, &effect));
     return Effect(effect, mEffectRef);
 }

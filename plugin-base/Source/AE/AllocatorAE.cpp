@@ -43,7 +43,13 @@ PF_Handle TryAllocateExactHandle(std::size_t size) { return AEGPSuites().HandleS
 
 void* Allocate(std::size_t size) {
     PF_Handle handle = NewHandle(size, kBlockSlack);
-    auto* memory = static_cast<std::byte*>(LockHandle(handle));
+    std::byte* memory = nullptr;
+    try {
+        memory = static_cast<std::byte*>(LockHandle(handle));
+    } catch (...) {
+        FreeHandle(handle);
+        throw;
+    }
     std::memcpy(memory, &handle, sizeof(handle));
     return memory + sizeof(handle);
 }
@@ -54,6 +60,16 @@ void Free(void* block) {
     std::memcpy(&handle, static_cast<std::byte*>(block) - sizeof(handle), sizeof(handle));
     UnlockHandle(handle);
     FreeHandle(handle);
+}
+
+handle::LastLock::LastLock(PF_Handle handle)
+    : mHandle(handle), mMemory(AEGPSuites().HandleSuite1()->host_lock_handle(handle)), mLocked(mMemory != nullptr) {
+    // A handle is the address of its memory's address.
+    if (!mLocked) mMemory = *handle;
+}
+
+handle::LastLock::~LastLock() {
+    if (mLocked) UnlockHandle(mHandle);
 }
 
 void* handle::LockOrThrow(PF_Handle handle) {

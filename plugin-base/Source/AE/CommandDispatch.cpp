@@ -97,9 +97,7 @@ void CreateGlobalData(PluginFactory createPlugin) {
 void DestroyGlobalData() {
     PF_Handle handle = InData()->global_data;
     if (handle == nullptr) return;
-    static_cast<GlobalData*>(handle::LockOrThrow(handle))->~GlobalData();
-    UnlockHandle(handle);
-    FreeHandle(handle);
+    handle::Delete<GlobalData>(handle);
     InData()->global_data = nullptr;
     OutData()->global_data = nullptr;
 }

@@ -10,6 +10,7 @@
 #include "CheckAE.h"
 #include "PluginBase/AE/AEGPObjects.h"
 #include "PluginBase/AE/ArbHandlerAE.h"
+#include "PluginBase/AE/EventAE.h"
 #include "PluginBase/AE/ParameterAccessAE.h"
 #include "PluginBase/AE/ThreadContextAE.h"
 
@@ -190,7 +191,7 @@ void PluginBaseAE::UpdateParamsUI(PF_ParamDef* params[]) {
     if (properties.IsChanged()) OutData()->out_flags |= PF_OutFlag_FORCE_RERENDER;
 }
 
-void PluginBaseAE::Event(PF_ParamDef*[], PF_EventExtra*) {}
+void PluginBaseAE::Event(PF_ParamDef* params[], PF_EventExtra* extra) { HandleEvent(*this, params, *extra); }
 
 void PluginBaseAE::ArbitraryCallback(PF_ArbParamsExtra* extra) { HandleArbitraryCallback(*extra); }
 

@@ -53,12 +53,27 @@ PF_Handle New(Args&&... args) {
     return handle;
 }
 
+/// The memory of a handle that is going, locked if the host can: what it holds must go with it either way.
+class LastLock {
+public:
+    explicit LastLock(PF_Handle handle);
+    ~LastLock();
+    LastLock(const LastLock&) = delete;
+    LastLock& operator=(const LastLock&) = delete;
+
+    void* Get() const { return mMemory; }
+
+private:
+    PF_Handle mHandle;
+    void* mMemory;
+    bool mLocked;
+};
+
 /// Destroys the T in the handle and frees the handle; nothing for null.
 template <class T>
 void Delete(PF_Handle handle) {
     if (handle == nullptr) return;
-    static_cast<T*>(LockOrThrow(handle))->~T();
-    UnlockHandle(handle);
+    if (const LastLock lock(handle); lock.Get() != nullptr) static_cast<T*>(lock.Get())->~T();
     FreeHandle(handle);
 }
 

@@ -6,31 +6,11 @@
 
 #include "HostInterface/HostInterface.h"
 #include "HostInterface/NimbrelDeviceSuite.h"
+#include "PluginBase/AE/PluginIdentity.h"
 #include "PluginBase/Misc/MakeUnique.h"
 #include "PluginBase/PluginBaseCommon.h"
 
 namespace zeb {
-
-/// What the library tells the host of its one effect.
-inline constexpr const char* kPluginName = "Nimbrel";
-inline constexpr const char* kPluginMatchName = "velmaris Nimbrel";
-inline constexpr const char* kPluginCategory = "velmaris";
-inline constexpr const char* kEntryPointName = "EffectMain";
-inline constexpr A_long kPluginKind = 0x65464b54;  // 'eFKT'
-inline constexpr A_long kInterfaceVersion = 13;
-inline constexpr A_long kInterfaceSubversion = 27;
-inline constexpr A_long kReservedInfo = 8;
-
-/// Version 1.1.0. The word is build in bits 0 to 8, stage 9 to 10, bug fix 11 to 14, minor 15 to 18, the
-/// low three bits of the major number 19 to 21 and its next four 26 to 29.
-constexpr std::uint32_t kVersionMajor = 1;
-constexpr std::uint32_t kVersionMinor = 1;
-constexpr std::uint32_t kVersionBugFix = 0;
-constexpr std::uint32_t MakeVersionWord(bool beta) {
-    const std::uint32_t stage = beta ? 2 : 3;
-    return ((kVersionMajor >> 3 & 15U) << 26) | ((kVersionMajor & 7U) << 19) | (kVersionMinor << 15) |
-           (kVersionBugFix << 11) | (stage << 9);
-}
 
 /// Binds the frame to the host: each command of the host is one virtual operation, called inside a
 /// thread context. One object serves all threads.
@@ -71,7 +51,7 @@ public:
     virtual void ParamsSetup();
     virtual void UserChangedParam(PF_ParamDef* params[], PF_UserChangedParamExtra* extra);
     virtual void UpdateParamsUI(PF_ParamDef* params[]);
-    /// Custom controls. Nothing is handled here, so the host treats the event as not taken.
+    /// Custom controls (PluginBase/AE/EventAE.h).
     virtual void Event(PF_ParamDef* params[], PF_EventExtra* extra);
     virtual void QueryDynamicFlags();
     virtual void ArbitraryCallback(PF_ArbParamsExtra* extra);

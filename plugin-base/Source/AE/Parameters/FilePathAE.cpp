@@ -100,12 +100,12 @@ void SetFilePath(const ParameterDescription& description, const std::u16string& 
                  const std::function<std::u16string(const std::u16string&)>& getFolderName) {
     const PathParameter parameter(description);
     const AEGP_LayerIDVal id = parameter.GetLayerId();
-    if (id == AEGP_LayerIDVal_NONE) {
-        if (path.empty()) return;
-    } else if (path.empty()) {
+    std::u16string current;
+    if (id != AEGP_LayerIDVal_NONE)
+        current = GetItemPath(parameter.GetComp().GetLayerFromLayerID(id).GetLayerSourceItem(false));
+    if (current == path) return;
+    if (path.empty()) {
         parameter.SetLayerId(AEGP_LayerIDVal_NONE);
-        return;
-    } else if (GetItemPath(parameter.GetComp().GetLayerFromLayerID(id).GetLayerSourceItem(false)) == path) {
         return;
     }
     if (SelectExistingLayer(parameter, path)) return;
