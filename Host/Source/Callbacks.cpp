@@ -56,10 +56,12 @@ PF_Err Progress(PF_ProgPtr reference, A_long current, A_long total) {
     });
 }
 
-/// Custom controls need no registration here: events are sent to whom they concern.
 PF_Err RegisterUI(PF_ProgPtr reference, PF_CustomUIInfo* info) {
-    return WithCommand(reference,
-                       [&](Command&) -> PF_Err { return info == nullptr ? PF_Err_BAD_CALLBACK_PARAM : PF_Err_NONE; });
+    return WithCommand(reference, [&](Command& command) -> PF_Err {
+        if (info == nullptr) return PF_Err_BAD_CALLBACK_PARAM;
+        command.GetHost().GetCustomUI().mRegisteredEvents |= info->events;
+        return PF_Err_NONE;
+    });
 }
 
 int Print(A_char* to, const A_char* format, ...) {

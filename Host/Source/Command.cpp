@@ -28,6 +28,7 @@ std::string GetCommandName(PF_Cmd command) {
         case PF_Cmd_GET_FLATTENED_SEQUENCE_DATA: return "flattening the sequence";
         case PF_Cmd_USER_CHANGED_PARAM: return "a changed control";
         case PF_Cmd_UPDATE_PARAMS_UI: return "updating the controls";
+        case PF_Cmd_EVENT: return "an event of a control";
         case PF_Cmd_ARBITRARY_CALLBACK: return "a custom value's callback";
         case PF_Cmd_SMART_PRE_RENDER: return "pre-render";
         case PF_Cmd_SMART_RENDER: return "render";
@@ -36,6 +37,17 @@ std::string GetCommandName(PF_Cmd command) {
 }
 
 }  // namespace
+
+bool MayChangeProject(PF_Cmd command) {
+    switch (command) {
+        case PF_Cmd_GLOBAL_SETUP:
+        case PF_Cmd_GLOBAL_SETDOWN:
+        case PF_Cmd_USER_CHANGED_PARAM:
+        case PF_Cmd_UPDATE_PARAMS_UI:
+        case PF_Cmd_EVENT: return true;
+        default: return false;
+    }
+}
 
 // The records are on the heap and gone with the command, so that a pointer kept too long is found by memory checkers.
 Command::Command(Host& host, PF_Cmd command, int time)
@@ -86,7 +98,7 @@ void Command::Run(PF_ParamDef** parameters, void* extra) {
     PF_OutData& out = mRecords->mOut;
     const PF_Err error = mHost.GetEffect().mMain(mCommand, &mRecords->mIn, &out, parameters, nullptr, extra);
     // The effect holds what it checked out for the length of the command and no longer.
-    CheckLeftovers();
+    CheckLeftovers(error != PF_Err_NONE);
     out.return_msg[sizeof(out.return_msg) - 1] = 0;
     std::string message = out.return_msg;
     // Effects break lines with carriage returns, as their host's dialogs want it.
@@ -97,12 +109,12 @@ void Command::Run(PF_ParamDef** parameters, void* extra) {
         if (message.empty()) {
             message = fmt::format("the effect failed in {} with error {}", GetCommandName(mCommand), error);
         }
-        throw EffectError(message);
+        throw EffectError(message, error);
     }
     if (!message.empty()) mHost.ShowMessage(message);
 }
 
-void Command::CheckLeftovers() {
+void Command::CheckLeftovers(bool failed) {
     const std::string name = GetCommandName(mCommand);
     Diagnostics& diagnostics = mHost.GetDiagnostics();
     if (!mCheckedOut.empty()) {
@@ -114,8 +126,8 @@ void Command::CheckLeftovers() {
     if (const std::size_t receipts = mHost.GetCache().CountReceiptsOfThisThread(); receipts > 0) {
         diagnostics.Report(fmt::format("{}: {} cached values not checked in", name, receipts));
     }
-    const bool mayGroup = mCommand != PF_Cmd_SMART_PRE_RENDER && mCommand != PF_Cmd_SMART_RENDER;
-    if (mayGroup && mHost.mOpenUndoGroups.exchange(0) != 0) {
+    // What a failure left open is closed here, and so is what the effect forgot.
+    if (MayChangeProject(mCommand) && mHost.GetUndo().CloseGroups() != 0 && !failed) {
         diagnostics.Report(fmt::format("{}: undo groups begun and ended don't match", name));
     }
 }

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "NimbrelHost/Command.h"
 #include "NimbrelHost/Errors.h"
@@ -29,6 +30,12 @@ PF_Handle Checked(const Parameter& parameter, PF_Handle handle, const char* what
 }
 
 }  // namespace
+
+PF_Handle NewCustom(Host& host, const Parameter& parameter) {
+    PF_Handle made = nullptr;
+    Call(host, parameter, PF_Arbitrary_NEW_FUNC, [&](PF_ArbParamsUnion& u) { u.new_func_params.arbPH = &made; });
+    return Checked(parameter, made, "making");
+}
 
 PF_Handle CopyCustom(Host& host, const Parameter& parameter, PF_Handle source) {
     PF_Handle copy = nullptr;
@@ -78,6 +85,41 @@ std::string PrintCustom(Host& host, const Parameter& parameter, PF_Handle value)
     return text;
 }
 
+std::vector<std::uint8_t> FlattenCustom(Host& host, const Parameter& parameter, PF_Handle value) {
+    A_u_long size = 0;
+    Call(host, parameter, PF_Arbitrary_FLAT_SIZE_FUNC, [&](PF_ArbParamsUnion& u) {
+        u.flat_size_func_params.arbH = value;
+        u.flat_size_func_params.flat_data_sizePLu = &size;
+    });
+    std::vector<std::uint8_t> flat(size);
+    Call(host, parameter, PF_Arbitrary_FLATTEN_FUNC, [&](PF_ArbParamsUnion& u) {
+        u.flatten_func_params.arbH = value;
+        u.flatten_func_params.buf_sizeLu = size;
+        u.flatten_func_params.flat_dataPV = flat.data();
+    });
+    return flat;
+}
+
+PF_Handle UnflattenCustom(Host& host, const Parameter& parameter, const std::vector<std::uint8_t>& flat) {
+    PF_Handle read = nullptr;
+    Call(host, parameter, PF_Arbitrary_UNFLATTEN_FUNC, [&](PF_ArbParamsUnion& u) {
+        u.unflatten_func_params.buf_sizeLu = static_cast<A_u_long>(flat.size());
+        u.unflatten_func_params.flat_dataPV = flat.data();
+        u.unflatten_func_params.arbPH = &read;
+    });
+    return Checked(parameter, read, "reading flat data of");
+}
+
+bool AreCustomEqual(Host& host, const Parameter& parameter, PF_Handle a, PF_Handle b) {
+    PF_ArbCompareResult result = PF_ArbCompare_NOT_EQUAL;
+    Call(host, parameter, PF_Arbitrary_COMPARE_FUNC, [&](PF_ArbParamsUnion& u) {
+        u.compare_func_params.a_arbH = a;
+        u.compare_func_params.b_arbH = b;
+        u.compare_func_params.compareP = &result;
+    });
+    return result == PF_ArbCompare_EQUAL;
+}
+
 void DisposeCustom(Host& host, const Parameter& parameter, PF_Handle value) {
     if (value == nullptr) return;
     Call(host, parameter, PF_Arbitrary_DISPOSE_FUNC, [&](PF_ArbParamsUnion& u) { u.dispose_func_params.arbH = value; });
@@ -89,6 +131,16 @@ PF_Handle EvaluateCustom(Host& host, const Parameter& parameter, double seconds)
     const PF_Handle left = parameter.mValue.mKeys[span.mLeft].mValue.mCustom;
     if (span.mLeft == span.mRight) return CopyCustom(host, parameter, left);
     return InterpolateCustom(host, parameter, left, parameter.mValue.mKeys[span.mRight].mValue.mCustom, span.mFraction);
+}
+
+void RestoreCustom(Host& host, const Parameter& parameter, PF_Handle& value) {
+    const PF_Handle restored = UnflattenCustom(host, parameter, FlattenCustom(host, parameter, value));
+    const PF_Handle saved = std::exchange(value, restored);
+    if (!AreCustomEqual(host, parameter, saved, restored)) {
+        host.GetDiagnostics().Report(
+            fmt::format("the value of \"{}\" is another when it was saved and read again", parameter.mName));
+    }
+    DisposeCustom(host, parameter, saved);
 }
 
 void ReleaseCustom(Host& host, Parameter& parameter) {

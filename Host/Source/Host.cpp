@@ -20,8 +20,11 @@ std::atomic<Host*> gActive{nullptr};
 // A suite that isn't served is no fault: effects try newer ones first and do without.
 SPErr AcquireSuite(const A_char* name, A_long version, const void** suite) {
     if (suite == nullptr) return static_cast<SPErr>(kSPBadParameterError);
+    *suite = nullptr;
     try {
-        *suite = Host::Active().GetSuites().Acquire(name, version);
+        Host& host = Host::Active();
+        if (const auto fault = host.GetFaults().Enter(name == nullptr ? "" : name, "AcquireSuite")) return fault;
+        *suite = host.GetSuites().Acquire(name, version);
     } catch (...) {
         *suite = nullptr;
     }
@@ -73,6 +76,9 @@ Host::Host(HostOptions options, const Composition& composition, const std::optio
     // All tables stand before the library loads: its registration may ask for suites already.
     mBasicSuite = {AcquireSuite, ReleaseSuite, IsEqual, AllocateBlock, FreeBlock, ReallocateBlock, Undefined};
     AddEffectSuites(mSuites);
+    AddAppSuite(mSuites);
+    AddCustomUISuite(mSuites);
+    AddDrawbotSuites(mSuites);
     AddPFInterfaceSuite(mSuites);
     AddLayerSuite(mSuites);
     AddStreamSuites(mSuites);
@@ -111,7 +117,7 @@ void Host::Start() {
     StartGlobal();
     SetUpParameters();
     SetUpSequence();
-    if (mOptions.mStrict) FlattenAndRestoreSequence();
+    if (mOptions.mStrict) ExerciseSequence();
 }
 
 // The flags of this command hold for the effect's whole life.
@@ -138,53 +144,20 @@ void Host::SetUpParameters() {
     }
     for (const auto& parameter : mParameters.GetAll()) {
         if (parameter->GetType() != PF_Param_ARBITRARY_DATA) continue;
+        if (parameter->mDefault.mCustom == nullptr) parameter->mDefault.mCustom = NewCustom(*this, *parameter);
         // The value is a copy of the default, so that either can be disposed of alone.
         parameter->mValue.mKeys.front().mValue.mCustom = CopyCustom(*this, *parameter, parameter->mDefault.mCustom);
     }
 }
 
-void Host::SetUpSequence() {
-    Command command(*this, PF_Cmd_SEQUENCE_SETUP);
-    command.Run();
-    mSequenceData = command.Out().sequence_data;
-    mSequenceIsUp = true;
-}
-
-void Host::FlattenAndRestoreSequence() {
-    // As when a project is saved and read again: the flat copy goes to disk, and comes back as a live one.
-    PF_Handle flat = nullptr;
-    if ((mOutFlags2 & PF_OutFlag2_SUPPORTS_GET_FLATTENED_SEQUENCE_DATA) != 0) {
-        Command command(*this, PF_Cmd_GET_FLATTENED_SEQUENCE_DATA);
-        command.Out().sequence_data = nullptr;
-        command.Run();
-        flat = command.Out().sequence_data;
-        if (flat == mSequenceData) return;
-    }
-    if (flat == nullptr) return;
-    PF_Handle live = nullptr;
-    {
-        Command command(*this, PF_Cmd_SEQUENCE_RESETUP);
-        command.In().sequence_data = flat;
-        command.Out().sequence_data = flat;
-        command.Run();
-        live = command.Out().sequence_data;
-    }
-    // The flat data stays the host's, as on disk.
-    if (live != flat) mHandles.Dispose(flat);
-    Command command(*this, PF_Cmd_SEQUENCE_SETDOWN);
-    std::swap(mSequenceData, live);  // the restored copy serves from here on
-    command.In().sequence_data = live;
-    command.Run();
-}
-
 void Host::Stop() {
     if (!mGlobalIsUp) return;
     // Values that only the effect can dispose of go while it still runs.
+    mUndo.Clear();
     for (const auto& parameter : mParameters.GetAll()) ReleaseCustom(*this, *parameter);
     if (mSequenceIsUp) {
         mSequenceIsUp = false;
-        Command(*this, PF_Cmd_SEQUENCE_SETDOWN).Run();
-        mSequenceData = nullptr;
+        TakeDownSequence(std::exchange(mSequenceData, nullptr));
     }
     mGlobalIsUp = false;
     Command(*this, PF_Cmd_GLOBAL_SETDOWN).Run();
@@ -203,6 +176,7 @@ void Host::ReportLeaks() {
     report(mEffectReferences.Count(), "effect references");
     report(mLooseFootage.Count(), "footage objects");
     report(mWorlds.Count(), "worlds");
+    report(mCustomUI.GetObjects().Count(), "pens, brushes, paths, images or fonts");
     report(mCache.CountClasses(), "compute cache classes");
     for (const std::string& suite : mSuites.ListHeld()) mDiagnostics.Report("the effect did not release " + suite);
 }

@@ -6,7 +6,6 @@
 #include <cmath>
 #include <fstream>
 #include <iterator>
-#include <limits>
 
 #include "NimbrelHost/Errors.h"
 #include "NimbrelHost/Text.h"
@@ -114,8 +113,7 @@ double JsonView::NumberBetween(double low, double high) const {
 }
 
 int JsonView::IntegerBetween(int low, int high) const {
-    const bool unbounded = low == std::numeric_limits<int>::min() && high == std::numeric_limits<int>::max();
-    const std::string expected = unbounded ? "a whole number" : fmt::format("a whole number from {} to {}", low, high);
+    const std::string expected = fmt::format("a whole number from {} to {}", low, high);
     // 5.0 is a whole number, too.
     const double number = Number(expected);
     if (number != std::floor(number) || number < low || number > high) Fail(expected);

@@ -111,15 +111,25 @@ void MoveIntoPlace(const std::filesystem::path& temporary, const std::filesystem
     if (error) throw OutputError(fmt::format("{}: cannot be written: {}", PathText(file), error.message()));
 }
 
+std::string NameFile(std::string message, const std::filesystem::path& temporary, const std::filesystem::path& file) {
+    const std::string name = PathText(temporary);
+    const std::size_t place = message.find(name);
+    return place == std::string::npos ? message : message.replace(place, name.size(), PathText(file));
+}
+
 }  // namespace detail
 
 void WriteTextFile(const std::filesystem::path& file, std::string_view text) {
-    WriteWhole(file, [&](const std::filesystem::path& temporary) {
-        std::ofstream stream(temporary, std::ios::binary);
+    const auto write = [&](const std::filesystem::path& place) {
+        std::ofstream stream(place, std::ios::binary);
         stream << text << '\n';
         stream.close();
         if (!stream) throw OutputError(fmt::format("{}: cannot be written", PathText(file)));
-    });
+    };
+    // A device or a pipe, such as /dev/stdout, is written to and never replaced.
+    std::error_code ignored;
+    if (std::filesystem::is_other(std::filesystem::status(file, ignored))) return write(file);
+    WriteWhole(file, write);
 }
 
 }  // namespace nimbrel::host

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <glm/gtc/matrix_transform.hpp>
+#include <iterator>
 
 #include "HostInterface/HostInterface.h"
 #include "NimbrelHost/Errors.h"
@@ -182,6 +183,38 @@ bool Project::Reorder(Layer* layer, int index) {
         std::rotate(first + to, first + from, first + from + 1);
     }
     return true;
+}
+
+namespace {
+
+template <class T>
+std::vector<T*> GetList(const std::vector<std::unique_ptr<T>>& objects) {
+    std::vector<T*> list;
+    for (const auto& object : objects) list.push_back(object.get());
+    return list;
+}
+
+template <class T>
+void SetList(const std::vector<T*>& list, std::vector<std::unique_ptr<T>>& objects,
+             std::vector<std::unique_ptr<T>>& removed) {
+    std::move(objects.begin(), objects.end(), std::back_inserter(removed));
+    objects.clear();
+    for (T* const wanted : list) {
+        const auto found = std::find_if(removed.begin(), removed.end(),
+                                        [&](const std::unique_ptr<T>& object) { return object.get() == wanted; });
+        if (found == removed.end()) continue;
+        objects.push_back(std::move(*found));
+        removed.erase(found);
+    }
+}
+
+}  // namespace
+
+Project::Lists Project::GetLists() const { return {GetList(mItems), GetList(mLayers)}; }
+
+void Project::SetLists(const Lists& lists) {
+    SetList(lists.mItems, mItems, mRemovedItems);
+    SetList(lists.mLayers, mLayers, mRemovedLayers);
 }
 
 Item* Project::FindItem(const void* item) const {

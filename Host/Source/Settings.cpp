@@ -73,7 +73,10 @@ double ReadLayer(Host& host, const Setting& setting, const JsonView& view) {
 PF_Handle ReadCustom(Host& host, const Parameter& parameter, const JsonView& view) {
     if (!view.Value().is_object()) view.Fail("an object in the parameter's JSON form");
     try {
-        return ScanCustom(host, parameter, view.Value().dump(-1, ' ', false, Json::error_handler_t::replace));
+        PF_Handle value =
+            ScanCustom(host, parameter, view.Value().dump(-1, ' ', false, Json::error_handler_t::replace));
+        if (host.GetOptions().mStrict) RestoreCustom(host, parameter, value);
+        return value;
     } catch (const EffectError& error) {
         throw UsageError(fmt::format("{}: {}: expected a value that the effect can read: {}", view.File(), view.Key(),
                                      error.what()));
@@ -115,8 +118,12 @@ void SetNumbers(Parameter& parameter, const glm::dvec3& numbers) {
 }  // namespace
 
 void ChooseSetting(Host& host, const Setting& setting) {
+    Parameter& parameter = host.GetParameters().Find(setting.mId, setting.mFile);
+    const UndoHistory::Action action(host.GetUndo(), parameter.mName);
+    host.GetUndo().Keep(parameter);
+    // A file that is chosen may have to be imported.
+    if (parameter.GetType() == PF_Param_LAYER) host.GetUndo().KeepLists();
     ApplySetting(host, setting);
-    const Parameter& parameter = host.GetParameters().Find(setting.mId, setting.mFile);
     if ((parameter.mDefinition.flags & PF_ParamFlag_SUPERVISE) != 0) host.ChangeParameter(parameter);
 }
 
@@ -165,7 +172,7 @@ void ApplySetting(Host& host, const Setting& setting) {
         std::swap(parameter.mValue, animation);
         parameter.mExpression = expression;
         parameter.mIsSet = true;
-        for (const auto& key : animation.mKeys) DisposeCustom(host, parameter, key.mValue.mCustom);
+        for (const auto& key : animation.mKeys) host.GetUndo().Release(parameter, key.mValue.mCustom);
     } catch (...) {
         for (const PF_Handle handle : made) DisposeCustom(host, parameter, handle);
         throw;

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <thread>
 
+#include "EffectFixture.h"
 #include "NimbrelHost/CustomData.h"
 #include "NimbrelHost/Host.h"
 #include "NimbrelHost/Interrupt.h"
@@ -19,56 +20,6 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using namespace test_effect;
-
-constexpr const char* kCatalogue = R"({"parameters": [
-    {"uniqueID": 10, "fullId": "Model1_align_scale"}, {"uniqueID": 12, "fullId": "Model1_showModel"},
-    {"uniqueID": 15, "fullId": "Model1_align_anchorPoint"}, {"uniqueID": 16, "fullId": "Model1_model"}]})";
-
-class Effect {
-public:
-    explicit Effect(const Composition& composition = FloatComposition(), std::optional<Camera> camera = std::nullopt,
-                    HostOptions options = {}) {
-        options.mPlugin = TEST_EFFECT;
-        options.mShowMessage = [this](const std::string& text) { mMessages.push_back(text); };
-        mHost =
-            std::make_unique<Host>(options, composition, camera, Catalogue::Read(mFolder.Write("c.json", kCatalogue)));
-        mHost->Start();
-    }
-
-    /// Small, in floats, so that what the effect probes comes through as it is.
-    static Composition FloatComposition() {
-        Composition composition;
-        composition.mWidth = 8;
-        composition.mHeight = 6;
-        composition.mBitsPerChannel = 32;
-        return composition;
-    }
-
-    void Set(const std::string& id, const std::string& json) {
-        ApplySetting(*mHost, {id, ParseJson(json, id), "s.json", "parameters." + id, mFolder / "", {}});
-    }
-
-    /// What the effect sees at a frame.
-    double Probe(int probe, int frame = 0) {
-        Set("Probe", std::to_string(probe));
-        FrameTimes times;
-        const Frame picture = RenderFrame(*mHost, frame, times);
-        std::array<float, 4> pixel;
-        std::memcpy(pixel.data(), picture.mPixels.data(), sizeof(pixel));
-        EXPECT_EQ(pixel[0], 1);
-        return static_cast<double>(pixel[3]);
-    }
-
-    /// Takes the effect down and gives what the host found wrong with it.
-    std::vector<std::string> Finish() {
-        mHost->Stop();
-        return mHost->GetDiagnostics().Get();
-    }
-
-    TestFolder mFolder;
-    std::vector<std::string> mMessages;
-    std::unique_ptr<Host> mHost;
-};
 
 TEST(Effect, SeesDefaultsAndValuesInItsOwnUnits) {
     Effect effect;
@@ -322,6 +273,9 @@ TEST(Effect, ChangesItsValuesWhenAButtonIsPressed) {
     // Animated values get a key at the time, half a second here.
     effect.Set("Model1_align_scale", R"({"keyframes": [[0, 10], [1, 20]]})");
     effect.Set("Curve", R"({"keyframes": [[0, {"v": 0}], [0.5, {"v": 1}], [1, {"v": 3}]]})");
+    const auto save = [&] { return WriteScene(*effect.mHost, effect.mFolder / "")["parameters"]; };
+    effect.Probe(kProbeLevel);
+    const Json unpressed = save();
     effect.mHost->ChangeParameter(effect.mHost->GetParameters().Find("#19", "test"), 12);
     EXPECT_EQ(effect.Probe(kProbeLevel, 0), 10);
     EXPECT_EQ(effect.Probe(kProbeLevel, 12), 30);
@@ -330,6 +284,38 @@ TEST(Effect, ChangesItsValuesWhenAButtonIsPressed) {
     effect.mHost->ChangeParameter(effect.mHost->GetParameters().Find("#19", "test"), 18);
     EXPECT_EQ(effect.Probe(kProbeCurve, 18), 5);
     EXPECT_EQ(effect.Probe(kProbeCurve, 12), 2);
+
+    // Values of the effect's own kind come back with the others, keys and all.
+    EXPECT_THAT(effect.mHost->GetUndo().ListSteps(), ElementsAre("Press", "Press", "Press"));
+    effect.Set("Probe", "\"Level\"");
+    for (int time = 0; time < 2; ++time) EXPECT_TRUE(effect.mHost->Undo());
+    EXPECT_EQ(save(), unpressed);
+    EXPECT_TRUE(effect.mHost->Redo());
+    EXPECT_EQ(effect.Probe(kProbeCurve, 12), 2);
+    EXPECT_THAT(effect.Finish(), IsEmpty());
+}
+
+TEST(Effect, HearsOfTheCallThatFails) {
+    HostOptions options;
+    options.mShowDialog = [](const std::string&, const std::string&) {};
+    Effect effect(Effect::FloatComposition(), std::nullopt, options);
+    const auto press = [&](SuiteFault fault) {
+        int code = 0;
+        effect.mHost->GetFaults().Arm(std::move(fault));
+        try {
+            PressButton(*effect.mHost, "#19", "test");
+        } catch (const EffectError& error) {
+            code = error.GetCode();
+        }
+        effect.mHost->GetFaults().Disarm();
+        return code;
+    };
+    EXPECT_EQ(press({1, 41, "", "AEGP_ExecuteScript"}), 41);
+    EXPECT_EQ(press({2, 41, "", "AEGP_ExecuteScript"}), 0) << "there is but one";
+    EXPECT_FALSE(effect.mHost->GetFaults().GetFailed());
+    // What is given back is gone whatever the answer says.
+    EXPECT_EQ(press({1, 41, "AEGP Memory Suite", "AEGP_FreeMemHandle"}), 41);
+    EXPECT_EQ(effect.mHost->GetFaults().GetFailed()->mFunction, "AEGP_FreeMemHandle");
     EXPECT_THAT(effect.Finish(), IsEmpty());
 }
 

@@ -2,7 +2,15 @@
 
 #include <gmock/gmock.h>
 
+#include "NimbrelHost/Picture.h"
+#include "NimbrelHost/Text.h"
 #include "TestSupport.h"
+
+#ifndef _WIN32
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
 
 namespace nimbrel::host {
 namespace {
@@ -67,7 +75,28 @@ TEST(Output, AFileAppearsWholeOrNotAtAll) {
     for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder / "")) ++files;
     EXPECT_EQ(files, 1) << "nothing half-written is left";
     EXPECT_THROW(WriteTextFile(folder / "none/a.txt", "x"), OutputError);
+    try {
+        WriteWhole(folder / "none/a.png", [](const auto& temporary) { WritePng(temporary, Frame(1, 1, 8), {}); });
+        ADD_FAILURE();
+    } catch (const OutputError& error) {
+        EXPECT_EQ(error.what(), PathText(folder / "none/a.png") + ": cannot be written");
+    }
 }
+
+#ifndef _WIN32
+TEST(Output, APipeIsWrittenToAndStays) {
+    const TestFolder folder;
+    const std::string pipe = PathText(folder / "pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const int reader = open(pipe.c_str(), O_RDWR);  // both ends, so that nobody waits
+    WriteTextFile(folder / "pipe", "one");
+    char text[4] = {};
+    EXPECT_EQ(read(reader, text, sizeof(text)), 4);
+    EXPECT_EQ(std::string_view(text, 4), "one\n");
+    close(reader);
+    EXPECT_TRUE(std::filesystem::is_fifo(folder / "pipe"));
+}
+#endif
 
 }  // namespace
 }  // namespace nimbrel::host

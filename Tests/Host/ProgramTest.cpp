@@ -128,6 +128,29 @@ TEST_F(Program, ListsParametersAndHelps) {
     EXPECT_EQ(Run("--list-gpus").mCode, 0);
 }
 
+TEST_F(Program, DrawsThePanel) {
+    const auto expectRefused = [&](const std::string& arguments, const std::string& message) {
+        const Result result = Run(arguments);
+        EXPECT_EQ(result.mCode, 2) << result.mOutput;
+        EXPECT_THAT(result.mOutput, HasSubstr(message));
+        EXPECT_FALSE(Has("p.png"));
+    };
+#ifdef NIMBREL_HAS_PANEL
+    expectRefused("--panel p.png --panel-group Nothing", "--panel-group: expected a group of controls");
+    expectRefused("--panel p.png --panel-slot 3", "--panel-slot: expected a group of controls");
+    EXPECT_EQ(Run("scene.json --panel p.png --panel-group Group --panel-scale 2").mOutput, "");
+    EXPECT_GT(std::filesystem::file_size(mFolder / "p.png"), 1000U);
+    EXPECT_FALSE(Has("frame.0000.png")) << "renders only when asked to";
+    std::filesystem::remove(mFolder / "p.png");
+#else
+    expectRefused("--panel p.png", "made without Cairo");
+#endif
+    expectRefused("--panel p.jpg", "--panel: expected a .png file, but it is \"p.jpg\"");
+    expectRefused("--panel p.png --panel-slot 6", "--panel-slot: expected a slot from 1 to 5");
+    expectRefused("--panel p.png --panel-scale 3", "--panel-scale: expected 1 or 2");
+    expectRefused("scene.json --panel-slot 1", "expected --panel FILE.png with them");
+}
+
 TEST_F(Program, EndsWithTwoAndOneLineForAWrongRequest) {
     const struct {
         const char* mArguments;
@@ -151,6 +174,9 @@ TEST_F(Program, EndsWithTwoAndOneLineForAWrongRequest) {
         {"scene.json --alpha maybe", "--alpha: expected straight or premultiplied"},
         {"scene.json --background 1,2", "--background: expected R,G,B"},
         {"scene.json --background 0,0,2", "--background: expected R,G,B"},
+        {"scene.json --background nan,0,0", "--background: expected R,G,B"},
+        {"scene.json --frames ''", "--frames: expected a value, but it is empty"},
+        {"scene.json --cache-limit -1", "--cache-limit: expected 0 to 1073741824, but it is -1"},
         {"scene.json --set Turn", "--set: expected ID=VALUE"},
         {"scene.json --set Turm=1", "unknown parameter \"Turm\""},
         {"scene.json --set Mode=Screen", "--set: Mode: expected 0 to 2 or one of"},

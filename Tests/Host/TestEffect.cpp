@@ -8,7 +8,7 @@
 #include <cstring>
 #include <thread>
 
-#include "HostInterface/HostInterface.h"
+#include "TestEffectSupport.h"
 
 #ifdef _WIN32
 #define TEST_EXPORT extern "C" __declspec(dllexport)
@@ -21,29 +21,8 @@ namespace {
 using namespace test_effect;
 
 constexpr const char* kProbes = "Level|Turn|Switch|Mode|Tint|Spot|Path|Count|Curve|Camera|Zoom|Cached";
-constexpr const char* kFaults = "None|Message|Code|Info|Leak|Padding|Wait|Unserved";
+constexpr const char* kFaults = "None|Message|Code|Info|Leak|Padding|Wait|Unserved|Pen|Stale|Event";
 constexpr const char* kCacheClass = "test.doubled";
-
-int IndexOf(int id) { return id - kLevel + 1; }
-
-template <class Suite>
-class Acquired {
-public:
-    Acquired(PF_InData* in, const char* name, int version) : mBasic(in->pica_basicP), mName(name), mVersion(version) {
-        mBasic->AcquireSuite(name, version, &mSuite);
-    }
-    ~Acquired() {
-        if (mSuite != nullptr) mBasic->ReleaseSuite(mName, mVersion);
-    }
-    const Suite* operator->() const { return static_cast<const Suite*>(mSuite); }
-    explicit operator bool() const { return mSuite != nullptr; }
-
-private:
-    SPBasicSuite* mBasic;
-    const char* mName;
-    int mVersion;
-    const void* mSuite = nullptr;
-};
 
 A_Err CacheKey(void* options, AEGP_CCComputeKeyP key) {
     std::memset(key, 0, sizeof(*key));
@@ -60,7 +39,7 @@ void CacheDelete(void* value) { delete static_cast<double*>(value); }
 PF_Err GlobalSetup(PF_InData* in, PF_OutData* out) {
     Acquired<PF_HandleSuite1> handles(in, kPFHandleSuite, kPFHandleSuiteVersion1);
     out->global_data = handles->host_new_handle(8);
-    out->out_flags = PF_OutFlag_DEEP_COLOR_AWARE;
+    out->out_flags = PF_OutFlag_DEEP_COLOR_AWARE | PF_OutFlag_CUSTOM_UI;
     out->out_flags2 = PF_OutFlag2_SUPPORTS_SMART_RENDER | PF_OutFlag2_FLOAT_COLOR_AWARE |
                       PF_OutFlag2_SUPPORTS_THREADED_RENDERING | PF_OutFlag2_SUPPORTS_GET_FLATTENED_SEQUENCE_DATA;
     Acquired<AEGP_ComputeCacheSuite1> cache(in, kAEGPComputeCacheSuite, kAEGPComputeCacheSuiteVersion1);
@@ -93,19 +72,6 @@ PF_ParamDef DefinePopup(const char* name, int id, const char* choices, int count
     return def;
 }
 
-PF_Handle NewCurve(PF_InData* in, double value) {
-    Acquired<PF_HandleSuite1> handles(in, kPFHandleSuite, kPFHandleSuiteVersion1);
-    const PF_Handle handle = handles->host_new_handle(sizeof(double));
-    std::memcpy(*handle, &value, sizeof(value));
-    return handle;
-}
-
-double GetCurve(PF_Handle handle) {
-    double value = 0;
-    std::memcpy(&value, *handle, sizeof(value));
-    return value;
-}
-
 PF_Err ParamsSetup(PF_InData* in, PF_OutData* out) {
     PF_ParamDef defs[] = {Define("Level", kLevel, PF_Param_FLOAT_SLIDER),
                           Define("Turn", kTurn, PF_Param_ANGLE),
@@ -120,7 +86,7 @@ PF_Err ParamsSetup(PF_InData* in, PF_OutData* out) {
                           Define("Group", kGroup, PF_Param_GROUP_START),
                           Define("", kGroupEnd, PF_Param_GROUP_END),
                           DefinePopup("Probe", kProbe, kProbes, 12),
-                          DefinePopup("Fault", kFault, kFaults, 8)};
+                          DefinePopup("Fault", kFault, kFaults, 11)};
     PF_FloatSliderDef& level = defs[0].u.fs_d;
     level.value = 50;
     level.dephault = 50;
@@ -141,18 +107,47 @@ PF_Err ParamsSetup(PF_InData* in, PF_OutData* out) {
     defs[7].u.sd.dephault = 3;
     defs[8].u.arb_d.dephault = NewCurve(in, 0.25);
     defs[8].ui_flags = PF_PUI_CONTROL;
+    defs[8].ui_width = 100;
+    defs[8].ui_height = 40;
     defs[9].u.button_d.u.namesptr = "Push";
     for (PF_ParamDef& def : defs) {
         if (const PF_Err error = in->inter.add_param(in->effect_ref, -1, &def)) return error;
     }
     out->num_params = static_cast<A_long>(sizeof(defs) / sizeof(defs[0])) + 1;
-    return 0;
+    PF_CustomUIInfo events{};
+    events.events = PF_CustomEFlag_EFFECT;
+    return in->inter.register_ui(in->effect_ref, &events);
+}
+
+PF_Err Fail(PF_OutData* out, const char* text, bool isError) {
+    std::snprintf(out->return_msg, sizeof(out->return_msg), "%s", text);
+    if (isError) out->out_flags |= PF_OutFlag_DISPLAY_ERROR_MESSAGE;
+    return isError ? PF_Err_INTERNAL_STRUCT_DAMAGED : 0;
 }
 
 PF_Err Arbitrary(PF_InData* in, PF_OutData* out, PF_ArbParamsExtra* extra) {
     PF_ArbParamsUnion& u = extra->u;
     char text[64];
     switch (extra->which_function) {
+        case PF_Arbitrary_NEW_FUNC: *u.new_func_params.arbPH = NewCurve(in, 0.25); return 0;
+        case PF_Arbitrary_FLAT_SIZE_FUNC: *u.flat_size_func_params.flat_data_sizePLu = sizeof(double); return 0;
+        case PF_Arbitrary_FLATTEN_FUNC:
+            std::memcpy(u.flatten_func_params.flat_dataPV, *u.flatten_func_params.arbH, sizeof(double));
+            return 0;
+        case PF_Arbitrary_UNFLATTEN_FUNC: {
+            if (u.unflatten_func_params.buf_sizeLu != sizeof(double)) return Fail(out, "a curve is 8 bytes", true);
+            double flat = 0;
+            std::memcpy(&flat, u.unflatten_func_params.flat_dataPV, sizeof(flat));
+            *u.unflatten_func_params.arbPH = NewCurve(in, flat);
+            return 0;
+        }
+        case PF_Arbitrary_COMPARE_FUNC: {
+            const double a = GetCurve(u.compare_func_params.a_arbH), b = GetCurve(u.compare_func_params.b_arbH);
+            *u.compare_func_params.compareP = a == b  ? PF_ArbCompare_EQUAL
+                                              : a < b ? PF_ArbCompare_LESS
+                                                      : PF_ArbCompare_MORE;
+            return 0;
+        }
         case PF_Arbitrary_COPY_FUNC:
             *u.copy_func_params.dst_arbPH = NewCurve(in, GetCurve(u.copy_func_params.src_arbH));
             return 0;
@@ -301,12 +296,6 @@ void Fill(PF_EffectWorld* world, double full, double blue) {
     }
 }
 
-PF_Err Fail(PF_OutData* out, const char* text, bool isError) {
-    std::snprintf(out->return_msg, sizeof(out->return_msg), "%s", text);
-    if (isError) out->out_flags |= PF_OutFlag_DISPLAY_ERROR_MESSAGE;
-    return isError ? PF_Err_INTERNAL_STRUCT_DAMAGED : 0;
-}
-
 PF_Err Misbehave(PF_InData* in, PF_OutData* out, PF_EffectWorld* world) {
     switch (Checkout(in, kFault)->pd.value - 1) {
         case kMessage: return Fail(out, "the test effect fails\ras it was told", true);
@@ -368,8 +357,8 @@ PF_Err UserChanged(PF_InData* in, PF_ParamDef** params, const PF_UserChangedPara
         return def.u;
     };
     change(kLevel).fs_d.value *= 2;
-    const double doubled = GetCurve(params[IndexOf(kCurve)]->u.arb_d.value) * 2;
-    std::memcpy(*change(kCurve).arb_d.value, &doubled, sizeof(doubled));
+    const PF_Handle curve = change(kCurve).arb_d.value;
+    SetCurve(curve, GetCurve(curve) * 2);
     change(kSpot).point3d_d.z_value += 1;
     change(kModel);
     params[IndexOf(kTurn)]->u.ad.value = 65536;  // not marked
@@ -405,6 +394,7 @@ TEST_EXPORT PF_Err EffectMain(PF_Cmd command, PF_InData* in, PF_OutData* out, PF
             handles->host_dispose_handle(in->sequence_data);
             return 0;
         }
+        case PF_Cmd_EVENT: return HandleEvent(in, out, params, static_cast<PF_EventExtra*>(extra));
         case PF_Cmd_USER_CHANGED_PARAM: return UserChanged(in, params, static_cast<PF_UserChangedParamExtra*>(extra));
         case PF_Cmd_ARBITRARY_CALLBACK: return Arbitrary(in, out, static_cast<PF_ArbParamsExtra*>(extra));
         case PF_Cmd_SMART_PRE_RENDER: return PreRender(in, static_cast<PF_PreRenderExtra*>(extra));

@@ -38,6 +38,20 @@ enum Probe : int {
 };
 
 /// Choices of the "Fault" pop-up.
-enum Fault : int { kNoFault, kMessage, kCode, kInfo, kLeak, kPadding, kWait, kUnserved };
+enum Fault : int {
+    kNoFault,
+    kMessage,
+    kCode,
+    kInfo,
+    kLeak,
+    kPadding,
+    kWait,
+    kUnserved,
+    kLeakPen,    ///< when the control is drawn
+    kStalePath,  ///< the same: strokes a path that it has released
+    kFailEvent,
+};
+
+inline int IndexOf(int id) { return id - kLevel + 1; }
 
 }  // namespace test_effect

@@ -58,7 +58,7 @@ private:
     };
 
     void FillInData(int time);
-    void CheckLeftovers();
+    void CheckLeftovers(bool failed);
 
     Host& mHost;
     PF_Cmd mCommand;
@@ -67,6 +67,9 @@ private:
     std::map<const PF_ParamDef*, CheckedOut> mCheckedOut;
     std::map<int, std::unique_ptr<World>> mLayerPixels;
 };
+
+/// Whether the effect may change the project in answer to the command. Such commands come on the main thread only.
+bool MayChangeProject(PF_Cmd command);
 
 /// The callbacks that every command's input record carries.
 const PF_InteractCallbacks& GetInteractCallbacks();

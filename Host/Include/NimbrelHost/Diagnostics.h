@@ -3,6 +3,7 @@
 #include <functional>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace nimbrel::host {
@@ -14,6 +15,12 @@ public:
     void Report(std::string text) {
         const std::scoped_lock lock(mMutex);
         mTexts.push_back(std::move(text));
+    }
+
+    /// The same, and begins anew.
+    std::vector<std::string> Take() {
+        const std::scoped_lock lock(mMutex);
+        return std::exchange(mTexts, {});
     }
 
     std::vector<std::string> Get() const {

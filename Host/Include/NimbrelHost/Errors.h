@@ -14,7 +14,13 @@ public:
 /// The effect or the graphics device reported a failure; the text is what the host shows its user.
 class EffectError : public std::runtime_error {
 public:
-    using std::runtime_error::runtime_error;
+    explicit EffectError(const std::string& text, int code = 0) : std::runtime_error(text), mCode(code) {}
+
+    /// What the effect's entry answered; 0 if it was not the command's answer that failed.
+    int GetCode() const { return mCode; }
+
+private:
+    int mCode;
 };
 
 /// A finished frame or another result could not be written.

@@ -11,6 +11,7 @@
 
 #include "NimbrelHost/Catalogue.h"
 #include "NimbrelHost/ComputeCache.h"
+#include "NimbrelHost/CustomUI.h"
 #include "NimbrelHost/DeviceReport.h"
 #include "NimbrelHost/EffectLibrary.h"
 #include "NimbrelHost/HandleStore.h"
@@ -18,7 +19,9 @@
 #include "NimbrelHost/Parameter.h"
 #include "NimbrelHost/Project.h"
 #include "NimbrelHost/Scene.h"
+#include "NimbrelHost/SuiteFaults.h"
 #include "NimbrelHost/SuiteRegistry.h"
+#include "NimbrelHost/UndoHistory.h"
 #include "NimbrelHost/World.h"
 
 namespace nimbrel::host {
@@ -37,6 +40,9 @@ struct HostOptions {
     std::function<void(const std::string&)> mShowMessage;
     /// Shows the dialog of a script of the effect. Main thread. Without it no scripts can run.
     std::function<void(const std::string& title, const std::string& text)> mShowDialog;
+    /// Picks a colour for the effect (title and colour so far; red, green, blue, alpha), or nothing to cancel. Main
+    /// thread. Without it every pick is cancelled.
+    std::function<std::optional<glm::vec4>(const std::string& title, const glm::vec4& color)> mPickColor;
     /// Hears of progress within a frame, such as loading models. Any thread, one at a time.
     std::function<void(int current, int total)> mProgress;
 };
@@ -73,11 +79,25 @@ public:
     /// Takes the effect down and reports what it leaked. Called by the destructor too, which swallows failures.
     void Stop();
 
+    // Sequence data, as when projects are saved and read and effects are copied. Any thread, but SaveSequence. Throw
+    // EffectError.
+    /// The flat bytes, made as a copy or, the older way, in place of the live data, which is then made anew from them.
+    std::string SaveSequence(bool inPlace);
+    /// Live data from flat bytes, to be taken down by the caller; from none the effect may make none.
+    PF_Handle RestoreSequence(const std::string& flat);
+    void TakeDownSequence(PF_Handle live);
+
+    /// Has the effect tell of itself, as a message. Throws EffectError.
+    void ShowAbout();
     /// Lets the effect bring names and visibility of its controls up to date.
     void UpdateParameterControls();
     /// Tells the effect that the user pressed a button or chose another value at a frame, takes over the values that
     /// it set in answer, and updates its controls. Throws EffectError.
     void ChangeParameter(const Parameter& parameter, int frame = 0);
+    /// Takes back the last thing that the user did, or does it again, and updates the effect's controls. False if there
+    /// is nothing to take back. Throws EffectError.
+    bool Undo();
+    bool Redo();
     /// The value's numbers at a time, as the effect and the user see them: with the expression, if one is on. One that
     /// fails counts as off, and is reported. Any thread.
     glm::dvec3 EvaluateParameter(const Parameter& parameter, double seconds);
@@ -89,10 +109,13 @@ public:
     HandleStore& GetHandles() { return mHandles; }
     HandleStore& GetMemory() { return mMemory; }
     SuiteRegistry& GetSuites() { return mSuites; }
+    SuiteFaults& GetFaults() { return mFaults; }
     ComputeCache& GetCache() { return mCache; }
     DeviceReport& GetDevices() { return mDevices; }
     Project& GetProject() { return mProject; }
     ParameterTable& GetParameters() { return mParameters; }
+    CustomUI& GetCustomUI() { return mCustomUI; }
+    UndoHistory& GetUndo() { return mUndo; }
     LiveObjects<StreamReference>& GetStreams() { return mStreams; }
     LiveObjects<EffectReference>& GetEffectReferences() { return mEffectReferences; }
     LiveObjects<Footage>& GetLooseFootage() { return mLooseFootage; }
@@ -109,14 +132,12 @@ public:
     void ShowDialog(const std::string& title, const std::string& text);
     void ReportProgress(int current, int total);
 
-    /// What an effect's undo groups come to; 0 between commands.
-    std::atomic<int> mOpenUndoGroups{0};
-
 private:
     void SetUpGlobal();
     void SetUpParameters();
     void SetUpSequence();
-    void FlattenAndRestoreSequence();
+    PF_Handle ResumeSequence(PF_Handle flat);
+    void ExerciseSequence();
     void ReportLeaks();
 
     HostOptions mOptions;
@@ -126,10 +147,13 @@ private:
     HandleStore mHandles{"handle", mDiagnostics};
     HandleStore mMemory{"memory handle", mDiagnostics};
     SuiteRegistry mSuites;
+    SuiteFaults mFaults;
     ComputeCache mCache;
     DeviceReport mDevices;
     Project mProject;
     ParameterTable mParameters;
+    CustomUI mCustomUI{mHandles, mDiagnostics};
+    UndoHistory mUndo{*this};
     LiveObjects<StreamReference> mStreams;
     LiveObjects<EffectReference> mEffectReferences;
     LiveObjects<Footage> mLooseFootage;  ///< made by the effect and not in the project yet

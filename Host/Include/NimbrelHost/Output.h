@@ -5,6 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "NimbrelHost/Errors.h"
+
 namespace nimbrel::host {
 
 /// Frames to render, in order: "7", "0-23" or "0-100x10". Throws UsageError.
@@ -41,6 +43,8 @@ void WriteWhole(const std::filesystem::path& file, Write write);
 namespace detail {
 std::filesystem::path MakeTemporaryName(const std::filesystem::path& file);
 void MoveIntoPlace(const std::filesystem::path& temporary, const std::filesystem::path& file);
+/// The message with the name of the file that was asked for.
+std::string NameFile(std::string message, const std::filesystem::path& temporary, const std::filesystem::path& file);
 }  // namespace detail
 
 template <class Write>
@@ -49,6 +53,10 @@ void WriteWhole(const std::filesystem::path& file, Write write) {
     try {
         write(temporary);
         detail::MoveIntoPlace(temporary, file);
+    } catch (const OutputError& error) {
+        std::error_code ignored;
+        std::filesystem::remove(temporary, ignored);
+        throw OutputError(detail::NameFile(error.what(), temporary, file));
     } catch (...) {
         std::error_code ignored;
         std::filesystem::remove(temporary, ignored);

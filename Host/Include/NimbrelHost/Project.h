@@ -85,6 +85,15 @@ public:
     /// Topmost first.
     const std::vector<std::unique_ptr<Layer>>& GetLayers() const { return mLayers; }
 
+    /// Which items and layers there are, in order.
+    struct Lists {
+        std::vector<Item*> mItems;
+        std::vector<Layer*> mLayers;
+    };
+    Lists GetLists() const;
+    /// Puts back lists that GetLists gave. What they lack leaves the project but keeps its address.
+    void SetLists(const Lists& lists);
+
     Item* AddFolder(std::string name, Item* parent);
     Item* AddFootage(std::unique_ptr<Footage> footage, Item* parent);
     /// On top. The name is the source's.
@@ -118,6 +127,8 @@ private:
     Composition mComposition;
     std::vector<std::unique_ptr<Item>> mItems;
     std::vector<std::unique_ptr<Layer>> mLayers;
+    std::vector<std::unique_ptr<Item>> mRemovedItems;
+    std::vector<std::unique_ptr<Layer>> mRemovedLayers;
     Layer* mEffectLayer = nullptr;
     int mNextId = 1;
 };

@@ -2,7 +2,7 @@
 #include "NimbrelHost/Command.h"
 #include "Suites/SuiteSupport.h"
 
-// The suites of effects: handles, worlds, the application, parameters, sequence data; and the choice of the device.
+// The suites of effects: handles, worlds, parameters, sequence data; and the choice of the device.
 
 namespace nimbrel::host {
 namespace {
@@ -74,36 +74,6 @@ PF_Err GetPixelFormat(const PF_EffectWorld* record, A_long* format) {
     return PF_Err_NONE;
 }
 
-/// The greys of a dark interface, by colour number; a colour that isn't listed is the frame's.
-PF_Err AppGetColor(A_short type, PF_App_Color* color) {
-    if (color == nullptr) return PF_Err_BAD_CALLBACK_PARAM;
-    struct Grey {
-        int mType;
-        A_u_short mLevel;
-    };
-    static constexpr Grey greys[] = {{1, 0x2626}, {2, 0xd0d0},  {3, 0x4a4a}, {4, 0x1a1a},  {5, 0x5a5a},
-                                     {6, 0x1212}, {26, 0x3a3a}, {42, 0},     {43, 0xffff}, {44, 0x8080}};
-    A_u_short level = 0x3232;
-    for (const Grey& grey : greys) {
-        if (grey.mType == type) level = grey.mLevel;
-    }
-    *color = {level, level, level};
-    return PF_Err_NONE;
-}
-
-PF_Err AppGetBgColor(PF_App_Color* color) { return AppGetColor(0, color); }
-
-PF_Err IsRenderEngine(PF_Boolean* answer) {
-    if (answer == nullptr) return PF_Err_BAD_CALLBACK_PARAM;
-    *answer = 1;
-    return PF_Err_NONE;
-}
-
-/// There is no user to pick a colour.
-PF_Err AppColorPickerDialog(const A_char*, const PF_PixelFloat*, PF_Boolean, PF_PixelFloat*) {
-    return PF_Interrupt_CANCEL;
-}
-
 PF_Err UpdateParamUI(PF_ProgPtr effect, A_long index, const PF_ParamDef* definition) {
     Command* const command = Command::FromReference(effect);
     if (command == nullptr || definition == nullptr) return PF_Err_BAD_CALLBACK_PARAM;
@@ -154,33 +124,44 @@ int32_t ReportValidationMessage(const char* text) {
 }  // namespace
 
 void AddEffectSuites(SuiteRegistry& suites) {
-    static const PF_HandleSuite1 handleSuite = {NewHandle,     LockHandle,    UnlockHandle,
-                                                DisposeHandle, GetHandleSize, ResizeHandle};
-    static const PF_WorldSuite2 worldSuite = {NewWorld, DisposeWorld, GetPixelFormat};
-    static const PFAppSuite6 appSuite = [] {
-        auto table = MakeTable<PFAppSuite6>(kPFAppSuite);
-        table.PF_AppGetBgColor = AppGetBgColor;
-        table.PF_AppGetColor = AppGetColor;
-        table.PF_IsRenderEngine = IsRenderEngine;
-        table.PF_AppColorPickerDialog = AppColorPickerDialog;
+    static const PF_HandleSuite1 handleSuite = [] {
+        auto table = MakeTable<PF_HandleSuite1>(kPFHandleSuite);
+        NIMBREL_SERVE(table, host_new_handle, NewHandle);
+        NIMBREL_SERVE(table, host_lock_handle, LockHandle);
+        NIMBREL_SERVE(table, host_unlock_handle, UnlockHandle);
+        NIMBREL_SERVE(table, host_dispose_handle, DisposeHandle);
+        NIMBREL_SERVE(table, host_get_handle_size, GetHandleSize);
+        NIMBREL_SERVE(table, host_resize_handle, ResizeHandle);
+        return table;
+    }();
+    static const PF_WorldSuite2 worldSuite = [] {
+        auto table = MakeTable<PF_WorldSuite2>(kPFWorldSuite);
+        NIMBREL_SERVE(table, PF_NewWorld, NewWorld);
+        NIMBREL_SERVE(table, PF_DisposeWorld, DisposeWorld);
+        NIMBREL_SERVE(table, PF_GetPixelFormat, GetPixelFormat);
         return table;
     }();
     static const PF_ParamUtilsSuite3 paramSuite = [] {
         auto table = MakeTable<PF_ParamUtilsSuite3>(kPFParamUtilsSuite);
-        table.PF_UpdateParamUI = UpdateParamUI;
+        NIMBREL_SERVE(table, PF_UpdateParamUI, UpdateParamUI);
         return table;
     }();
     static const PF_EffectSequenceDataSuite1 sequenceSuite = {GetConstSequenceData};
     suites.Add(kPFHandleSuite, kPFHandleSuiteVersion1, &handleSuite);
     suites.Add(kPFWorldSuite, kPFWorldSuiteVersion2, &worldSuite);
-    suites.Add(kPFAppSuite, kPFAppSuiteVersion6, &appSuite);
     suites.Add(kPFParamUtilsSuite, kPFParamUtilsSuiteVersion3, &paramSuite);
     suites.Add(kPFEffectSequenceDataSuite, kPFEffectSequenceDataSuiteVersion1, &sequenceSuite);
 }
 
 void AddDeviceSuite(SuiteRegistry& suites) {
-    static const NimbrelDeviceSuite1 suite = {GetRequestedDevice, GetValidationRequested, ReportDevice,
-                                              ReportValidationMessage};
+    static const NimbrelDeviceSuite1 suite = [] {
+        auto table = MakeTable<NimbrelDeviceSuite1>(kNimbrelDeviceSuite);
+        NIMBREL_SERVE(table, GetRequestedDevice, GetRequestedDevice);
+        NIMBREL_SERVE(table, GetValidationRequested, GetValidationRequested);
+        NIMBREL_SERVE(table, ReportDevice, ReportDevice);
+        NIMBREL_SERVE(table, ReportValidationMessage, ReportValidationMessage);
+        return table;
+    }();
     suites.Add(kNimbrelDeviceSuite, kNimbrelDeviceSuiteVersion1, &suite);
 }
 

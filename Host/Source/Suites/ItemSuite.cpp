@@ -76,6 +76,7 @@ A_Err AddFolder(const std::string& name, AEGP_ItemH parentHandle, AEGP_ItemH* fo
     if (const A_Err error = CheckMayChangeProject()) return error;
     Item* const parent = parentHandle == nullptr ? TheProject().GetRoot() : ToItem(parentHandle);
     if (parent == nullptr || parent->mKind != Item::Kind::Folder || folder == nullptr) return A_Err_PARAMETER;
+    BeforeChange().KeepLists();
     *folder = ToHandle(TheProject().AddFolder(name, parent));
     return A_Err_NONE;
 }
@@ -91,11 +92,11 @@ A_Err CreateNarrowFolder(const A_char* name, AEGP_ItemH parent, AEGP_ItemH* fold
 // Both versions serve the same functions; only texts are wide in one and narrow in the other.
 template <class Table>
 void FillItemTable(Table& table) {
-    table.AEGP_GetFirstProjItem = GetFirstProjItem;
-    table.AEGP_GetNextProjItem = GetNextProjItem;
-    table.AEGP_GetItemType = GetItemType;
-    table.AEGP_GetItemID = GetItemID;
-    table.AEGP_GetItemParentFolder = GetItemParentFolder;
+    NIMBREL_SERVE(table, AEGP_GetFirstProjItem, GetFirstProjItem);
+    NIMBREL_SERVE(table, AEGP_GetNextProjItem, GetNextProjItem);
+    NIMBREL_SERVE(table, AEGP_GetItemType, GetItemType);
+    NIMBREL_SERVE(table, AEGP_GetItemID, GetItemID);
+    NIMBREL_SERVE(table, AEGP_GetItemParentFolder, GetItemParentFolder);
 }
 
 }  // namespace
@@ -104,15 +105,15 @@ void AddItemSuites(SuiteRegistry& suites) {
     static const AEGP_ItemSuite9 suite9 = [] {
         auto table = MakeTable<AEGP_ItemSuite9>(kAEGPItemSuite);
         FillItemTable(table);
-        table.AEGP_GetItemName = GetItemName;
-        table.AEGP_CreateNewFolder = CreateNewFolder;
+        NIMBREL_SERVE(table, AEGP_GetItemName, GetItemName);
+        NIMBREL_SERVE(table, AEGP_CreateNewFolder, CreateNewFolder);
         return table;
     }();
     static const AEGP_ItemSuite6 suite6 = [] {
         auto table = MakeTable<AEGP_ItemSuite6>(kAEGPItemSuite);
         FillItemTable(table);
-        table.AEGP_GetItemName = GetNarrowItemName;
-        table.AEGP_CreateNewFolder = CreateNarrowFolder;
+        NIMBREL_SERVE(table, AEGP_GetItemName, GetNarrowItemName);
+        NIMBREL_SERVE(table, AEGP_CreateNewFolder, CreateNarrowFolder);
         return table;
     }();
     suites.Add(kAEGPItemSuite, kAEGPItemSuiteVersion9, &suite9);

@@ -63,6 +63,7 @@ A_Err SetLayerFlag(AEGP_LayerH handle, A_long flag, A_Boolean value) {
     if (const A_Err error = CheckMayChangeProject()) return error;
     Layer* const layer = ToLayer(handle);
     if (layer == nullptr) return A_Err_PARAMETER;
+    BeforeChange().Keep(*layer);
     layer->mFlags = value != 0 ? layer->mFlags | flag : layer->mFlags & ~flag;
     return A_Err_NONE;
 }
@@ -82,6 +83,7 @@ A_Err AddLayer(AEGP_ItemH handle, AEGP_CompH comp, AEGP_LayerH* layer) {
         if (item == nullptr || item->mKind != Item::Kind::Footage || !IsComp(comp) || layer == nullptr) {
             return A_Err_PARAMETER;
         }
+        BeforeChange().KeepLists();
         *layer = ToHandle(TheProject().AddLayer(item));
         return A_Err_NONE;
     });
@@ -90,7 +92,9 @@ A_Err AddLayer(AEGP_ItemH handle, AEGP_CompH comp, AEGP_LayerH* layer) {
 A_Err ReorderLayer(AEGP_LayerH handle, A_long index) {
     if (const A_Err error = CheckMayChangeProject()) return error;
     Layer* const layer = ToLayer(handle);
-    return layer != nullptr && TheProject().Reorder(layer, index) ? A_Err_NONE : A_Err_PARAMETER;
+    if (layer == nullptr) return A_Err_PARAMETER;
+    BeforeChange().KeepLists();
+    return TheProject().Reorder(layer, index) ? A_Err_NONE : A_Err_PARAMETER;
 }
 
 // Nulls are picture layers without a picture, so they answer as those do.
@@ -121,6 +125,7 @@ A_Err SetLayerName(AEGP_LayerH handle, const A_UTF16Char* name) {
         if (const A_Err error = CheckMayChangeProject()) return error;
         Layer* const layer = ToLayer(handle);
         if (layer == nullptr || name == nullptr) return A_Err_PARAMETER;
+        BeforeChange().Keep(*layer);
         layer->mName = ToUtf8(name);
         return A_Err_NONE;
     });
@@ -138,22 +143,22 @@ A_Err GetLayerFromLayerID(AEGP_CompH comp, A_long id, AEGP_LayerH* layer) {
 void AddLayerSuite(SuiteRegistry& suites) {
     static const AEGP_LayerSuite8 suite = [] {
         auto table = MakeTable<AEGP_LayerSuite8>(kAEGPLayerSuite);
-        table.AEGP_GetCompNumLayers = GetCompNumLayers;
-        table.AEGP_GetCompLayerByIndex = GetCompLayerByIndex;
-        table.AEGP_GetLayerIndex = GetLayerIndex;
-        table.AEGP_GetLayerSourceItem = GetLayerSourceItem;
-        table.AEGP_GetLayerParentComp = GetLayerParentComp;
-        table.AEGP_GetLayerName = GetLayerName;
-        table.AEGP_GetLayerFlags = GetLayerFlags;
-        table.AEGP_SetLayerFlag = SetLayerFlag;
-        table.AEGP_IsAddLayerValid = IsAddLayerValid;
-        table.AEGP_AddLayer = AddLayer;
-        table.AEGP_ReorderLayer = ReorderLayer;
-        table.AEGP_GetLayerObjectType = GetLayerObjectType;
-        table.AEGP_GetLayerID = GetLayerID;
-        table.AEGP_GetLayerToWorldXform = GetLayerToWorldXform;
-        table.AEGP_SetLayerName = SetLayerName;
-        table.AEGP_GetLayerFromLayerID = GetLayerFromLayerID;
+        NIMBREL_SERVE(table, AEGP_GetCompNumLayers, GetCompNumLayers);
+        NIMBREL_SERVE(table, AEGP_GetCompLayerByIndex, GetCompLayerByIndex);
+        NIMBREL_SERVE(table, AEGP_GetLayerIndex, GetLayerIndex);
+        NIMBREL_SERVE(table, AEGP_GetLayerSourceItem, GetLayerSourceItem);
+        NIMBREL_SERVE(table, AEGP_GetLayerParentComp, GetLayerParentComp);
+        NIMBREL_SERVE(table, AEGP_GetLayerName, GetLayerName);
+        NIMBREL_SERVE(table, AEGP_GetLayerFlags, GetLayerFlags);
+        NIMBREL_SERVE(table, AEGP_SetLayerFlag, SetLayerFlag);
+        NIMBREL_SERVE(table, AEGP_IsAddLayerValid, IsAddLayerValid);
+        NIMBREL_SERVE(table, AEGP_AddLayer, AddLayer);
+        NIMBREL_SERVE(table, AEGP_ReorderLayer, ReorderLayer);
+        NIMBREL_SERVE(table, AEGP_GetLayerObjectType, GetLayerObjectType);
+        NIMBREL_SERVE(table, AEGP_GetLayerID, GetLayerID);
+        NIMBREL_SERVE(table, AEGP_GetLayerToWorldXform, GetLayerToWorldXform);
+        NIMBREL_SERVE(table, AEGP_SetLayerName, SetLayerName);
+        NIMBREL_SERVE(table, AEGP_GetLayerFromLayerID, GetLayerFromLayerID);
         return table;
     }();
     suites.Add(kAEGPLayerSuite, kAEGPLayerSuiteVersion8, &suite);

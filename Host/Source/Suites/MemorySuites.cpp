@@ -104,25 +104,38 @@ A_Err HashMixInPtr(A_u_longlong size, const void* data, AEGP_GUID* guid) {
 void AddMemorySuite(SuiteRegistry& suites) {
     static const AEGP_MemorySuite1 suite = [] {
         auto table = MakeTable<AEGP_MemorySuite1>(kAEGPMemorySuite);
-        table.AEGP_NewMemHandle = NewMemHandle;
-        table.AEGP_FreeMemHandle = FreeMemHandle;
-        table.AEGP_LockMemHandle = LockMemHandle;
-        table.AEGP_UnlockMemHandle = UnlockMemHandle;
-        table.AEGP_GetMemHandleSize = GetMemHandleSize;
-        table.AEGP_ResizeMemHandle = ResizeMemHandle;
+        NIMBREL_SERVE(table, AEGP_NewMemHandle, NewMemHandle);
+        NIMBREL_SERVE(table, AEGP_FreeMemHandle, FreeMemHandle);
+        NIMBREL_SERVE(table, AEGP_LockMemHandle, LockMemHandle);
+        NIMBREL_SERVE(table, AEGP_UnlockMemHandle, UnlockMemHandle);
+        NIMBREL_SERVE(table, AEGP_GetMemHandleSize, GetMemHandleSize);
+        NIMBREL_SERVE(table, AEGP_ResizeMemHandle, ResizeMemHandle);
         return table;
     }();
     suites.Add(kAEGPMemorySuite, kAEGPMemorySuiteVersion1, &suite);
 }
 
 void AddComputeCacheSuite(SuiteRegistry& suites) {
-    static const AEGP_ComputeCacheSuite1 suite = {ClassRegister,  ClassUnregister,        ComputeIfNeededAndCheckout,
-                                                  CheckoutCached, GetReceiptComputeValue, CheckinComputeReceipt};
+    static const AEGP_ComputeCacheSuite1 suite = [] {
+        auto table = MakeTable<AEGP_ComputeCacheSuite1>(kAEGPComputeCacheSuite);
+        NIMBREL_SERVE(table, AEGP_ClassRegister, ClassRegister);
+        NIMBREL_SERVE(table, AEGP_ClassUnregister, ClassUnregister);
+        NIMBREL_SERVE(table, AEGP_ComputeIfNeededAndCheckout, ComputeIfNeededAndCheckout);
+        NIMBREL_SERVE(table, AEGP_CheckoutCached, CheckoutCached);
+        NIMBREL_SERVE(table, AEGP_GetReceiptComputeValue, GetReceiptComputeValue);
+        NIMBREL_SERVE(table, AEGP_CheckinComputeReceipt, CheckinComputeReceipt);
+        return table;
+    }();
     suites.Add(kAEGPComputeCacheSuite, kAEGPComputeCacheSuiteVersion1, &suite);
 }
 
 void AddHashSuite(SuiteRegistry& suites) {
-    static const AEGP_HashSuite1 suite = {CreateHashFromPtr, HashMixInPtr};
+    static const AEGP_HashSuite1 suite = [] {
+        auto table = MakeTable<AEGP_HashSuite1>(kAEGPHashSuite);
+        NIMBREL_SERVE(table, AEGP_CreateHashFromPtr, CreateHashFromPtr);
+        NIMBREL_SERVE(table, AEGP_HashMixInPtr, HashMixInPtr);
+        return table;
+    }();
     suites.Add(kAEGPHashSuite, kAEGPHashSuiteVersion1, &suite);
 }
 

@@ -77,22 +77,22 @@ A_Err DisposeEffect(AEGP_EffectRefH reference) {
 void AddPFInterfaceSuite(SuiteRegistry& suites) {
     static const AEGP_PFInterfaceSuite1 interfaceSuite = [] {
         auto table = MakeTable<AEGP_PFInterfaceSuite1>(kAEGPPFInterfaceSuite);
-        table.AEGP_GetEffectLayer = GetEffectLayer;
-        table.AEGP_GetNewEffectForEffect = GetNewEffectForEffect;
-        table.AEGP_ConvertEffectToCompTime = ConvertEffectToCompTime;
-        table.AEGP_GetEffectCamera = GetEffectCamera;
-        table.AEGP_GetEffectCameraMatrix = GetEffectCameraMatrix;
+        NIMBREL_SERVE(table, AEGP_GetEffectLayer, GetEffectLayer);
+        NIMBREL_SERVE(table, AEGP_GetNewEffectForEffect, GetNewEffectForEffect);
+        NIMBREL_SERVE(table, AEGP_ConvertEffectToCompTime, ConvertEffectToCompTime);
+        NIMBREL_SERVE(table, AEGP_GetEffectCamera, GetEffectCamera);
+        NIMBREL_SERVE(table, AEGP_GetEffectCameraMatrix, GetEffectCameraMatrix);
         return table;
     }();
     static const AEGP_CameraSuite2 cameraSuite = [] {
         auto table = MakeTable<AEGP_CameraSuite2>(kAEGPCameraSuite);
-        table.AEGP_GetCameraType = GetCameraType;
-        table.AEGP_GetDefaultCameraDistanceToImagePlane = GetDefaultCameraDistance;
+        NIMBREL_SERVE(table, AEGP_GetCameraType, GetCameraType);
+        NIMBREL_SERVE(table, AEGP_GetDefaultCameraDistanceToImagePlane, GetDefaultCameraDistance);
         return table;
     }();
     static const AEGP_EffectSuite4 effectSuite = [] {
         auto table = MakeTable<AEGP_EffectSuite4>(kAEGPEffectSuite);
-        table.AEGP_DisposeEffect = DisposeEffect;
+        NIMBREL_SERVE(table, AEGP_DisposeEffect, DisposeEffect);
         return table;
     }();
     suites.Add(kAEGPPFInterfaceSuite, kAEGPPFInterfaceSuiteVersion1, &interfaceSuite);

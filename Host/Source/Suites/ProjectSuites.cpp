@@ -80,6 +80,7 @@ A_Err AddFootageToProject(AEGP_FootageH handle, AEGP_ItemH folderHandle, AEGP_It
         if (folder == nullptr || folder->mKind != Item::Kind::Folder || item == nullptr) return A_Err_PARAMETER;
         std::unique_ptr<Footage> footage = Host::Active().GetLooseFootage().Take(handle);
         if (!footage) return A_Err_PARAMETER;
+        BeforeChange().KeepLists();
         *item = ToHandle(TheProject().AddFootage(std::move(footage), folder));
         return A_Err_NONE;
     });
@@ -113,6 +114,7 @@ A_Err CreateNullInComp(const A_UTF16Char* name, AEGP_CompH comp, const A_Time*, 
     return Guarded([&]() -> A_Err {
         if (const A_Err error = CheckMayChangeProject()) return error;
         if (!IsComp(comp) || layer == nullptr) return A_Err_PARAMETER;
+        BeforeChange().KeepLists();
         *layer = ToHandle(TheProject().AddNull(name == nullptr ? "Null" : ToUtf8(name)));
         return A_Err_NONE;
     });
@@ -123,27 +125,27 @@ A_Err CreateNullInComp(const A_UTF16Char* name, AEGP_CompH comp, const A_Time*, 
 void AddProjectSuites(SuiteRegistry& suites) {
     static const AEGP_ProjSuite6 projectSuite = [] {
         auto table = MakeTable<AEGP_ProjSuite6>(kAEGPProjSuite);
-        table.AEGP_GetNumProjects = GetNumProjects;
-        table.AEGP_GetProjectByIndex = GetProjectByIndex;
-        table.AEGP_GetProjectRootFolder = GetProjectRootFolder;
+        NIMBREL_SERVE(table, AEGP_GetNumProjects, GetNumProjects);
+        NIMBREL_SERVE(table, AEGP_GetProjectByIndex, GetProjectByIndex);
+        NIMBREL_SERVE(table, AEGP_GetProjectRootFolder, GetProjectRootFolder);
         return table;
     }();
     static const AEGP_FootageSuite5 footageSuite = [] {
         auto table = MakeTable<AEGP_FootageSuite5>(kAEGPFootageSuite);
-        table.AEGP_GetMainFootageFromItem = GetMainFootageFromItem;
-        table.AEGP_GetFootagePath = GetFootagePath;
-        table.AEGP_GetFootageSignature = GetFootageSignature;
-        table.AEGP_NewFootage = NewFootage;
-        table.AEGP_AddFootageToProject = AddFootageToProject;
-        table.AEGP_DisposeFootage = DisposeFootage;
+        NIMBREL_SERVE(table, AEGP_GetMainFootageFromItem, GetMainFootageFromItem);
+        NIMBREL_SERVE(table, AEGP_GetFootagePath, GetFootagePath);
+        NIMBREL_SERVE(table, AEGP_GetFootageSignature, GetFootageSignature);
+        NIMBREL_SERVE(table, AEGP_NewFootage, NewFootage);
+        NIMBREL_SERVE(table, AEGP_AddFootageToProject, AddFootageToProject);
+        NIMBREL_SERVE(table, AEGP_DisposeFootage, DisposeFootage);
         return table;
     }();
     static const AEGP_CompSuite11 compSuite = [] {
         auto table = MakeTable<AEGP_CompSuite11>(kAEGPCompSuite);
-        table.AEGP_GetCompFromItem = GetCompFromItem;
-        table.AEGP_GetItemFromComp = GetItemFromComp;
-        table.AEGP_GetCompFramerate = GetCompFramerate;
-        table.AEGP_CreateNullInComp = CreateNullInComp;
+        NIMBREL_SERVE(table, AEGP_GetCompFromItem, GetCompFromItem);
+        NIMBREL_SERVE(table, AEGP_GetItemFromComp, GetItemFromComp);
+        NIMBREL_SERVE(table, AEGP_GetCompFramerate, GetCompFramerate);
+        NIMBREL_SERVE(table, AEGP_CreateNullInComp, CreateNullInComp);
         return table;
     }();
     suites.Add(kAEGPProjSuite, kAEGPProjSuiteVersion6, &projectSuite);

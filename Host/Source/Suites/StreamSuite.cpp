@@ -15,6 +15,12 @@ AEGP_StreamRefH NewStream(const StreamReference& stream) {
         Host::Active().GetStreams().Add(std::make_unique<StreamReference>(stream)));
 }
 
+/// Before the value or the expression changes.
+void KeepStream(const StreamReference& stream) {
+    UndoHistory& undo = BeforeChange();
+    stream.mParameter != nullptr ? undo.Keep(*stream.mParameter) : undo.Keep(*stream.mLayer);
+}
+
 /// The value of a layer's own stream. Streams that the layer doesn't have give false.
 bool ReadLayerStream(const Layer& layer, int stream, double seconds, AEGP_StreamVal2& value, A_long& type) {
     const auto vector = [&](const glm::dvec3& from) {
@@ -224,6 +230,7 @@ A_Err SetStreamValue(AEGP_PluginID, AEGP_StreamRefH reference, AEGP_StreamValue2
         if (const A_Err error = CheckMayChangeProject()) return error;
         const StreamReference* const stream = ToStream(reference);
         if (stream == nullptr || value == nullptr) return A_Err_PARAMETER;
+        KeepStream(*stream);
         return stream->mParameter != nullptr ? WriteParameterStream(*stream->mParameter, value->val)
                                              : WriteLayerStream(*stream->mLayer, stream->mStream, value->val);
     });
@@ -241,9 +248,11 @@ A_Err GetLayerStreamValue(AEGP_LayerH handle, A_long stream, A_short, const A_Ti
     return A_Err_NONE;
 }
 
+/// The expression to change.
 Expression* ToExpression(AEGP_StreamRefH reference) {
     StreamReference* const stream = ToStream(reference);
     if (stream == nullptr) return nullptr;
+    KeepStream(*stream);
     return stream->mParameter != nullptr ? &stream->mParameter->mExpression
                                          : &stream->mLayer->mExpressions[stream->mStream];
 }
@@ -309,17 +318,17 @@ A_Err SetStreamName(AEGP_StreamRefH reference, const A_UTF16Char* name) {
 /// What both versions of the stream suite have alike.
 template <class Table>
 void FillStreamTable(Table& table) {
-    table.AEGP_GetNewLayerStream = GetNewLayerStream;
-    table.AEGP_GetEffectNumParamStreams = GetEffectNumParamStreams;
-    table.AEGP_GetNewEffectStreamByIndex = GetNewEffectStreamByIndex;
-    table.AEGP_DisposeStream = DisposeStream;
-    table.AEGP_IsStreamTimevarying = IsStreamTimevarying;
-    table.AEGP_GetStreamType = GetStreamType;
-    table.AEGP_GetNewStreamValue = GetNewStreamValue;
-    table.AEGP_DisposeStreamValue = DisposeStreamValue;
-    table.AEGP_SetStreamValue = SetStreamValue;
-    table.AEGP_GetLayerStreamValue = GetLayerStreamValue;
-    table.AEGP_SetExpressionState = SetExpressionState;
+    NIMBREL_SERVE(table, AEGP_GetNewLayerStream, GetNewLayerStream);
+    NIMBREL_SERVE(table, AEGP_GetEffectNumParamStreams, GetEffectNumParamStreams);
+    NIMBREL_SERVE(table, AEGP_GetNewEffectStreamByIndex, GetNewEffectStreamByIndex);
+    NIMBREL_SERVE(table, AEGP_DisposeStream, DisposeStream);
+    NIMBREL_SERVE(table, AEGP_IsStreamTimevarying, IsStreamTimevarying);
+    NIMBREL_SERVE(table, AEGP_GetStreamType, GetStreamType);
+    NIMBREL_SERVE(table, AEGP_GetNewStreamValue, GetNewStreamValue);
+    NIMBREL_SERVE(table, AEGP_DisposeStreamValue, DisposeStreamValue);
+    NIMBREL_SERVE(table, AEGP_SetStreamValue, SetStreamValue);
+    NIMBREL_SERVE(table, AEGP_GetLayerStreamValue, GetLayerStreamValue);
+    NIMBREL_SERVE(table, AEGP_SetExpressionState, SetExpressionState);
 }
 
 }  // namespace
@@ -328,14 +337,14 @@ void AddStreamSuites(SuiteRegistry& suites) {
     static const AEGP_StreamSuite5 suite5 = [] {
         auto table = MakeTable<AEGP_StreamSuite5>(kAEGPStreamSuite);
         FillStreamTable(table);
-        table.AEGP_GetStreamName = GetStreamName;
-        table.AEGP_SetExpression = SetExpression;
+        NIMBREL_SERVE(table, AEGP_GetStreamName, GetStreamName);
+        NIMBREL_SERVE(table, AEGP_SetExpression, SetExpression);
         return table;
     }();
     static const AEGP_StreamSuite2 suite2 = [] {
         auto table = MakeTable<AEGP_StreamSuite2>(kAEGPStreamSuite);
         FillStreamTable(table);
-        table.AEGP_SetExpression = SetNarrowExpression;
+        NIMBREL_SERVE(table, AEGP_SetExpression, SetNarrowExpression);
         return table;
     }();
     suites.Add(kAEGPStreamSuite, kAEGPStreamSuiteVersion5, &suite5);
@@ -345,9 +354,9 @@ void AddStreamSuites(SuiteRegistry& suites) {
 void AddDynamicStreamSuite(SuiteRegistry& suites) {
     static const AEGP_DynamicStreamSuite4 suite = [] {
         auto table = MakeTable<AEGP_DynamicStreamSuite4>(kAEGPDynamicStreamSuite);
-        table.AEGP_GetDynamicStreamFlags = GetDynamicStreamFlags;
-        table.AEGP_SetDynamicStreamFlag = SetDynamicStreamFlag;
-        table.AEGP_SetStreamName = SetStreamName;
+        NIMBREL_SERVE(table, AEGP_GetDynamicStreamFlags, GetDynamicStreamFlags);
+        NIMBREL_SERVE(table, AEGP_SetDynamicStreamFlag, SetDynamicStreamFlag);
+        NIMBREL_SERVE(table, AEGP_SetStreamName, SetStreamName);
         return table;
     }();
     suites.Add(kAEGPDynamicStreamSuite, kAEGPDynamicStreamSuiteVersion4, &suite);

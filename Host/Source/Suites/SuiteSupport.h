@@ -10,6 +10,7 @@
 
 #include "HostInterface/HostInterface.h"
 #include "NimbrelHost/Host.h"
+#include "NimbrelHost/SuiteFaults.h"
 #include "Suites/Suites.h"
 
 namespace nimbrel::host {
@@ -43,6 +44,45 @@ Table MakeTable(const char* name) {
     return table;
 }
 
+/// The code that a call of a suite shall answer instead of being served, 0 for none: see SuiteFaults.
+A_Err FindFault(const char* suite, const char* function) noexcept;
+
+/// A served slot: what the effect calls, so that each call can be counted and made to fail.
+template <auto Slot, auto Function>
+struct Served {
+    static inline const char* sSuite = "";
+    static inline const char* sName = "";
+
+    template <class Result, class... Arguments>
+    static Result Call(Arguments... arguments) {
+        constexpr bool tellsFailure = std::is_same_v<Result, A_Err> || std::is_pointer_v<Result>;
+        if constexpr (!tellsFailure) {
+            return Function(arguments...);
+        } else {
+            const A_Err fault = FindFault(sSuite, sName);
+            if (fault == 0) return Function(arguments...);
+            if (SuiteFaults::GivesBack(sName)) Function(arguments...);
+            if constexpr (std::is_pointer_v<Result>) {
+                return nullptr;
+            } else {
+                return fault;
+            }
+        }
+    }
+
+    template <class Table, class Result, class... Arguments>
+    static void Into(Table& table, Result (*Table::*slot)(Arguments...), const char* name) {
+        sSuite = TableName<Table>::sName;
+        sName = name;
+        table.*slot = Call<Result, Arguments...>;
+    }
+};
+
+// Enters a function into a table that MakeTable made.
+#define NIMBREL_SERVE(table, slot, function)                                 \
+    Served<&std::remove_reference_t<decltype(table)>::slot, function>::Into( \
+        table, &std::remove_reference_t<decltype(table)>::slot, #slot)
+
 /// Runs the body of a suite function: no exception may cross into the effect.
 template <class Body>
 A_Err Guarded(Body body) noexcept {
@@ -58,6 +98,13 @@ A_Err Guarded(Body body) noexcept {
 /// 0 where the running command may change the project, else why not: on no command of this thread 5, on a render
 /// thread 6.
 A_Err CheckMayChangeProject();
+
+/// Called by a suite before it changes what the user can take back.
+inline UndoHistory& BeforeChange() {
+    UndoHistory& undo = Host::Active().GetUndo();
+    undo.CountEffectChange();
+    return undo;
+}
 
 /// The seconds of a time; a scale of 0 counts as time 0.
 double ToSeconds(const A_Time* time);

@@ -17,6 +17,9 @@ void AddProjectSuites(SuiteRegistry& suites);
 void AddMemorySuite(SuiteRegistry& suites);
 void AddComputeCacheSuite(SuiteRegistry& suites);
 void AddHashSuite(SuiteRegistry& suites);
+void AddAppSuite(SuiteRegistry& suites);
+void AddCustomUISuite(SuiteRegistry& suites);
+void AddDrawbotSuites(SuiteRegistry& suites);
 void AddDeviceSuite(SuiteRegistry& suites);
 
 }  // namespace nimbrel::host

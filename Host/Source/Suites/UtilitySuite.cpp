@@ -12,16 +12,18 @@ A_Err ReportInfo(AEGP_PluginID, const A_char* text) {
     });
 }
 
-// Nothing is undone in a batch, but groups must match: the command checks when it ends.
-A_Err StartUndoGroup(const A_char*) {
-    if (const A_Err error = CheckMayChangeProject()) return error;
-    ++Host::Active().mOpenUndoGroups;
-    return A_Err_NONE;
+// Groups must match: the command checks when it ends.
+A_Err StartUndoGroup(const A_char* name) {
+    return Guarded([&]() -> A_Err {
+        if (const A_Err error = CheckMayChangeProject()) return error;
+        Host::Active().GetUndo().StartGroup(name == nullptr ? "" : name);
+        return A_Err_NONE;
+    });
 }
 
 A_Err EndUndoGroup() {
     if (const A_Err error = CheckMayChangeProject()) return error;
-    return --Host::Active().mOpenUndoGroups < 0 ? A_Err_GENERIC : A_Err_NONE;
+    return Host::Active().GetUndo().EndGroup() ? A_Err_NONE : A_Err_GENERIC;
 }
 
 A_Err RegisterWithAEGP(AEGP_GlobalRefcon, const A_char* name, A_long* id) {
@@ -60,10 +62,10 @@ A_Err ExecuteScript(AEGP_PluginID, const A_char* script, A_Boolean, AEGP_MemHand
 
 template <class Table>
 void FillUtilityTable(Table& table) {
-    table.AEGP_ReportInfo = ReportInfo;
-    table.AEGP_StartUndoGroup = StartUndoGroup;
-    table.AEGP_EndUndoGroup = EndUndoGroup;
-    table.AEGP_RegisterWithAEGP = RegisterWithAEGP;
+    NIMBREL_SERVE(table, AEGP_ReportInfo, ReportInfo);
+    NIMBREL_SERVE(table, AEGP_StartUndoGroup, StartUndoGroup);
+    NIMBREL_SERVE(table, AEGP_EndUndoGroup, EndUndoGroup);
+    NIMBREL_SERVE(table, AEGP_RegisterWithAEGP, RegisterWithAEGP);
 }
 
 }  // namespace
@@ -72,15 +74,15 @@ void AddUtilitySuites(SuiteRegistry& suites) {
     static const AEGP_UtilitySuite6 suite6 = [] {
         auto table = MakeTable<AEGP_UtilitySuite6>(kAEGPUtilitySuite);
         FillUtilityTable(table);
-        table.AEGP_IsScriptingAvailable = IsScriptingAvailable;
-        table.AEGP_ExecuteScript = ExecuteScript;
+        NIMBREL_SERVE(table, AEGP_IsScriptingAvailable, IsScriptingAvailable);
+        NIMBREL_SERVE(table, AEGP_ExecuteScript, ExecuteScript);
         return table;
     }();
     static const AEGP_UtilitySuite5 suite5 = [] {
         auto table = MakeTable<AEGP_UtilitySuite5>(kAEGPUtilitySuite);
         FillUtilityTable(table);
-        table.AEGP_IsScriptingAvailable = IsScriptingAvailable;
-        table.AEGP_ExecuteScript = ExecuteScript;
+        NIMBREL_SERVE(table, AEGP_IsScriptingAvailable, IsScriptingAvailable);
+        NIMBREL_SERVE(table, AEGP_ExecuteScript, ExecuteScript);
         return table;
     }();
     static const AEGP_UtilitySuite3 suite3 = [] {

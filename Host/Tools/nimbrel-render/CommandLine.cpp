@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <utility>
 
 #include "NimbrelHost/Errors.h"
@@ -36,19 +37,28 @@ Examples:
   nimbrel-render shot.json -o out/shot.####.exr --depth 32 --frames 0-47 --threads 4
   nimbrel-render shot.json --set 'Model1_transform_yRotation={"keyframes": [[0, 0], [2, 360]]}' -o turn.####.png
   nimbrel-render shot.json --press Model1_transform_createNullObject --save-scene linked.json
+  nimbrel-render shot.json --panel panel.png --panel-slot 1 --panel-group 'Splat Color' --panel-scale 2
   nimbrel-render --list-gpus                                  what it would render on
   nimbrel-render --list-parameters | less                     what can be set)";
 
 // Read as the inside of a JSON array, which numbers with commas are.
 glm::dvec3 ParseColor(const std::string& text) {
-    const Json value = ParseJson("[" + text + "]", "--background");
-    const JsonView view(value, "--background");
-    constexpr std::string_view expected = "R,G,B, three numbers from 0 to 1";
-    const glm::dvec3 color = view.Vector3(expected);
-    for (int c = 0; c < 3; ++c) {
-        if (color[c] < 0 || color[c] > 1) view.Fail(expected);
+    const Json value = Json::parse("[" + text + "]", nullptr, false);
+    const auto isShare = [](const Json& number) { return number.is_number() && number >= 0 && number <= 1; };
+    if (!value.is_array() || value.size() != 3 || !std::all_of(value.begin(), value.end(), isShare)) {
+        throw UsageError(
+            fmt::format("--background: expected R,G,B, three numbers from 0 to 1, but it is \"{}\"", text));
     }
-    return color;
+    return {value[0].get<double>(), value[1].get<double>(), value[2].get<double>()};
+}
+
+/// An empty word is most often a shell's variable that isn't set.
+void RefuseEmptyWords(const CLI::App& app) {
+    for (const CLI::Option* option : app.get_options()) {
+        const std::vector<std::string>& words = option->results();
+        if (std::find(words.begin(), words.end(), "") != words.end())
+            throw UsageError(fmt::format("{}: expected a value, but it is empty", option->get_name()));
+    }
 }
 
 void AddSceneOptions(CLI::App& app, CommandLine& line) {
@@ -100,12 +110,29 @@ void AddOutputOptions(CLI::App& app, CommandLine& line, std::string& alpha, std:
     app.add_flag("--quiet", line.mQuiet, "no progress bar; it shows only on a terminal");
 }
 
+void AddPanelOptions(CLI::App& app, CommandLine& line) {
+    app.add_option(
+           "--panel", line.mPanel,
+           "draw the effect's controls with the values of the first frame, as a user finds them, the curves and "
+           "gradients by the effect itself; renders only if --output or --frames is given too")
+        ->type_name("FILE.png");
+    app.add_option("--panel-slot", line.mPanelSlot, "only one model slot's controls, 1 to 5")->type_name("N");
+    app.add_option("--panel-group", line.mPanelGroups,
+                   "only one group of controls, by id or shown name, such as Model1_effects_splatColor; with "
+                   "--panel-slot the slot's number before the name may be left out; repeatable, side by side")
+        ->type_name("NAME|ID")
+        ->allow_extra_args(false);
+    app.add_option("--panel-scale", line.mPanelScale, "pixels to a point: 2 for a fine screen")
+        ->type_name("1|2")
+        ->capture_default_str();
+}
+
 void AddEffectOptions(CLI::App& app, CommandLine& line) {
     app.add_option("--gpu", line.mGpu,
                    "device to render on: the processor's own cores, any Vulkan device, a part of a "
-                   "name, or an index of --list-gpus")
+                   "name, or an index of --list-gpus; default: the best GPU, else the processor")
         ->type_name("cpu|vulkan|NAME|INDEX");
-    app.add_flag("--list-gpus", line.mListGpus, "list the devices and mark the one that would be chosen");
+    app.add_flag("--list-gpus", line.mListGpus, "list all devices, the one that would be chosen and why");
     app.add_option("--threads", line.mThreads, "frames to render at once")->type_name("N")->capture_default_str();
     app.add_flag("--validate", line.mValidate,
                  "run with the graphics API's validation layer; its errors end with code 1");
@@ -143,6 +170,21 @@ void Arrange(CLI::App& app, std::size_t from, const std::string& heading) {
     }
 }
 
+void CheckPanel(const CommandLine& line) {
+    if (line.mPanel.empty() && (line.mPanelSlot || !line.mPanelGroups.empty())) {
+        throw UsageError("--panel-slot, --panel-group: expected --panel FILE.png with them");
+    }
+    if (!line.mPanel.empty() && !line.mPanel.ends_with(".png")) {
+        throw UsageError(fmt::format("--panel: expected a .png file, but it is \"{}\"", line.mPanel));
+    }
+    if (line.mPanelSlot && (*line.mPanelSlot < 1 || *line.mPanelSlot > 5)) {
+        throw UsageError(fmt::format("--panel-slot: expected a slot from 1 to 5, but it is {}", *line.mPanelSlot));
+    }
+    if (line.mPanelScale != 1 && line.mPanelScale != 2) {
+        throw UsageError(fmt::format("--panel-scale: expected 1 or 2, but it is {}", line.mPanelScale));
+    }
+}
+
 }  // namespace
 
 std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv) {
@@ -157,6 +199,8 @@ std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv) {
     Arrange(app, std::exchange(arranged, app.get_options().size()), "Scene");
     AddOutputOptions(app, line, alpha, background);
     Arrange(app, std::exchange(arranged, app.get_options().size()), "Output");
+    AddPanelOptions(app, line);
+    Arrange(app, std::exchange(arranged, app.get_options().size()), "Panel");
     AddEffectOptions(app, line);
     Arrange(app, arranged, "Effect and device");
     try {
@@ -171,6 +215,7 @@ std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv) {
         throw UsageError(fmt::format("{} (see --help)", error.what()));
     }
     // The library checks shapes, what follows checks values.
+    RefuseEmptyWords(app);
     line.mHasOutput = app.count("--output") > 0;
     if (line.mThreads < 1 || line.mThreads > 256) {
         throw UsageError(fmt::format("--threads: expected 1 to 256, but it is {}", line.mThreads));
@@ -178,6 +223,12 @@ std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv) {
     if (line.mInfo && (*line.mInfo < 1 || *line.mInfo > 5)) {
         throw UsageError(fmt::format("--info: expected a slot from 1 to 5, but it is {}", *line.mInfo));
     }
+    constexpr std::int64_t maxMegabytes = std::int64_t{1} << 30;
+    if (line.mCacheMegabytes < 0 || line.mCacheMegabytes > maxMegabytes) {
+        throw UsageError(
+            fmt::format("--cache-limit: expected 0 to {}, but it is {}", maxMegabytes, line.mCacheMegabytes));
+    }
+    CheckPanel(line);
     if (!background.empty()) line.mBackground = ParseColor(background);
     if (!alpha.empty()) {
         if (alpha != "straight" && alpha != "premultiplied") {

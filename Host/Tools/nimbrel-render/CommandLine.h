@@ -31,10 +31,14 @@ struct CommandLine {
     std::vector<std::string> mPresses;  ///< ids of buttons
     std::optional<int> mInfo;           ///< slot
     std::string mSaveScene, mStats;
+    std::string mPanel;                     ///< file for the picture of the panel
+    std::vector<std::string> mPanelGroups;  ///< ids or names
+    std::optional<int> mPanelSlot;
+    int mPanelScale = 1;
     bool mQuiet = false;
     bool mStrict = false;
     bool mNoHostCache = false;
-    std::uint64_t mCacheMegabytes = 0;
+    std::int64_t mCacheMegabytes = 0;
 };
 
 /// Reads the program's arguments. Throws UsageError. Gives nothing when help or the version was asked for and printed.

@@ -1,30 +1,20 @@
 #include <fmt/format.h>
 
-#include <csignal>
 #include <cstdio>
 #include <exception>
 
 #include "CommandLine.h"
+#include "NimbrelHost/Arguments.h"
 #include "NimbrelHost/Errors.h"
 #include "NimbrelHost/Interrupt.h"
 #include "Session.h"
 
-namespace {
-
-/// The first signal asks the effect to stop at its next report of progress, the second ends the process.
-void HandleSignal(int number) {
-    nimbrel::host::RequestInterrupt();
-    std::signal(number, SIG_DFL);
-}
-
-}  // namespace
-
 int main(int argc, char** argv) {
     using namespace nimbrel::host;
-    std::signal(SIGINT, HandleSignal);
-    std::signal(SIGTERM, HandleSignal);
+    CatchInterrupts();
+    const Arguments arguments(argc, argv);
     try {
-        const std::optional<CommandLine> line = ParseCommandLine(argc, argv);
+        const std::optional<CommandLine> line = ParseCommandLine(arguments.GetCount(), arguments.Get());
         return line ? RunSession(*line) : kExitDone;
     } catch (const UsageError& error) {
         fmt::print(stderr, "nimbrel-render: {}\n", error.what());

@@ -9,6 +9,7 @@
 #include "NimbrelHost/Errors.h"
 #include "NimbrelHost/Host.h"
 #include "NimbrelHost/Output.h"
+#include "NimbrelHost/Panel.h"
 #include "NimbrelHost/PlyBounds.h"
 #include "NimbrelHost/RenderJob.h"
 #include "NimbrelHost/Settings.h"
@@ -85,7 +86,7 @@ HostOptions MakeHostOptions(const CommandLine& line) {
     options.mValidate = line.mValidate;
     options.mServeComputeCache = !line.mNoHostCache;
     options.mServeHash = !line.mNoHostCache;
-    options.mCacheLimit = line.mCacheMegabytes << 20;
+    options.mCacheLimit = static_cast<std::uint64_t>(line.mCacheMegabytes) << 20;
     options.mStrict = line.mStrict;
     return options;
 }
@@ -245,6 +246,19 @@ void WriteTexts(Host& host, const CommandLine& line) {
     if (line.mListParameters) fmt::print("{}\n", ListParameters(host).dump(2));
 }
 
+/// Draws the panel; it shows what the first frame that would be rendered has.
+void WritePanel([[maybe_unused]] Host& host, const CommandLine& line, [[maybe_unused]] int frame) {
+    if (line.mPanel.empty()) return;
+#ifdef NIMBREL_HAS_PANEL
+    const Frame picture = DrawPanel(host, {line.mPanelGroups, line.mPanelSlot, line.mPanelScale, frame});
+    WriteWhole(TextPath(line.mPanel), [&](const std::filesystem::path& file) {
+        WritePng(file, picture, {AlphaMode::Straight, {}});
+    });
+#else
+    throw UsageError("--panel: this build of nimbrel-render was made without Cairo and cannot draw the panel");
+#endif
+}
+
 /// Prints what the validation layer and the host's own checks found. Gives the exit code.
 int ReportFindings(Host& host) {
     for (const std::string& text : host.GetDiagnostics().Get()) fmt::print(stderr, "warning: {}\n", text);
@@ -259,15 +273,15 @@ int ReportFindings(Host& host) {
 
 int RunSession(const CommandLine& line) {
     if (line.mListGpus) return ListGpus(line);
-    const bool needsNoScene = line.mListParameters || !line.mSaveScene.empty() || line.mInfo;
+    const bool hasSideOutput = !line.mSaveScene.empty() || line.mInfo || !line.mPanel.empty();
+    const bool needsNoScene = line.mListParameters || hasSideOutput;
     if (line.mScene.empty() && line.mModels.empty() && !needsNoScene) {
         throw UsageError("expected a SCENE.json or --model FILE (see --help)");
     }
     Scene scene = line.mScene.empty() ? Scene{} : ReadScene(TextPath(line.mScene));
     ApplyOverrides(line, scene.mComposition);
     // What is asked for in words alone renders nothing.
-    const bool onlyText =
-        line.mListParameters || ((!line.mSaveScene.empty() || line.mInfo) && !line.mHasOutput && line.mFrames.empty());
+    const bool onlyText = line.mListParameters || (hasSideOutput && !line.mHasOutput && line.mFrames.empty());
     const FramePattern pattern(line.mOutput);
     if (!onlyText) CheckOutput(pattern, scene.mComposition);
     const std::vector<int> frames = ChooseFrames(line, scene.mComposition, pattern);
@@ -293,6 +307,7 @@ int RunSession(const CommandLine& line) {
         PressButtons(host, line);
         const double setupMs = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
         WriteTexts(host, line);
+        WritePanel(host, line, frames.front());
         if (!onlyText) {
             const std::vector<FrameTimes> times = RenderAll(host, line, pattern, frames, bar);
             if (!line.mStats.empty()) WriteStats(host, line, times, setupMs);
