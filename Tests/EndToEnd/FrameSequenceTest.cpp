@@ -3,9 +3,9 @@
 
 #include <cstring>
 
+#include "EffectSettings.h"
 #include "NimbrelHost/RenderJob.h"
 #include "NimbrelHost/Settings.h"
-#include "Shot.h"
 
 namespace nimbrel::endtoend {
 namespace {
@@ -45,7 +45,7 @@ host::Frame CropRight(const host::Frame& frame, int width) {
     return crop;
 }
 
-/// By device as the host asks for it; without a wish it is the machine's best.
+/// By device as the host asks for it.
 class FrameSequence : public testing::TestWithParam<const char*> {
 protected:
     static EffectHost::Options OnDevice() {
@@ -180,9 +180,35 @@ TEST_P(FrameSequence, HostMayPurgeModelsBetweenFrames) {
     for (int i = 0; i < 3; ++i) EXPECT_EQ(host.Render().mPixels, expected.mPixels);
 }
 
-INSTANTIATE_TEST_SUITE_P(Devices, FrameSequence, testing::Values("", "cpu"), [](const auto& device) {
-    return std::string(device.param).empty() ? std::string("Best") : std::string("Cpu");
-});
+TEST_P(FrameSequence, ZDepthFollowsTheTargetsSizeAndFormat) {
+    const auto makeDepthShot = [](int width, int height, int bits, bool depth) {
+        Shot shot = MakeEffectShot(std::to_string(width) + "x" + std::to_string(height) + "@" + std::to_string(bits));
+        shot.mWidth = width;
+        shot.mHeight = height;
+        shot.mBitsPerChannel = bits;
+        shot.mDrawZDepth = depth;
+        shot.mZDepthNear = 300;
+        shot.mZDepthFar = 550;
+        return shot;
+    };
+    const std::vector<Shot> shots = {makeDepthShot(160, 90, 32, true),  makeDepthShot(90, 70, 8, true),
+                                     makeDepthShot(200, 120, 16, true), makeDepthShot(160, 90, 32, false),
+                                     makeDepthShot(100, 140, 32, true), makeDepthShot(160, 90, 8, true)};
+    std::vector<host::Frame> alone;
+    for (const Shot& shot : shots) alone.push_back(RenderWithEffect(shot, GetParam()));
+    EffectHost host(shots[0], OnDevice());
+    for (std::size_t i = 0; i < shots.size(); ++i) {
+        const Shot& shot = shots[i];
+        host.Switch(shot);
+        const host::Frame frame = host.Render();
+        // The depth picture is filtered from a texture of the target's size, which may be larger than the frame's.
+        EXPECT_GE(ComparePsnr(frame, alone[i]), 100.0) << shot.mName;
+        EXPECT_GE(ComparePsnr(frame, RenderReference(shot)), shot.mBitsPerChannel == 8 ? 40.0 : 60.0) << shot.mName;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Devices, FrameSequence, testing::Values("vulkan", "cpu"),
+                         [](const auto& device) { return std::string(device.param); });
 
 }  // namespace
 }  // namespace nimbrel::endtoend

@@ -120,7 +120,7 @@ TEST(Program, ShowsTheEffectsFailuresAndWritesNothing) {
     }
 }
 
-TEST(Program, ListsParametersAndDevices) {
+TEST(Program, ListsParameters) {
     const Outcome parameters = RunProgram("--list-parameters");
     ASSERT_EQ(parameters.mCode, 0) << parameters.mErrors;
     const host::Json list = host::Json::parse(parameters.mOutput);
@@ -139,10 +139,36 @@ TEST(Program, ListsParametersAndDevices) {
     EXPECT_EQ(scale.at("percent"), true);
     EXPECT_EQ(find("Model1_transform_position").at("value"), host::Json::parse("[960, 540, 0]"));
     EXPECT_TRUE(find("Model1_effects_splatColor_editRamp").is_null()) << "hidden from this host";
+}
 
-    const Outcome devices = RunProgram("--list-gpus");
-    EXPECT_EQ(devices.mCode, 0) << devices.mErrors;
-    EXPECT_FALSE(devices.mOutput.empty());
+TEST(Program, NeedsNoVulkanAndSaysSo) {
+    const fs::path folder = MakeFolder("devices");
+    // A library of the loader's name that cannot be loaded, where the loader is looked for first.
+    for (const char* name : {"libvulkan.so", "libvulkan.so.1"}) std::ofstream(folder / name) << "none";
+    const std::string noLoader = "LD_LIBRARY_PATH=" + folder.string();
+    const std::string noDriver = "VK_DRIVER_FILES=/none VK_ICD_FILENAMES=/none";
+    const std::string picture = "--model " + GetModelFile(4000, 3).string() + " --size 96x64 -o ";
+    ASSERT_EQ(RunProgram(picture + (folder / "asked.png").string() + " --gpu cpu").mCode, 0);
+    for (const auto& [environment, reason] :
+         {std::pair(noLoader, "no Vulkan loader"), {noDriver, "no driver for it"}}) {
+        const Outcome list = RunProgram("--list-gpus", environment);
+        EXPECT_EQ(list.mCode, 0) << list.mErrors;
+        EXPECT_NE(list.mOutput.find("\n* 0 "), std::string::npos) << list.mOutput;
+        EXPECT_NE(list.mOutput.find(reason), std::string::npos) << list.mOutput;
+        EXPECT_EQ(list.mOutput.find("  1  "), std::string::npos) << "the processor's cores alone: " << list.mOutput;
+
+        const Outcome drawn = RunProgram(picture + (folder / "drawn.png").string(), environment);
+        EXPECT_EQ(drawn.mCode, 0) << drawn.mErrors;
+        EXPECT_EQ(ReadFile(folder / "drawn.png"), ReadFile(folder / "asked.png"));
+
+        const Outcome refused = RunProgram(picture + (folder / "x.png").string() + " --gpu vulkan", environment);
+        EXPECT_EQ(refused.mCode, 1);
+        EXPECT_NE(refused.mErrors.find("Failed to get a compatible Vulkan device"), std::string::npos);
+        EXPECT_FALSE(fs::exists(folder / "x.png"));
+    }
+    for (const std::string request : {"0", "CPU"})
+        EXPECT_EQ(RunProgram("--list-gpus --gpu " + request, noDriver).mCode, 0) << request;
+    EXPECT_EQ(RunProgram("--list-gpus --gpu 1", noDriver).mCode, 1);
 }
 
 TEST(Program, PressesButtonsInOrderAndShowsInfo) {

@@ -86,14 +86,17 @@ private:
 /// The frame as the effect draws it, in a host of its own, on the device asked for.
 host::Frame RenderWithEffect(const Shot& shot, const std::string& device = {});
 
+/// The frame for the reference renderer, from matrices that share nothing with the effect's.
+reference::Frame MakeReferenceFrame(const Shot& shot);
+
 /// The same frame from the reference renderer, in the host's layout.
 host::Frame RenderReference(const Shot& shot);
 
 /// Peak signal-to-noise ratio in decibels of premultiplied colour and alpha, peak 1; infinite for equal frames.
 double ComparePsnr(const host::Frame& a, const host::Frame& b);
 
-/// Share of channels that differ by more than `tolerance` in units of the depth, premultiplied.
-double DifferingShare(const host::Frame& a, const host::Frame& b, double tolerance);
+/// Share of pixels with a channel that differs by more than `tolerance` in units of the depth, premultiplied.
+double DifferingPixels(const host::Frame& a, const host::Frame& b, double tolerance);
 
 /// Mean alpha, 0 to 1: a picture with nothing in it proves nothing.
 double MeanAlpha(const host::Frame& frame);

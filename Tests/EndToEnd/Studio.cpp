@@ -1,0 +1,104 @@
+#include "Studio.h"
+
+#include <gtest/gtest.h>
+
+#include "NimbrelHost/Catalogue.h"
+#include "NimbrelHost/RenderJob.h"
+#include "NimbrelHost/Settings.h"
+
+namespace nimbrel::endtoend {
+namespace {
+
+host::Setting MakeSetting(const std::string& id, const host::Json& value) {
+    return {id, value, "test", id, GetScratchFolder(), {}};
+}
+
+}  // namespace
+
+Studio::Studio(const host::Json& document, const std::string& name, const Options& options) {
+    const host::Scene scene = host::ParseScene(document, name, GetScratchFolder());
+    host::HostOptions hostOptions;
+    hostOptions.mPlugin = options.mEffect;
+    hostOptions.mDevice = options.mDevice;
+    hostOptions.mProgress = options.mProgress;
+    hostOptions.mStrict = true;
+    hostOptions.mShowMessage = [this](const std::string& text) { mMessages.push_back(text); };
+    hostOptions.mShowDialog = [this](const std::string& title, const std::string& text) {
+        mDialogs.push_back({title, text});
+    };
+    hostOptions.mPickColor = [this](const std::string& title, const glm::vec4& color) {
+        mPicks.emplace_back(title, color);
+        return mPick;
+    };
+    mHost = std::make_unique<host::Host>(hostOptions, scene.mComposition, scene.mCamera,
+                                         host::Catalogue::Read(NIMBREL_CATALOGUE_FILE));
+    mHost->Start();
+    mHost->GetProject().AddNulls(scene.mNulls);
+    for (const host::Setting& setting : scene.mSettings) host::ApplySetting(*mHost, setting);
+}
+
+void Studio::Finish() {
+    if (!mHost) return;
+    mHost->Stop();
+    for (const std::string& text : mHost->GetDiagnostics().Get()) ADD_FAILURE() << "host: " << text;
+    mHost.reset();
+}
+
+host::Parameter& Studio::Get(const std::string& id) { return mHost->GetParameters().Find(id, "test"); }
+double Studio::GetNumber(const std::string& id) { return host::EvaluateNumbers(Get(id), 0).x; }
+void Studio::Press(const std::string& id) { host::PressButton(*mHost, id, "test"); }
+void Studio::Set(const std::string& id, const host::Json& value) { host::ApplySetting(*mHost, MakeSetting(id, value)); }
+void Studio::Choose(const std::string& id, const host::Json& value) {
+    host::ChooseSetting(*mHost, MakeSetting(id, value));
+}
+host::Layer* Studio::FindLayer(const std::string& name) { return mHost->GetProject().FindLayerByName(name); }
+host::Json Studio::Save() { return host::WriteScene(*mHost, GetScratchFolder()); }
+
+host::Frame Studio::Render(int frame) {
+    host::FrameTimes times;
+    return host::RenderFrame(*mHost, frame, times);
+}
+
+host::Json Studio::Describe() {
+    const host::Project& project = mHost->GetProject();
+    host::Json state = {{"scene", Save()}, {"parameters", host::ListParameters(*mHost)}};
+    for (const auto& parameter : mHost->GetParameters().GetAll()) {
+        const host::Expression& expression = parameter->mExpression;
+        if (expression.mEnabled || !expression.mText.empty())
+            state["expressions"][parameter->GetKey()] = {expression.mText, expression.mEnabled};
+    }
+    for (const auto& item : project.GetItems()) {
+        state["items"].push_back({item->mId, item->mName, item->mParent == nullptr ? 0 : item->mParent->mId,
+                                  item->mFootage ? item->mFootage->mPath.string() : ""});
+    }
+    for (const auto& layer : project.GetLayers()) {
+        state["layers"].push_back({layer->mId, layer->mName, layer->mFlags,
+                                   layer->mSource == nullptr ? 0 : layer->mSource->mId,
+                                   layer->mParent == nullptr ? 0 : layer->mParent->mId});
+    }
+    return state;
+}
+
+std::vector<std::size_t> Studio::CountHeld() {
+    return {mHost->GetHandles().CountLive(),     mHost->GetHandles().CountLocked(),    mHost->GetMemory().CountLive(),
+            mHost->GetStreams().Count(),         mHost->GetEffectReferences().Count(), mHost->GetLooseFootage().Count(),
+            mHost->GetSuites().ListHeld().size()};
+}
+
+Shot MakeProjectShot() {
+    Shot shot;
+    shot.mName = "project";
+    shot.mWidth = 160;
+    shot.mHeight = 90;
+    ShotModel model;
+    model.mFile = GetModelFile(4000, 1);
+    model.mAlignScale = 6;
+    model.mAlignRotation = {10, 20, 30};
+    model.mPosition = {85, 40, 20};
+    model.mScale = 90;
+    model.mRotation = {25, -40, 15};
+    shot.mModels.push_back(model);
+    return shot;
+}
+
+}  // namespace nimbrel::endtoend
