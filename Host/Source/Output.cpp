@@ -126,9 +126,12 @@ void WriteTextFile(const std::filesystem::path& file, std::string_view text) {
         stream.close();
         if (!stream) throw OutputError(fmt::format("{}: cannot be written", PathText(file)));
     };
-    // A device or a pipe, such as /dev/stdout, is written to and never replaced.
+    // A device, a pipe or a link is written to and never replaced: /dev/stdout is a link even where it ends at a file.
     std::error_code ignored;
-    if (std::filesystem::is_other(std::filesystem::status(file, ignored))) return write(file);
+    if (std::filesystem::is_other(std::filesystem::status(file, ignored)) ||
+        std::filesystem::is_symlink(std::filesystem::symlink_status(file, ignored))) {
+        return write(file);
+    }
     WriteWhole(file, write);
 }
 

@@ -102,7 +102,8 @@ TEST(ControlPicture, ThePanelHasTheControlsInTheirPlaces) {
     const host::Frame panel = host::DrawPanel(*user.mStudio.mHost, options);
     const host::Frame control = host::PaintDrawing(user.Draw());
     int found = 0;
-    for (const auto& row : host::panel::FlowColumns(host::panel::ListRows(*user.mStudio.mHost, options)).at(0).mRows) {
+    const auto columns = host::panel::FlowColumns(host::panel::ListRows(*user.mStudio.mHost, options));
+    for (const auto& row : columns.at(0).mRows) {
         if (row.mParameter != &user.mControl) continue;
         ++found;
         const int left = host::panel::kPadding + host::panel::kValueLeft;

@@ -1,5 +1,9 @@
 #include "NimbrelHost/Output.h"
 
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
 #include <gmock/gmock.h>
 
 #include "NimbrelHost/Picture.h"
@@ -95,6 +99,15 @@ TEST(Output, APipeIsWrittenToAndStays) {
     EXPECT_EQ(std::string_view(text, 4), "one\n");
     close(reader);
     EXPECT_TRUE(std::filesystem::is_fifo(folder / "pipe"));
+}
+
+TEST(Output, ALinkIsWrittenThroughAndStays) {
+    const TestFolder folder;
+    std::filesystem::create_symlink("target", folder / "link");
+    for (const char* const text : {"long text", "short"}) WriteTextFile(folder / "link", text);
+    EXPECT_TRUE(std::filesystem::is_symlink(folder / "link"));
+    std::ifstream stream(folder / "target");
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(stream), {}), "short\n");
 }
 #endif
 
