@@ -7,10 +7,12 @@
 
 #include "Nimbrel/CommonCpp.h"
 #include "Nimbrel/EffectSwitches.h"
+#include "Nimbrel/ProgramRegisters.h"
 #include "PluginBase/Exception.h"
 
 using namespace zeb::render;
 using nimbrel::gpu::kSplatGroupSize;
+using enum nimbrel::gpu::SplatRegister;
 
 namespace {
 
@@ -18,28 +20,6 @@ constexpr std::uint32_t kConstantsStride = 256;
 constexpr std::uint32_t kViewDataConstantsStride = 768;
 /// Groups of one dispatch that every device runs, times the splats of a group.
 constexpr std::uint64_t kMaxSplats = std::uint64_t{65535} * kSplatGroupSize;
-
-// Registers of the splat programs, one sequence over all of them.
-enum Register : std::uint32_t {
-    kChunks = 1,
-    kPos = 2,
-    kOther = 3,
-    kSH = 4,
-    kColor = 5,
-    kSplatConstants = 6,
-    kCalcViewDataConstants = 7,
-    kSortDistances = 8,
-    kSortKeys = 9,
-    kSetIndicesConstants = 10,
-    kNoiseConstants = 11,
-    kCurves = 12,
-    kSampler = 14,
-    kModelConstants = 15,
-    kCalcDistancesConstants = 16,
-    kViewData = 17,
-    kExportBuffer = 18,
-    kExportDataConstants = 19,
-};
 
 std::uint32_t GetSplatCount(const GaussianSplatAsset& asset) {
     return static_cast<std::uint32_t>(std::max(asset.splatCount, 0));
@@ -144,24 +124,24 @@ GaussianSplatRenderer::GaussianSplatRenderer(Device& device, const RendererProgr
         program->AddRootConstants(2, kSplatConstants);
         program->AddUnorderedAccess(kSortDistances);
         program->AddConstantBuffer(kNoiseConstants);
-        program->AddDescriptorTable(DescriptorRangeType::Texture, 2, kCurves);
+        program->AddDescriptorTable(DescriptorRangeType::Texture, 2, kRamps);  // and kGradients
         program->AddDescriptorTable(DescriptorRangeType::Sampler, 1, kSampler);
         program->AddConstantBuffer(kCalcDistancesConstants);
     }
 
     for (ComputeProgram* program : {&mCalcViewData.mFull, &mCalcViewData.mNoEffects}) {
-        for (const Register buffer : {kChunks, kPos, kOther, kSH}) program->AddShaderResource(buffer);
+        for (const std::uint32_t buffer : {kChunks, kPos, kOther, kSH}) program->AddShaderResource(buffer);
         program->AddDescriptorTable(DescriptorRangeType::Texture, 1, kColor);
         program->AddRootConstants(2, kSplatConstants);
         program->AddConstantBuffer(kCalcViewDataConstants);
         program->AddConstantBuffer(kNoiseConstants);
-        program->AddDescriptorTable(DescriptorRangeType::Texture, 2, kCurves);
+        program->AddDescriptorTable(DescriptorRangeType::Texture, 2, kRamps);  // and kGradients
         program->AddDescriptorTable(DescriptorRangeType::Sampler, 1, kSampler);
         program->AddConstantBuffer(kModelConstants);
         program->AddUnorderedAccess(kViewData);
     }
 
-    for (const Register buffer : {kChunks, kPos, kOther, kSH}) mExportData.AddShaderResource(buffer);
+    for (const std::uint32_t buffer : {kChunks, kPos, kOther, kSH}) mExportData.AddShaderResource(buffer);
     mExportData.AddDescriptorTable(DescriptorRangeType::Texture, 1, kColor);
     mExportData.AddRootConstants(2, kSplatConstants);
     mExportData.AddUnorderedAccess(kExportBuffer);
@@ -277,7 +257,7 @@ GaussianSplatRenderer::KernelForms GaussianSplatRenderer::MakeKernel(Device& dev
 
 void GaussianSplatRenderer::Use(ComputeCommandEncoder& encoder, ComputeProgram& program) {
     program.Use(encoder);
-    program.SetDescriptorRange(encoder, kCurves, mCurves.GetRange(), 0);
+    program.SetDescriptorRange(encoder, kRamps, mCurves.GetRange(), 0);
     program.SetDescriptorRange(encoder, kSampler, *mSamplerRange, 0);
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "Nimbrel/ProgramRegisters.h"
 #include "PluginBase/Exception.h"
 #include "PluginBase/Render/Render.h"
 
@@ -12,6 +13,7 @@ using nimbrel::gpu::kSortBinCount;
 using nimbrel::gpu::kSortBlockSize;
 using nimbrel::gpu::kSortGroupSize;
 using nimbrel::gpu::SortConstants;
+using enum nimbrel::gpu::SortRegister;
 
 namespace {
 
@@ -19,21 +21,6 @@ constexpr std::uint32_t kMaxThreadGroups = 800;
 constexpr std::uint32_t kBitsPerPass = 4;
 constexpr std::uint32_t kConstantsStride = 256;
 constexpr std::uint32_t kMinWaveLanes = 16;
-
-// Registers of the sort programs, one sequence over all of them.
-enum Register : std::uint32_t {
-    kConstantsRegister = 0,
-    kShiftRegister = 1,
-    kSourceKeys = 2,
-    kDestinationKeys = 3,
-    kSourcePayload = 4,
-    kDestinationPayload = 5,
-    kSumTable = 6,
-    kReducedTable = 7,
-    kScanSource = 8,
-    kScanDestination = 9,
-    kScanScratch = 10,
-};
 
 constexpr std::uint32_t DivideUp(std::uint32_t value, std::uint32_t divisor) {
     return value / divisor + (value % divisor != 0 ? 1 : 0);
@@ -60,23 +47,23 @@ std::string ChooseForm(const Device& device, ParallelSort::Form form, const std:
 }
 
 ComputeProgram MakeProgram(Device& device, ParallelSort::Form form, const char* name, bool hasShift,
-                           std::initializer_list<Register> buffers) {
+                           std::initializer_list<nimbrel::gpu::SortRegister> buffers) {
     ComputeProgram program(device, ChooseForm(device, form, name), 0);
-    program.AddConstantBuffer(kConstantsRegister);
-    if (hasShift) program.AddRootConstants(1, kShiftRegister);
-    for (const Register buffer : buffers) program.AddUnorderedAccess(buffer);
+    program.AddConstantBuffer(kSortConstants);
+    if (hasShift) program.AddRootConstants(1, kShift);
+    for (const std::uint32_t buffer : buffers) program.AddUnorderedAccess(buffer);
     return program;
 }
 
 }  // namespace
 
 ParallelSort::ParallelSort(Device& device, Form form)
-    : mReduce(MakeProgram(device, form, "FfxParallelSortReduce", false, {kSumTable, kReducedTable})),
+    : mReduce(MakeProgram(device, form, "FfxParallelSortReduce", false, {kSumTable, kReduceTable})),
       mScanAdd(
           MakeProgram(device, form, "FfxParallelSortScanAdd", false, {kScanSource, kScanDestination, kScanScratch})),
       mScan(MakeProgram(device, form, "FfxParallelSortScan", false, {kScanSource, kScanDestination})),
       mScatter(MakeProgram(device, form, "FfxParallelSortScatter", true,
-                           {kSourceKeys, kDestinationKeys, kSourcePayload, kDestinationPayload, kSumTable})),
+                           {kSourceKeys, kDestinationKeys, kSourcePayloads, kDestinationPayloads, kSumTable})),
       mCount(MakeProgram(device, form, "FfxParallelSortCount", true, {kSourceKeys, kSumTable})),
       mConstants(device, "SortConstantsBuffer", kUploadBuffer, kConstantsStride),
       mSortScratch(device, "SortScratchBuffer", kGpuBuffer),
@@ -129,7 +116,7 @@ void ParallelSort::Sort(ComputeCommandEncoder& encoder, std::uint32_t numKeys, z
 }
 
 void ParallelSort::Run(ComputeCommandEncoder& encoder, ComputeProgram& program, std::uint32_t groups) {
-    program.SetConstantBuffer(encoder, kConstantsRegister, mConstants.Get(), 0);
+    program.SetConstantBuffer(encoder, kSortConstants, mConstants.Get(), 0);
     encoder.Dispatch(groups, 1, 1, kSortGroupSize, 1, 1);
 }
 
@@ -139,7 +126,7 @@ void ParallelSort::Pass(ComputeCommandEncoder& encoder, const SortConstants& con
     zeb::render::Buffer& reduced = mReducedScratch.Get();
 
     mCount.Use(encoder);
-    mCount.SetConstant(encoder, kShiftRegister, shift);
+    mCount.SetConstant(encoder, kShift, shift);
     mCount.SetUnorderedAccess(encoder, kSourceKeys, *keys[0], 0);
     mCount.SetUnorderedAccess(encoder, kSumTable, sums, 0);
     Run(encoder, mCount, constants.numThreadGroups);
@@ -147,7 +134,7 @@ void ParallelSort::Pass(ComputeCommandEncoder& encoder, const SortConstants& con
 
     mReduce.Use(encoder);
     mReduce.SetUnorderedAccess(encoder, kSumTable, sums, 0);
-    mReduce.SetUnorderedAccess(encoder, kReducedTable, reduced, 0);
+    mReduce.SetUnorderedAccess(encoder, kReduceTable, reduced, 0);
     Run(encoder, mReduce, constants.numScanValues);
     encoder.BufferUnorderedAccessBarrier(reduced);
 
@@ -168,11 +155,11 @@ void ParallelSort::Pass(ComputeCommandEncoder& encoder, const SortConstants& con
     encoder.BufferUnorderedAccessBarrier(sums);
 
     mScatter.Use(encoder);
-    mScatter.SetConstant(encoder, kShiftRegister, shift);
+    mScatter.SetConstant(encoder, kShift, shift);
     mScatter.SetUnorderedAccess(encoder, kSourceKeys, *keys[0], 0);
     mScatter.SetUnorderedAccess(encoder, kDestinationKeys, *keys[1], 0);
-    mScatter.SetUnorderedAccess(encoder, kSourcePayload, *payload[0], 0);
-    mScatter.SetUnorderedAccess(encoder, kDestinationPayload, *payload[1], 0);
+    mScatter.SetUnorderedAccess(encoder, kSourcePayloads, *payload[0], 0);
+    mScatter.SetUnorderedAccess(encoder, kDestinationPayloads, *payload[1], 0);
     mScatter.SetUnorderedAccess(encoder, kSumTable, sums, 0);
     Run(encoder, mScatter, constants.numThreadGroups);
     encoder.BufferUnorderedAccessBarrier(*keys[1]);

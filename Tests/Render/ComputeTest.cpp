@@ -9,23 +9,6 @@ namespace {
 
 class ComputeTest : public DeviceFixture {
 protected:
-    // Parameters: 0 the numbers, 1 source, 2 result, 3 the factor.
-    static ComputeProgramUnderTest MakeRawAdd() {
-        return {GetDevice(), "RawAdd", [](RootSignature& signature) {
-                    signature.AddRootConstants(20, 0);
-                    signature.AddRootShaderResourceBufferView(1);
-                    signature.AddRootUnorderedAccessBufferView(2);
-                    signature.AddRootConstantBufferView(14);
-                }};
-    }
-
-    static ComputeProgramUnderTest MakeChain() {
-        return {GetDevice(), "Chain", [](RootSignature& signature) {
-                    signature.AddRootConstants(20, 0);
-                    signature.AddRootUnorderedAccessBufferView(6);
-                }};
-    }
-
     // One factor at each multiple of 256 bytes.
     static UniquePtr<Buffer> MakeFactors(std::uint32_t first, std::uint32_t second) {
         std::vector<std::uint32_t> words(128, 0);
@@ -46,7 +29,7 @@ TEST_F(ComputeTest, RawBuffersBindAtEveryMultipleOfFour) {
     const auto result = MakeBuffer(expected.size() * 4);
     const auto red = MakeUpload(expected);
     const auto factors = MakeFactors(1, 10);
-    const auto program = MakeRawAdd();
+    const auto program = MakeRawAdd(GetDevice());
     Copy([&](CopyCommandEncoder& encoder) { encoder.CopyBuffer(*result, 0, *red, 0, expected.size() * 4); });
     Compute([&](ComputeCommandEncoder& encoder) {
         program.Set(encoder);
@@ -118,7 +101,7 @@ TEST_F(ComputeTest, StructuredBuffersBindAtEveryElement) {
 TEST_F(ComputeTest, DispatchesOnOneBufferRunInOrderWithTheirOwnConstants) {
     // 900 sets of 80 bytes: more than one block of the list's uniform memory.
     constexpr std::uint32_t kDispatches = 900;
-    const auto program = MakeChain();
+    const auto program = MakeChain(GetDevice());
     const auto start = MakeUpload(std::vector<std::uint32_t>{5, 6, 7, 8});
     const auto values = MakeBuffer(16);
     Run([&](CommandList& list) {

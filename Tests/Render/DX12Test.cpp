@@ -1,17 +1,15 @@
 // What is Direct3D's own: texts of failed calls, the states of resources, and what long use leaves behind.
 #include <gmock/gmock.h>
 
+#include "../Windows/ProcessUsage.h"
 #include "DX12/CommandList.h"
 #include "DX12/Device.h"
 #include "DX12/RootSignature.h"
 #include "DeviceFixture.h"
 
-#include <psapi.h>
-
 namespace zeb::render {
 namespace {
 
-using testing::AnyOf;
 using testing::HasSubstr;
 
 class DX12Test : public DeviceFixture {
@@ -74,41 +72,26 @@ TEST_F(DX12Test, UnknownValuesAreQuoted) {
                 HasSubstr(UnknownValue("buffer state", 4)));
 }
 
-TEST_F(DX12Test, FailedCallsAreQuoted) {
-    static constexpr std::uint32_t kNoProgram[] = {1, 2, 3, 4};
-    Render::SetEmbeddedShaderData("NoProgram", {{{16, kNoProgram}, {16, kNoProgram}, {16, kNoProgram}, {}}},
-                                  dynamic_cast<DeviceDX12&>(GetDevice()).GetContext()->GetShaderFormat());
-    const auto signature = GetDevice().CreateRootSignature("Empty");
-    const auto library = GetDevice().CreateShaderLibraryFromEmbeddedData("NoProgram");
-    const auto vertex = library->GetShader(ShaderType::Vertex);
-    const auto pixel = library->GetShader(ShaderType::Pixel);
-    const auto compute = library->GetShader(ShaderType::Compute);
-    GraphicsPipelineDescription description;
-    description.mRootSignature = signature.get();
-    description.mVertexShader = vertex.get();
-    description.mPixelShader = pixel.get();
-    description.mRenderTargetFormats[0] = Format::RGBA8Unorm;
+TEST_F(DX12Test, ProgramsWithWavesNeedShaderModel6AndADeviceThatHasThem) {
     const struct {
-        std::function<void()> mAction;
-        const char* mCall;
+        D3D_SHADER_MODEL mModel;
+        bool mHasWaves;
+        ShaderFormat mFormat;
+        std::uint32_t mLanes;
     } cases[] = {
-        {[] {
-             GetDevice().CreateBuffer("Vast", 1ULL << 60, MemoryKind::Default, BufferState::Common,
-                                      BufferUsage::UnorderedAccess);
-         },
-         "mDevice.CreateCommittedResource(&heapProps, D3D12_HEAP_FLAG_NONE, &heapDesc, "
-         "GetResourceStateDX12(GetState()), nullptr, IID_PPV_ARGS(&mBuffer))"},
-        {[&] {
-             GetDevice().CreateComputePipelineState("P", {signature.get(), compute.get()});
-         },
-         "mDevice.CreateComputePipelineState( &psoDesc, IID_PPV_ARGS(&mPipelineState))"},
-        {[&] { GetDevice().CreateGraphicsPipelineState("P", description); },
-         "mDevice.CreateGraphicsPipelineState( &psoDesc, IID_PPV_ARGS(&mPipelineState))"},
+        {D3D_SHADER_MODEL_5_1, false, ShaderFormat::Dxbc, 0},
+        {D3D_SHADER_MODEL_5_1, true, ShaderFormat::Dxbc, 0},
+        {D3D_SHADER_MODEL_6_0, false, ShaderFormat::Dxil, 0},
+        {D3D_SHADER_MODEL_6_0, true, ShaderFormat::Dxil, 32},
+        {static_cast<D3D_SHADER_MODEL>(D3D_SHADER_MODEL_6_0 + 5), true, ShaderFormat::Dxil, 32},
     };
     for (const auto& c : cases) {
-        const std::string text = std::string("\"Failed to call DX12 function (") + c.mCall + "): ";
-        EXPECT_THAT(GetFailure(c.mAction), AnyOf(HasSubstr(text + "E_OUTOFMEMORY\""),
-                                                 HasSubstr(text + "E_INVALIDARG\""), HasSubstr(text + "E_FAIL\"")));
+        D3D12_FEATURE_DATA_D3D12_OPTIONS1 waves = {};
+        waves.WaveOps = c.mHasWaves ? TRUE : FALSE;
+        waves.WaveLaneCountMin = 32;
+        const ProgramSupport support = ChoosePrograms(c.mModel, waves);
+        EXPECT_EQ(support.mFormat, c.mFormat) << c.mModel << " " << c.mHasWaves;
+        EXPECT_EQ(support.mWaveLaneCount, c.mLanes) << c.mModel << " " << c.mHasWaves;
     }
 }
 
@@ -147,6 +130,48 @@ TEST_F(DX12Test, ATransitionIsRecordedOnce) {
     });
 }
 
+// Shaders read descriptors when the list runs, long after the range was written again or given back.
+TEST_F(DX12Test, WorkSeesItsDescriptorsAsTheyWereWhenItWasRecorded) {
+    constexpr std::uint32_t kUsage = kTextureUsageShaderRead | kTextureUsageUnorderedAccess;
+    const ComputeProgramUnderTest program(GetDevice(), "WriteImage", [](RootSignature& signature) {
+        signature.AddDescriptorTable({{DescriptorRangeType::UnorderedAccessTexture, 1, 13}});
+        signature.AddRootConstants(20, 0);
+    });
+    std::vector<UniquePtr<Texture>> images;
+    for (int i = 0; i < 4; ++i) images.push_back(MakeTexture(Format::RGBA32Float, 4, 4, kUsage));
+    DescriptorHeap& heap = *GetDevice().GetThreadData().mShaderResourceHeap;
+    auto range = heap.AllocateRange(2);
+    const auto view = [&](std::uint32_t index, std::size_t image) {
+        GetDevice().CreateUnorderedAccessTextureView(*range, index, *images[image]);
+    };
+    Compute([&](ComputeCommandEncoder& encoder) {
+        program.Set(encoder);
+        const auto dispatch = [&](std::uint32_t addend) {
+            const std::uint32_t constants[] = {0, addend};
+            encoder.SetRootConstants(1, 2, constants);
+            encoder.Dispatch(1, 1, 1, 4, 4, 1);
+        };
+        view(0, 0);
+        view(1, 1);
+        encoder.SetRootDescriptorTable(0, *range, 1);
+        dispatch(1);
+        view(1, 2);  // a table that is bound shows what is written until the dispatch
+        dispatch(2);
+        view(1, 3);
+        encoder.SetRootDescriptorTable(0, *range, 0);
+        dispatch(0);
+        encoder.SetRootDescriptorTable(0, *range, 1);
+        dispatch(3);
+        range = heap.AllocateRange(1);
+        view(0, 0);
+    });
+    for (std::size_t i = 0; i < images.size(); ++i)
+        EXPECT_EQ(ReadFloats(*images[i])[2], static_cast<float>(i)) << "image " << i;
+    // All slots are free again.
+    range.reset();
+    heap.AllocateRange(static_cast<std::int32_t>(DescriptorHeapSizes().mShaderResources));
+}
+
 TEST_F(DX12Test, MemoryThatTheCpuSeesIsNotWrittenByPrograms) {
     const auto upload = MakeBuffer(64, MemoryKind::Upload);
     const auto source = MakeBuffer(64);
@@ -155,27 +180,15 @@ TEST_F(DX12Test, MemoryThatTheCpuSeesIsNotWrittenByPrograms) {
         HasSubstr("\"Test buffer\" lies in memory that the device cannot use"));
 }
 
-// The process's handles and committed bytes, and the device's own count.
-struct Usage {
-    DWORD mHandles = 0;
-    std::size_t mBytes = 0;
-    std::uint32_t mResources = 0;
-};
-
 TEST_F(DX12Test, AThousandListsLeaveNothingBehind) {
-    const auto measure = [] {
-        Usage usage;
-        GetProcessHandleCount(GetCurrentProcess(), &usage.mHandles);
-        PROCESS_MEMORY_COUNTERS memory = {};
-        K32GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof(memory));
-        usage.mBytes = memory.PagefileUsage;
-        usage.mResources = kTestedDevice.mGetLiveBlocks(GetDevice());
-        return usage;
-    };
     DescriptorHeap& heap = *GetDevice().GetThreadData().mShaderResourceHeap;
-    Usage before;
+    nimbrel::test::ProcessUsage before;
+    std::uint32_t resources = 0;
     for (std::uint32_t i = 0; i < 1000; ++i) {
-        if (i == 200) before = measure();
+        if (i == 200) {
+            before = nimbrel::test::MeasureProcess();
+            resources = kTestedDevice.mGetLiveBlocks(GetDevice());
+        }
         // What a frame does: a temporary texture with its view, unaligned copies to it and back, and a wait.
         const auto texture = MakeTexture(Format::RGBA8Unorm, 9, 5);
         const auto range = heap.AllocateRange(600);
@@ -186,10 +199,10 @@ TEST_F(DX12Test, AThousandListsLeaveNothingBehind) {
             ASSERT_EQ(std::memcmp(ReadBytes(*texture).data(), texels.data(), 180), 0);
         }
     }
-    const Usage after = measure();
-    EXPECT_EQ(after.mResources, before.mResources);
+    const nimbrel::test::ProcessUsage after = nimbrel::test::MeasureProcess();
+    EXPECT_EQ(kTestedDevice.mGetLiveBlocks(GetDevice()), resources);
     EXPECT_LE(after.mHandles, before.mHandles + 4);
-    EXPECT_LE(after.mBytes, before.mBytes + (4U << 20));
+    EXPECT_LE(after.mHeapBytes, before.mHeapBytes + (64U << 10));
 }
 
 }  // namespace

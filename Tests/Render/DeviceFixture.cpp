@@ -241,6 +241,22 @@ ComputeProgramUnderTest::ComputeProgramUnderTest(Device& device, const std::stri
     mPipeline = device.CreateComputePipelineState(entry, {mSignature.get(), shader.get()});
 }
 
+ComputeProgramUnderTest MakeRawAdd(Device& device) {
+    return {device, "RawAdd", [](RootSignature& signature) {
+                signature.AddRootConstants(20, 0);
+                signature.AddRootShaderResourceBufferView(1);
+                signature.AddRootUnorderedAccessBufferView(2);
+                signature.AddRootConstantBufferView(14);
+            }};
+}
+
+ComputeProgramUnderTest MakeChain(Device& device) {
+    return {device, "Chain", [](RootSignature& signature) {
+                signature.AddRootConstants(20, 0);
+                signature.AddRootUnorderedAccessBufferView(6);
+            }};
+}
+
 void ComputeProgramUnderTest::Set(ComputeCommandEncoder& encoder) const {
     encoder.SetRootSignature(*mSignature);
     encoder.SetPipelineState(*mPipeline);

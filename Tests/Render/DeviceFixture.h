@@ -16,7 +16,7 @@ namespace zeb::render {
 /// What the program tests; each program of device tests defines one (Tested*.cpp).
 struct TestedDevice {
     const char* mName;       ///< RenderOptions::mRequestedDevice
-    const char* mInterface;  ///< how failures name the graphics interface: "Vulkan "
+    const char* mInterface;  ///< how failures name the graphics interface: "DX12 "
     bool mReflectsPrograms;  ///< whether it names what a pipeline's program lacks
     std::uint32_t (*mGetTextureLimit)(Device&);
     std::uint32_t (*mGetGroupLimit)(Device&);  ///< along y
@@ -78,6 +78,11 @@ struct ComputeProgramUnderTest {
     UniquePtr<RootSignature> mSignature;
     UniquePtr<ComputePipelineState> mPipeline;
 };
+
+/// Adds to each number of a buffer times a factor. Parameters: 0 the numbers, 1 source, 2 result, 3 the factor.
+ComputeProgramUnderTest MakeRawAdd(Device& device);
+/// Sets each number of a buffer to three times itself and an addend. Parameters: 0 the numbers, 1 the buffer.
+ComputeProgramUnderTest MakeChain(Device& device);
 
 /// Registers the tests' stages under their entries' names: once, any thread.
 void RegisterTestShaders();

@@ -81,10 +81,7 @@ TEST_F(DeviceTest, WavesAreOfAPowerOfTwoAndTilesNoLargerThanUsual) {
 }
 
 TEST_F(DeviceTest, ManyListsLeaveNothingBehind) {
-    const ComputeProgramUnderTest program(GetDevice(), "Chain", [](RootSignature& signature) {
-        signature.AddRootConstants(20, 0);
-        signature.AddRootUnorderedAccessBufferView(6);
-    });
+    const ComputeProgramUnderTest program = MakeChain(GetDevice());
     const auto values = MakeBuffer(64);
     const auto zeros = MakeUpload(std::vector<std::uint32_t>(16, 0));
     Copy([&](CopyCommandEncoder& encoder) { encoder.CopyBuffer(*values, 0, *zeros, 0, 64); });

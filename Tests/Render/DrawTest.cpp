@@ -282,10 +282,7 @@ protected:
 };
 
 TEST_F(ColumnsTest, DrawsReadWhatComputeJustWroteAndComputeReadsWhatWasDrawn) {
-    const ComputeProgramUnderTest chain(GetDevice(), "Chain", [](RootSignature& signature) {
-        signature.AddRootConstants(20, 0);
-        signature.AddRootUnorderedAccessBufferView(6);
-    });
+    const ComputeProgramUnderTest chain = MakeChain(GetDevice());
     const auto pipeline = MakePipeline();
     const Target target = MakeTarget(4, 2);
     const auto colors = MakeBuffer(5 * 16);

@@ -12,15 +12,6 @@ using testing::HasSubstr;
 /// What is asked for and cannot be done: each failure names the object, and leaves the device in order.
 class FailureTest : public DeviceFixture {
 protected:
-    static ComputeProgramUnderTest MakeRawAdd() {
-        return {GetDevice(), "RawAdd", [](RootSignature& signature) {
-                    signature.AddRootConstants(20, 0);
-                    signature.AddRootShaderResourceBufferView(1);
-                    signature.AddRootUnorderedAccessBufferView(2);
-                    signature.AddRootConstantBufferView(14);
-                }};
-    }
-
     static UniquePtr<Buffer> MakeNamed(const std::string& name, std::uint64_t size) {
         return GetDevice().CreateBuffer(name, size, MemoryKind::Default, BufferState::Common,
                                         BufferUsage::UnorderedAccess);
@@ -106,7 +97,7 @@ TEST_F(FailureTest, PipelinesThatDoNotFitTheirProgram) {
 }
 
 TEST_F(FailureTest, ArgumentsThatAreMissingOrDoNotFit) {
-    const auto program = MakeRawAdd();
+    const auto program = MakeRawAdd(GetDevice());
     const auto small = MakeNamed("Small", 256);
     const auto dispatch = [&](const std::function<void(ComputeCommandEncoder&)>& change, std::uint32_t groups = 1) {
         return GetFailure([&] {
@@ -153,7 +144,7 @@ TEST_F(FailureTest, BuffersBeyondTheStorageRangeAreNamedWithTheLimit) {
     if (limit >= UINT32_MAX) GTEST_SKIP() << "the device's limit is too high to exceed it here";
     const auto large = MakeNamed("Large", limit + 4096);
     const auto small = MakeNamed("Small", 256);
-    const auto program = MakeRawAdd();
+    const auto program = MakeRawAdd(GetDevice());
     const auto bind = [&](std::uint64_t offset) {
         return GetFailure([&] {
             Compute([&](ComputeCommandEncoder& encoder) {

@@ -10,7 +10,7 @@ const DeviceContext& GetContext(Device& device) { return *dynamic_cast<DeviceVul
 
 const TestedDevice kTestedDevice = {
     "vulkan",
-    "Vulkan ",
+    "",
     true,
     [](Device& device) { return GetContext(device).Limits().maxImageDimension2D; },
     [](Device& device) { return GetContext(device).Limits().maxComputeWorkGroupCount[1]; },

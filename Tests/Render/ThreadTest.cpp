@@ -8,7 +8,35 @@
 namespace zeb::render {
 namespace {
 
-using ThreadTest = DeviceFixture;
+class ThreadTest : public DeviceFixture {
+protected:
+    // One thread's share: its own pipeline and buffers, its own numbers, all lists on its own record.
+    static bool RunLists(std::uint32_t seed, std::uint32_t listCount) {
+        const ComputeProgramUnderTest program = MakeChain(GetDevice());
+        const auto values = MakeBuffer(256 * 4);
+        for (std::uint32_t i = 0; i < listCount; ++i) {
+            std::vector<std::uint32_t> expected(256, seed + i);
+            const auto start = MakeUpload(expected);
+            Run([&](CommandList& list) {
+                const auto copy = list.CreateCopyCommandEncoder();
+                copy->CopyBuffer(*values, 0, *start, 0, 256 * 4);
+                copy->End();
+                const auto compute = list.CreateComputeCommandEncoder();
+                program.Set(*compute);
+                compute->SetRootUnorderedAccessBufferView(1, *values, 0);
+                for (std::uint32_t k = 0; k < 4; ++k) {
+                    const std::uint32_t constants[] = {256, seed * k};
+                    compute->SetRootConstants(0, 2, constants);
+                    compute->Dispatch(4, 1, 1, 64, 1, 1);
+                    for (std::uint32_t& value : expected) value = value * 3 + seed * k;
+                }
+                compute->End();
+            });
+            if (Read<std::uint32_t>(*values) != expected) return false;
+        }
+        return true;
+    }
+};
 
 TEST_F(ThreadTest, EachThreadHasOneRecordWithNamedObjects) {
     ThreadData& own = GetDevice().GetThreadData();
@@ -27,55 +55,12 @@ TEST_F(ThreadTest, EachThreadHasOneRecordWithNamedObjects) {
     EXPECT_NE(name, own.mCommandQueue->GetName());
 }
 
-// One thread's share: its own pipeline and buffers, its own numbers, all lists on its own record.
-bool RunLists(Device& device, std::uint32_t seed, std::uint32_t listCount) {
-    const ComputeProgramUnderTest program(device, "Chain", [](RootSignature& signature) {
-        signature.AddRootConstants(20, 0);
-        signature.AddRootUnorderedAccessBufferView(6);
-    });
-    ThreadData& thread = device.GetThreadData();
-    constexpr std::uint64_t kSize = 256 * 4;
-    const auto start =
-        device.CreateBuffer("Start", kSize, MemoryKind::Upload, BufferState::GenericRead, BufferUsage::None);
-    const auto values =
-        device.CreateBuffer("Values", kSize, MemoryKind::Default, BufferState::Common, BufferUsage::UnorderedAccess);
-    const auto back =
-        device.CreateBuffer("Back", kSize, MemoryKind::Readback, BufferState::CopyDestination, BufferUsage::None);
-    for (std::uint32_t i = 0; i < listCount; ++i) {
-        std::vector<std::uint32_t> expected(256, seed + i);
-        std::memcpy(start->Map(0, 0), expected.data(), kSize);
-        start->Unmap();
-        auto list = thread.mCommandQueue->CreateCommandList("Thread list");
-        auto copy = list->CreateCopyCommandEncoder();
-        copy->CopyBuffer(*values, 0, *start, 0, kSize);
-        copy->End();
-        auto compute = list->CreateComputeCommandEncoder();
-        program.Set(*compute);
-        compute->SetRootUnorderedAccessBufferView(1, *values, 0);
-        for (std::uint32_t k = 0; k < 4; ++k) {
-            const std::uint32_t constants[] = {256, seed * k};
-            compute->SetRootConstants(0, 2, constants);
-            compute->Dispatch(4, 1, 1, 64, 1, 1);
-            for (std::uint32_t& value : expected) value = value * 3 + seed * k;
-        }
-        compute->End();
-        copy = list->CreateCopyCommandEncoder();
-        copy->CopyBuffer(*back, 0, *values, 0, kSize);
-        copy->End();
-        thread.mCommandQueue->Execute(std::move(list))->Wait();
-        const bool same = std::memcmp(back->Map(0, kSize), expected.data(), kSize) == 0;
-        back->Unmap();
-        if (!same) return false;
-    }
-    return true;
-}
-
 TEST_F(ThreadTest, ThreadsRenderSideBySide) {
-    Device& device = GetDevice();
+    GetDevice();
     std::atomic<int> right = 0;
     std::vector<std::thread> threads;
     for (std::uint32_t t = 0; t < 4; ++t)
-        threads.emplace_back([&device, &right, t] { right += RunLists(device, 100 * (t + 1), 25) ? 1 : 0; });
+        threads.emplace_back([&right, t] { right += RunLists(100 * (t + 1), 25) ? 1 : 0; });
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(right, 4);
 }

@@ -154,7 +154,6 @@ public:
     DescriptorRange& operator=(const DescriptorRange&) = delete;
 
     std::uint32_t GetCount() const { return mCount; }
-    const std::string& GetHeapName() const { return mHeapName; }
     /// Throws unless descriptors [index, index + count) lie in the range and its heap holds views of `type`.
     void Check(std::uint32_t index, std::uint32_t count, DescriptorHeapType type) const;
 

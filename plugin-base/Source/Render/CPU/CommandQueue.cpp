@@ -1,6 +1,5 @@
 #include "Render/CPU/CommandQueue.h"
 
-#include "Render/CPU/DescriptorHeap.h"
 #include "Render/CPU/Encoders.h"
 
 namespace zeb::render::cpu {
@@ -34,7 +33,7 @@ UniquePtr<CopyCommandEncoder> CommandListCPU::DoCreateCopyCommandEncoder() {
 
 void CommandListCPU::DoSetDescriptorHeaps(DescriptorHeap& textureHeap, DescriptorHeap* samplerHeap) {
     for (DescriptorHeap* heap : {&textureHeap, samplerHeap}) {
-        if (heap != nullptr) ToOwn<DescriptorHeapCPU>(*heap, "descriptor heap");
+        if (heap != nullptr) ToOwn<ClassesCPU::DescriptorHeapObject>(*heap, "descriptor heap");
     }
 }
 

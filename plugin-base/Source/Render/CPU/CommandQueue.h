@@ -59,26 +59,4 @@ protected:
     UniquePtr<CommandQueueCompletionEvent> DoExecute(UniquePtr<CommandList> commandList) override;
 };
 
-/// What the three encoders have in common. `Base` is the interface that the encoder implements.
-template <class Base>
-class EncoderCPU : public Base {
-protected:
-    template <class... Args>
-    explicit EncoderCPU(CommandListCPU& list, const Args&... args) : Base(list, args...), mList(list) {}
-
-    // Work runs in the order of its recording, so barriers have nothing to do but to be correct.
-    void DoTextureTransitionBarrier(Texture& texture, TextureState state) override {
-        CheckEnumeration(state, TextureState::UnorderedAccess, "resource state");
-        ToCPU(texture);
-    }
-    void DoBufferTransitionBarrier(Buffer& buffer, BufferState state) override {
-        CheckEnumeration(state, BufferState::UnorderedAccess, "buffer state");
-        ToCPU(buffer);
-    }
-    void DoTextureUnorderedAccessBarrier(Texture& texture) override { ToCPU(texture); }
-    void DoBufferUnorderedAccessBarrier(Buffer& buffer) override { ToCPU(buffer); }
-
-    CommandListCPU& mList;
-};
-
 }  // namespace zeb::render::cpu

@@ -7,7 +7,7 @@ void ComputeCommandEncoderCPU::DoSetPipelineState(ComputePipelineState& state) {
 
 void ComputeCommandEncoderCPU::DoDispatch(std::uint32_t groupsX, std::uint32_t groupsY, std::uint32_t groupsZ,
                                           std::uint32_t) {
-    mList.Record(std::make_shared<const BoundWork>(mArguments.Bind(mPipeline)), {groupsX, groupsY, groupsZ});
+    mList.Record(std::make_shared<const BoundWork>(Bind(mArguments, mPipeline)), {groupsX, groupsY, groupsZ});
 }
 
 }  // namespace zeb::render::cpu

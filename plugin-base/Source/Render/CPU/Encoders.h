@@ -3,37 +3,15 @@
 #include <array>
 #include <memory>
 
+#include "Render/CPU/BoundWork.h"
 #include "Render/CPU/CommandQueue.h"
-#include "Render/CPU/RootArguments.h"
+#include "Render/EncoderBases.h"
 
 namespace zeb::render::cpu {
 
-/// Root parameters, the same for graphics and compute.
-template <class Base>
-class BindingEncoderCPU : public EncoderCPU<Base> {
-protected:
-    using EncoderCPU<Base>::EncoderCPU;
-
-    void DoSetRootDescriptorTable(std::uint32_t parameter, DescriptorRange& range, std::uint32_t index) override {
-        mArguments.SetTable(parameter, ToCPU(range), index);
-    }
-    void DoSetRootConstants(std::uint32_t parameter, std::uint32_t count, const void* data) override {
-        mArguments.SetConstants(parameter, count, data);
-    }
-    void DoSetRootBufferView(std::uint32_t parameter, RootParameterKind, Buffer& buffer,
-                             std::uint64_t byteOffset) override {
-        mArguments.SetBuffer(parameter, ToCPU(buffer), byteOffset);
-    }
-    void DoSetRootSignature(RootSignature& signature) override {
-        mArguments.SetSignature(ToOwn<RootSignatureCPU>(signature, "root signature"));
-    }
-
-    RootArguments mArguments;
-};
-
-class ComputeCommandEncoderCPU final : public BindingEncoderCPU<ComputeCommandEncoder> {
+class ComputeCommandEncoderCPU final : public BindingEncoderOf<ComputeCommandEncoder, ClassesCPU> {
 public:
-    explicit ComputeCommandEncoderCPU(CommandListCPU& list) : BindingEncoderCPU(list) {}
+    explicit ComputeCommandEncoderCPU(CommandListCPU& list) : BindingEncoderOf(list) {}
 
 protected:
     void DoSetPipelineState(ComputePipelineState& state) override;
@@ -45,7 +23,7 @@ private:
 };
 
 /// Draws to one target: the programs' pixel stages put out one colour.
-class GraphicsCommandEncoderCPU final : public BindingEncoderCPU<GraphicsCommandEncoder> {
+class GraphicsCommandEncoderCPU final : public BindingEncoderOf<GraphicsCommandEncoder, ClassesCPU> {
 public:
     GraphicsCommandEncoderCPU(CommandListCPU& list, const RenderPassDescription& description);
 
@@ -87,9 +65,9 @@ private:
     Scissor mScissor;
 };
 
-class CopyCommandEncoderCPU final : public EncoderCPU<CopyCommandEncoder> {
+class CopyCommandEncoderCPU final : public EncoderOf<CopyCommandEncoder, ClassesCPU> {
 public:
-    explicit CopyCommandEncoderCPU(CommandListCPU& list) : EncoderCPU(list) {}
+    explicit CopyCommandEncoderCPU(CommandListCPU& list) : EncoderOf(list) {}
 
 protected:
     void DoCopyToTexture(Texture& destination, Buffer& source, const TextureBufferCopy& copy) override;

@@ -31,7 +31,7 @@ void Clear(Image& image, const glm::vec4& color) {
 }  // namespace
 
 GraphicsCommandEncoderCPU::GraphicsCommandEncoderCPU(CommandListCPU& list, const RenderPassDescription& description)
-    : BindingEncoderCPU(list, description) {
+    : BindingEncoderOf(list, description) {
     const auto& attachments = description.mColorAttachments;
     if (attachments.size() > 1)
         ZEB_RENDER_THROW(
@@ -45,12 +45,7 @@ GraphicsCommandEncoderCPU::GraphicsCommandEncoderCPU(CommandListCPU& list, const
 }
 
 void GraphicsCommandEncoderCPU::SetTarget(const ColorAttachment& attachment) {
-    const auto* view = std::get_if<BoundTexture>(&ToCPU(*attachment.mRange).Get(attachment.mIndex));
-    mTarget = ToCPU(*attachment.mTexture).GetResource();
-    if (view == nullptr || view->mTexture != mTarget) {
-        ZEB_RENDER_THROW("The render target view of the texture \"{}\" is of another texture",
-                         attachment.mTexture->GetName());
-    }
+    mTarget = GetTarget<ClassesCPU>(attachment);
     if (attachment.mLoadOperation != LoadOperation::Clear) return;
     const auto& c = attachment.mClearColor;
     mList.Record([target = mTarget, color = glm::vec4(c[0], c[1], c[2], c[3])] { Clear(target->mLevels[0], color); });
@@ -98,7 +93,7 @@ std::vector<VertexStream> GraphicsCommandEncoderCPU::GetStreams(BoundWork& work)
 
 void GraphicsCommandEncoderCPU::RecordDraw(Topology topology, const Range& range, bool isIndexed) {
     const GraphicsPipelineDescription& description = mPipelineState->GetDescription();
-    auto work = std::make_shared<BoundWork>(mArguments.Bind(mPipelineState->GetPipeline(), mTarget.get()));
+    auto work = std::make_shared<BoundWork>(Bind(mArguments, mPipelineState->GetPipeline(), mTarget.get()));
     DrawCall call(work->mBindings);
     call.mPass = {&mTarget->mLevels[0], mViewport, mScissor, GetBlendState(description)};
     call.mTopology = topology;

@@ -5,41 +5,16 @@
 namespace zeb::render::cpu {
 namespace {
 
-// By DescriptorRangeType.
-constexpr std::array<RegisterKind, 6> kRangeKinds = {RegisterKind::ReadOnly,  RegisterKind::ReadOnly,
-                                                     RegisterKind::ReadWrite, RegisterKind::ReadWrite,
-                                                     RegisterKind::Constants, RegisterKind::Sampler};
-
-// By RootParameterKind, but for tables.
-constexpr std::array<RegisterKind, 5> kParameterKinds = {RegisterKind::Constants, RegisterKind::Constants,
-                                                         RegisterKind::Constants, RegisterKind::ReadOnly,
-                                                         RegisterKind::ReadWrite};
-
-bool Fits(RootParameterKind kind, BindingType type) {
-    switch (kind) {
-        case RootParameterKind::Constants:
-        case RootParameterKind::ConstantBuffer: return type == BindingType::Constants;
-        case RootParameterKind::ReadOnlyBuffer:
-        case RootParameterKind::ReadWriteBuffer: return type == BindingType::Buffer;
-        default: return true;
-    }
-}
-
 BoundRegister FindRegister(const std::string& pipeline, const ProgramBinding& binding,
                            const RootSignatureCPU& signature) {
-    const std::vector<RootParameter>& parameters = signature.GetParameters();
-    for (std::uint32_t p = 0; p < parameters.size(); ++p) {
-        const std::vector<RootRegister>& registers = signature.GetRegisters()[p];
-        for (std::uint32_t slot = 0; slot < registers.size(); ++slot) {
-            const bool isSame =
-                registers[slot].mKind == binding.mKind && registers[slot].mRegister == binding.mRegister;
-            if (isSame && Fits(parameters[p].mKind, binding.mType)) return {binding, p, slot};
-        }
-    }
+    // A draw is one program: a parameter that one of its stages sees serves it.
+    const auto place = FindPlace(signature, binding.mKind, binding.mRegister, binding.mType == BindingType::Texture,
+                                 [](ShaderVisibility) { return true; });
+    if (place) return {binding, *place};
     ZEB_RENDER_THROW(
         "Failed to create the pipeline \"{}\": its program uses {}, for which the root signature \"{}\" has no "
         "parameter",
-        pipeline, GetRegisterName(binding), signature.GetName());
+        pipeline, GetRegisterName(binding.mKind, binding.mRegister), signature.GetName());
 }
 
 /// One stage of a program. Its data is the program's record.
@@ -73,19 +48,6 @@ const RootSignatureCPU& ToRootSignature(RootSignature& signature) {
 }
 
 }  // namespace
-
-void RootSignatureCPU::DoAddParameter(const RootParameter& parameter) {
-    CheckEnumeration(parameter.mVisibility, ShaderVisibility::Pixel, "shader visibility");
-    std::vector<RootRegister> registers;
-    if (parameter.mKind != RootParameterKind::Table)
-        registers.push_back({kParameterKinds[static_cast<std::size_t>(parameter.mKind)], parameter.mRegister});
-    for (const DescriptorTableRange& range : parameter.mRanges) {
-        CheckEnumeration(range.mType, DescriptorRangeType::Sampler, "descriptor range type");
-        for (std::uint32_t i = 0; i < range.mCount; ++i)
-            registers.push_back({kRangeKinds[static_cast<std::size_t>(range.mType)], range.mRegister + i});
-    }
-    mRegisters.push_back(std::move(registers));
-}
 
 Pipeline::Pipeline(std::string name, const Program& program, const RootSignatureCPU& signature)
     : mName(std::move(name)), mProgram(program) {

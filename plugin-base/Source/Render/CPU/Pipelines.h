@@ -5,34 +5,15 @@
 #include <vector>
 
 #include "PluginBase/Render/Device.h"
+#include "Render/CPU/Classes.h"
 #include "Render/CPU/Programs.h"
 
 namespace zeb::render::cpu {
 
-struct RootRegister {
-    RegisterKind mKind;
-    std::uint32_t mRegister;
-};
-
-class RootSignatureCPU final : public RootSignature {
-public:
-    using RootSignature::RootSignature;
-
-    /// Of each parameter, in the order of a table's descriptors. Every kind but a table has one.
-    const std::vector<std::vector<RootRegister>>& GetRegisters() const { return mRegisters; }
-
-protected:
-    void DoAddParameter(const RootParameter& parameter) override;
-
-private:
-    std::vector<std::vector<RootRegister>> mRegisters;
-};
-
-/// A program's register and the parameter that it is bound by.
+/// A program's register and what it is bound by.
 struct BoundRegister {
     ProgramBinding mBinding;
-    std::uint32_t mParameter = 0;
-    std::uint32_t mTableSlot = 0;
+    RegisterPlace mPlace;
 };
 
 /// A program and how a root signature serves it; kept by the lists that use it.

@@ -23,11 +23,6 @@ Registry& GetRegistry() {
 
 }  // namespace
 
-std::string GetRegisterName(const ProgramBinding& binding) {
-    constexpr std::array kLetters = {'b', 't', 'u', 's'};
-    return fmt::format("{}{}", kLetters[static_cast<std::size_t>(binding.mKind)], binding.mRegister);
-}
-
 const Bindings::Slot& Bindings::Find(RegisterKind kind, std::uint32_t shaderRegister) const {
     static const Slot empty{};
     for (const Slot& slot : mSlots) {

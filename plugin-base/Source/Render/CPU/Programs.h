@@ -15,12 +15,12 @@
 #include "PluginBase/Render/Types.h"
 #include "Render/CPU/Image.h"
 #include "Render/CPU/Rasteriser.h"
+#include "Render/RootRegisters.h"
 
 /// Programs of the CPU device: C++ functions under the names that the GPU programs have, with the same registers.
 namespace zeb::render::cpu {
 
-/// Letter of a register: b, t, u, s.
-enum class RegisterKind : std::uint8_t { Constants, ReadOnly, ReadWrite, Sampler };
+using render::RegisterKind;
 enum class BindingType : std::uint8_t { Constants, Buffer, Texture, Sampler };
 
 /// One register that a program uses; `mStride` is the size of a structured buffer's elements, 4 for raw bytes.
@@ -41,9 +41,6 @@ constexpr ProgramBinding WritesBuffer(std::uint32_t u, std::uint32_t stride) {
 constexpr ProgramBinding ReadsTexture(std::uint32_t t) { return {RegisterKind::ReadOnly, BindingType::Texture, t}; }
 constexpr ProgramBinding WritesTexture(std::uint32_t u) { return {RegisterKind::ReadWrite, BindingType::Texture, u}; }
 constexpr ProgramBinding UsesSampler(std::uint32_t s) { return {RegisterKind::Sampler, BindingType::Sampler, s}; }
-
-/// "t5": how texts name a register.
-std::string GetRegisterName(const ProgramBinding& binding);
 
 /// What a dispatch or draw finds in its registers. A register that the program does not declare is empty. Views stay
 /// good while the program runs.

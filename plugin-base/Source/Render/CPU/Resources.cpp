@@ -13,10 +13,9 @@ void CheckDescription(const TextureDescription& description, const std::string& 
     const auto& [dimension, format, width, height, arraySize, mipLevels, usage] = description;
     constexpr std::uint32_t kKnownUsage =
         kTextureUsageShaderRead | kTextureUsageUnorderedAccess | kTextureUsageRenderTarget;
-    if ((usage & ~kKnownUsage) != 0) ZEB_RENDER_THROW("Failed to get the resource flags for the value of {}", usage);
+    if ((usage & ~kKnownUsage) != 0) ThrowUnknownValue(usage, "resource flags");
     CheckEnumeration(dimension, TextureDimension::Texture2DArray, "resource diamension");
-    if (GetBytesPerPixel(format) == 0)
-        ZEB_RENDER_THROW("Failed to get the format for the value of {}", static_cast<std::uint32_t>(format));
+    if (GetBytesPerPixel(format) == 0) ThrowUnknownValue(format, "format");
     if (width > kMaxTextureSize || height > kMaxTextureSize || arraySize > kMaxLayers) {
         ZEB_RENDER_THROW(
             "Failed to create the texture \"{}\" of {} x {} with {} layers: the device's limit is {} x {} with {} "

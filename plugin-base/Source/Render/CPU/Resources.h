@@ -10,7 +10,7 @@
 
 #include "PluginBase/Render/Render.h"
 #include "Render/CPU/Image.h"
-#include "Render/RenderFailure.h"
+#include "Render/EnumTable.h"
 
 /// Buffers, textures and samplers in the process's own memory. Command lists and descriptors share the resource behind
 /// an object, so it outlives one that was replaced while work on it is pending.
@@ -29,13 +29,6 @@ private:
 };
 
 inline constexpr std::uint32_t kMaxTextureSize = 16384;
-
-/// A value beyond an enumeration's last is a failure that quotes it.
-template <class T>
-void CheckEnumeration(T value, T last, const char* what) {
-    if (value > last)
-        ZEB_RENDER_THROW("Failed to get the {} for the value of {}", what, static_cast<std::uint32_t>(value));
-}
 
 struct BufferResource {
     BufferResource(const std::string& name, std::uint64_t size);
@@ -101,6 +94,5 @@ private:
 
 inline BufferCPU& ToCPU(Buffer& buffer) { return ToOwn<BufferCPU>(buffer, "buffer"); }
 inline TextureCPU& ToCPU(Texture& texture) { return ToOwn<TextureCPU>(texture, "texture"); }
-inline SamplerCPU& ToCPU(Sampler& sampler) { return ToOwn<SamplerCPU>(sampler, "sampler"); }
 
 }  // namespace zeb::render::cpu

@@ -8,8 +8,8 @@
 
 namespace zeb::render::cpu {
 
-/// Working memory that a program keeps from one run to the next: as many objects as runs were under way at once. They
-/// go with the pool. Thread: any.
+/// Working memory that a program keeps from one run to the next: as many objects as runs were under way at once not
+/// long ago. They go with the pool. Thread: any.
 template <class T>
 class ScratchPool {
 public:
@@ -34,7 +34,7 @@ public:
             // Room for its return, which must not fail.
             mFree.reserve(++mTaken + mFree.size());
             if (!mFree.empty()) {
-                object = std::move(mFree.back());
+                object = std::move(mFree.back().mObject);
                 mFree.pop_back();
             }
         }
@@ -43,15 +43,28 @@ public:
     }
 
 private:
+    struct Free {
+        std::unique_ptr<T> mObject;
+        std::size_t mReturn;  ///< which one of all returns
+    };
+
     void Return(std::unique_ptr<T> object) {
+        std::unique_ptr<T> idle;
         const std::lock_guard lock(mMutex);
         --mTaken;
-        mFree.push_back(std::move(object));
+        mFree.push_back({std::move(object), ++mReturns});
+        // The last one back is the next one taken, so that the first is idle the longest.
+        if (mReturns - mFree.front().mReturn <= kPatience) return;
+        idle = std::move(mFree.front().mObject);
+        mFree.erase(mFree.begin());
     }
 
+    static constexpr std::size_t kPatience = 64;  ///< returns that an object may lie idle for
+
     std::mutex mMutex;
-    std::vector<std::unique_ptr<T>> mFree;
+    std::vector<Free> mFree;
     std::size_t mTaken = 0;
+    std::size_t mReturns = 0;
 };
 
 }  // namespace zeb::render::cpu

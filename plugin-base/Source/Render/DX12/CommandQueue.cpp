@@ -65,11 +65,13 @@ void QueueState::GiveBack(ComPointer<ID3D12CommandAllocator> allocator) {
     mAllocators.push_back(std::move(allocator));
 }
 
-std::uint64_t QueueState::Execute(ID3D12CommandList* list) {
+std::uint64_t QueueState::Submit(ID3D12CommandList* list) {
     mCommandQueue->ExecuteCommandLists(1, &list);
-    const std::uint64_t fenceValue = mNextFenceValue++;
+    return mNextFenceValue++;
+}
+
+void QueueState::Signal(std::uint64_t fenceValue) {
     ZEB_DX12_CHECK(mCommandQueue->Signal(mFence.Get(), fenceValue), mContext->Get());
-    return fenceValue;
 }
 
 bool QueueState::IsCompleted(std::uint64_t fenceValue) const { return fenceValue <= mFence->GetCompletedValue(); }
@@ -83,6 +85,12 @@ void QueueState::Wait(std::uint64_t fenceValue) {
                             mContext->Get());
     }
     if (!IsCompleted(fenceValue)) WaitOnEvent(fenceValue);
+    // All fences of a device that is gone stand at the greatest value, so that nobody waits for what will not be done.
+    if (mFence->GetCompletedValue() == UINT64_MAX) {
+        ZEB_DX12_CHECK_TEXT(DXGI_ERROR_DEVICE_REMOVED,
+                            "mCommandQueue.mFence->SetEventOnCompletion(mFenceValue, fenceEvent.Get())",
+                            mContext->Get());
+    }
 }
 
 HANDLE QueueState::TakeEvent() {
@@ -119,10 +127,12 @@ UniquePtr<CommandList> CommandQueueDX12::DoCreateCommandList(std::string name) {
 
 UniquePtr<CommandQueueCompletionEvent> CommandQueueDX12::DoExecute(UniquePtr<CommandList> commandList) {
     auto& list = ToOwn<CommandListDX12>(*commandList, "command list");
-    // The event is made first: once work is submitted nothing may fail that would drop the list.
+    // The event is made first: if the signal fails, it still waits for the list that it owns.
     auto event = MakeUnique<CommandQueueCompletionEventDX12>(mState, std::move(commandList));
     list.MarkSubmitted();
-    event->SetFenceValue(mState->Execute(list.GetNative()));
+    const std::uint64_t fenceValue = mState->Submit(list.GetNative());
+    event->SetFenceValue(fenceValue);
+    mState->Signal(fenceValue);
     return event;
 }
 

@@ -28,8 +28,9 @@ public:
     ComPointer<ID3D12CommandAllocator> GetAllocatorFromCache();
     void GiveBack(ComPointer<ID3D12CommandAllocator> allocator);
 
-    /// Submits a closed list; the value that the fence will have when it has run.
-    std::uint64_t Execute(ID3D12CommandList* list);
+    /// Submits a closed list; the value that the fence is to have when it has run, to be signalled next.
+    std::uint64_t Submit(ID3D12CommandList* list);
+    void Signal(std::uint64_t fenceValue);
     bool IsCompleted(std::uint64_t fenceValue) const;
     void Wait(std::uint64_t fenceValue);
 

@@ -78,7 +78,7 @@ DX12Api Load() {
 }  // namespace
 
 const DX12Api& GetDX12Api() {
-    static const DX12Api api = Load();
+    static DX12Api api = Load();  // not constant, so that tests may put others in place
     return api;
 }
 

@@ -100,97 +100,65 @@ D3D12_RENDER_TARGET_VIEW_DESC GetTargetView(const TextureDescription& texture) {
 
 }  // namespace
 
-UniquePtr<RootSignature> DeviceDX12::DoCreateRootSignature(std::string name) {
-    return MakeUnique<RootSignatureDX12>(mContext, std::move(name));
-}
+DeviceDX12::DeviceDX12(std::shared_ptr<DeviceContext> context, std::string name, const DescriptorHeapSizes& heapSizes)
+    : DeviceOf(std::move(context), std::move(name), heapSizes) {}
 
-UniquePtr<Buffer> DeviceDX12::DoCreateBuffer(std::string name, std::uint64_t sizeInBytes, MemoryKind memory,
-                                             BufferState initialState, BufferUsage usage) {
-    return MakeUnique<BufferDX12>(mContext, std::move(name), sizeInBytes, memory, initialState, usage);
-}
-
-UniquePtr<Texture> DeviceDX12::DoCreateTexture(std::string name, const TextureDescription& description,
-                                               TextureState initialState) {
-    return MakeUnique<TextureDX12>(mContext, std::move(name), description, initialState);
-}
-
-UniquePtr<Sampler> DeviceDX12::DoCreateSampler(std::string name, const SamplerDescription& description) {
-    return MakeUnique<SamplerDX12>(std::move(name), description);
-}
+DeviceDX12::~DeviceDX12() = default;
 
 UniquePtr<ShaderLibrary> DeviceDX12::DoCreateShaderLibraryFromEmbeddedData(std::string name) {
-    return MakeUnique<ShaderLibraryFromEmbeddedData>(std::move(name), mContext->GetShaderFormat());
-}
-
-UniquePtr<DescriptorHeap> DeviceDX12::DoCreateDescriptorHeap(std::string name, DescriptorHeapType type,
-                                                             std::int32_t count) {
-    return MakeUnique<DescriptorHeapDX12>(*mContext, std::move(name), type, count);
+    return MakeUnique<ShaderLibraryFromEmbeddedData>(std::move(name), GetContext()->GetShaderFormat());
 }
 
 void DeviceDX12::DoCreateBufferView(DescriptorRange& range, std::uint32_t index, Buffer& buffer,
                                     const BufferViewDescription& view) {
-    DescriptorRangeDX12& to = ToDX12(range);
+    struct Form {
+        Kind mKind;
+        void (*mWrite)(ID3D12Device* device, const BufferDX12& buffer, const BufferViewDescription& view,
+                       D3D12_CPU_DESCRIPTOR_HANDLE handle);
+    };
+    ID3D12Device* device = GetContext()->Get();
     const BufferDX12& own = ToDX12(buffer);
-    const D3D12_CPU_DESCRIPTOR_HANDLE handle = to.GetCpuHandle(index);
-    Kind kind = Kind::Constants;
-    if (view.mKind == BufferViewKind::Constants) {
-        WriteConstantView(mContext->Get(), own, view, handle);
-    } else if (view.mKind == BufferViewKind::Read) {
-        kind = Kind::Read;
-        WriteReadView(mContext->Get(), own, view, handle);
-    } else {
-        kind = Kind::ReadWrite;
-        WriteReadWriteView(mContext->Get(), own, view, handle);
-    }
-    to.SetRecord(index, {kind, own.GetResource()});
+    const Form form = view.mKind == BufferViewKind::Constants ? Form{Kind::Constants, WriteConstantView}
+                      : view.mKind == BufferViewKind::Read    ? Form{Kind::Read, WriteReadView}
+                                                              : Form{Kind::ReadWrite, WriteReadWriteView};
+    ToDX12(range).Set(device, index, {form.mKind, own.GetResource()},
+                      [&](D3D12_CPU_DESCRIPTOR_HANDLE handle) { form.mWrite(device, own, view, handle); });
 }
 
 void DeviceDX12::DoCreateTextureView(DescriptorRange& range, std::uint32_t index, Texture& texture,
                                      TextureViewKind kind) {
-    DescriptorRangeDX12& to = ToDX12(range);
+    ID3D12Device* device = GetContext()->Get();
+    const TextureDescription& description = texture.GetDescription();
     const std::shared_ptr<ResourceDX12>& resource = ToDX12(texture).GetResource();
     ID3D12Resource* native = resource->mResource.Get();
-    const D3D12_CPU_DESCRIPTOR_HANDLE handle = to.GetCpuHandle(index);
+    DescriptorRangeDX12& to = ToDX12(range);
     switch (kind) {
-        case TextureViewKind::Read: {
-            const D3D12_SHADER_RESOURCE_VIEW_DESC desc = GetTextureReadView(texture.GetDescription());
-            mContext->Get()->CreateShaderResourceView(native, &desc, handle);
-            to.SetRecord(index, {Kind::Read, resource});
+        case TextureViewKind::Read:
+            to.Set(device, index, {Kind::Read, resource},
+                   [&, desc = GetTextureReadView(description)](D3D12_CPU_DESCRIPTOR_HANDLE handle) {
+                       device->CreateShaderResourceView(native, &desc, handle);
+                   });
             break;
-        }
-        case TextureViewKind::ReadWrite: {
-            const D3D12_UNORDERED_ACCESS_VIEW_DESC desc = GetTextureReadWriteView(texture.GetDescription());
-            mContext->Get()->CreateUnorderedAccessView(native, nullptr, &desc, handle);
-            to.SetRecord(index, {Kind::ReadWrite, resource});
+        case TextureViewKind::ReadWrite:
+            to.Set(device, index, {Kind::ReadWrite, resource},
+                   [&, desc = GetTextureReadWriteView(description)](D3D12_CPU_DESCRIPTOR_HANDLE handle) {
+                       device->CreateUnorderedAccessView(native, nullptr, &desc, handle);
+                   });
             break;
-        }
-        case TextureViewKind::RenderTarget: {
-            const D3D12_RENDER_TARGET_VIEW_DESC desc = GetTargetView(texture.GetDescription());
-            mContext->Get()->CreateRenderTargetView(native, &desc, handle);
-            to.SetRecord(index, {Kind::RenderTarget, resource});
+        case TextureViewKind::RenderTarget:
+            to.Set(device, index, {Kind::RenderTarget, resource},
+                   [&, desc = GetTargetView(description)](D3D12_CPU_DESCRIPTOR_HANDLE handle) {
+                       device->CreateRenderTargetView(native, &desc, handle);
+                   });
             break;
-        }
     }
 }
 
 void DeviceDX12::DoCreateSamplerView(DescriptorRange& range, std::uint32_t index, Sampler& sampler) {
-    DescriptorRangeDX12& to = ToDX12(range);
-    mContext->Get()->CreateSampler(&ToOwn<SamplerDX12>(sampler, "sampler").GetDesc(), to.GetCpuHandle(index));
-    to.SetRecord(index, {Kind::Sampler, nullptr});
-}
-
-UniquePtr<GraphicsPipelineState> DeviceDX12::DoCreateGraphicsPipelineState(
-    std::string name, const GraphicsPipelineDescription& description) {
-    return MakeUnique<GraphicsPipelineStateDX12>(*mContext, std::move(name), description);
-}
-
-UniquePtr<ComputePipelineState> DeviceDX12::DoCreateComputePipelineState(
-    std::string name, const ComputePipelineDescription& description) {
-    return MakeUnique<ComputePipelineStateDX12>(*mContext, std::move(name), description);
-}
-
-UniquePtr<CommandQueue> DeviceDX12::DoCreateCommandQueue(std::string name) {
-    return MakeUnique<CommandQueueDX12>(mContext, std::move(name));
+    ID3D12Device* device = GetContext()->Get();
+    const auto& own = ToOwn<SamplerDX12>(sampler, "sampler");
+    ToDX12(range).Set(device, index, {Kind::Sampler, nullptr},
+                      [&](D3D12_CPU_DESCRIPTOR_HANDLE handle) { device->CreateSampler(&own.GetDesc(), handle); });
 }
 
 }  // namespace zeb::render

@@ -12,6 +12,11 @@ bool CheckSupport(ID3D12Device* device, D3D12_FEATURE feature, Data& data) {
 
 }  // namespace
 
+ProgramSupport ChoosePrograms(D3D_SHADER_MODEL highestModel, const D3D12_FEATURE_DATA_D3D12_OPTIONS1& waves) {
+    if (highestModel < D3D_SHADER_MODEL_6_0) return {};
+    return {ShaderFormat::Dxil, waves.WaveOps != FALSE ? waves.WaveLaneCountMin : 0};
+}
+
 DeviceContext::DeviceContext(ComPointer<ID3D12Device> device, const RenderOptions& options)
     : mDevice(std::move(device)), mReport(options.mReportValidation) {
     D3D12_FEATURE_DATA_ROOT_SIGNATURE signature = {D3D_ROOT_SIGNATURE_VERSION_1_1};
@@ -19,13 +24,10 @@ DeviceContext::DeviceContext(ComPointer<ID3D12Device> device, const RenderOption
 
     // A runtime that does not know 6.0 fails; a device that does not take it answers less.
     D3D12_FEATURE_DATA_SHADER_MODEL model = {D3D_SHADER_MODEL_6_0};
-    if (CheckSupport(Get(), D3D12_FEATURE_SHADER_MODEL, model) && model.HighestShaderModel >= D3D_SHADER_MODEL_6_0)
-        mShaderFormat = ShaderFormat::Dxil;
-
-    D3D12_FEATURE_DATA_D3D12_OPTIONS1 options1 = {};
-    if (mShaderFormat == ShaderFormat::Dxil && CheckSupport(Get(), D3D12_FEATURE_D3D12_OPTIONS1, options1) &&
-        options1.WaveOps != FALSE)
-        mWaveLaneCount = options1.WaveLaneCountMin;
+    if (!CheckSupport(Get(), D3D12_FEATURE_SHADER_MODEL, model)) model.HighestShaderModel = D3D_SHADER_MODEL_5_1;
+    D3D12_FEATURE_DATA_D3D12_OPTIONS1 waves = {};
+    if (!CheckSupport(Get(), D3D12_FEATURE_D3D12_OPTIONS1, waves)) waves = {};
+    mPrograms = ChoosePrograms(model.HighestShaderModel, waves);
 
     if (options.mValidation) Get()->QueryInterface(IID_PPV_ARGS(mMessages.ReleaseAndGetAddressOf()));
 }

@@ -12,6 +12,14 @@
 
 namespace zeb::render {
 
+/// Which of the registered programs a device runs.
+struct ProgramSupport {
+    ShaderFormat mFormat = ShaderFormat::Dxbc;  ///< Dxil where shader model 6.0 is known
+    std::uint32_t mWaveLaneCount = 0;           ///< the least lanes of a wave; 0 without programs with wave operations
+};
+/// `waves` is what a device tells of its wave operations, which DXBC has none of.
+ProgramSupport ChoosePrograms(D3D_SHADER_MODEL highestModel, const D3D12_FEATURE_DATA_D3D12_OPTIONS1& waves);
+
 /// The native device and what was learnt of it; shared by all objects made with it, so that it outlives them.
 class DeviceContext {
 public:
@@ -20,10 +28,8 @@ public:
 
     ID3D12Device* Get() const { return mDevice.Get(); }
     D3D_ROOT_SIGNATURE_VERSION GetRootSignatureVersion() const { return mRootSignatureVersion; }
-    /// Dxil where shader model 6.0 is known, else Dxbc.
-    ShaderFormat GetShaderFormat() const { return mShaderFormat; }
-    /// The least number of lanes of a wave; 0 without wave operations or programs that use them.
-    std::uint32_t GetWaveLaneCount() const { return mWaveLaneCount; }
+    ShaderFormat GetShaderFormat() const { return mPrograms.mFormat; }
+    std::uint32_t GetWaveLaneCount() const { return mPrograms.mWaveLaneCount; }
 
     /// Native buffers and textures that live.
     std::uint32_t GetLiveResourceCount() const { return mLiveResources; }
@@ -38,8 +44,7 @@ private:
     ComPointer<ID3D12Device> mDevice;
     ComPointer<ID3D12InfoQueue> mMessages;
     D3D_ROOT_SIGNATURE_VERSION mRootSignatureVersion = D3D_ROOT_SIGNATURE_VERSION_1_0;
-    ShaderFormat mShaderFormat = ShaderFormat::Dxbc;
-    std::uint32_t mWaveLaneCount = 0;
+    ProgramSupport mPrograms;
     std::atomic<std::uint32_t> mLiveResources = 0;
     mutable std::mutex mReportMutex;
     std::function<void(const std::string&)> mReport;

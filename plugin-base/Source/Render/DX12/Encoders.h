@@ -10,8 +10,39 @@
 
 namespace zeb::render {
 
-/// Root parameters, the same for graphics and compute but for the native calls, which `Forward` names.
-template <class Base, class Forward>
+/// The native calls that set root parameters, in their graphics or their compute form.
+struct RootCalls {
+    using List = ID3D12GraphicsCommandList;
+    using SetBufferView = void (STDMETHODCALLTYPE List::*)(UINT parameter, D3D12_GPU_VIRTUAL_ADDRESS address);
+
+    void (STDMETHODCALLTYPE List::*mSetSignature)(ID3D12RootSignature* signature);
+    void (STDMETHODCALLTYPE List::*mSetTable)(UINT parameter, D3D12_GPU_DESCRIPTOR_HANDLE handle);
+    void (STDMETHODCALLTYPE List::*mSetConstants)(UINT parameter, UINT count, const void* data, UINT offset);
+    SetBufferView mSetConstantBuffer;
+    SetBufferView mSetReadOnlyBuffer;
+    SetBufferView mSetReadWriteBuffer;
+
+    SetBufferView GetSetBuffer(RootParameterKind kind) const {
+        switch (kind) {
+            case RootParameterKind::ConstantBuffer: return mSetConstantBuffer;
+            case RootParameterKind::ReadOnlyBuffer: return mSetReadOnlyBuffer;
+            default: return mSetReadWriteBuffer;
+        }
+    }
+};
+
+inline constexpr RootCalls kGraphicsCalls = {
+    &RootCalls::List::SetGraphicsRootSignature,          &RootCalls::List::SetGraphicsRootDescriptorTable,
+    &RootCalls::List::SetGraphicsRoot32BitConstants,     &RootCalls::List::SetGraphicsRootConstantBufferView,
+    &RootCalls::List::SetGraphicsRootShaderResourceView, &RootCalls::List::SetGraphicsRootUnorderedAccessView};
+
+inline constexpr RootCalls kComputeCalls = {
+    &RootCalls::List::SetComputeRootSignature,          &RootCalls::List::SetComputeRootDescriptorTable,
+    &RootCalls::List::SetComputeRoot32BitConstants,     &RootCalls::List::SetComputeRootConstantBufferView,
+    &RootCalls::List::SetComputeRootShaderResourceView, &RootCalls::List::SetComputeRootUnorderedAccessView};
+
+/// Root parameters, the same for graphics and compute but for the native calls.
+template <class Base, const RootCalls& kCalls>
 class BindingEncoderDX12 : public EncoderDX12<Base> {
 protected:
     using EncoderDX12<Base>::EncoderDX12;
@@ -19,47 +50,36 @@ protected:
     void DoSetRootSignature(RootSignature& signature) override {
         RootSignatureDX12& own = ToDX12(signature);
         mArguments.SetSignature(own);
-        Forward::SetRootSignature(this->mList.GetNative(), own.CompileAndGet());
+        (GetNative()->*kCalls.mSetSignature)(own.CompileAndGet());
     }
     void DoSetRootDescriptorTable(std::uint32_t parameter, DescriptorRange& range, std::uint32_t index) override {
-        DescriptorRangeDX12& own = ToDX12(range);
-        mArguments.SetTable(parameter, own, index);
-        Forward::SetRootDescriptorTable(this->mList.GetNative(), parameter, own.GetGpuHandle(index));
+        mArguments.SetTable(parameter, ToDX12(range), index);
     }
     void DoSetRootConstants(std::uint32_t parameter, std::uint32_t count, const void* data) override {
-        Forward::SetRoot32BitConstants(this->mList.GetNative(), parameter, count, data);
+        (GetNative()->*kCalls.mSetConstants)(parameter, count, data, 0);
     }
     void DoSetRootBufferView(std::uint32_t parameter, RootParameterKind kind, Buffer& buffer,
                              std::uint64_t byteOffset) override {
         BufferDX12& own = ToDX12(buffer);
         mArguments.SetBuffer(parameter, own.GetResource());
-        Forward::SetRootBufferView(this->mList.GetNative(), kind, parameter, own.GetAddress() + byteOffset);
+        (GetNative()->*kCalls.GetSetBuffer(kind))(parameter, own.GetAddress() + byteOffset);
     }
+
+    /// The last before a draw or dispatch: barriers, and tables as they stand.
+    void Prepare(const std::string& pipeline, D3D12_RESOURCE_STATES reading, PendingStates& states) {
+        mArguments.AddNeeds(pipeline, reading, states);
+        this->mList.Commit(states);
+        mArguments.BindTables(this->mList, [this](UINT parameter, D3D12_GPU_DESCRIPTOR_HANDLE handle) {
+            (GetNative()->*kCalls.mSetTable)(parameter, handle);
+        });
+    }
+
+    ID3D12GraphicsCommandList* GetNative() const { return this->mList.GetNative(); }
 
     RootArguments mArguments;
 };
 
-/// The compute form of the native calls.
-struct ComputeCalls {
-    static void SetRootSignature(ID3D12GraphicsCommandList* list, ID3D12RootSignature* signature);
-    static void SetRootDescriptorTable(ID3D12GraphicsCommandList* list, UINT parameter,
-                                       D3D12_GPU_DESCRIPTOR_HANDLE handle);
-    static void SetRoot32BitConstants(ID3D12GraphicsCommandList* list, UINT parameter, UINT count, const void* data);
-    static void SetRootBufferView(ID3D12GraphicsCommandList* list, RootParameterKind kind, UINT parameter,
-                                  D3D12_GPU_VIRTUAL_ADDRESS address);
-};
-
-/// The graphics form of the native calls.
-struct GraphicsCalls {
-    static void SetRootSignature(ID3D12GraphicsCommandList* list, ID3D12RootSignature* signature);
-    static void SetRootDescriptorTable(ID3D12GraphicsCommandList* list, UINT parameter,
-                                       D3D12_GPU_DESCRIPTOR_HANDLE handle);
-    static void SetRoot32BitConstants(ID3D12GraphicsCommandList* list, UINT parameter, UINT count, const void* data);
-    static void SetRootBufferView(ID3D12GraphicsCommandList* list, RootParameterKind kind, UINT parameter,
-                                  D3D12_GPU_VIRTUAL_ADDRESS address);
-};
-
-class ComputeCommandEncoderDX12 final : public BindingEncoderDX12<ComputeCommandEncoder, ComputeCalls> {
+class ComputeCommandEncoderDX12 final : public BindingEncoderDX12<ComputeCommandEncoder, kComputeCalls> {
 public:
     explicit ComputeCommandEncoderDX12(CommandListDX12& list) : BindingEncoderDX12(list) {}
 
@@ -72,7 +92,7 @@ private:
     std::string mPipelineName;
 };
 
-class GraphicsCommandEncoderDX12 final : public BindingEncoderDX12<GraphicsCommandEncoder, GraphicsCalls> {
+class GraphicsCommandEncoderDX12 final : public BindingEncoderDX12<GraphicsCommandEncoder, kGraphicsCalls> {
 public:
     GraphicsCommandEncoderDX12(CommandListDX12& list, const RenderPassDescription& description);
 

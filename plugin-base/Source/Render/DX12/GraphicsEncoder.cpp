@@ -4,29 +4,6 @@
 
 namespace zeb::render {
 
-void GraphicsCalls::SetRootSignature(ID3D12GraphicsCommandList* list, ID3D12RootSignature* signature) {
-    list->SetGraphicsRootSignature(signature);
-}
-
-void GraphicsCalls::SetRootDescriptorTable(ID3D12GraphicsCommandList* list, UINT parameter,
-                                           D3D12_GPU_DESCRIPTOR_HANDLE handle) {
-    list->SetGraphicsRootDescriptorTable(parameter, handle);
-}
-
-void GraphicsCalls::SetRoot32BitConstants(ID3D12GraphicsCommandList* list, UINT parameter, UINT count,
-                                          const void* data) {
-    list->SetGraphicsRoot32BitConstants(parameter, count, data, 0);
-}
-
-void GraphicsCalls::SetRootBufferView(ID3D12GraphicsCommandList* list, RootParameterKind kind, UINT parameter,
-                                      D3D12_GPU_VIRTUAL_ADDRESS address) {
-    switch (kind) {
-        case RootParameterKind::ConstantBuffer: list->SetGraphicsRootConstantBufferView(parameter, address); break;
-        case RootParameterKind::ReadOnlyBuffer: list->SetGraphicsRootShaderResourceView(parameter, address); break;
-        default: list->SetGraphicsRootUnorderedAccessView(parameter, address); break;
-    }
-}
-
 GraphicsCommandEncoderDX12::GraphicsCommandEncoderDX12(CommandListDX12& list, const RenderPassDescription& description)
     : BindingEncoderDX12(list, description) {
     Init(description);
@@ -100,15 +77,13 @@ void GraphicsCommandEncoderDX12::DoSetPipelineState(GraphicsPipelineState& state
 void GraphicsCommandEncoderDX12::PrepareDraw(Topology topology, bool isIndexed) {
     PendingStates states;
     AddAttachments(states);
-    mArguments.AddNeeds(mPipelineState->GetName(),
-                        D3D12_RESOURCE_STATE_PIXEL_SHADER_RESOURCE | D3D12_RESOURCE_STATE_NON_PIXEL_SHADER_RESOURCE,
-                        states);
     for (std::size_t slot = 0; slot < kMaxVertexSlots; ++slot) {
         if ((mPipelineState->GetVertexSlots() & (1U << slot)) != 0)
             states.Add(mVertexBuffers[slot], D3D12_RESOURCE_STATE_VERTEX_AND_CONSTANT_BUFFER);
     }
     if (isIndexed) states.Add(mIndexBuffer, D3D12_RESOURCE_STATE_INDEX_BUFFER);
-    mList.Commit(states);
+    Prepare(mPipelineState->GetName(),
+            D3D12_RESOURCE_STATE_PIXEL_SHADER_RESOURCE | D3D12_RESOURCE_STATE_NON_PIXEL_SHADER_RESOURCE, states);
     mList.GetNative()->IASetPrimitiveTopology(GetPrimitiveTopologyDX12(topology));
 }
 

@@ -48,7 +48,7 @@ D3D12_RASTERIZER_DESC GetRasterState(const GraphicsPipelineDescription& descript
 
 }  // namespace
 
-GraphicsPipelineStateDX12::GraphicsPipelineStateDX12(const DeviceContext& context, std::string name,
+GraphicsPipelineStateDX12::GraphicsPipelineStateDX12(const std::shared_ptr<DeviceContext>& context, std::string name,
                                                      const GraphicsPipelineDescription& description)
     : GraphicsPipelineState(std::move(name), description), mResource(std::make_shared<PipelineResource>()) {
     const std::vector<D3D12_INPUT_ELEMENT_DESC> elements = GetInputElements(description);
@@ -66,21 +66,22 @@ GraphicsPipelineStateDX12::GraphicsPipelineStateDX12(const DeviceContext& contex
     for (UINT i = 0; i < psoDesc.NumRenderTargets; ++i)
         psoDesc.RTVFormats[i] = GetFormatDX12(description.mRenderTargetFormats[i]);
     psoDesc.SampleDesc = {description.mSampleCount, description.mSampleQuality};
-    ZEB_DX12_CHECK_TEXT(context.Get()->CreateGraphicsPipelineState(
+    ZEB_DX12_CHECK_TEXT(context->Get()->CreateGraphicsPipelineState(
                             &psoDesc, IID_PPV_ARGS(mResource->mPipelineState.ReleaseAndGetAddressOf())),
-                        "mDevice.CreateGraphicsPipelineState( &psoDesc, IID_PPV_ARGS(&mPipelineState))", context.Get());
+                        "mDevice.CreateGraphicsPipelineState( &psoDesc, IID_PPV_ARGS(&mPipelineState))",
+                        context->Get());
     SetNativeName(mResource->mPipelineState.Get(), GetName());
 }
 
-ComputePipelineStateDX12::ComputePipelineStateDX12(const DeviceContext& context, std::string name,
+ComputePipelineStateDX12::ComputePipelineStateDX12(const std::shared_ptr<DeviceContext>& context, std::string name,
                                                    const ComputePipelineDescription& description)
     : ComputePipelineState(std::move(name), description), mResource(std::make_shared<PipelineResource>()) {
     D3D12_COMPUTE_PIPELINE_STATE_DESC psoDesc = {};
     psoDesc.pRootSignature = ToDX12(*description.mRootSignature).CompileAndGet();
     psoDesc.CS = GetBytecode(*description.mComputeShader);
-    ZEB_DX12_CHECK_TEXT(context.Get()->CreateComputePipelineState(
+    ZEB_DX12_CHECK_TEXT(context->Get()->CreateComputePipelineState(
                             &psoDesc, IID_PPV_ARGS(mResource->mPipelineState.ReleaseAndGetAddressOf())),
-                        "mDevice.CreateComputePipelineState( &psoDesc, IID_PPV_ARGS(&mPipelineState))", context.Get());
+                        "mDevice.CreateComputePipelineState( &psoDesc, IID_PPV_ARGS(&mPipelineState))", context->Get());
     SetNativeName(mResource->mPipelineState.Get(), GetName());
 }
 

@@ -14,7 +14,7 @@ struct PipelineResource {
 
 class GraphicsPipelineStateDX12 final : public GraphicsPipelineState {
 public:
-    GraphicsPipelineStateDX12(const DeviceContext& context, std::string name,
+    GraphicsPipelineStateDX12(const std::shared_ptr<DeviceContext>& context, std::string name,
                               const GraphicsPipelineDescription& description);
     const std::shared_ptr<PipelineResource>& GetResource() const { return mResource; }
 
@@ -24,7 +24,7 @@ private:
 
 class ComputePipelineStateDX12 final : public ComputePipelineState {
 public:
-    ComputePipelineStateDX12(const DeviceContext& context, std::string name,
+    ComputePipelineStateDX12(const std::shared_ptr<DeviceContext>& context, std::string name,
                              const ComputePipelineDescription& description);
     const std::shared_ptr<PipelineResource>& GetResource() const { return mResource; }
 

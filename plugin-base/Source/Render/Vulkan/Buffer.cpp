@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include "EnumTables.h"
+#include "EnumTable.h"
 
 namespace zeb::render {
 
@@ -42,8 +42,8 @@ BufferResource::~BufferResource() {
 BufferVulkan::BufferVulkan(const std::shared_ptr<DeviceContext>& context, std::string name, std::uint64_t sizeInBytes,
                            MemoryKind memory, BufferState initialState, BufferUsage usage)
     : Buffer(std::move(name), sizeInBytes, memory) {
-    CheckBufferUsage(usage);
-    CheckBufferState(initialState);
+    CheckEnumeration(usage, BufferUsage::DenyShaderResource, "resource flags");
+    CheckEnumeration(initialState, BufferState::UnorderedAccess, "buffer state");
     mResource = std::make_shared<BufferResource>(context, GetName(), sizeInBytes, memory);
 }
 

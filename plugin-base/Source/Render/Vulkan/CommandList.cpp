@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include "DescriptorHeap.h"
 #include "Encoders.h"
 
 namespace zeb::render {
@@ -56,7 +55,7 @@ UniquePtr<CopyCommandEncoder> CommandListVulkan::DoCreateCopyCommandEncoder() {
 
 void CommandListVulkan::DoSetDescriptorHeaps(DescriptorHeap& textureHeap, DescriptorHeap* samplerHeap) {
     for (DescriptorHeap* heap : {&textureHeap, samplerHeap}) {
-        if (heap != nullptr) ToOwn<DescriptorHeapVulkan>(*heap, "descriptor heap");
+        if (heap != nullptr) ToOwn<ClassesVulkan::DescriptorHeapObject>(*heap, "descriptor heap");
     }
 }
 

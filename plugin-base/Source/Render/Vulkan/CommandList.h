@@ -47,26 +47,4 @@ private:
     bool mIsSubmitted = false;
 };
 
-/// What the three encoders have in common. `Base` is the interface that the encoder implements.
-template <class Base>
-class EncoderVulkan : public Base {
-protected:
-    template <class... Args>
-    explicit EncoderVulkan(CommandListVulkan& list, const Args&... args) : Base(list, args...), mList(list) {}
-
-    // The native barriers follow from what the work uses.
-    void DoTextureTransitionBarrier(Texture& texture, TextureState state) override {
-        CheckTextureState(state);
-        ToVulkan(texture);
-    }
-    void DoBufferTransitionBarrier(Buffer& buffer, BufferState state) override {
-        CheckBufferState(state);
-        ToVulkan(buffer);
-    }
-    void DoTextureUnorderedAccessBarrier(Texture& texture) override { ToVulkan(texture); }
-    void DoBufferUnorderedAccessBarrier(Buffer& buffer) override { ToVulkan(buffer); }
-
-    CommandListVulkan& mList;
-};
-
 }  // namespace zeb::render

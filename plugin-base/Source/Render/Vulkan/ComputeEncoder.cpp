@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include "Encoders.h"
+#include "PushDescriptors.h"
 
 namespace zeb::render {
 
@@ -12,12 +13,12 @@ void ComputeCommandEncoderVulkan::DoDispatch(std::uint32_t groupsX, std::uint32_
                                              std::uint32_t) {
     const PipelineLayout& layout = *mPipeline->mLayout;
     PendingUse use;
-    mArguments.AddUses(layout, use);
+    AddUses(mArguments, layout, use);
     mList.Commit(use);
     mList.GetUses().Keep(mPipeline);
     const VkCommandBuffer commands = mList.GetCommandBuffer();
     mList.Api().vkCmdBindPipeline(commands, VK_PIPELINE_BIND_POINT_COMPUTE, mPipeline->mPipeline);
-    mArguments.Push(mList, layout, VK_PIPELINE_BIND_POINT_COMPUTE);
+    PushDescriptors(mArguments, mList, layout, VK_PIPELINE_BIND_POINT_COMPUTE);
     mList.Api().vkCmdDispatch(commands, groupsX, groupsY, groupsZ);
 }
 

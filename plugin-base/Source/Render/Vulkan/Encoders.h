@@ -4,36 +4,16 @@
 #include <memory>
 #include <vector>
 
+#include "Classes.h"
 #include "CommandList.h"
+#include "EncoderBases.h"
 #include "PipelineStates.h"
-#include "RootArguments.h"
 
 namespace zeb::render {
 
-/// Root parameters, the same for graphics and compute.
-template <class Base>
-class BindingEncoderVulkan : public EncoderVulkan<Base> {
-protected:
-    using EncoderVulkan<Base>::EncoderVulkan;
-
-    void DoSetRootDescriptorTable(std::uint32_t parameter, DescriptorRange& range, std::uint32_t index) override {
-        mArguments.SetTable(parameter, ToVulkan(range), index);
-    }
-    void DoSetRootConstants(std::uint32_t parameter, std::uint32_t count, const void* data) override {
-        mArguments.SetConstants(parameter, count, data);
-    }
-    void DoSetRootBufferView(std::uint32_t parameter, RootParameterKind, Buffer& buffer,
-                             std::uint64_t byteOffset) override {
-        mArguments.SetBuffer(parameter, ToVulkan(buffer), byteOffset);
-    }
-    void DoSetRootSignature(RootSignature& signature) override { mArguments.SetSignature(ToVulkan(signature)); }
-
-    RootArguments mArguments;
-};
-
-class ComputeCommandEncoderVulkan final : public BindingEncoderVulkan<ComputeCommandEncoder> {
+class ComputeCommandEncoderVulkan final : public BindingEncoderOf<ComputeCommandEncoder, ClassesVulkan> {
 public:
-    explicit ComputeCommandEncoderVulkan(CommandListVulkan& list) : BindingEncoderVulkan(list) {}
+    explicit ComputeCommandEncoderVulkan(CommandListVulkan& list) : BindingEncoderOf(list) {}
 
 protected:
     void DoSetPipelineState(ComputePipelineState& state) override;
@@ -46,7 +26,7 @@ private:
 
 /// The native rendering opens with the first draw and closes where a barrier or the end demands it, since barriers
 /// cannot stand inside.
-class GraphicsCommandEncoderVulkan final : public BindingEncoderVulkan<GraphicsCommandEncoder> {
+class GraphicsCommandEncoderVulkan final : public BindingEncoderOf<GraphicsCommandEncoder, ClassesVulkan> {
 public:
     GraphicsCommandEncoderVulkan(CommandListVulkan& list, const RenderPassDescription& description);
     ~GraphicsCommandEncoderVulkan() override;
@@ -96,9 +76,9 @@ private:
     VkRect2D mScissor = {};
 };
 
-class CopyCommandEncoderVulkan final : public EncoderVulkan<CopyCommandEncoder> {
+class CopyCommandEncoderVulkan final : public EncoderOf<CopyCommandEncoder, ClassesVulkan> {
 public:
-    explicit CopyCommandEncoderVulkan(CommandListVulkan& list) : EncoderVulkan(list) {}
+    explicit CopyCommandEncoderVulkan(CommandListVulkan& list) : EncoderOf(list) {}
 
 protected:
     void DoCopyToTexture(Texture& destination, Buffer& source, const TextureBufferCopy& copy) override;

@@ -24,8 +24,4 @@ VkPolygonMode GetPolygonModeVulkan(FillMode mode);            ///< unknown: soli
 VkCullModeFlags GetCullModeVulkan(CullMode mode);             ///< unknown: none
 VkFrontFace GetFrontFaceVulkan(FrontFace face);               ///< unknown: clockwise
 
-void CheckBufferUsage(BufferUsage usage);
-void CheckBufferState(BufferState state);
-void CheckTextureState(TextureState state);
-
 }  // namespace zeb::render

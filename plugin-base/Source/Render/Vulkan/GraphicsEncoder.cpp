@@ -4,12 +4,13 @@
 
 #include "Encoders.h"
 #include "EnumTables.h"
+#include "PushDescriptors.h"
 
 namespace zeb::render {
 
 GraphicsCommandEncoderVulkan::GraphicsCommandEncoderVulkan(CommandListVulkan& list,
                                                            const RenderPassDescription& description)
-    : BindingEncoderVulkan(list, description) {
+    : BindingEncoderOf(list, description) {
     for (const ColorAttachment& attachment : description.mColorAttachments) AddAttachment(attachment);
     DoSetViewport(0.0F, 0.0F, static_cast<float>(mExtent.width), static_cast<float>(mExtent.height), 0.0F, 1.0F);
     mScissor = {{0, 0}, mExtent};
@@ -21,12 +22,7 @@ GraphicsCommandEncoderVulkan::~GraphicsCommandEncoderVulkan() {
 }
 
 void GraphicsCommandEncoderVulkan::AddAttachment(const ColorAttachment& attachment) {
-    const auto* view = std::get_if<TextureView>(&ToVulkan(*attachment.mRange).Get(attachment.mIndex));
-    const std::shared_ptr<TextureResource>& texture = ToVulkan(*attachment.mTexture).GetResource();
-    if (view == nullptr || view->mTexture != texture) {
-        ZEB_RENDER_THROW("The render target view of the texture \"{}\" is of another texture",
-                         attachment.mTexture->GetName());
-    }
+    const std::shared_ptr<TextureResource>& texture = GetTarget<ClassesVulkan>(attachment);
     mExtent = {texture->mDescription.mWidth, texture->mDescription.mHeight};
     Attachment target = {texture, attachment.mLoadOperation == LoadOperation::Clear, {}};
     std::copy(attachment.mClearColor.begin(), attachment.mClearColor.end(), target.mClearColor.color.float32);
@@ -78,7 +74,7 @@ void GraphicsCommandEncoderVulkan::DoSetPipelineState(GraphicsPipelineState& sta
 
 PendingUse GraphicsCommandEncoderVulkan::GatherUses(bool isIndexed) const {
     PendingUse use;
-    mArguments.AddUses(mPipelineState->GetLayout(), use);
+    AddUses(mArguments, mPipelineState->GetLayout(), use);
     for (std::size_t slot = 0; slot < kMaxVertexSlots; ++slot) {
         if ((mPipelineState->GetVertexSlots() & (1U << slot)) == 0) continue;
         use.Add(mVertexSlots[slot].mBuffer, false);
@@ -117,7 +113,7 @@ void GraphicsCommandEncoderVulkan::BindState(const PipelineResource& pipeline, b
         api.vkCmdBindVertexBuffers(commands, slot, 1, &vertices.mBuffer->mBuffer, &vertices.mOffset);
     }
     if (isIndexed) api.vkCmdBindIndexBuffer(commands, mIndexBuffer->mBuffer, 0, mIndexType);
-    mArguments.Push(mList, mPipelineState->GetLayout(), VK_PIPELINE_BIND_POINT_GRAPHICS);
+    PushDescriptors(mArguments, mList, mPipelineState->GetLayout(), VK_PIPELINE_BIND_POINT_GRAPHICS);
 }
 
 void GraphicsCommandEncoderVulkan::BeginRendering() {

@@ -1,47 +1,28 @@
 #include "PipelineLayout.h"
 
 #include <algorithm>
-#include <array>
 #include <optional>
 
 #include <fmt/format.h>
 
+#include "EnumTables.h"
+
 namespace zeb::render {
 namespace {
 
-// "t5": how a program's text names a binding.
-std::string GetRegisterName(std::uint32_t binding) {
-    constexpr std::array kLetters = {'b', 't', 'u', 's'};
-    const std::uint32_t kind = binding / kReadOnlyShift;
-    return kind < kLetters.size() ? fmt::format("{}{}", kLetters[kind], binding % kReadOnlyShift)
-                                  : fmt::format("binding {}", binding);
+std::string GetBindingName(std::uint32_t binding) {
+    const std::uint32_t kind = binding / kRegistersPerKind;
+    if (kind > static_cast<std::uint32_t>(RegisterKind::Sampler)) return fmt::format("binding {}", binding);
+    return GetRegisterName(static_cast<RegisterKind>(kind), binding % kRegistersPerKind);
 }
 
-bool Fits(RootParameterKind kind, VkDescriptorType type) {
-    switch (kind) {
-        case RootParameterKind::Constants:
-        case RootParameterKind::ConstantBuffer: return type == VK_DESCRIPTOR_TYPE_UNIFORM_BUFFER;
-        case RootParameterKind::ReadOnlyBuffer:
-        case RootParameterKind::ReadWriteBuffer: return type == VK_DESCRIPTOR_TYPE_STORAGE_BUFFER;
-        default: return true;
-    }
-}
-
-struct Place {
-    std::uint32_t mParameter;
-    std::uint32_t mTableSlot;
-};
-
-std::optional<Place> FindPlace(const RootSignatureVulkan& signature, std::uint32_t binding,
-                               VkShaderStageFlagBits stage) {
-    const std::vector<RootBindings>& parameters = signature.GetBindings();
-    for (std::uint32_t p = 0; p < parameters.size(); ++p) {
-        if ((parameters[p].mStages & stage) == 0) continue;
-        const std::vector<std::uint32_t>& bindings = parameters[p].mBindings;
-        const auto found = std::find(bindings.begin(), bindings.end(), binding);
-        if (found != bindings.end()) return Place{p, static_cast<std::uint32_t>(found - bindings.begin())};
-    }
-    return std::nullopt;
+std::optional<RegisterPlace> FindPlace(const RootSignatureVulkan& signature, const ShaderBinding& binding,
+                                       VkShaderStageFlagBits stage) {
+    const bool isTexture =
+        binding.mType == VK_DESCRIPTOR_TYPE_SAMPLED_IMAGE || binding.mType == VK_DESCRIPTOR_TYPE_STORAGE_IMAGE;
+    return FindPlace(signature, static_cast<RegisterKind>(binding.mBinding / kRegistersPerKind),
+                     binding.mBinding % kRegistersPerKind, isTexture,
+                     [&](ShaderVisibility visibility) { return (GetShaderStagesVulkan(visibility) & stage) != 0; });
 }
 
 }  // namespace
@@ -76,9 +57,9 @@ void PipelineLayout::AddStage(const Shader& shader, VkShaderStageFlagBits stage)
 
 void PipelineLayout::Merge(const StageReflection& stage, const RootSignatureVulkan& signature) {
     for (const ShaderBinding& binding : stage.mBindings) {
-        const std::string registerName = GetRegisterName(binding.mBinding);
-        const std::optional<Place> place = FindPlace(signature, binding.mBinding, stage.mStage);
-        if (!place || !Fits(signature.GetParameters()[place->mParameter].mKind, binding.mType)) {
+        const std::string registerName = GetBindingName(binding.mBinding);
+        const std::optional<RegisterPlace> place = FindPlace(signature, binding, stage.mStage);
+        if (!place) {
             ZEB_RENDER_THROW(
                 "Failed to create the pipeline \"{}\": its program uses {}, for which the root signature \"{}\" has no "
                 "parameter",
@@ -88,11 +69,11 @@ void PipelineLayout::Merge(const StageReflection& stage, const RootSignatureVulk
             return other.mShader.mBinding == binding.mBinding;
         });
         if (same == mBindings.end()) {
-            mBindings.push_back({binding, stage.mStage, place->mParameter, place->mTableSlot});
+            mBindings.push_back({binding, stage.mStage, *place});
             continue;
         }
         if (same->mShader.mType != binding.mType || same->mShader.mArrayStride != binding.mArrayStride ||
-            same->mParameter != place->mParameter || same->mTableSlot != place->mTableSlot) {
+            same->mPlace != *place) {
             ZEB_RENDER_THROW("Failed to create the pipeline \"{}\": its stages use {} for different things", mName,
                              registerName);
         }

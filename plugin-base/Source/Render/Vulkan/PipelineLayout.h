@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "Classes.h"
 #include "DeviceContext.h"
-#include "RootSignature.h"
 #include "SpirvReflection.h"
 
 namespace zeb::render {
@@ -14,15 +14,15 @@ namespace zeb::render {
 /// Words of the push constants that carry what is left of buffer offsets: one for each register number.
 inline constexpr std::uint32_t kBufferOffsetCount = 20;
 
-/// One binding of a pipeline and the root parameter that feeds it.
+/// Bindings of set 0: the registers of each kind begin at a multiple of this, in the order of `RegisterKind`; the
+/// programs are compiled with the same shifts.
+inline constexpr std::uint32_t kRegistersPerKind = 32;
+
+/// One binding of a pipeline and what feeds it.
 struct PipelineBinding {
     ShaderBinding mShader;
     VkShaderStageFlags mStages = 0;
-    std::uint32_t mParameter = 0;  ///< index in the root signature
-    std::uint32_t mTableSlot = 0;  ///< descriptor of the table, for a table
-
-    /// Register number without its kind.
-    std::uint32_t GetRegister() const { return mShader.mBinding % kReadOnlyShift; }
+    RegisterPlace mPlace;
 };
 
 /// One stage of a pipeline in the making.

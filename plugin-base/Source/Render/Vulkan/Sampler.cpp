@@ -24,6 +24,4 @@ SamplerResource::SamplerResource(std::shared_ptr<DeviceContext> context, const s
 
 SamplerResource::~SamplerResource() { mContext->Api().vkDestroySampler(mContext->Get(), mSampler, nullptr); }
 
-SamplerVulkan& ToVulkan(Sampler& sampler) { return ToOwn<SamplerVulkan>(sampler, "sampler"); }
-
 }  // namespace zeb::render

@@ -30,6 +30,4 @@ private:
     std::shared_ptr<SamplerResource> mResource;
 };
 
-SamplerVulkan& ToVulkan(Sampler& sampler);
-
 }  // namespace zeb::render

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "EnumTable.h"
 #include "EnumTables.h"
 
 namespace zeb::render {
@@ -18,8 +19,7 @@ VkImageUsageFlags GetImageUsage(std::uint32_t usage) {
 void CheckUsage(std::uint32_t usage) {
     constexpr std::uint32_t kKnownUsage =
         kTextureUsageShaderRead | kTextureUsageUnorderedAccess | kTextureUsageRenderTarget;
-    if ((usage & ~kKnownUsage) != 0)
-        ZEB_RENDER_THROW("Failed to get the Vulkan resource flags for the value of {}", usage);
+    if ((usage & ~kKnownUsage) != 0) ThrowUnknownValue(usage, "resource flags");
 }
 
 }  // namespace
@@ -100,7 +100,7 @@ TextureVulkan::TextureVulkan(const std::shared_ptr<DeviceContext>& context, std:
                              const TextureDescription& description, TextureState initialState)
     : Texture(std::move(name), description),
       mResource(std::make_shared<TextureResource>(context, GetName(), description)) {
-    CheckTextureState(initialState);
+    CheckEnumeration(initialState, TextureState::UnorderedAccess, "resource state");
 }
 
 TextureVulkan& ToVulkan(Texture& texture) { return ToOwn<TextureVulkan>(texture, "texture"); }

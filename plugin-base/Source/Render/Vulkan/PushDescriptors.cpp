@@ -1,98 +1,30 @@
-#include "RootArguments.h"
+#include "PushDescriptors.h"
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <numeric>
 
-#include <fmt/format.h>
+#include "Sampler.h"
 
 namespace zeb::render {
 namespace {
-
-[[noreturn]] void ThrowUnbound(const PipelineLayout& layout, const PipelineBinding& binding, const char* what) {
-    ZEB_RENDER_THROW("The pipeline \"{}\" is used, but {} root parameter {} for its register {}", layout.GetName(),
-                     what, binding.mParameter, binding.GetRegister());
-}
 
 VkImageLayout GetLayout(VkDescriptorType type) {
     return type == VK_DESCRIPTOR_TYPE_STORAGE_IMAGE ? VK_IMAGE_LAYOUT_GENERAL
                                                     : VK_IMAGE_LAYOUT_SHADER_READ_ONLY_OPTIMAL;
 }
 
-bool IsTexture(VkDescriptorType type) {
-    return type == VK_DESCRIPTOR_TYPE_SAMPLED_IMAGE || type == VK_DESCRIPTOR_TYPE_STORAGE_IMAGE;
-}
-
-}  // namespace
-
-void RootArguments::SetSignature(const RootSignatureVulkan& signature) {
-    if (mSignature == &signature) return;
-    mSignature = &signature;
-    mArguments.assign(signature.GetParameters().size(), Argument());
-}
-
-void RootArguments::SetTable(std::uint32_t parameter, DescriptorRangeVulkan& range, std::uint32_t index) {
-    Argument& argument = mArguments[parameter];
-    argument.mRange = &range;
-    argument.mIndex = index;
-}
-
-void RootArguments::SetConstants(std::uint32_t parameter, std::uint32_t count, const void* data) {
-    Argument& argument = mArguments[parameter];
-    argument.mConstants.resize(mSignature->GetParameters()[parameter].mConstantCount);
-    std::memcpy(argument.mConstants.data(), data, count * sizeof(std::uint32_t));
-    argument.mUploaded.reset();
-}
-
-void RootArguments::SetBuffer(std::uint32_t parameter, BufferVulkan& buffer, std::uint64_t byteOffset) {
-    mArguments[parameter].mBuffer = buffer.GetResource();
-    mArguments[parameter].mOffset = byteOffset;
-}
-
-bool RootArguments::IsConstants(const PipelineBinding& binding) const {
-    return mSignature->GetParameters()[binding.mParameter].mKind == RootParameterKind::Constants;
-}
-
-const Descriptor& RootArguments::GetDescriptor(const PipelineBinding& binding) const {
-    const Argument& argument = mArguments[binding.mParameter];
-    return argument.mRange->Get(argument.mIndex + binding.mTableSlot);
-}
-
-const TextureView& RootArguments::GetTextureView(const PipelineLayout& layout, const PipelineBinding& binding) const {
-    const auto* view = std::get_if<TextureView>(&GetDescriptor(binding));
+const TextureViewOf<ClassesVulkan>& GetTexture(const RootArgumentsOf<ClassesVulkan>& arguments,
+                                               const PipelineLayout& layout, const PipelineBinding& binding) {
     const bool isWritten = binding.mShader.mType == VK_DESCRIPTOR_TYPE_STORAGE_IMAGE;
-    if (view == nullptr || (view->mKind == TextureViewKind::ReadWrite) != isWritten)
-        ThrowUnbound(layout, binding, "no fitting view of a texture is bound to");
-    return *view;
-}
-
-BufferView RootArguments::GetBufferView(const PipelineLayout& layout, const PipelineBinding& binding) const {
-    if (mSignature->GetParameters()[binding.mParameter].mKind == RootParameterKind::Table) {
-        const auto* view = std::get_if<BufferView>(&GetDescriptor(binding));
-        if (view == nullptr) ThrowUnbound(layout, binding, "no view of a buffer is bound to");
-        return *view;
-    }
-    const Argument& argument = mArguments[binding.mParameter];
-    return {argument.mBuffer, argument.mOffset, argument.mBuffer->mSize - argument.mOffset};
-}
-
-void RootArguments::AddUses(const PipelineLayout& layout, PendingUse& use) const {
-    for (const PipelineBinding& binding : layout.GetBindings()) {
-        const VkDescriptorType type = binding.mShader.mType;
-        if (type == VK_DESCRIPTOR_TYPE_SAMPLER) continue;
-        if (IsTexture(type)) {
-            use.Add(GetTextureView(layout, binding).mTexture, GetLayout(type), binding.mShader.mIsWritten);
-        } else if (!IsConstants(binding)) {
-            use.Add(GetBufferView(layout, binding).mBuffer, binding.mShader.mIsWritten);
-        }
-    }
+    return arguments.GetTexture(binding.mPlace, layout.GetName(),
+                                isWritten ? TextureViewKind::ReadWrite : TextureViewKind::Read);
 }
 
 /// Gathers the descriptors of one push.
-class RootArguments::Writer {
+class Writer {
 public:
-    Writer(RootArguments& arguments, CommandListVulkan& list, const PipelineLayout& layout)
+    Writer(const RootArgumentsOf<ClassesVulkan>& arguments, CommandListVulkan& list, const PipelineLayout& layout)
         : mArguments(arguments), mList(list), mLayout(layout), mInfos(layout.GetBindings().size()) {
         for (const PipelineBinding& binding : layout.GetBindings()) Write(binding);
     }
@@ -134,28 +66,25 @@ private:
     }
 
     VkDescriptorImageInfo GetSampler(const PipelineBinding& binding) const {
-        const auto* sampler = std::get_if<std::shared_ptr<SamplerResource>>(&mArguments.GetDescriptor(binding));
-        if (sampler == nullptr) ThrowUnbound(mLayout, binding, "no sampler is bound to");
-        mList.GetUses().Keep(*sampler);
-        return {(*sampler)->mSampler, VK_NULL_HANDLE, VK_IMAGE_LAYOUT_UNDEFINED};
+        const std::shared_ptr<SamplerResource>& sampler = mArguments.GetSampler(binding.mPlace, mLayout.GetName());
+        mList.GetUses().Keep(sampler);
+        return {sampler->mSampler, VK_NULL_HANDLE, VK_IMAGE_LAYOUT_UNDEFINED};
     }
 
     VkDescriptorImageInfo GetImage(const PipelineBinding& binding) const {
-        const TextureView& view = mArguments.GetTextureView(mLayout, binding);
+        const auto& view = GetTexture(mArguments, mLayout, binding);
         const TextureResource& texture = *view.mTexture;
         return {VK_NULL_HANDLE, view.mKind == TextureViewKind::Read ? texture.mView : texture.mTargetView,
                 GetLayout(binding.mShader.mType)};
     }
 
     VkDescriptorBufferInfo GetUniforms(const PipelineBinding& binding) const {
-        Argument& argument = mArguments.mArguments[binding.mParameter];
-        if (mArguments.IsConstants(binding)) {
-            const std::size_t size = argument.mConstants.size() * sizeof(std::uint32_t);
-            if (!argument.mUploaded)
-                argument.mUploaded = mList.GetAllocator().WriteUniforms(argument.mConstants.data(), size);
-            return {argument.mUploaded->mBuffer, argument.mUploaded->mOffset, (size + 15) / 16 * 16};
+        if (const auto* constants = mArguments.FindConstants(binding.mPlace)) {
+            const std::size_t size = constants->size() * sizeof(std::uint32_t);
+            const UniformSlice slice = mList.GetAllocator().WriteUniforms(constants->data(), size);
+            return {slice.mBuffer, slice.mOffset, (size + 15) / 16 * 16};
         }
-        const BufferView view = mArguments.GetBufferView(mLayout, binding);
+        const auto view = mArguments.GetBuffer(binding.mPlace, mLayout.GetName());
         const VkPhysicalDeviceLimits& limits = mList.GetContext()->Limits();
         if (view.mOffset % limits.minUniformBufferOffsetAlignment != 0) {
             ZEB_RENDER_THROW("Offset {} of the constant buffer \"{}\" is no multiple of {}", view.mOffset,
@@ -167,14 +96,14 @@ private:
     // Storage buffers are bound at an offset that the device takes and that is a whole number of elements; the
     // program adds the rest, in elements.
     VkDescriptorBufferInfo GetStorage(const PipelineBinding& binding) {
-        const BufferView view = mArguments.GetBufferView(mLayout, binding);
+        const auto view = mArguments.GetBuffer(binding.mPlace, mLayout.GetName());
         const VkPhysicalDeviceLimits& limits = mList.GetContext()->Limits();
         const std::uint64_t stride = std::max(binding.mShader.mArrayStride, 1U);
         if (view.mOffset % stride != 0) {
             ZEB_RENDER_THROW("Offset {} of the buffer \"{}\" is no multiple of the {} bytes of an element in \"{}\"",
                              view.mOffset, view.mBuffer->mName, stride, mLayout.GetName());
         }
-        const std::uint64_t step = std::lcm(limits.minStorageBufferOffsetAlignment, stride);
+        const std::uint64_t step = std::lcm(std::max<std::uint64_t>(limits.minStorageBufferOffsetAlignment, 1), stride);
         const std::uint64_t rest = view.mOffset % step;
         const std::uint64_t range = view.mSize + rest;
         if (range > limits.maxStorageBufferRange) {
@@ -182,7 +111,7 @@ private:
                              view.mBuffer->mName, view.mBuffer->mSize, range, limits.maxStorageBufferRange);
         }
         if (rest != 0) {
-            const std::uint32_t shaderRegister = binding.GetRegister();
+            const std::uint32_t shaderRegister = binding.mPlace.mRegister;
             if ((mLayout.GetPushConstantStages() & binding.mStages) != binding.mStages ||
                 shaderRegister >= kBufferOffsetCount) {
                 ZEB_RENDER_THROW("The program \"{}\" cannot take the buffer \"{}\" at offset {}", mLayout.GetName(),
@@ -193,7 +122,7 @@ private:
         return {view.mBuffer->mBuffer, view.mOffset - rest, range};
     }
 
-    RootArguments& mArguments;
+    const RootArgumentsOf<ClassesVulkan>& mArguments;
     CommandListVulkan& mList;
     const PipelineLayout& mLayout;
     std::vector<Info> mInfos;
@@ -201,8 +130,23 @@ private:
     std::array<std::uint32_t, kBufferOffsetCount> mBufferOffsets = {};
 };
 
-void RootArguments::Push(CommandListVulkan& list, const PipelineLayout& layout, VkPipelineBindPoint bindPoint) {
-    Writer(*this, list, layout).Record(bindPoint);
+}  // namespace
+
+void AddUses(const RootArgumentsOf<ClassesVulkan>& arguments, const PipelineLayout& layout, PendingUse& use) {
+    for (const PipelineBinding& binding : layout.GetBindings()) {
+        const VkDescriptorType type = binding.mShader.mType;
+        if (type == VK_DESCRIPTOR_TYPE_SAMPLER) continue;
+        if (type == VK_DESCRIPTOR_TYPE_SAMPLED_IMAGE || type == VK_DESCRIPTOR_TYPE_STORAGE_IMAGE) {
+            use.Add(GetTexture(arguments, layout, binding).mTexture, GetLayout(type), binding.mShader.mIsWritten);
+        } else if (arguments.FindConstants(binding.mPlace) == nullptr) {
+            use.Add(arguments.GetBuffer(binding.mPlace, layout.GetName()).mBuffer, binding.mShader.mIsWritten);
+        }
+    }
+}
+
+void PushDescriptors(const RootArgumentsOf<ClassesVulkan>& arguments, CommandListVulkan& list,
+                     const PipelineLayout& layout, VkPipelineBindPoint bindPoint) {
+    Writer(arguments, list, layout).Record(bindPoint);
 }
 
 }  // namespace zeb::render
