@@ -4,9 +4,10 @@
 //
 // Times are the best of the iterations in milliseconds: `wall`; `cpu`, processor time of all threads, which other
 // programs disturb less; `floor` and the `ratio` of cpu to it; `against`, cpu to that of another run beside it: of the
-// sort to the view data, of the kernels with the code of effects that are off to those without it, of those with noise
-// to those without, of the camera inside the model to the one outside. The CPU device's `faster` and `faster_wall` are
-// how many times less cpu and wall than the Vulkan device it took; these want a Vulkan device that runs in software.
+// sort to the view data, of the kernels with the code of effects that are off to those without it, of those with an
+// effect to those without, of the camera inside the model to the one outside. The CPU device's `faster` and
+// `faster_wall` are how many times less cpu and wall than the Vulkan device it took; these want a Vulkan device that
+// runs in software.
 #include <algorithm>
 #include <barrier>
 #include <cstring>
@@ -203,7 +204,7 @@ void RegisterComparisons(DeviceName device) {
     const auto all = [](Frame& frame) { frame.RunAll(); };
     const FrameSettings usual{.mDevice = device};
     FrameSettings noise = usual, inside = usual, fullForm = usual;
-    noise.mNoise = true;
+    noise.mEffect = Effect::Noise;
     inside.mInside = true;
     fullForm.mPrograms.mLeaveOutEffects = false;
     const auto add = [&](const std::string& name, const FrameSettings& settings, const FrameSettings& base, auto work) {
@@ -213,6 +214,13 @@ void RegisterComparisons(DeviceName device) {
     add("ViewDataFullForm", fullForm, usual, run(Stage::ViewData));
     add("DistancesNoise", noise, usual, run(Stage::Distances));
     add("ViewDataNoise", noise, usual, run(Stage::ViewData));
+    for (const auto& [effect, name] : {std::pair(Effect::CropBox, "ViewDataCropBox"),
+                                       {Effect::Opacity, "ViewDataOpacity"},
+                                       {Effect::Color, "ViewDataColor"}}) {
+        FrameSettings one = usual;
+        one.mEffect = effect;
+        add(name, one, usual, run(Stage::ViewData));
+    }
     add("CameraInside", inside, usual, all);
 }
 

@@ -48,21 +48,50 @@ std::unique_ptr<GaussianSplatAsset> MakeAsset(std::int64_t splats) {
     return asset;
 }
 
-/// The catalogue's defaults; with `noise`, noise over the whole model.
-std::vector<std::byte> MakeBlob(bool noise) {
+template <class Constants, class Change>
+void ChangeStruct(std::vector<std::byte>& blob, const char* name, const Change& change) {
+    const zeb::PackedParameters packed(blob.data(), blob.size());
+    std::byte* const place = blob.data() + (packed.GetStruct(name).mData - blob.data());
+    Constants constants;
+    std::memcpy(&constants, place, sizeof constants);
+    change(constants);
+    std::memcpy(place, &constants, sizeof constants);
+}
+
+void TurnOn(Effect effect, gpu::ModelConstants1& model) {
+    constexpr std::int32_t kBox = 1;
+    const glm::vec4 wide(1e9F);
+    if (effect == Effect::CropBox) {
+        model.model_crop_shape_enabled = 1;
+        model.model_crop_shape_type = kBox;
+        model.crop_shape_halfSize = wide;
+    }
+    if (effect == Effect::Opacity) {
+        model.model_effects_splatOpacity_enabled = 1;
+        model.model_effects_splatOpacity_shape_type = kBox;
+        model.splatOpacity_shape_halfSize = wide;
+    }
+    if (effect == Effect::Color) {
+        model.model_effects_splatColor_enabled = 1;
+        model.model_effects_splatColor_shape_type = kBox;
+        model.splatColor_shape_halfSize = wide;
+    }
+}
+
+/// The catalogue's defaults with an effect.
+std::vector<std::byte> MakeBlob(Effect effect) {
     static const test::CatalogueManager manager;
     std::vector<std::byte> blob = manager.Pack();
-    if (!noise) return blob;
-    const zeb::PackedParameters packed(blob.data(), blob.size());
-    const std::byte* const place = packed.GetStruct("NoiseConstants1").mData;
-    gpu::NoiseConstants1 constants;
-    std::memcpy(&constants, place, sizeof(constants));
-    constants.noise_enabled = 1;
-    constants.noise_shape_type = 0;
-    constants.noise_shape_halfSize = glm::vec4(1e9F);
-    constants.noise_amplitude = glm::vec4(20.0F);
-    constants.noise_scale = glm::vec4(1.0F);
-    std::memcpy(blob.data() + (place - blob.data()), &constants, sizeof(constants));
+    ChangeStruct<gpu::ModelConstants1>(blob, "ModelConstants1",
+                                       [&](gpu::ModelConstants1& model) { TurnOn(effect, model); });
+    ChangeStruct<gpu::NoiseConstants1>(blob, "NoiseConstants1", [&](gpu::NoiseConstants1& constants) {
+        if (effect != Effect::Noise) return;
+        constants.noise_enabled = 1;
+        constants.noise_shape_type = 0;
+        constants.noise_shape_halfSize = glm::vec4(1e9F);
+        constants.noise_amplitude = glm::vec4(20.0F);
+        constants.noise_scale = glm::vec4(1.0F);
+    });
     return blob;
 }
 
@@ -88,7 +117,7 @@ const GaussianSplatAsset& GetAsset(std::int64_t splats) {
 
 Frame::Frame(const GaussianSplatAsset& asset, const FrameSettings& settings)
     : mDevice(GetDevice(settings.mDevice)),
-      mBlob(MakeBlob(settings.mNoise)),
+      mBlob(MakeBlob(settings.mEffect)),
       mPacked(mBlob.data(), mBlob.size()),
       mRenderer(mDevice, settings.mPrograms) {
     mDrawInfo.mPackedParameters = &mPacked;

@@ -45,9 +45,12 @@ struct Best {
     }
 };
 
+/// One that is on, in a box over the whole model.
+enum class Effect { None, Noise, CropBox, Opacity, Color };
+
 struct FrameSettings {
     DeviceName mDevice = DeviceName::Vulkan;
-    bool mNoise = false;   ///< over the whole model
+    Effect mEffect = Effect::None;
     bool mInside = false;  ///< the camera stands in the middle of the model, else the model just fills the frame
     RendererPrograms mPrograms{};
 };

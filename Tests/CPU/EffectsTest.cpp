@@ -1,9 +1,7 @@
 #include <cmath>
 #include <limits>
-#include <random>
 
 #include <gtest/gtest.h>
-#include <glm/gtc/matrix_transform.hpp>
 
 #include "Nimbrel/CPU/EffectPosition.h"
 #include "Nimbrel/CPU/PerSplatEffects.h"
@@ -67,76 +65,6 @@ TEST(Effects, RampsAreFoundByInstanceAndRow) {
     EXPECT_NEAR(SampleRamp(curves, 2, gpu::RampRow::Noise, 1.0F), 20.5F, 1e-4F);
     EXPECT_NEAR(SampleRamp(curves, 1, gpu::RampRow::Scale, 0.5F), 12.25F, 1e-4F);
     EXPECT_NEAR(SampleRamp(curves, 1, gpu::RampRow::DisplacementOffset, 7.0F), 9.5F, 1e-4F) << "ends are clamped";
-}
-
-TEST(Effects, FactorsFollowTheirCurves) {
-    SplatScene scene;
-    scene.SetRisingRamp(gpu::RampRow::Scale);
-    scene.SetRisingRamp(gpu::RampRow::Opacity);
-    gpu::ModelConstants1 model{};
-    const glm::vec3 place(3.0F, 0.0F, 0.0F);
-    EXPECT_EQ(ScaleFactor(model, scene.Curves(), 0, place), 1.0F);
-    EXPECT_EQ(OpacityFactor(model, scene.Curves(), 0, place), 1.0F);
-    // Distance 0.75 within a feather of 0.5: the middle of the curve.
-    model.model_effects_splatScale_enabled = model.model_effects_splatOpacity_enabled = 1;
-    model.splatScale_shape_halfSize = model.splatOpacity_shape_halfSize = glm::vec4(4.0F);
-    model.model_effects_splatScale_shape_feather = model.model_effects_splatOpacity_shape_feather = 0.5F;
-    model.model_effects_splatScale_maxValue = 3.0F;
-    model.model_effects_splatOpacity_minValue = 0.2F;
-    model.model_effects_splatOpacity_maxValue = 4.2F;
-    EXPECT_NEAR(ScaleFactor(model, scene.Curves(), 0, place), 1.5F, 1e-5F);
-    EXPECT_NEAR(OpacityFactor(model, scene.Curves(), 0, place), 2.2F, 1e-5F);
-    // Outside the shape the curve's right end goes on; the sampler holds the last texel's centre.
-    EXPECT_NEAR(ScaleFactor(model, scene.Curves(), 0, {100.0F, 0.0F, 0.0F}), 3.0F * 1023.5F / 1024.0F, 1e-5F);
-    model.model_effects_splatScale_enabled = 2;
-    EXPECT_EQ(ScaleFactor(model, scene.Curves(), 0, place), 1.0F) << "only 1 is on";
-}
-
-TEST(Effects, ColoursBlendByMode) {
-    SplatScene scene;
-    scene.mGradient.assign(1024, {0.5F, 2.0F, 0.25F, 0.0F});
-    scene.SetRamp(gpu::RampRow::ColorAmount, 0.5F);
-    gpu::ModelConstants1 model{};
-    const glm::vec3 color(0.25F, 0.5F, 1.0F);
-    EXPECT_EQ(BlendedColor(model, scene.Curves(), 0, {}, color), color);
-    model.model_effects_splatColor_enabled = 1;
-    model.splatColor_shape_halfSize = glm::vec4(1.0F);
-    const glm::vec3 expected[] = {{0.375F, 1.25F, 0.625F}, {0.5F, 1.5F, 1.125F}, {0.1875F, 0.75F, 0.625F}};
-    for (int mode = 0; mode < 3; ++mode) {
-        model.model_effects_splatColor_blending = mode;
-        EXPECT_EQ(BlendedColor(model, scene.Curves(), 0, {}, color), expected[mode]) << mode;
-    }
-}
-
-TEST(Effects, DisplacementScalesTurnsAndMovesAboutItsCentre) {
-    std::mt19937 random(9);
-    std::uniform_real_distribution<float> unit(-1.0F, 1.0F);
-    SplatScene scene;
-    scene.SetRamp(gpu::RampRow::DisplacementScale, 0.5F);
-    scene.SetRamp(gpu::RampRow::DisplacementRotation, 0.25F);
-    scene.SetRamp(gpu::RampRow::DisplacementOffset, 2.0F);
-    for (int round = 0; round < 100; ++round) {
-        gpu::NoiseConstants1 c{};
-        c.displacement_enabled = 7;  // anything but 0 is on
-        c.displacement_shape_halfSize = glm::vec4(10.0F);
-        c.displacement_shape_center = {unit(random), unit(random), unit(random), 0.0F};
-        c.displacement_scale = {2.0F, 3.0F + unit(random), unit(random), 0.0F};
-        c.displacement_xRotation = unit(random) * 12.0F;
-        c.displacement_yRotation = unit(random) * 12.0F;
-        c.displacement_zRotation = unit(random) * 12.0F;
-        c.displacement_offset = {unit(random), unit(random), unit(random), 0.0F};
-        const glm::vec3 place(unit(random) * 5.0F, unit(random) * 5.0F, unit(random) * 5.0F);
-
-        glm::dmat4 matrix = glm::translate(
-            glm::dmat4(1.0), glm::dvec3(c.displacement_shape_center) + 2.0 * glm::dvec3(c.displacement_offset));
-        matrix = glm::rotate(matrix, 0.25 * c.displacement_zRotation, glm::dvec3(0, 0, 1));
-        matrix = glm::rotate(matrix, 0.25 * c.displacement_yRotation, glm::dvec3(0, 1, 0));
-        matrix = glm::rotate(matrix, 0.25 * c.displacement_xRotation, glm::dvec3(1, 0, 0));
-        matrix = glm::scale(matrix, 0.5 * glm::dvec3(c.displacement_scale) + 0.5);
-        const glm::dvec4 expected = matrix * glm::dvec4(glm::dvec3(place) - glm::dvec3(c.displacement_shape_center), 1);
-        const glm::vec3 moved = EffectPosition(c, scene.Curves(), 0, place);
-        for (int i = 0; i < 3; ++i) EXPECT_NEAR(moved[i], expected[i], 1e-5) << round;
-    }
 }
 
 TEST(Effects, NoiseIsFadedByItsCurveAndCutBelowAnEpsilon) {

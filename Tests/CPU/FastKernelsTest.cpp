@@ -234,9 +234,13 @@ TEST(FastKernels, SortIsStable) {
             std::vector<std::uint32_t> expected = payloads;
             std::stable_sort(expected.begin(), expected.end(),
                              [&](std::uint32_t a, std::uint32_t b) { return keys[a] < keys[b]; });
-            FastSort(keys, payloads);
-            EXPECT_EQ(payloads, expected) << count << ", " << mask;
-            EXPECT_TRUE(std::is_sorted(keys.begin(), keys.end()));
+            ForEachTarget([&] {
+                std::vector<std::uint32_t> sorted = keys;
+                std::vector<std::uint32_t> moved = payloads;
+                FastSort(sorted, moved);
+                EXPECT_EQ(moved, expected) << count << ", " << mask;
+                EXPECT_TRUE(std::is_sorted(sorted.begin(), sorted.end()));
+            });
         }
     }
 }
@@ -293,13 +297,55 @@ void ExpectSameRecord(const gpu::SplatViewData& a, const gpu::SplatViewData& b) 
     ASSERT_EQ(a.color[1], b.color[1]);
 }
 
+/// Shapes of all effects over a part of the scene, with soft edges and curves that change; all switched off.
+void SetShapes(PackedScene& scene) {
+    const glm::vec4 half(2.0F, 1.5F, 3.0F, 1.0F);
+    gpu::ModelConstants1& model = scene.mInputs.mModel;
+    model.crop_shape_halfSize = model.splatColor_shape_halfSize = model.splatOpacity_shape_halfSize =
+        model.splatScale_shape_halfSize = half;
+    model.model_crop_shape_type = 1;
+    model.model_effects_splatColor_blending = 2;
+    model.model_effects_splatColor_shape_feather = model.model_effects_splatOpacity_shape_feather =
+        model.model_effects_splatScale_shape_feather = 0.5F;
+    model.model_effects_splatOpacity_maxValue = 3.0F;
+    model.model_effects_splatScale_maxValue = 2.0F;
+    model.model_crop_yPlane_altitude = 1.0F;
+    gpu::NoiseConstants1& noise = scene.mInputs.mNoise;
+    noise.noise_shape_halfSize = noise.displacement_shape_halfSize = noise.noise_scale = half;
+    noise.noise_shape_feather = noise.displacement_shape_feather = 1.0F;
+    noise.noise_amplitude = noise.displacement_offset = noise.displacement_scale = glm::vec4(0.75F);
+    noise.displacement_yRotation = 0.5F;
+    for (std::uint32_t row = 0; row < gpu::kRampRows; ++row)
+        scene.mCurves.SetRisingRamp(static_cast<gpu::RampRow>(row));
+    for (std::size_t i = 0; i < scene.mCurves.mGradient.size(); ++i)
+        scene.mCurves.mGradient[i] = glm::vec4(0.001F * static_cast<float>(i));
+}
+
 TEST(FastKernels, ViewDataGivesTheScalarBits) {
     PackedScene scene(1003);
-    CalcViewDataInputs yPlane = scene.mInputs;
-    yPlane.mModel.model_crop_yPlane_enabled = 1;
-    CalcViewDataInputs truncated = scene.mInputs;
-    truncated.mBlocks.mOther = truncated.mBlocks.mOther.first(8 * 700 + 3);
-    std::vector<CalcViewDataInputs> all = {scene.mInputs, yPlane, truncated};
+    SetShapes(scene);
+    using Inputs = CalcViewDataInputs;
+    void (*const switches[])(Inputs&) = {[](Inputs& inputs) { inputs.mModel.model_crop_shape_enabled = 1; },
+                                         [](Inputs& inputs) { inputs.mModel.model_crop_yPlane_enabled = 1; },
+                                         [](Inputs& inputs) { inputs.mModel.model_effects_splatOpacity_enabled = 1; },
+                                         [](Inputs& inputs) { inputs.mModel.model_effects_splatScale_enabled = 1; },
+                                         [](Inputs& inputs) { inputs.mModel.model_effects_splatColor_enabled = 1; },
+                                         [](Inputs& inputs) { inputs.mNoise.displacement_enabled = 1; },
+                                         [](Inputs& inputs) { inputs.mNoise.noise_enabled = 1; },
+                                         [](Inputs& inputs) { inputs.mConstants._CameraType = 1; },
+                                         [](Inputs& inputs) {
+                                             inputs.mConstants._DrawZDepth = 1;
+                                             inputs.mConstants._ZDepthFar = 5.0F;
+                                         }};
+    std::vector<Inputs> all(2, scene.mInputs);
+    all[1].mBlocks.mOther = scene.mInputs.mBlocks.mOther.first(8 * 700 + 3);
+    Inputs together = scene.mInputs;
+    for (const auto& turnOn : switches) {
+        all.push_back(scene.mInputs);
+        turnOn(all.back());
+        turnOn(together);
+        all.push_back(together);
+    }
     for (const std::uint32_t order : {0U, 1U, 2U, 0xFFFFFFFFU}) {
         all.push_back(scene.mInputs);
         all.back().mConstants._SHOrder = order;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <bit>
+#include <cmath>
 #include <cstdint>
 
 #include <gtest/gtest.h>
@@ -21,6 +23,11 @@ void ForEachTarget(const Function& function) {
     }
     hwy::SetSupportedTargetsForTest(0);
     hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+}
+
+/// The same bits, or both NaN.
+inline bool IsSame(float a, float b) {
+    return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b) || (std::isnan(a) && std::isnan(b));
 }
 
 }  // namespace test

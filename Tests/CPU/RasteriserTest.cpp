@@ -93,21 +93,6 @@ TEST_F(RasteriserTest, AttributesFollowThePerspective) {
     }
 }
 
-TEST_F(RasteriserTest, DepthIsClippedAtZeroAndAtW) {
-    // z / w runs from -1 at the left to 1 at the right at the same w: the left half is cut away.
-    std::array<Vertex<1>, 4> corners = {At(0, 0), At(16, 0), At(0, 16), At(16, 16)};
-    for (int i = 0; i < 4; ++i) corners[static_cast<std::size_t>(i)].mPosition.z = i % 2 == 0 ? -1.0F : 1.0F;
-    DrawTriangle(mPass, corners[0], corners[1], corners[2], PaintOne);
-    DrawTriangle(mPass, corners[1], corners[3], corners[2], PaintOne);
-    EXPECT_EQ(Total(), 128.0F);
-    EXPECT_EQ(Count(7, 5), 0.0F);
-    EXPECT_EQ(Count(8, 5), 1.0F);
-
-    for (auto& corner : corners) corner.mPosition.z = 1.00001F;
-    DrawTriangle(mPass, corners[0], corners[1], corners[2], PaintOne);
-    EXPECT_EQ(Total(), 128.0F);
-}
-
 TEST_F(RasteriserTest, HugeTrianglesCoverAndHopelessOnesVanish) {
     const float far = 1e9F;
     DrawTriangle(mPass, At(-far, -far), At(far, -far), At(0, far), PaintOne);
@@ -137,17 +122,6 @@ TEST_F(RasteriserTest, ScissorsShareATriangleWithoutOverlap) {
         DrawTriangle(mPass, corners[0], corners[1], corners[2], PaintOne);
     }
     EXPECT_EQ(mTarget.Texels(), whole.Texels());
-}
-
-TEST_F(RasteriserTest, EightBitTargetsRoundAfterEachBlend) {
-    mTarget = Image(Format::RGBA8Unorm, kSize, kSize);
-    const auto faint = [](const std::array<float, 1>&, glm::vec4& color) {
-        color = glm::vec4(0.4F / 255.0F, 0.6F / 255.0F, 0.0F, 0.0F);
-        return true;
-    };
-    for (int i = 0; i < 10; ++i) DrawTriangle(mPass, At(0, 0), At(32, 0), At(0, 32), faint);
-    EXPECT_EQ(mTarget.Load(3, 3).x, 0.0F);            // 0.4 of a step is lost each time
-    EXPECT_EQ(mTarget.Load(3, 3).y, 10.0F / 255.0F);  // 0.6 becomes a whole one
 }
 
 TEST_F(RasteriserTest, LinesTakeOnePixelAStepAndLeaveOutTheLast) {

@@ -110,6 +110,28 @@ TEST(RenderGaussianSplats, DrawsAnEllipseOverTheQuad) {
     }
 }
 
+TEST(RenderGaussianSplats, SmallSplatsAreNotPulledToTheGrid) {
+    // A third of 1/256 pixel from a pixel's centre, axes shorter than a pixel.
+    const double offset = 1.0 / 768.0;
+    Image target(Format::RGBA32Float, 64, 64);
+    const auto pass = MakeRenderPass(target, 64, 64, GaussianSplatsBlend());
+    const auto clip = [&](double pixel) { return static_cast<float>((pixel + 0.5 + offset) / 32.0 - 1.0); };
+    DrawGaussianSplat(pass, {{64.0F, 64.0F}, 0, 0},
+                      MakeRecord({clip(9), -clip(50), 0.5F, 1}, {0.5F, 0.15F}, {0.12F, -0.4F}, {1, 1, 1, 1}));
+    for (int y = 49; y <= 51; ++y) {
+        for (int x = 8; x <= 10; ++x) {
+            const double dx = x - 9 - offset;
+            const double dy = 50 + offset - y;  // up, as the axes
+            const double determinant = 0.5 * -0.4 - 0.15 * 0.12;
+            const double qx = (dx * -0.4 - dy * 0.12) / determinant;
+            const double qy = (dy * 0.5 - dx * 0.15) / determinant;
+            const double alpha = std::max(std::abs(qx), std::abs(qy)) < 2.0 ? std::exp(-(qx * qx + qy * qy)) : 0.0;
+            const glm::vec4 pixel = target.Load(static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y));
+            EXPECT_NEAR(pixel.w, alpha < 1.0 / 255.0 ? 0.0 : alpha, 1e-4) << x << ", " << y;
+        }
+    }
+}
+
 TEST(RenderGaussianSplats, ComposesFrontToBack) {
     Image target(Format::RGBA32Float, 3, 3);
     const auto pass = MakeRenderPass(target, 3, 3, GaussianSplatsBlend());

@@ -1,4 +1,3 @@
-#include <bit>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -17,6 +16,8 @@
 namespace zeb::render::cpu {
 namespace {
 
+using test::IsSame;
+
 constexpr Format kFormats[] = {Format::RGBA32Float, Format::RGBA16Float, Format::RGBA16Unorm, Format::RGBA8Unorm,
                                Format::R32Float};
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
@@ -34,10 +35,6 @@ std::vector<float> MakeValues(std::size_t count) {
         values.push_back(values.size() % 3 == 0 ? hard[values.size() / 3 % std::size(hard)] : unit(engine));
     }
     return values;
-}
-
-bool IsSame(float a, float b) {
-    return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b) || (std::isnan(a) && std::isnan(b));
 }
 
 TEST(RowConversion, EveryTexelOfEveryFormatIsThatOfTheSingleForm) {

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cstring>
 
+#include "Nimbrel/CPU/EffectPosition.h"
 #include "Nimbrel/CPU/SplatDecoding.h"
+#include "Nimbrel/CPU/SplatShape.h"
 #include "Render/CPU/Arithmetic.h"
 #include "Render/CPU/VectorTargets.h"
 
@@ -13,6 +15,7 @@
 // Behind it, once for each target:
 #include <hwy/highway.h>
 
+#include "Nimbrel/CPU/SplatLanes-inl.h"
 #include "Render/CPU/VectorConversion-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -22,73 +25,11 @@ namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 namespace convert = zeb::render::cpu::HWY_NAMESPACE;
 
-using FloatTag = hn::CappedTag<float, 16>;
-using IntTag = hn::RebindToSigned<FloatTag>;
-using WordTag = hn::RebindToUnsigned<FloatTag>;
-using Words = hn::Vec<WordTag>;
-
-constexpr std::size_t kMostLanes = hn::MaxLanes(FloatTag());
 constexpr std::size_t kSHWords = 8;
-
-/// One value of several splats; arithmetic reads as in the scalar form, operation by operation.
-struct Value {
-    hn::Vec<FloatTag> mLanes;
-
-    HWY_INLINE Value() : mLanes(hn::Zero(FloatTag())) {}
-    HWY_INLINE Value(hn::Vec<FloatTag> lanes) : mLanes(lanes) {}
-    HWY_INLINE Value(float value) : mLanes(hn::Set(FloatTag(), value)) {}
-};
-HWY_INLINE Value operator+(Value a, Value b) { return hn::Add(a.mLanes, b.mLanes); }
-HWY_INLINE Value operator-(Value a, Value b) { return hn::Sub(a.mLanes, b.mLanes); }
-HWY_INLINE Value operator*(Value a, Value b) { return hn::Mul(a.mLanes, b.mLanes); }
-HWY_INLINE Value operator/(Value a, Value b) { return hn::Div(a.mLanes, b.mLanes); }
-HWY_INLINE Value operator-(Value a) { return hn::Neg(a.mLanes); }
-HWY_INLINE Value Sqrt(Value a) { return hn::Sqrt(a.mLanes); }
-HWY_INLINE hn::Mask<FloatTag> IsNumber(Value a) { return hn::Eq(a.mLanes, a.mLanes); }
-/// As the scalar ones: of a NaN and a number, the number.
-HWY_INLINE Value Max(Value a, Value b) {
-    return hn::IfThenElse(hn::Or(hn::Ge(a.mLanes, b.mLanes), hn::Not(IsNumber(b))), a.mLanes, b.mLanes);
-}
-HWY_INLINE Value Min(Value a, Value b) {
-    return hn::IfThenElse(hn::Or(hn::Lt(a.mLanes, b.mLanes), hn::Not(IsNumber(b))), a.mLanes, b.mLanes);
-}
-
-struct Vector {
-    Value x, y, z;
-};
-HWY_INLINE Vector operator+(Vector a, Vector b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
-HWY_INLINE Vector operator-(Vector a, Vector b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
-HWY_INLINE Vector operator*(Vector a, Value s) { return {a.x * s, a.y * s, a.z * s}; }
-HWY_INLINE Value Dot(Vector a, Vector b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
-
-/// Row `row` of a matrix times (v, 1), and times (v, 0) without its last product.
-HWY_INLINE Value RowTimesPoint(const glm::mat4& m, int row, Vector v) {
-    return Value(m[0][row]) * v.x + Value(m[1][row]) * v.y + Value(m[2][row]) * v.z + Value(m[3][row]);
-}
-HWY_INLINE Vector TransformPoint(const glm::mat4& m, Vector v) {
-    return {RowTimesPoint(m, 0, v), RowTimesPoint(m, 1, v), RowTimesPoint(m, 2, v)};
-}
-HWY_INLINE Vector Row3(const glm::mat4& m, int row) { return {m[0][row], m[1][row], m[2][row]}; }
-
-template <int kShift, std::uint32_t kMask>
-HWY_INLINE Value Field(Words words) {
-    const auto field = hn::And(hn::ShiftRight<kShift>(words), hn::Set(WordTag(), kMask));
-    return hn::ConvertTo(FloatTag(), hn::BitCast(IntTag(), field));
-}
-
-HWY_INLINE Vector UnpackNorm11(Words words) {
-    constexpr float kStep11 = 0.000488519785F;
-    constexpr float kStep10 = 0.000977517106F;
-    return {Field<0, 2047>(words) * kStep11, Field<11, 1023>(words) * kStep10, Field<21, 2047>(words) * kStep11};
-}
 
 HWY_INLINE Value Map(const HalfRange& range, Value value) {
     return Value(range.mLow) + value * Value(range.mHigh - range.mLow);
 }
-HWY_INLINE Value MapFloats(const glm::vec2& range, Value value) {
-    return Value(range.x) + value * Value(range.y - range.x);
-}
-
 HWY_INLINE Value PowerOf8(Value value) {
     const Value squared = value * value;
     const Value fourth = squared * squared;
@@ -100,9 +41,7 @@ struct Axes {
     Vector mRows[3];
 };
 
-HWY_INLINE Value Select(hn::Mask<FloatTag> mask, Value yes, Value no) {
-    return hn::IfThenElse(mask, yes.mLanes, no.mLanes);
-}
+HWY_INLINE Value Select(Lanes mask, Value yes, Value no) { return hn::IfThenElse(mask, yes.mLanes, no.mLanes); }
 
 HWY_INLINE Axes DecodeAxes(Words rotation, Vector scale) {
     const FloatTag f;
@@ -136,8 +75,8 @@ struct Covariance {
     }
 };
 
-HWY_INLINE Covariance MakeCovariance(const Axes& axes, float size) {
-    const Value squared(size * size);
+HWY_INLINE Covariance MakeCovariance(const Axes& axes, Value size) {
+    const Value squared = size * size;
     const Vector* rows = axes.mRows;
     const Vector row0 = rows[0] * squared;
     const Vector row1 = rows[1] * squared;
@@ -149,9 +88,9 @@ struct Screen {
     Value mMajorX, mMajorY, mMinorX, mMinorY;
 };
 
-/// ProjectCovariance for a perspective camera, then MakeScreenAxes.
-HWY_INLINE Screen ProjectAxes(const gpu::CalcViewDataConstants& constants, Vector position,
-                              const Covariance& covariance) {
+/// The first two rows of the model's way to the camera, linearised for a perspective at `position`.
+HWY_INLINE void LinearisePerspective(const gpu::CalcViewDataConstants& constants, Vector position, Vector& t0,
+                                     Vector& t1) {
     const glm::mat4& modelView = constants._MatrixMV;
     const Vector view = TransformPoint(modelView, position);
     const float p00 = constants._MatrixP[0][0];
@@ -165,8 +104,16 @@ HWY_INLINE Screen ProjectAxes(const gpu::CalcViewDataConstants& constants, Vecto
     const Value j12 = -(focal * view.z * ty) / (view.z * view.z);
     const Value j = focal / view.z;
     const Vector w2 = Row3(modelView, 2);
-    const Vector t0 = Row3(modelView, 0) * j + w2 * j02;
-    const Vector t1 = Row3(modelView, 1) * j + w2 * j12;
+    t0 = t0 * j + w2 * j02;
+    t1 = t1 * j + w2 * j12;
+}
+
+/// ProjectCovariance, then MakeScreenAxes.
+HWY_INLINE Screen ProjectAxes(const gpu::CalcViewDataConstants& constants, Vector position,
+                              const Covariance& covariance) {
+    Vector t0 = Row3(constants._MatrixMV, 0);
+    Vector t1 = Row3(constants._MatrixMV, 1);
+    if (constants._CameraType == 0) LinearisePerspective(constants, position, t0, t1);
     const Vector v0 = covariance.Multiply(t0);
     const Vector v1 = covariance.Multiply(t1);
     const Value a = Dot(t0, v0) + 0.3F;
@@ -273,17 +220,16 @@ HWY_INLINE void LoadPacked(const SplatBlocks& blocks, const std::byte* texels, s
     packed.mTexels[3] = channel(Field<24, 255>(texel));
 }
 
-/// A splat behind the camera keeps its position only.
+/// A splat out of sight keeps its position only.
 HWY_INLINE void StoreRecords(const Value (&position)[4], const Screen& screen, Vector color, Value opacity,
-                             gpu::SplatViewData* records) {
+                             Lanes hidden, gpu::SplatViewData* records) {
     const FloatTag d;
     const WordTag dw;
     constexpr std::size_t kHalf = sizeof(glm::vec4);
     HWY_ALIGN float positions[4 * kMostLanes];
     HWY_ALIGN float axes[4 * kMostLanes];
     HWY_ALIGN std::uint32_t colors[2 * kMostLanes];
-    const auto behind = hn::Le(position[3].mLanes, hn::Zero(d));
-    const auto shown = [&](Value v) HWY_ATTR { return hn::IfThenZeroElse(behind, v.mLanes); };
+    const auto shown = [&](Value v) HWY_ATTR { return hn::IfThenZeroElse(hidden, v.mLanes); };
     const auto pack = [&](Value high, Value low) HWY_ATTR {
         const auto bits = [&](Value v) HWY_ATTR { return convert::VectorToHalfBits(d, shown(v)); };
         return hn::Or(hn::ShiftLeft<16>(bits(high)), bits(low));
@@ -308,52 +254,159 @@ HWY_INLINE Vector ViewDirection(const gpu::CalcViewDataConstants& constants, Vec
     return direction * (Value(1.0F) / Sqrt(Dot(direction, direction)));
 }
 
-HWY_INLINE Value Opacity(const gpu::CalcViewDataConstants& constants, const HalfRange& range, Value encoded) {
+HWY_INLINE Value Opacity(const gpu::CalcViewDataConstants& constants, const HalfRange& range, Value encoded,
+                         Value factor) {
     const FloatTag d;
     const Value u = (Value(range.mLow - 0.5F) + encoded * Value(range.mHigh - range.mLow)) * 0.5F;
     const auto zero = hn::Zero(d);
     const Value sign = Select(hn::Gt(u.mLanes, zero), 1.0F, Select(hn::Lt(u.mLanes, zero), -1.0F, 0.0F));
     const Value opacity = sign * Sqrt(hn::Abs(u.mLanes)) + 0.5F;
-    return Min(Value(constants._SplatOpacityScale) * opacity, 65000.0F);
+    return Min(Value(constants._SplatOpacityScale) * opacity * factor, 65000.0F);
+}
+
+/// What the effects on places make of splats.
+struct Placed {
+    Vector mPosition;
+    Value mSize, mOpacity;
+    Lanes mCropped;
+};
+
+HWY_INLINE Placed ApplyEffects(const CalcViewDataInputs& inputs, Vector aligned) {
+    const FloatTag d;
+    const std::uint32_t instance = inputs.mConstants._DrawingIndex;
+    Points points(aligned);
+    HWY_ALIGN float sizes[kMostLanes];
+    HWY_ALIGN float opacities[kMostLanes];
+    HWY_ALIGN float cropped[kMostLanes];
+    for (std::size_t i = 0; i < hn::Lanes(d); ++i) {
+        const glm::vec3 place = points.Get(i);
+        cropped[i] = IsCroppedByShape(inputs.mModel, place) ? 1.0F : 0.0F;
+        const glm::vec3 effect = EffectPosition(inputs.mNoise, inputs.mCurves, instance, place);
+        points.Set(i, effect);
+        sizes[i] = ScaleFactor(inputs.mModel, inputs.mCurves, instance, effect);
+        opacities[i] = OpacityFactor(inputs.mModel, inputs.mCurves, instance, effect);
+    }
+    return {points.Load(), hn::Load(d, sizes), hn::Load(d, opacities), hn::Gt(hn::Load(d, cropped), hn::Zero(d))};
+}
+
+HWY_INLINE Vector ApplyColorEffect(const CalcViewDataInputs& inputs, Vector position, Vector color) {
+    const gpu::CalcViewDataConstants& constants = inputs.mConstants;
+    if (inputs.mModel.model_effects_splatColor_enabled != 1) return color;
+    const Points places(position);
+    Points colors(color);
+    for (std::size_t i = 0; i < hn::Lanes(FloatTag()); ++i) {
+        colors.Set(i,
+                   BlendedColor(inputs.mModel, inputs.mCurves, constants._DrawingIndex, places.Get(i), colors.Get(i)));
+    }
+    return colors.Load();
+}
+
+/// 1 at the near end of the range and in front of it.
+HWY_INLINE Vector GetDepthColor(const gpu::CalcViewDataConstants& constants, Vector world) {
+    const Value depth = RowTimesPoint(constants._MatrixCamera, 2, world) - constants._ZDepthNear;
+    const Value shade = Value(1.0F) - depth / (constants._ZDepthFar - constants._ZDepthNear);
+    const Value clamped = Min(Max(shade, 0.0F), 1.0F);
+    return {clamped, clamped, clamped};
+}
+
+/// Splats that reach over the crop's plane.
+HWY_INLINE Lanes FindAbovePlane(const CalcViewDataInputs& inputs, Vector position, const Axes& axes) {
+    const FloatTag d;
+    HWY_ALIGN float above[kMostLanes];
+    const Points places(position);
+    const Points rows[3] = {Points(axes.mRows[0]), Points(axes.mRows[1]), Points(axes.mRows[2])};
+    for (std::size_t i = 0; i < hn::Lanes(d); ++i) {
+        const SplatAxes own = {{rows[0].Get(i), rows[1].Get(i), rows[2].Get(i)}};
+        const float highest = HighestCorner(inputs.mConstants._MatrixAlign, places.Get(i), own);
+        above[i] = highest < inputs.mModel.model_crop_yPlane_altitude ? 0.0F : 1.0F;
+    }
+    return hn::Gt(hn::Load(d, above), hn::Zero(d));
+}
+
+/// The ranges that a chunk's numbers are stretched over.
+struct ChunkRanges {
+    explicit ChunkRanges(const gpu::SplatChunkInfo& chunk)
+        : mChunk(chunk),
+          mScales{HalfRange(chunk.sclX), HalfRange(chunk.sclY), HalfRange(chunk.sclZ)},
+          mColors{HalfRange(chunk.colR), HalfRange(chunk.colG), HalfRange(chunk.colB)},
+          mHarmonics{HalfRange(chunk.shR), HalfRange(chunk.shG), HalfRange(chunk.shB)},
+          mOpacities(chunk.colA) {}
+
+    HWY_INLINE Vector DecodeScale(Words words) const {
+        const Vector v = UnpackNorm11(words);
+        return {PowerOf8(Map(mScales[0], v.x)), PowerOf8(Map(mScales[1], v.y)), PowerOf8(Map(mScales[2], v.z))};
+    }
+    HWY_INLINE Vector DecodeColor(const hn::Vec<FloatTag> (&texels)[4]) const {
+        return {Map(mColors[0], texels[0]), Map(mColors[1], texels[1]), Map(mColors[2], texels[2])};
+    }
+
+    gpu::SplatChunkInfo mChunk;
+    HalfRange mScales[3], mColors[3], mHarmonics[3];
+    HalfRange mOpacities;
+};
+
+/// Records of as many splats as a vector holds.
+template <bool kEffects>
+HWY_INLINE void CalcVector(const CalcViewDataInputs& inputs, const ChunkRanges& ranges, const Packed& packed,
+                           std::int32_t order, gpu::SplatViewData* records) {
+    const gpu::CalcViewDataConstants& constants = inputs.mConstants;
+    const Vector position = DecodePosition(ranges.mChunk, packed.mPositions);
+    Vector place = TransformPoint(constants._MatrixAlign, position);
+    Value size(constants._SplatScale);
+    Value fading(1.0F);
+    Lanes cropped = hn::FirstN(FloatTag(), 0);
+    if constexpr (kEffects) {
+        const Placed placed = ApplyEffects(inputs, place);
+        place = placed.mPosition;
+        size = placed.mSize * size;
+        fading = placed.mOpacity;
+        cropped = placed.mCropped;
+    }
+    const Vector world = TransformPoint(constants._MatrixTransform, place);
+    const Axes axes = DecodeAxes(packed.mRotations, ranges.DecodeScale(packed.mScales));
+    const Screen screen = ProjectAxes(constants, position, MakeCovariance(axes, size));
+    const auto sh = [&](int index) HWY_ATTR { return DecodeSH(packed.mSH, ranges.mHarmonics, index); };
+    Vector color = EvaluateSH(ranges.DecodeColor(packed.mTexels), sh, ViewDirection(constants, world), order);
+    if constexpr (kEffects) color = ApplyColorEffect(inputs, place, color);
+    if (constants._DrawZDepth == 1) color = GetDepthColor(constants, world);
+    const Value opacity = Opacity(constants, ranges.mOpacities, packed.mTexels[3], fading);
+
+    const glm::mat4& clip = constants._MatrixVP;
+    Value clipped[4] = {RowTimesPoint(clip, 0, world), RowTimesPoint(clip, 1, world), RowTimesPoint(clip, 2, world),
+                        RowTimesPoint(clip, 3, world)};
+    auto behind = hn::Le(clipped[3].mLanes, hn::Zero(FloatTag()));
+    if (constants._CameraType == 1) behind = hn::FirstN(FloatTag(), 0);
+    if constexpr (kEffects) {
+        if (inputs.mModel.model_crop_yPlane_enabled == 1)
+            cropped = hn::Or(cropped, hn::AndNot(behind, FindAbovePlane(inputs, position, axes)));
+        for (Value& value : clipped) value = hn::IfThenZeroElse(cropped, value.mLanes);
+    }
+    StoreRecords(clipped, screen, color, opacity, hn::Or(behind, cropped), records);
 }
 
 /// Records of the splats [begin, end) of one chunk, as many as fill whole vectors; returns the first that is left.
 /// `texels` is the first of the chunk's.
-std::uint32_t CalcChunkViewData(const CalcViewDataInputs& inputs, const std::byte* texels, std::uint32_t begin,
-                                std::uint32_t end, gpu::SplatViewData* records) {
-    const FloatTag d;
-    const auto count = static_cast<std::uint32_t>(hn::Lanes(d));
-    const gpu::CalcViewDataConstants& constants = inputs.mConstants;
-    const auto order = static_cast<std::int32_t>(constants._SHOrder);
-    const gpu::SplatChunkInfo chunk = LoadChunk(inputs.mBlocks, begin);
-    const HalfRange scales[3] = {HalfRange(chunk.sclX), HalfRange(chunk.sclY), HalfRange(chunk.sclZ)};
-    const HalfRange colors[3] = {HalfRange(chunk.colR), HalfRange(chunk.colG), HalfRange(chunk.colB)};
-    const HalfRange harmonics[3] = {HalfRange(chunk.shR), HalfRange(chunk.shG), HalfRange(chunk.shB)};
-    const HalfRange opacities(chunk.colA);
+template <bool kEffects>
+HWY_INLINE std::uint32_t CalcChunk(const CalcViewDataInputs& inputs, const std::byte* texels, std::uint32_t begin,
+                                   std::uint32_t end, gpu::SplatViewData* records) {
+    const auto count = static_cast<std::uint32_t>(hn::Lanes(FloatTag()));
+    // An orthographic camera has no view direction; there only the constant term counts.
+    const bool perspective = inputs.mConstants._CameraType == 0;
+    const std::int32_t order = perspective ? static_cast<std::int32_t>(inputs.mConstants._SHOrder) : 0;
+    const ChunkRanges ranges(LoadChunk(inputs.mBlocks, begin));
     Packed packed;
     std::uint32_t splat = begin;
     for (; splat + count <= end; splat += count) {
         LoadPacked(inputs.mBlocks, texels, splat, order > 0, packed);
-        const Vector v = UnpackNorm11(packed.mPositions);
-        const Vector position = {MapFloats(chunk.posX, v.x), MapFloats(chunk.posY, v.y), MapFloats(chunk.posZ, v.z)};
-        const Vector world =
-            TransformPoint(constants._MatrixTransform, TransformPoint(constants._MatrixAlign, position));
-        const Vector s = UnpackNorm11(packed.mScales);
-        const Vector scale = {PowerOf8(Map(scales[0], s.x)), PowerOf8(Map(scales[1], s.y)),
-                              PowerOf8(Map(scales[2], s.z))};
-        const Axes axes = DecodeAxes(packed.mRotations, scale);
-        const Screen screen = ProjectAxes(constants, position, MakeCovariance(axes, constants._SplatScale));
-        const Vector base = {Map(colors[0], packed.mTexels[0]), Map(colors[1], packed.mTexels[1]),
-                             Map(colors[2], packed.mTexels[2])};
-        const auto sh = [&](int index) HWY_ATTR { return DecodeSH(packed.mSH, harmonics, index); };
-        const Vector color = EvaluateSH(base, sh, ViewDirection(constants, world), order);
-        const glm::mat4& clip = constants._MatrixVP;
-        const Value clipped[4] = {RowTimesPoint(clip, 0, world), RowTimesPoint(clip, 1, world),
-                                  RowTimesPoint(clip, 2, world), RowTimesPoint(clip, 3, world)};
-        const Value opacity = Opacity(constants, opacities, packed.mTexels[3]);
-        StoreRecords(clipped, screen, color, opacity, records + splat);
+        CalcVector<kEffects>(inputs, ranges, packed, order, records + splat);
     }
     return splat;
+}
+
+std::uint32_t CalcChunkViewData(const CalcViewDataInputs& inputs, bool hasEffects, const std::byte* texels,
+                                std::uint32_t begin, std::uint32_t end, gpu::SplatViewData* records) {
+    return hasEffects ? CalcChunk<true>(inputs, texels, begin, end, records)
+                      : CalcChunk<false>(inputs, texels, begin, end, records);
 }
 
 }  // namespace HWY_NAMESPACE
@@ -367,15 +420,20 @@ HWY_EXPORT(CalcChunkViewData);
 
 namespace {
 
-bool IsPlain(const CalcViewDataInputs& inputs) {
+/// The formats that assets are made in, and the cameras there are.
+bool HasVectorForm(const CalcViewDataInputs& inputs) {
     const SplatBlocks& blocks = inputs.mBlocks;
-    const gpu::ModelConstants1& model = inputs.mModel;
     return blocks.PositionFormat() == 2 && blocks.ScaleFormat() == 2 && blocks.SHFormat() == 3 &&
-           blocks.mColor.mFormat == zeb::render::Format::RGBA8Unorm && inputs.mConstants._CameraType == 0 &&
-           inputs.mConstants._DrawZDepth != 1 && inputs.mNoise.displacement_enabled == 0 &&
-           inputs.mNoise.noise_enabled == 0 && model.model_crop_shape_enabled != 1 &&
-           model.model_crop_yPlane_enabled != 1 && model.model_effects_splatColor_enabled != 1 &&
-           model.model_effects_splatOpacity_enabled != 1 && model.model_effects_splatScale_enabled != 1;
+           blocks.mColor.mFormat == zeb::render::Format::RGBA8Unorm &&
+           (inputs.mConstants._CameraType == 0 || inputs.mConstants._CameraType == 1);
+}
+
+bool HasEffects(const CalcViewDataInputs& inputs) {
+    const gpu::ModelConstants1& model = inputs.mModel;
+    return inputs.mNoise.displacement_enabled != 0 || inputs.mNoise.noise_enabled != 0 ||
+           model.model_crop_shape_enabled == 1 || model.model_crop_yPlane_enabled == 1 ||
+           model.model_effects_splatColor_enabled == 1 || model.model_effects_splatOpacity_enabled == 1 ||
+           model.model_effects_splatScale_enabled == 1;
 }
 
 /// First texel of the block of the chunk that a splat is in; null where the block does not lie wholly in the texture.
@@ -399,14 +457,15 @@ void FastCalcViewData(const CalcViewDataInputs& inputs, std::uint32_t begin, std
     const SplatBlocks& blocks = inputs.mBlocks;
     const std::size_t stored = std::min({blocks.mPositions.size() / 4, blocks.mOther.size() / 8, blocks.mSH.size() / 32,
                                          static_cast<std::size_t>(last)});
-    const std::uint32_t fastEnd = IsPlain(inputs) ? static_cast<std::uint32_t>(stored) : begin;
+    const bool hasEffects = HasEffects(inputs);
+    const std::uint32_t fastEnd = HasVectorForm(inputs) ? static_cast<std::uint32_t>(stored) : begin;
     std::uint32_t splat = begin;
     while (splat < fastEnd) {
         const std::uint32_t chunkEnd = std::min(fastEnd, (splat / gpu::kSplatsPerChunk + 1) * gpu::kSplatsPerChunk);
         const std::byte* const texels = FindTexels(blocks, splat);
         const std::uint32_t done = texels == nullptr ? splat
                                                      : HWY_DYNAMIC_DISPATCH(CalcChunkViewData)(
-                                                           inputs, texels, splat, chunkEnd, records.data());
+                                                           inputs, hasEffects, texels, splat, chunkEnd, records.data());
         CalcViewData(inputs, done, chunkEnd, records);
         splat = chunkEnd;
     }

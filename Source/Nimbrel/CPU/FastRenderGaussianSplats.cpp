@@ -10,6 +10,7 @@
 #include "Nimbrel/CPU/SplatTileKernel.h"
 #include "Render/CPU/Parallel.h"
 #include "Render/CPU/RowConversion.h"
+#include "Render/CPU/ScratchArray.h"
 #include "Render/CPU/ScratchPool.h"
 
 namespace nimbrel::cpu {
@@ -92,28 +93,28 @@ public:
             for (std::size_t part = 0; part < parts; ++part) sum += std::exchange(mPlaces[part * tiles + tile], sum);
         }
         mBegins[tiles] = sum;
-        if (mEntries.size() < sum) mEntries.resize(sum);
+        std::uint32_t* const entries = mEntries.Reserve(sum);
         ParallelForEach(parts, [&](std::size_t part) {
-            forSplats(part, [this](std::size_t splat, std::size_t& place) {
-                mEntries[place++] = static_cast<std::uint32_t>(splat);
+            forSplats(part, [entries](std::size_t splat, std::size_t& place) {
+                entries[place++] = static_cast<std::uint32_t>(splat);
             });
         });
     }
 
     std::span<const std::uint32_t> Get(std::size_t tile) const {
-        return {mEntries.data() + mBegins[tile], mBegins[tile + 1] - mBegins[tile]};
+        return {mEntries.Get() + mBegins[tile], mBegins[tile + 1] - mBegins[tile]};
     }
 
 private:
     std::vector<std::size_t> mPlaces;
     std::vector<std::size_t> mBegins;
-    std::vector<std::uint32_t> mEntries;
+    ScratchArray<std::uint32_t> mEntries;
 };
 
 /// What a draw needs besides its target, kept from one to the next.
 struct DrawScratch {
-    std::vector<PreparedSplat> mSplats;
-    std::vector<TileBox> mBoxes;
+    ScratchArray<PreparedSplat> mSplats;
+    ScratchArray<TileBox> mBoxes;
     /// By part of the batch: places in the lists, and whether there is a splat for the scalar form.
     std::vector<std::size_t> mPartEntries;
     std::vector<std::uint8_t> mPartScalars;
@@ -138,20 +139,19 @@ private:
     void PrepareBatch() {
         const std::size_t count = mBatch.size();
         DrawScratch& s = mScratch;
-        if (s.mSplats.size() < count) s.mSplats.resize(count);
-        if (s.mBoxes.size() < count) s.mBoxes.resize(count);
+        PreparedSplat* const splats = s.mSplats.Reserve(count);
+        TileBox* const boxes = s.mBoxes.Reserve(count);
         s.mPartEntries.assign((count + kPart - 1) / kPart, 0);
         s.mPartScalars.assign(s.mPartEntries.size(), 0);
         ParallelForEach(s.mPartEntries.size(), [&](std::size_t part) {
             const std::size_t begin = part * kPart;
             const std::size_t end = std::min(count, begin + kPart);
-            PrepareSplats(mSource, mPass.mScissor, mBatch.subspan(begin, end - begin), s.mSplats.data() + begin,
-                          s.mBoxes.data() + begin);
+            PrepareSplats(mSource, mPass.mScissor, mBatch.subspan(begin, end - begin), splats + begin, boxes + begin);
             for (std::size_t i = begin; i < end; ++i) {
-                const TileBox& box = s.mBoxes[i];
+                const TileBox& box = boxes[i];
                 if (box.IsEmpty()) continue;
                 s.mPartEntries[part] += std::size_t{1} * (box.mRight - box.mLeft) * (box.mBottom - box.mTop);
-                if (s.mSplats[i].IsScalar()) s.mPartScalars[part] = 1;
+                if (splats[i].IsScalar()) s.mPartScalars[part] = 1;
             }
         });
     }
@@ -168,7 +168,7 @@ private:
                 mExpectScalar = mExpectScalar || mScratch.mPartScalars[last] != 0;
                 entries += parts[last++];
             } while (last < parts.size() && entries + parts[last] <= kMostEntries);
-            mScratch.mLists.Fill(mGrid, mScratch.mBoxes.data(), first * kPart, std::min(mBatch.size(), last * kPart));
+            mScratch.mLists.Fill(mGrid, mScratch.mBoxes.Get(), first * kPart, std::min(mBatch.size(), last * kPart));
             ParallelForEach(mGrid.GetCount(), [this](std::size_t tile) { DrawTile(tile); });
             first = last;
         }
@@ -192,10 +192,10 @@ private:
 
         LoadTile(scissor, tile);
         for (;;) {
-            entries = entries.subspan(DrawSplatsInTile(tile, mSource, entries, mScratch.mSplats.data()));
+            entries = entries.subspan(DrawSplatsInTile(tile, mSource, entries, mScratch.mSplats.Get()));
             if (entries.empty()) break;
             StoreTile(scissor, tile);
-            const std::uint32_t record = mScratch.mSplats[entries.front()].mRecord;
+            const std::uint32_t record = mScratch.mSplats.Get()[entries.front()].mRecord;
             DrawGaussianSplat(tilePass, mSource.mConstants, mSource.mRecords[record]);
             LoadTile(scissor, tile);
             entries = entries.subspan(1);

@@ -1,15 +1,16 @@
 #include "Nimbrel/CPU/FastSort.h"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <cstddef>
+#include <cstdint>
 #include <utility>
 #include <vector>
 
 #include <tbb/enumerable_thread_specific.h>
 
 #include "Render/CPU/Parallel.h"
+#include "Render/CPU/ScratchArray.h"
 #include "Render/CPU/ScratchPool.h"
 #include "Render/CPU/VectorTargets.h"
 
@@ -17,6 +18,7 @@
 #define HWY_TARGET_INCLUDE "Nimbrel/CPU/FastSort.cpp"
 #include <hwy/foreach_target.h>
 // Behind it, once for each target:
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 HWY_BEFORE_NAMESPACE();
@@ -48,6 +50,29 @@ void FindRange(const std::uint32_t* keys, std::size_t count, std::uint32_t& leas
     }
 }
 
+/// Takes pairs apart: their low words plus `least`, and their high words. Both go to memory past the caches, which
+/// saves reading what is there before.
+void StorePairs(const std::uint64_t* pairs, std::size_t count, std::uint32_t least, std::uint32_t* keys,
+                std::uint32_t* payloads) {
+    const hn::CappedTag<std::uint32_t, 16> d;
+    const std::size_t lanes = hn::Lanes(d);
+    const auto* const words = reinterpret_cast<const std::uint32_t*>(pairs);
+    const auto store = [&](std::uint32_t* to, std::size_t half, std::uint32_t added) HWY_ATTR {
+        const std::size_t beside = reinterpret_cast<std::uintptr_t>(to) / sizeof(*to) % lanes;
+        const std::size_t head = std::min(count, beside == 0 ? 0 : lanes - beside);
+        std::size_t i = 0;
+        for (; i < head; ++i) to[i] = words[2 * i + half] + added;
+        for (; i + lanes <= count; i += lanes) {
+            hn::Vec<decltype(d)> low, high;
+            hn::LoadInterleaved2(d, words + 2 * i, low, high);
+            hn::Stream(hn::Add(half == 0 ? low : high, hn::Set(d, added)), d, to + i);
+        }
+        for (; i < count; ++i) to[i] = words[2 * i + half] + added;
+    };
+    store(keys, 0, least);
+    store(payloads, 1, 0);
+}
+
 }  // namespace HWY_NAMESPACE
 }  // namespace nimbrel::cpu
 HWY_AFTER_NAMESPACE();
@@ -56,6 +81,7 @@ HWY_AFTER_NAMESPACE();
 namespace nimbrel::cpu {
 
 HWY_EXPORT(FindRange);
+HWY_EXPORT(StorePairs);
 
 using namespace zeb::render::cpu;
 
@@ -63,9 +89,9 @@ namespace {
 
 /// Chunks of fewer keys cost more in tables than they gain.
 constexpr std::size_t kLeastChunk = 16384;
-/// A bucket has 2^11 keys on average, but there are no more buckets than the second level of a cache has lines for.
+/// A bucket has 2^11 keys on average, but there are no more buckets than a core can write to at a time.
 constexpr int kBucketBits = 11;
-constexpr int kMostBits = 11;
+constexpr int kMostBits = 10;
 /// Of one pass within a bucket.
 constexpr int kDigitBits = 9;
 constexpr int kMostPasses = (32 + kDigitBits - 1) / kDigitBits;
@@ -75,16 +101,34 @@ using Counts = std::vector<std::uint32_t>;
 
 std::uint32_t GetKey(Pair pair) { return static_cast<std::uint32_t>(pair); }
 
-struct SortScratch {
-    std::vector<Pair> mPairs;
-    std::vector<Counts> mPlaces;                                  ///< by chunk and bucket
-    tbb::enumerable_thread_specific<std::vector<Pair>> mBuckets;  ///< the other place of a bucket in hand
+/// Where the pairs of each digit go: those from the front half of a bucket in order from mFront up, those from the back
+/// half backwards from mBack down. Two runs that do not wait for each other's places.
+struct Bins {
+    std::uint32_t mFront[1 << kDigitBits];
+    std::uint32_t mBack[1 << kDigitBits];
 };
 
-/// Turns counts into first places; returns their sum.
-std::uint32_t ToPlaces(std::uint32_t* counts, std::size_t size, std::uint32_t sum = 0) {
-    for (std::size_t i = 0; i < size; ++i) sum += std::exchange(counts[i], sum);
-    return sum;
+struct SortScratch {
+    ScratchArray<Pair> mPairs;
+    std::vector<Counts> mPlaces;                                   ///< by chunk and bucket
+    tbb::enumerable_thread_specific<ScratchArray<Pair>> mBuckets;  ///< the other place of a bucket in hand
+};
+
+void Distribute(const Pair* from, std::size_t count, int shift, std::size_t size, Bins& bins, Pair* to) {
+    std::uint32_t sum = 0;
+    for (std::size_t i = 0; i < size; ++i) {
+        const std::uint32_t here = bins.mFront[i] + bins.mBack[i];
+        bins.mFront[i] = sum;
+        bins.mBack[i] = sum += here;
+    }
+    const auto digit = [&](Pair pair) { return GetKey(pair) >> shift & (size - 1); };
+    for (std::size_t i = 0; i < count / 2; ++i) {
+        const Pair front = from[i];
+        const Pair back = from[count - 1 - i];
+        to[bins.mFront[digit(front)]++] = front;
+        to[--bins.mBack[digit(back)]] = back;
+    }
+    if (count % 2 != 0) to[bins.mFront[digit(from[count / 2])]] = from[count / 2];
 }
 
 class Sorter {
@@ -112,11 +156,12 @@ private:
         const Counts& ends = mScratch.mPlaces.back();
         const auto buckets = static_cast<std::uint32_t>(ends.size());
         ParallelFor(buckets, 1, [&](std::uint32_t first, std::uint32_t last) {
-            std::vector<Pair>& other = mScratch.mBuckets.local();
+            Pair* const other = mScratch.mBuckets.local().Reserve(mLargest);
             for (std::uint32_t bucket = first; bucket < last; ++bucket) {
                 const std::uint32_t begin = bucket == 0 ? 0 : ends[bucket - 1];
                 if (begin < ends[bucket]) SortBucket<kPasses>(begin, ends[bucket], other);
             }
+            hwy::FlushStream();
         });
     }
 
@@ -159,45 +204,49 @@ private:
         // Buckets in order, within them chunks in order.
         std::uint32_t sum = 0;
         for (std::size_t bucket = 0; bucket < places[0].size(); ++bucket) {
-            for (Counts& chunk : places) sum = ToPlaces(&chunk[bucket], 1, sum);
+            const std::uint32_t begin = sum;
+            for (Counts& chunk : places) sum += std::exchange(chunk[bucket], sum);
+            mLargest = std::max(mLargest, sum - begin);
         }
-        if (mScratch.mPairs.size() < mKeys.size()) mScratch.mPairs.resize(mKeys.size());
-        Pair* const pairs = mScratch.mPairs.data();
+        Pair* const pairs = mScratch.mPairs.Reserve(mKeys.size());
         // Afterwards the last chunk's places are the buckets' ends.
         ForEachChunk([&](std::size_t chunk, std::size_t begin, std::size_t end) {
             std::uint32_t* const next = places[chunk].data();
-            for (std::size_t i = begin; i < end; ++i)
-                pairs[next[GetBucket(mKeys[i])]++] = Pair{mPayloads[i]} << 32 | (mKeys[i] - mLeast);
+            for (std::size_t i = begin; i < end; ++i) {
+                Pair* const place = pairs + next[GetBucket(mKeys[i])]++;
+                // The line behind this one, which the bucket is about to need.
+                hwy::Prefetch(place + 64 / sizeof(Pair));
+                *place = Pair{mPayloads[i]} << 32 | (mKeys[i] - mLeast);
+            }
         });
     }
 
     template <int kPasses>
-    void SortBucket(std::uint32_t begin, std::uint32_t end, std::vector<Pair>& other) const {
+    void SortBucket(std::uint32_t begin, std::uint32_t end, Pair* other) const {
         const std::size_t count = end - begin;
         const int digitBits = std::max(1, (mShift + kPasses - 1) / kPasses);
-        const std::size_t bins = std::size_t{1} << digitBits;
-        const auto digit = [&](Pair pair, int pass) { return GetKey(pair) >> (pass * digitBits) & (bins - 1); };
-        std::array<std::uint32_t, std::size_t{kPasses} << kDigitBits> places;
-        std::fill_n(places.begin(), bins * kPasses, 0U);
-        Pair* from = mScratch.mPairs.data() + begin;
-        for (std::size_t i = 0; i < count; ++i) {
-            for (int pass = 0; pass < kPasses; ++pass) ++places[bins * pass + digit(from[i], pass)];
+        const std::size_t size = std::size_t{1} << digitBits;
+        Bins bins[kPasses];
+        for (Bins& pass : bins) {
+            std::fill_n(pass.mFront, size, 0U);
+            std::fill_n(pass.mBack, size, 0U);
         }
-        if (kPasses > 1 && other.size() < count) other.resize(count);
-        Pair* to = other.data();
-        for (int pass = 0; pass + 1 < kPasses; ++pass) {
-            std::uint32_t* const next = places.data() + bins * pass;
-            ToPlaces(next, bins);
-            for (std::size_t i = 0; i < count; ++i) to[next[digit(from[i], pass)]++] = from[i];
-            std::swap(from, to);
+        Pair* from = mScratch.mPairs.Get() + begin;
+        const auto countDigits = [&](Pair pair, auto counts) {
+            for (int pass = 0; pass < kPasses; ++pass)
+                ++(bins[pass].*counts)[GetKey(pair) >> (pass * digitBits) & (size - 1)];
+        };
+        // Neighbours are often alike: counted apart, one does not wait for the other.
+        for (std::size_t i = 0; i + 1 < count; i += 2) {
+            countDigits(from[i], &Bins::mFront);
+            countDigits(from[i + 1], &Bins::mBack);
         }
-        std::uint32_t* const next = places.data() + bins * (kPasses - 1);
-        ToPlaces(next, bins, begin);
-        for (std::size_t i = 0; i < count; ++i) {
-            const std::uint32_t place = next[digit(from[i], kPasses - 1)]++;
-            mKeys[place] = GetKey(from[i]) + mLeast;
-            mPayloads[place] = static_cast<std::uint32_t>(from[i] >> 32);
+        if (count % 2 != 0) countDigits(from[count - 1], &Bins::mFront);
+        for (int pass = 0; pass < kPasses; ++pass) {
+            Distribute(from, count, pass * digitBits, size, bins[pass], other);
+            std::swap(from, other);
         }
+        HWY_DYNAMIC_DISPATCH(StorePairs)(from, count, mLeast, mKeys.data() + begin, mPayloads.data() + begin);
     }
 
     std::span<std::uint32_t> mKeys;
@@ -205,7 +254,8 @@ private:
     SortScratch& mScratch;
     std::size_t mChunks = 1;
     std::uint32_t mLeast = 0;
-    int mShift = 0;  ///< bits of a key below those of its bucket
+    std::uint32_t mLargest = 0;  ///< keys of a bucket
+    int mShift = 0;              ///< bits of a key below those of its bucket
 };
 
 }  // namespace

@@ -149,55 +149,81 @@ HWY_INLINE FloatMask IsConvex(const Corners& c) {
     return ToFloatMask(hn::Gt(hn::Min(first, second), zero));
 }
 
-/// (a + b) - (c + d), exact.
-HWY_INLINE Doubles Difference(Doubles a, Doubles b, Doubles c, Doubles d) {
-    return hn::Sub(hn::Add(a, b), hn::Add(c, d));
-}
-
-/// Twice the mean sides of the quads, and what is derived from them.
-struct Sides {
-    Floats mUx, mUy, mVx, mVy;
+/// What MakeSplatQuad knows of a splat's middle and axes, and as floats in pixels.
+struct Places {
+    hn::Vec<IntTag> mMiddleX, mMiddleY;
     Floats mAlongXx, mAlongXy, mAlongYx, mAlongYy;
-    Floats mOffX, mOffY;  ///< how far corners lie from those of a parallelogram, in 1/1024 pixel
-    Floats mSumX, mSumY;  ///< of the corners, as floats
+    Floats mX, mY;              ///< the middle
+    Floats mUx, mUy, mVx, mVy;  ///< along one unit of q
+    Floats mOffX, mOffY;        ///< how far corners on the grid lie from their true places at most
 };
 
-HWY_INLINE Sides FindSides(const Corners& c, hn::Vec<IntTag>& sumX, hn::Vec<IntTag>& sumY) {
+/// The longest way from corners on the grid to the middle and two units of q each way, in pixels.
+HWY_INLINE Doubles FindFarthest(const Doubles (&corners)[4], Doubles middle, Doubles u, Doubles v) {
     const DoubleTag d;
-    const FloatTag f;
-    const auto ux = Difference(c.mX[1], c.mX[3], c.mX[0], c.mX[2]);
-    const auto uy = Difference(c.mY[1], c.mY[3], c.mY[0], c.mY[2]);
-    const auto vx = Difference(c.mX[2], c.mX[3], c.mX[0], c.mX[1]);
-    const auto vy = Difference(c.mY[2], c.mY[3], c.mY[0], c.mY[1]);
-    const auto scale = hn::Div(hn::Set(d, 2.0), hn::Sub(hn::Mul(ux, vy), hn::Mul(uy, vx)));
-    const auto total = [](const Doubles(&v)[4]) HWY_ATTR { return hn::Add(hn::Add(v[0], v[1]), hn::Add(v[2], v[3])); };
-    sumX = hn::DemoteTo(IntTag(), total(c.mX));
-    sumY = hn::DemoteTo(IntTag(), total(c.mY));
-    return {ToFloats(ux),
-            ToFloats(uy),
-            ToFloats(vx),
-            ToFloats(vy),
+    const auto sum = hn::Mul(hn::Set(d, 2.0), hn::Add(u, v));
+    const auto difference = hn::Mul(hn::Set(d, 2.0), hn::Sub(u, v));
+    const Doubles ways[4] = {hn::Neg(sum), difference, hn::Neg(difference), sum};
+    auto farthest = hn::Zero(d);
+    for (int i = 0; i < 4; ++i) {
+        const auto corner = hn::Mul(corners[i], hn::Set(d, 1.0 / 256.0));
+        farthest = hn::Max(farthest, hn::Abs(hn::Sub(corner, hn::Add(middle, ways[i]))));
+    }
+    return farthest;
+}
+
+HWY_INLINE Places FindPlaces(const SplatSource& source, const Records& r, const Corners& corners) {
+    const DoubleTag d;
+    const auto& viewport = source.mViewport;
+    const double halfWidth = 0.5 * static_cast<double>(viewport.mWidth);
+    const double halfHeight = -0.5 * static_cast<double>(viewport.mHeight);
+    const auto widen = [&](Floats v) HWY_ATTR { return hn::PromoteTo(d, v); };
+    const auto w = widen(r.mW);
+    const auto x =
+        hn::Add(hn::Mul(hn::Div(widen(r.mX), w), hn::Set(d, halfWidth)), hn::Set(d, viewport.mX + halfWidth));
+    const auto y =
+        hn::Add(hn::Mul(hn::Div(widen(r.mY), w), hn::Set(d, halfHeight)), hn::Set(d, viewport.mY - halfHeight));
+    const auto scaleX = hn::Set(d, 2.0 * halfWidth / source.mConstants._ScreenParams.x);
+    const auto scaleY = hn::Set(d, 2.0 * halfHeight / source.mConstants._ScreenParams.y);
+    const auto ux = hn::Mul(widen(r.mAxis1X), scaleX);
+    const auto uy = hn::Mul(widen(r.mAxis1Y), scaleY);
+    const auto vx = hn::Mul(widen(r.mAxis2X), scaleX);
+    const auto vy = hn::Mul(widen(r.mAxis2Y), scaleY);
+    const auto area = hn::Sub(hn::Mul(ux, vy), hn::Mul(uy, vx));
+    const auto scale = hn::Div(hn::Set(d, 1.0 / kSplatSteps), area);
+    const auto steps = [&](Doubles v)
+                           HWY_ATTR { return hn::DemoteTo(IntTag(), hn::Round(hn::Mul(v, hn::Set(d, kSplatSteps)))); };
+    return {steps(x),
+            steps(y),
             ToFloats(hn::Mul(vy, scale)),
             ToFloats(hn::Mul(hn::Neg(uy), scale)),
             ToFloats(hn::Mul(hn::Neg(vx), scale)),
             ToFloats(hn::Mul(ux, scale)),
-            hn::Abs(ToFloats(Difference(c.mX[0], c.mX[3], c.mX[1], c.mX[2]))),
-            hn::Abs(ToFloats(Difference(c.mY[0], c.mY[3], c.mY[1], c.mY[2]))),
-            hn::ConvertTo(f, sumX),
-            hn::ConvertTo(f, sumY)};
+            ToFloats(x),
+            ToFloats(y),
+            ToFloats(ux),
+            ToFloats(uy),
+            ToFloats(vx),
+            ToFloats(vy),
+            ToFloats(FindFarthest(corners.mX, x, ux, vx)),
+            ToFloats(FindFarthest(corners.mY, y, uy, vy))};
 }
 
-/// How far |qx| and |qy| on the outline may be from 2: by corners off the parallelogram, and by the rounding of q,
-/// which is some units in the last place of its summands.
-HWY_INLINE Floats FindMargin(const Sides& s) {
+/// How far |qx| and |qy| on the outline may be from 2: by corners off their places, and by the rounding of q, which is
+/// a step of the middle and some units in the last place of its summands.
+HWY_INLINE Floats FindMargin(const Places& p) {
     const FloatTag d;
-    const auto rounding = hn::Set(d, 1e-6F);
-    const auto reachX = hn::Add(s.mOffX, hn::Mul(rounding, hn::Add(hn::Abs(s.mUx), hn::Abs(s.mVx))));
-    const auto reachY = hn::Add(s.mOffY, hn::Mul(rounding, hn::Add(hn::Abs(s.mUy), hn::Abs(s.mVy))));
+    const auto reach = [&](Floats off, Floats u, Floats v) HWY_ATTR {
+        const auto extent = hn::Add(hn::Abs(u), hn::Abs(v));
+        const auto pixels = hn::Add(off, hn::Mul(extent, hn::Set(d, 1e-6F)));
+        return hn::Add(hn::Mul(pixels, hn::Set(d, kSplatSteps)), hn::Set(d, 1.0F));
+    };
+    const auto reachX = reach(p.mOffX, p.mUx, p.mVx);
+    const auto reachY = reach(p.mOffY, p.mUy, p.mVy);
     const auto along = [&](Floats alongX, Floats alongY) HWY_ATTR {
         return hn::Add(hn::Mul(reachX, hn::Abs(alongX)), hn::Mul(reachY, hn::Abs(alongY)));
     };
-    const auto most = hn::Max(along(s.mAlongXx, s.mAlongYx), along(s.mAlongXy, s.mAlongYy));
+    const auto most = hn::Max(along(p.mAlongXx, p.mAlongYx), along(p.mAlongXy, p.mAlongYy));
     return hn::Add(hn::Mul(most, hn::Set(d, 1.01F)), hn::Set(d, 1e-5F));
 }
 
@@ -220,16 +246,14 @@ struct Prepared {
     hn::Vec<IntTag> mLeft, mTop, mRight, mBottom;
 };
 
-HWY_INLINE Prepared FindEllipse(const Sides& s, Floats margin, Floats opacity,
+HWY_INLINE Prepared FindEllipse(const Places& p, Floats margin, Floats opacity,
                                 const zeb::render::cpu::Scissor& scissor) {
     const FloatTag d;
     const IntTag di;
-    // Along one unit of q, in pixels.
-    const auto toPixels = hn::Set(d, 1.0F / 2048.0F);
-    const auto ux = hn::Mul(s.mUx, toPixels);
-    const auto uy = hn::Mul(s.mUy, toPixels);
-    const auto vx = hn::Mul(s.mVx, toPixels);
-    const auto vy = hn::Mul(s.mVy, toPixels);
+    const Floats ux = p.mUx;
+    const Floats uy = p.mUy;
+    const Floats vx = p.mVx;
+    const Floats vy = p.mVy;
     const auto xx = hn::Add(hn::Mul(ux, ux), hn::Mul(vx, vx));
     const auto xy = hn::Add(hn::Mul(ux, uy), hn::Mul(vx, vy));
     const auto yy = hn::Add(hn::Mul(uy, uy), hn::Mul(vy, vy));
@@ -251,8 +275,7 @@ HWY_INLINE Prepared FindEllipse(const Sides& s, Floats margin, Floats opacity,
     const auto room = hn::Set(d, 0.0625F);
     const auto reachX = hn::Min(hn::Mul(radius, width), hn::Mul(side, hn::Add(hn::Abs(ux), hn::Abs(vx))));
     const auto reachY = hn::Min(hn::Mul(radius, height), hn::Mul(side, hn::Add(hn::Abs(uy), hn::Abs(vy))));
-    const auto pixel = [&](Floats sum, Floats reach, float last, std::int32_t low, std::int32_t high) HWY_ATTR {
-        const auto middle = hn::Mul(sum, hn::Set(d, 1.0F / 1024.0F));
+    const auto pixel = [&](Floats middle, Floats reach, float last, std::int32_t low, std::int32_t high) HWY_ATTR {
         const auto place = hn::Add(hn::Add(middle, reach), hn::Set(d, last - 0.5F));
         const auto lowest = hn::Set(d, static_cast<float>(low));
         const auto highest = hn::Set(d, static_cast<float>(high));
@@ -260,10 +283,10 @@ HWY_INLINE Prepared FindEllipse(const Sides& s, Floats margin, Floats opacity,
     };
     const auto extentX = hn::Add(hn::Mul(reachX, hn::Set(d, 1.0005F)), room);
     const auto extentY = hn::Add(hn::Mul(reachY, hn::Set(d, 1.0005F)), room);
-    result.mLeft = pixel(s.mSumX, hn::Neg(extentX), 0.0F, scissor.mLeft, scissor.mRight);
-    result.mTop = pixel(s.mSumY, hn::Neg(extentY), 0.0F, scissor.mTop, scissor.mBottom);
-    result.mRight = pixel(s.mSumX, extentX, 1.0F, scissor.mLeft, scissor.mRight);
-    result.mBottom = pixel(s.mSumY, extentY, 1.0F, scissor.mTop, scissor.mBottom);
+    result.mLeft = pixel(p.mX, hn::Neg(extentX), 0.0F, scissor.mLeft, scissor.mRight);
+    result.mTop = pixel(p.mY, hn::Neg(extentY), 0.0F, scissor.mTop, scissor.mBottom);
+    result.mRight = pixel(p.mX, extentX, 1.0F, scissor.mLeft, scissor.mRight);
+    result.mBottom = pixel(p.mY, extentY, 1.0F, scissor.mTop, scissor.mBottom);
     return result;
 }
 
@@ -277,17 +300,28 @@ HWY_INLINE LaneBits GetBits(FloatMask mask) {
 }
 
 /// Transposes fields of all lanes into the splats and boxes of those in `shown`; the others get empty boxes.
-HWY_INLINE void StorePrepared(const Records& r, const Sides& s, const Prepared& p, Floats inner, hn::Vec<IntTag> sumX,
-                              hn::Vec<IntTag> sumY, LaneBits shown, const std::int32_t* indices, PreparedSplat* splats,
-                              TileBox* boxes) {
+HWY_INLINE void StorePrepared(const Records& r, const Places& s, const Prepared& p, Floats inner, LaneBits shown,
+                              const std::int32_t* indices, PreparedSplat* splats, TileBox* boxes) {
     const FloatTag d;
     const IntTag di;
     constexpr std::size_t kFields = 15;
     static_assert(sizeof(PreparedSplat) == 4 * (kFields + 1));
     HWY_ALIGN float fields[kFields][kMostLanes];
-    const Floats vectors[kFields] = {s.mAlongXx,  s.mAlongXy,  s.mAlongYx,   s.mAlongYy,           r.mColor[0],
-                                     r.mColor[1], r.mColor[2], r.mColor[3],  hn::BitCast(d, sumX), hn::BitCast(d, sumY),
-                                     inner,       p.mShear,    p.mHalfWidth, p.mInverseHeight,     p.mRightRow};
+    const Floats vectors[kFields] = {s.mAlongXx,
+                                     s.mAlongXy,
+                                     s.mAlongYx,
+                                     s.mAlongYy,
+                                     r.mColor[0],
+                                     r.mColor[1],
+                                     r.mColor[2],
+                                     r.mColor[3],
+                                     hn::BitCast(d, s.mMiddleX),
+                                     hn::BitCast(d, s.mMiddleY),
+                                     inner,
+                                     p.mShear,
+                                     p.mHalfWidth,
+                                     p.mInverseHeight,
+                                     p.mRightRow};
     for (std::size_t i = 0; i < kFields; ++i) hn::Store(vectors[i], d, fields[i]);
     HWY_ALIGN std::int32_t edges[4][kMostLanes];
     hn::Store(p.mLeft, di, edges[0]);
@@ -316,17 +350,16 @@ HWY_INLINE LaneBits PrepareVector(const SplatSource& source, const zeb::render::
     const Corners corners = FindCorners(source, r);
     const auto finite = [&](Floats v)
                             HWY_ATTR { return hn::Le(hn::Abs(v), hn::Set(d, std::numeric_limits<float>::max())); };
-    hn::Vec<IntTag> sumX, sumY;
-    const Sides sides = FindSides(corners, sumX, sumY);
-    const Floats margin = FindMargin(sides);
+    const Places places = FindPlaces(source, r, corners);
+    const Floats margin = FindMargin(places);
     const Floats inner = hn::Sub(hn::Set(d, 2.0F), margin);
-    const Prepared prepared = FindEllipse(sides, margin, r.mColor[3], scissor);
+    const Prepared prepared = FindEllipse(places, margin, r.mColor[3], scissor);
     auto plain = hn::And(corners.mInside, IsConvex(corners));
     plain = hn::And(plain, hn::And(hn::Le(margin, hn::Set(d, 1.0F)), hn::Ge(r.mColor[3], zero)));
     for (const Floats& channel : r.mColor) plain = hn::And(plain, finite(channel));
     const auto visible = hn::And(plain, hn::Ge(r.mColor[3], hn::Set(d, 1.0F / 255.0F)));
     const LaneBits depthBits = GetBits(inDepth);
-    StorePrepared(r, sides, prepared, inner, sumX, sumY, depthBits & GetBits(visible), indices, splats, boxes);
+    StorePrepared(r, places, prepared, inner, depthBits & GetBits(visible), indices, splats, boxes);
     return depthBits & ~GetBits(plain);
 }
 

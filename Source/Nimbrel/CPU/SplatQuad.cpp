@@ -48,16 +48,28 @@ bool SetOutline(const GridPoint* grid, SplatQuad& quad) {
     return true;
 }
 
-/// Inverts the map from (qx, qy) to the grid; the sides are twice their mean, the result counts in 1/1024 pixel.
-void SetSlopes(const GridPoint* grid, SplatQuad& quad) {
-    const auto ux = static_cast<double>(grid[1].mX - grid[0].mX + grid[3].mX - grid[2].mX);
-    const auto uy = static_cast<double>(grid[1].mY - grid[0].mY + grid[3].mY - grid[2].mY);
-    const auto vx = static_cast<double>(grid[2].mX - grid[0].mX + grid[3].mX - grid[1].mX);
-    const auto vy = static_cast<double>(grid[2].mY - grid[0].mY + grid[3].mY - grid[1].mY);
-    // q runs over 4 along a side: 4 * (2 per doubled side) * (1/4 subpixel per unit) = 2.
-    const double scale = 2.0 / (ux * vy - uy * vx);
+/// The middle, and the inverse of the map from (qx, qy) to the screen; false where that has no numbers.
+bool SetPlace(const gpu::SplatViewData& record, const gpu::TextureConstants& constants, const Viewport& viewport,
+              SplatQuad& quad) {
+    const double halfWidth = 0.5 * static_cast<double>(viewport.mWidth);
+    const double halfHeight = -0.5 * static_cast<double>(viewport.mHeight);
+    const double w = record.pos.w;
+    const double x = record.pos.x / w * halfWidth + (viewport.mX + halfWidth);
+    const double y = record.pos.y / w * halfHeight + (viewport.mY - halfHeight);
+    quad.mMiddleX = static_cast<std::int32_t>(std::lrint(x * kSplatSteps));
+    quad.mMiddleY = static_cast<std::int32_t>(std::lrint(y * kSplatSteps));
+
+    const double scaleX = 2.0 * halfWidth / constants._ScreenParams.x;
+    const double scaleY = 2.0 * halfHeight / constants._ScreenParams.y;
+    const double ux = record.axis1.x * scaleX;
+    const double uy = record.axis1.y * scaleY;
+    const double vx = record.axis2.x * scaleX;
+    const double vy = record.axis2.y * scaleY;
+    const double scale = 1.0 / kSplatSteps / (ux * vy - uy * vx);
     quad.mAlongX = {static_cast<float>(vy * scale), static_cast<float>(-uy * scale)};
     quad.mAlongY = {static_cast<float>(-vx * scale), static_cast<float>(ux * scale)};
+    return std::isfinite(quad.mAlongX.x) && std::isfinite(quad.mAlongX.y) && std::isfinite(quad.mAlongY.x) &&
+           std::isfinite(quad.mAlongY.y);
 }
 
 }  // namespace
@@ -97,8 +109,7 @@ SplatQuadKind MakeSplatQuad(const gpu::SplatViewData& record, const gpu::Texture
         grid[i] = ToGrid(corners[i].mPosition, viewport);
         if (std::abs(grid[i].mX) > kFarthest || std::abs(grid[i].mY) > kFarthest) return SplatQuadKind::Triangles;
     }
-    if (!SetOutline(grid, quad)) return SplatQuadKind::Triangles;
-    SetSlopes(grid, quad);
+    if (!SetOutline(grid, quad) || !SetPlace(record, constants, viewport, quad)) return SplatQuadKind::Triangles;
     const auto& attributes = corners[0].mAttributes;
     quad.mColor = {attributes[0], attributes[1], attributes[2], attributes[3]};
     return SplatQuadKind::Quad;

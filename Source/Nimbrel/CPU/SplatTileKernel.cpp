@@ -44,8 +44,9 @@ HWY_INLINE std::uint64_t FindBlocks(const SplatTile& tile, const PreparedSplat& 
     constexpr float kSize = kSplatBlockSize;
     const RowTag d;
     const hn::RebindToSigned<RowTag> di;
-    const float middleX = static_cast<float>(splat.mSumX - 1024 * tile.mLeft) * (1.0F / 1024.0F);
-    const float middleY = static_cast<float>(splat.mSumY - 1024 * tile.mTop) * (1.0F / 1024.0F);
+    constexpr float kPixel = 1.0F / kSplatSteps;
+    const float middleX = static_cast<float>(splat.mMiddleX - kSplatSteps * tile.mLeft) * kPixel;
+    const float middleY = static_cast<float>(splat.mMiddleY - kSplatSteps * tile.mTop) * kPixel;
     const auto zero = hn::Zero(d);
     const auto one = hn::Set(d, 1.0F);
     const auto inverseHeight = hn::Set(d, splat.mInverseHeight);
@@ -127,10 +128,7 @@ struct Shade {
 };
 
 /// Those of `pixels` that the quad covers, by its corners. `at` is the vector's first pixel in the tile.
-HWY_NOINLINE PixelMask KeepCovered(const SplatTile& tile, const SplatSource& source, const PreparedSplat& splat,
-                                   std::size_t at, PixelMask pixels) {
-    SplatQuad quad;
-    MakeSplatQuad(source.mRecords[splat.mRecord], source.mConstants, source.mViewport, quad);
+HWY_NOINLINE PixelMask KeepCovered(const SplatTile& tile, const SplatQuad& quad, std::size_t at, PixelMask pixels) {
     const FloatTag d;
     HWY_ALIGN float lanes[kLanes];
     hn::Store(hn::IfThenElseZero(pixels, hn::Set(d, 1.0F)), d, lanes);
@@ -195,24 +193,32 @@ HWY_INLINE void DrawSplat(SplatTile& tile, const SplatSource& source, const Prep
     const auto alongXy = hn::Set(d, splat.mAlongXy);
     const auto alongYx = hn::Set(d, splat.mAlongYx);
     const auto alongYy = hn::Set(d, splat.mAlongYy);
-    const std::int32_t firstX = 1024 * tile.mLeft + 512 - splat.mSumX;
-    const std::int32_t firstY = 1024 * tile.mTop + 512 - splat.mSumY;
-    const auto keepCovered = [&](std::size_t at, PixelMask pixels)
-                                 HWY_ATTR { return KeepCovered(tile, source, splat, at, pixels); };
+    constexpr std::int32_t kBlockSteps = kSplatBlockSize * kSplatSteps;
+    constexpr int kShift = std::countr_zero(std::uint32_t{kSplatSteps});
+    const std::int32_t firstX = kSplatSteps * tile.mLeft + kSplatSteps / 2 - splat.mMiddleX;
+    const std::int32_t firstY = kSplatSteps * tile.mTop + kSplatSteps / 2 - splat.mMiddleY;
+    SplatQuad quad;
+    bool hasQuad = false;
+    const auto keepCovered = [&](std::size_t at, PixelMask pixels) HWY_ATTR {
+        if (!hasQuad) MakeSplatQuad(source.mRecords[splat.mRecord], source.mConstants, source.mViewport, quad);
+        hasQuad = true;
+        return KeepCovered(tile, quad, at, pixels);
+    };
     while (blocks != 0) {
         const int row = std::countr_zero(blocks) / kSplatTileBlocks;
         auto columns = static_cast<std::uint32_t>(blocks >> (row * kSplatTileBlocks)) & 0xFFU;
         blocks &= ~(std::uint64_t{0xFF} << (row * kSplatTileBlocks));
         for (std::size_t vector = 0; vector < kVectors; ++vector) {
             const auto pixels = hn::Iota(di, static_cast<std::int32_t>(vector * kLanes));
-            const auto rows = hn::ShiftLeft<10>(hn::ShiftRight<2>(pixels));
-            const auto fromMiddleY = hn::ConvertTo(d, hn::Add(hn::Set(di, firstY + 4096 * row), rows));
+            const auto rows = hn::ShiftLeft<kShift>(hn::ShiftRight<2>(pixels));
+            const auto fromMiddleY = hn::ConvertTo(d, hn::Add(hn::Set(di, firstY + kBlockSteps * row), rows));
             const auto rowX = hn::Mul(fromMiddleY, alongYx);
             const auto rowY = hn::Mul(fromMiddleY, alongYy);
-            const auto columnsX = hn::ShiftLeft<10>(hn::And(pixels, hn::Set(di, 3)));
+            const auto columnsX = hn::ShiftLeft<kShift>(hn::And(pixels, hn::Set(di, 3)));
             for (std::uint32_t rest = columns; rest != 0; rest &= rest - 1) {
                 const int column = std::countr_zero(rest);
-                const auto fromMiddleX = hn::ConvertTo(d, hn::Add(hn::Set(di, firstX + 4096 * column), columnsX));
+                const auto fromMiddleX =
+                    hn::ConvertTo(d, hn::Add(hn::Set(di, firstX + kBlockSteps * column), columnsX));
                 const auto qx = hn::Add(hn::Mul(fromMiddleX, alongXx), rowX);
                 const auto qy = hn::Add(hn::Mul(fromMiddleX, alongXy), rowY);
                 const auto block = static_cast<std::size_t>(row * kSplatTileBlocks + column);

@@ -32,7 +32,7 @@ struct SplatSource {
 struct alignas(64) PreparedSplat {
     float mAlongXx, mAlongXy, mAlongYx, mAlongYy;  ///< SplatQuad::mAlongX and mAlongY
     float mColor[4];                               ///< red, green, blue, opacity
-    std::int32_t mSumX, mSumY;                     ///< of the quad's corners: the middle in 1/1024 pixel
+    std::int32_t mMiddleX, mMiddleY;               ///< SplatQuad::mMiddleX and mMiddleY
     float mInner;      ///< |qx| and |qy| up to this are in the quad for sure, from 4 - mInner on outside; kScalar
     float mShear;      ///< the ellipse's rows have their middles at mShear * y
     float mHalfWidth;  ///< and reach mHalfWidth * sqrt(1 - y * y * mInverseHeight) to both sides

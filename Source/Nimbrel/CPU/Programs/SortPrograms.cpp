@@ -6,30 +6,17 @@
 #include "Nimbrel/CPU/FastSort.h"
 #include "Nimbrel/CPU/FfxParallelSort.h"
 #include "Nimbrel/CPU/Programs/SplatPrograms.h"
+#include "Nimbrel/ProgramRegisters.h"
 #include "Render/CPU/Parallel.h"
 #include "Render/CPU/Programs.h"
 
 namespace nimbrel::cpu {
 
 using namespace zeb::render::cpu;
+using enum gpu::SortRegister;
 using Words = std::span<std::uint32_t>;
 
 namespace {
-
-// Registers of the sort programs, one sequence over all of them.
-enum SortRegister : std::uint32_t {
-    kSortConstants = 0,
-    kShift = 1,
-    kSourceKeys = 2,
-    kDestinationKeys = 3,
-    kSourcePayloads = 4,
-    kDestinationPayloads = 5,
-    kSumTable = 6,
-    kReduceTable = 7,
-    kScanSource = 8,
-    kScanDestination = 9,
-    kScanScratch = 10,
-};
 
 gpu::SortConstants GetSortConstants(const Bindings& bindings) {
     return bindings.Constants<gpu::SortConstants>(kSortConstants);

@@ -5,38 +5,17 @@
 #include "Nimbrel/CPU/FastCalcViewData.h"
 #include "Nimbrel/CPU/Programs/SplatPrograms.h"
 #include "Nimbrel/CPU/SetIndices.h"
+#include "Nimbrel/ProgramRegisters.h"
 #include "Render/CPU/Parallel.h"
 #include "Render/CPU/Programs.h"
 
 namespace nimbrel::cpu {
 
 using namespace zeb::render::cpu;
+using enum gpu::SplatRegister;
 using Words = std::span<std::uint32_t>;
 
 namespace {
-
-// Registers of the splat programs, one sequence over all of them.
-enum Register : std::uint32_t {
-    kChunks = 1,
-    kPos = 2,
-    kOther = 3,
-    kSH = 4,
-    kColor = 5,
-    kSplatConstants = 6,
-    kCalcViewDataConstants = 7,
-    kSortDistances = 8,
-    kSortKeys = 9,
-    kSetIndicesConstants = 10,
-    kNoiseConstants = 11,
-    kRamps = 12,
-    kGradients = 13,
-    kSampler = 14,
-    kModelConstants = 15,
-    kCalcDistancesConstants = 16,
-    kViewData = 17,
-    kExportBuffer = 18,
-    kExportDataConstants = 19,
-};
 
 /// Groups of the least piece of work that is worth handing to another thread.
 constexpr std::uint32_t kGroupGrain = 4;
