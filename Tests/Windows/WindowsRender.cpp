@@ -5,6 +5,7 @@
 #include <ImfHeader.h>
 #include <ImfInputFile.h>
 #include <png.h>
+#include <sys/wait.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -57,13 +58,19 @@ host::Frame RenderOnWindows(const Shot& shot) {
     const fs::path picture = folder / (shot.mBitsPerChannel == 32 ? "frame.exr" : "frame.png");
     fs::remove(picture);
     std::ofstream(scene) << MakeSceneDocument(moved).dump();
+    // The limit turns a program that hangs into one that fails, with status 124.
     const std::string command = fmt::format(
-        "'{}' '{}/wine' '{}' '{}/bin/nimbrel-render.exe' '{}' --frames 0 --alpha straight --quiet -o '{}' >'{}' 2>&1",
+        "timeout -k 10 300 '{}' '{}/wine' '{}' '{}/bin/nimbrel-render.exe' '{}' --frames 0 --alpha straight --quiet "
+        "-o '{}' >'{}' 2>&1",
         NIMBREL_WINE_RUN, NIMBREL_WINDOWS_BUILD, NIMBREL_WINE_LAYERS, NIMBREL_WINDOWS_BUILD, WindowsPath(scene),
         WindowsPath(picture), said.string());
-    if (std::system(command.c_str()) != 0 || !fs::exists(picture)) {
+    const int status = std::system(command.c_str());
+    if (status != 0 || !fs::exists(picture)) {
         std::ifstream text(said);
-        throw std::runtime_error(std::string(std::istreambuf_iterator<char>(text), {}));
+        throw std::runtime_error(fmt::format("nimbrel-render.exe ended with status {}{} and said \"{}\"",
+                                             WIFEXITED(status) ? WEXITSTATUS(status) : status,
+                                             fs::exists(picture) ? "" : ", without a picture",
+                                             std::string(std::istreambuf_iterator<char>(text), {})));
     }
     return shot.mBitsPerChannel == 32 ? ReadExr(picture) : ReadPng(picture);
 }

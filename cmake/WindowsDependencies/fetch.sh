@@ -30,7 +30,10 @@ if ! sha256sum --check --status SHA256SUMS 2>/dev/null; then
     apt-get "${options[@]}" update
     apt-get "${options[@]}" source --download-only --tar-only freetype imath libpng1.6 openexr
     rm -rf apt
-    sha256sum --check --status SHA256SUMS
+    sha256sum --check --quiet SHA256SUMS || {
+        echo "fetch.sh: the libraries' sources are not those of Debian 12, which this build is made for" >&2
+        exit 1
+    }
 fi
 
 if ! sha256sum --check --status SHA256SUMS.compilers 2>/dev/null; then
