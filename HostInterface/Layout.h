@@ -8,5 +8,6 @@
     static_assert(sizeof(type) == (size) && alignof(type) == (alignment), #type " has another size")
 #define NIMBREL_OFFSET(type, member, offset) \
     static_assert(offsetof(type, member) == (offset), #type "::" #member " is at another place")
-#define NIMBREL_SLOTS(table, count) static_assert(sizeof(table) == 8 * (count), #table " has another number of slots")
-#define NIMBREL_SLOT(table, slot, member) NIMBREL_OFFSET(table, member, 8 * (slot))
+#define NIMBREL_SLOTS(table, count) \
+    static_assert(sizeof(table) == std::size_t{8} * (count), #table " has another number of slots")
+#define NIMBREL_SLOT(table, slot, member) NIMBREL_OFFSET(table, member, std::size_t{8} * (slot))

@@ -24,6 +24,10 @@ std::string Describe(const Json& value) {
             const std::string text = value.dump(-1, ' ', false, Json::error_handler_t::replace);
             return text.size() > 60 ? text.substr(0, 57) + "...\"" : text;
         }
+        // A command line may say "nan" or "inf", for which JSON has no number.
+        case Json::value_t::number_float:
+            if (const double number = value.get<double>(); !std::isfinite(number)) return fmt::format("{}", number);
+            [[fallthrough]];
         default: return value.dump();
     }
 }

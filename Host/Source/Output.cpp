@@ -56,7 +56,10 @@ std::vector<int> ParseFrames(std::string_view text) {
         if (good && TakeCharacter(rest, 'x')) good = TakeNumber(rest, step);
     }
     if (!good || !rest.empty() || last < first || step < 1) {
-        throw UsageError(fmt::format("--frames: expected A, A-B or A-BxS with A not above B, but it is \"{}\"", text));
+        throw UsageError(
+            fmt::format("--frames: expected A, A-B or A-BxS with A not above B and none above {}, but it is "
+                        "\"{}\"",
+                        kMaxFrame, text));
     }
     std::vector<int> frames;
     for (int frame = first; frame <= last; frame += step) frames.push_back(frame);

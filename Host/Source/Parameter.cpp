@@ -140,6 +140,7 @@ Parameter& ParameterTable::Find(std::string_view id, const std::string& where) {
     const bool isNumber = id.size() > 1 && id[0] == '#' &&
                           std::from_chars(id.data() + 1, id.data() + id.size(), number).ptr == id.data() + id.size();
     Parameter* found = nullptr;
+    bool isButton = false;
     // Shown names serve where they are unique. Buttons of all slots share theirs, so these go by id or number only.
     std::vector<std::string> names;
     for (const auto& parameter : mParameters) {
@@ -150,9 +151,11 @@ Parameter& ParameterTable::Find(std::string_view id, const std::string& where) {
             }
             found = parameter.get();
         }
+        isButton = isButton || parameter->mName == id;
         names.push_back(parameter->GetKey());
     }
     if (found != nullptr) return *found;
+    if (isButton) throw UsageError(fmt::format("{}: \"{}\" has no value, expected an id or #uniqueID", where, id));
     const std::string similar = FindSimilar(id, names);
     const std::string hint = similar.empty() ? "" : fmt::format(" (did you mean \"{}\"?)", similar);
     throw UsageError(

@@ -15,6 +15,8 @@ constexpr int kMaxDimension = 30000;  // of the host's worlds
 constexpr int kMaxDownsample = 64;
 // Frames are numbered and times kept in 32 bits.
 constexpr double kMaxDuration = 3 * 3600;
+// Parents are followed one in the other, and each expression sees every layer.
+constexpr std::size_t kMaxNulls = 1000;
 
 Composition ReadComposition(const JsonView& view) {
     view.RequireObject({"width", "height", "frameRate", "duration", "bitsPerChannel", "downsample"});
@@ -91,9 +93,10 @@ int ReadDimension(const JsonView& view) { return view.IntegerBetween(1, kMaxDime
 double ReadFrameRate(const JsonView& view) { return view.NumberBetween(0.1, 1000); }
 
 int ReadBitsPerChannel(const JsonView& view) {
-    const int bits = view.Value().is_number() ? static_cast<int>(view.Number()) : 0;
-    if ((bits != 8 && bits != 16 && bits != 32) || view.Number() != bits) view.Fail("8, 16 or 32");
-    return bits;
+    constexpr std::string_view expected = "8, 16 or 32";
+    const double bits = view.Number(expected);
+    if (bits != 8 && bits != 16 && bits != 32) view.Fail(expected);
+    return static_cast<int>(bits);
 }
 
 int ReadDownsample(const JsonView& view) { return view.IntegerBetween(1, kMaxDownsample); }
@@ -134,6 +137,7 @@ Scene ParseScene(const Json& document, const std::string& file, const std::files
     if (root.Has("nulls")) {
         const JsonView nulls = root.Member("nulls");
         const std::size_t count = nulls.RequireArray("an array of null objects");
+        if (count > kMaxNulls) nulls.Fail(fmt::format("at most {} null objects", kMaxNulls));
         for (std::size_t i = 0; i < count; ++i) scene.mNulls.push_back(ReadNull(nulls.Element(i), scene.mComposition));
     }
     if (root.Has("parameters")) {

@@ -16,7 +16,6 @@ const void* SuiteRegistry::Acquire(const char* name, std::int32_t version) {
     // Versions are exact: a table of another version has other slots.
     if (found == mEntries.end()) return nullptr;
     ++found->second.mHeld;
-    ++found->second.mAcquired;
     return found->second.mTable;
 }
 
@@ -34,12 +33,6 @@ int SuiteRegistry::CountHeld(const std::string& name, std::int32_t version) cons
     const std::scoped_lock lock(mMutex);
     const auto found = mEntries.find({name, version});
     return found == mEntries.end() ? 0 : found->second.mHeld;
-}
-
-int SuiteRegistry::CountAcquired(const std::string& name, std::int32_t version) const {
-    const std::scoped_lock lock(mMutex);
-    const auto found = mEntries.find({name, version});
-    return found == mEntries.end() ? 0 : found->second.mAcquired;
 }
 
 // A suite that stays held costs this host nothing, but a real host keeps its code loaded for it.

@@ -21,8 +21,6 @@ public:
     bool Release(const char* name, std::int32_t version);
 
     int CountHeld(const std::string& name, std::int32_t version) const;
-    /// How often the suite was acquired in all.
-    int CountAcquired(const std::string& name, std::int32_t version) const;
     /// "AEGP Layer Suite 14 (held 2 times)" for each suite that was not given back.
     std::vector<std::string> ListHeld() const;
 
@@ -30,7 +28,6 @@ private:
     struct Entry {
         const void* mTable = nullptr;
         int mHeld = 0;
-        int mAcquired = 0;
     };
 
     mutable std::mutex mMutex;

@@ -74,8 +74,14 @@ Value& Get(const void* reference) {
     return *value;
 }
 
+inline glm::vec4 ReadColor(const DRAWBOT_ColorRGBA& color) { return {color.red, color.green, color.blue, color.alpha}; }
+
+inline DrawingRect ReadRect(const DRAWBOT_RectF32& rect) { return {rect.left, rect.top, rect.width, rect.height}; }
+
 /// A copy of an effect's pixels; null for sizes, rows and layouts that are none. The layouts of 32 bits without alpha
 /// are left out: where their unused byte stands is not known.
 std::shared_ptr<DrawingImage> ReadImage(int width, int height, int rowBytes, int layout, const void* pixels);
+
+void AddDrawbotSurfaceSuite(SuiteRegistry& suites);
 
 }  // namespace nimbrel::host

@@ -28,8 +28,8 @@ may have an "expression" with its keyframes or its "value": {"value": 0, "expres
 
 A parameter is named by its id, its shown name ("1 Align Scale") or # and its number; --list-parameters shows all.
 
-Exit codes: 0 all frames written; 1 the effect or the graphics device failed; 2 the command line or the scene is wrong;
-130 interrupted.
+Exit codes: 0 all frames written; 1 the effect or the graphics device failed, or a file could not be written; 2 the
+command line or the scene is wrong; 130 interrupted.
 
 Examples:
   nimbrel-render --model statue.ply -o statue.png             one picture, the model framed to fill it
@@ -129,9 +129,9 @@ void AddPanelOptions(CLI::App& app, CommandLine& line) {
 
 void AddEffectOptions(CLI::App& app, CommandLine& line) {
     app.add_option("--gpu", line.mGpu,
-                   "device to render on: the processor's own cores, any Vulkan device, a part of a "
-                   "name, or an index of --list-gpus; default: the best GPU, else the processor")
-        ->type_name("cpu|vulkan|NAME|INDEX");
+                   "device to render on: the processor's own cores or any Vulkan device, on Windows any Direct3D 12 "
+                   "device, a part of a name, or an index of --list-gpus; default: the best GPU, else the processor")
+        ->type_name("cpu|vulkan|dx12|NAME|INDEX");
     app.add_flag("--list-gpus", line.mListGpus, "list all devices, the one that would be chosen and why");
     app.add_option("--threads", line.mThreads, "frames to render at once")->type_name("N")->capture_default_str();
     app.add_flag("--validate", line.mValidate,

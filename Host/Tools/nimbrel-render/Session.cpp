@@ -50,6 +50,14 @@ std::vector<int> ChooseFrames(const CommandLine& line, const Composition& compos
     return frames;
 }
 
+void RequireFolder(std::string_view option, const std::filesystem::path& file) {
+    const std::filesystem::path folder = file.parent_path();
+    std::error_code ignored;
+    if (!folder.empty() && !std::filesystem::is_directory(folder, ignored)) {
+        throw UsageError(fmt::format("{}: expected an existing folder, but \"{}\" is none", option, PathText(folder)));
+    }
+}
+
 /// The output must be able to hold the composition's depth, and its folder must be there.
 void CheckOutput(const FramePattern& pattern, const Composition& composition) {
     const bool isExr = pattern.GetFormat() == FramePattern::Format::Exr;
@@ -58,11 +66,7 @@ void CheckOutput(const FramePattern& pattern, const Composition& composition) {
                                      isExr ? "a .png file" : "an .exr file", composition.mBitsPerChannel,
                                      pattern.GetText()));
     }
-    const std::filesystem::path folder = pattern.Expand(0).parent_path();
-    std::error_code ignored;
-    if (!folder.empty() && !std::filesystem::is_directory(folder, ignored)) {
-        throw UsageError(fmt::format("--output: expected an existing folder, but \"{}\" is none", PathText(folder)));
-    }
+    RequireFolder("--output", pattern.Expand(0));
 }
 
 std::filesystem::path FindPlugin(const CommandLine& line) {
@@ -284,6 +288,10 @@ int RunSession(const CommandLine& line) {
     const bool onlyText = line.mListParameters || (hasSideOutput && !line.mHasOutput && line.mFrames.empty());
     const FramePattern pattern(line.mOutput);
     if (!onlyText) CheckOutput(pattern, scene.mComposition);
+    // Not after hours of rendering.
+    RequireFolder("--stats", TextPath(line.mStats));
+    RequireFolder("--save-scene", TextPath(line.mSaveScene));
+    RequireFolder("--panel", TextPath(line.mPanel));
     const std::vector<int> frames = ChooseFrames(line, scene.mComposition, pattern);
 
     ProgressBar bar(frames.size(), line.mQuiet || onlyText);
