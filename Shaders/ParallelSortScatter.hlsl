@@ -126,8 +126,10 @@ void StoreCounts(DigitCounts counts, uint t) {
 
 #if defined(ZEB_WAVE_OPS)
 
-uint PartCount() { return GROUP_SIZE / WaveGetLaneCount(); }
-uint PartOf(uint t) { return t / WaveGetLaneCount(); }
+// In one place: a second mention becomes a second input of the same kind, which SPIR-V does not allow.
+uint LaneCount() { return WaveGetLaneCount(); }
+uint PartCount() { return GROUP_SIZE / LaneCount(); }
+uint PartOf(uint t) { return t / LaneCount(); }
 
 uint4 WavePrefix(uint4 value) {
     return uint4(ZEB_WAVE_PREFIX_SUM(value.x), ZEB_WAVE_PREFIX_SUM(value.y), ZEB_WAVE_PREFIX_SUM(value.z),
@@ -141,7 +143,7 @@ void ScanParts(DigitCounts counts, uint t) {
     prefix.low = WavePrefix(counts.low);
     prefix.high = WavePrefix(counts.high);
     StoreCounts(prefix, t);
-    if (WaveGetLaneIndex() == WaveGetLaneCount() - 1u) {
+    if (WaveGetLaneIndex() == LaneCount() - 1u) {
         uint4 low = prefix.low + counts.low;
         uint4 high = prefix.high + counts.high;
         uint parts = PartCount();

@@ -45,7 +45,6 @@ public:
     void Use(Encoder& encoder);
 
     const std::string& GetName() const { return mName; }
-    std::uint32_t GetThreadGroupSize() const { return mThreadGroupSize; }
     /// Dispatches one thread for each of `count` items, in groups of the program's size.
     void DispatchItems(Encoder& encoder, std::uint32_t count) const;
 

@@ -139,19 +139,19 @@ MouseDownResult GradientInteract::OnMouseDown(const ParameterCurrentValueGetter&
     Gradient gradient = Read(getter);
     std::int32_t hit = FindKey(gradient, area, context.mPointerX);
     if ((context.mModifiers & kModifierCommand) != 0) {
-        if (hit < 0) return {true, false, false};
+        if (hit < 0) return {{true, false}, false};
         Gradient::Key& key = std::next(gradient.keys.begin(), hit)->second;
         key.type = GetNextType(key.type);
         Write(setter, gradient);
-        return {true, true, false};
+        return {{true, true}, false};
     }
     if (clickCount == 2 && hit >= 0 && mOptions.mUsesInteractColorPicker) {
         glm::vec3& color = std::next(gradient.keys.begin(), hit)->second.color;
         const glm::vec3 picked(mOptions.mColorPicker("Gradient Color", glm::vec4(color, 1.0F)));
-        if (picked == color) return {true, false, false};  // cancelled
+        if (picked == color) return {{true, false}, false};  // cancelled
         color = picked;
         Write(setter, gradient);
-        return {true, true, false};
+        return {{true, true}, false};
     }
     const bool add = clickCount == 2 && hit < 0;
     if (add) {
@@ -161,7 +161,7 @@ MouseDownResult GradientInteract::OnMouseDown(const ParameterCurrentValueGetter&
             gradient.keys.emplace(position, Gradient::Key{Gradient::kSmooth, gradient.GetColor(position)});
         hit = static_cast<std::int32_t>(std::distance(gradient.keys.begin(), inserted.first));
     }
-    if (hit < 0) return {true, false, false};
+    if (hit < 0) return {{true, false}, false};
     return Grab(gradient, hit, setter, context, add);
 }
 
@@ -177,7 +177,7 @@ MouseDownResult GradientInteract::Grab(Gradient& gradient, std::int32_t keyIndex
         changed = true;
     }
     if (changed) Write(setter, gradient);
-    return {true, changed, true};
+    return {{true, changed}, true};
 }
 
 InteractResult GradientInteract::OnDrag(const ParameterCurrentValueGetter& getter, ParameterValueSetter& setter,

@@ -50,26 +50,25 @@ MouseDownResult InteractsManager::OnMouseDown(const ParameterCurrentValueGetter&
     return result;
 }
 
-InteractResult InteractsManager::OnPointerMove(const ParameterCurrentValueGetter& getter, ParameterValueSetter& setter,
-                                               const EventContext& context) {
+InteractResult InteractsManager::OfferPointer(const ParameterCurrentValueGetter& getter, ParameterValueSetter& setter,
+                                              const EventContext& context, PointerEvent event) {
     InteractResult result;
     OfferToEnabled(getter, context, [&](InteractBase& interact, std::int32_t, const EventContext& own) {
-        const InteractResult one = interact.OnPointerMove(getter, setter, own);
+        const InteractResult one = (interact.*event)(getter, setter, own);
         result.mChanged |= one.mChanged;
         return result.mHandled = one.mHandled;
     });
     return result;
 }
 
+InteractResult InteractsManager::OnPointerMove(const ParameterCurrentValueGetter& getter, ParameterValueSetter& setter,
+                                               const EventContext& context) {
+    return OfferPointer(getter, setter, context, &InteractBase::OnPointerMove);
+}
+
 InteractResult InteractsManager::OnPointerLeft(const ParameterCurrentValueGetter& getter, ParameterValueSetter& setter,
                                                const EventContext& context) {
-    InteractResult result;
-    OfferToEnabled(getter, context, [&](InteractBase& interact, std::int32_t, const EventContext& own) {
-        const InteractResult one = interact.OnPointerLeft(getter, setter, own);
-        result.mChanged |= one.mChanged;
-        return result.mHandled = one.mHandled;
-    });
-    return result;
+    return OfferPointer(getter, setter, context, &InteractBase::OnPointerLeft);
 }
 
 InteractResult InteractsManager::OnDrag(const ParameterCurrentValueGetter& getter, ParameterValueSetter& setter,

@@ -121,7 +121,7 @@ MouseDownResult RampInteract::OnMouseDown(const ParameterCurrentValueGetter& get
     if ((context.mModifiers & kModifierCommand) != 0) {
         ramp.interpolation = GetNextInterpolation(ramp);
         Write(setter, ramp);
-        return {true, true, false};
+        return {{true, true}, false};
     }
     const Hit hit = FindKey(ramp, area, pointer);
     if (clickCount == 2) {
@@ -134,13 +134,13 @@ MouseDownResult RampInteract::OnMouseDown(const ParameterCurrentValueGetter& get
         }
         Write(setter, ramp);
         SetHoverKey(FindKey(ramp, area, pointer).mIndex);
-        return {true, true, false};
+        return {{true, true}, false};
     }
-    if (hit.mIndex < 0) return {true, false, false};
+    if (hit.mIndex < 0) return {{true, false}, false};
     const ui::Point key = area.ToView(hit.mPlot);
     mDraggedKey = hit.mIndex;
     mDragOffset = {key.mX - pointer.mX, key.mY - pointer.mY};
-    return {true, SetHoverKey(hit.mIndex), true};
+    return {{true, SetHoverKey(hit.mIndex)}, true};
 }
 
 InteractResult RampInteract::OnPointerMove(const ParameterCurrentValueGetter& getter, ParameterValueSetter&,

@@ -65,7 +65,6 @@ public:
     virtual void SmartRender(PF_SmartRenderExtra* extra);
 
     const char* GetPluginName() const { return kPluginName; }
-    AEGP_PluginID GetPluginAEID() const { return mPluginAEID; }
 
 private:
     void DrawFrame(render::Device& device, const DrawInfo& drawInfo, const ImageInfo& image, const PluginState& state);

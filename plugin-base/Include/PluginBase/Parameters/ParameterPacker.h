@@ -105,7 +105,6 @@ public:
     /// Appends to `array`, per pack in order, an object of the members' values as they stand in the blob.
     void Dump(const PackedParameters& blob, nlohmann::json& array) const;
 
-    const std::vector<std::string>& GetPackNames() const { return mPackNames; }
     const Struct& GetPack(std::string_view name) const;
 
 private:

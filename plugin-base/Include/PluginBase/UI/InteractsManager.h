@@ -44,6 +44,11 @@ private:
     template <class Offer>
     void OfferToEnabled(const ParameterCurrentValueGetter& getter, const EventContext& context, Offer offer);
 
+    using PointerEvent = InteractResult (InteractBase::*)(const ParameterCurrentValueGetter&, ParameterValueSetter&,
+                                                          const EventContext&);
+    InteractResult OfferPointer(const ParameterCurrentValueGetter& getter, ParameterValueSetter& setter,
+                                const EventContext& context, PointerEvent event);
+
     std::vector<Entry> mInteracts;
     std::int32_t mCaptureIndex = -1;  ///< who gets the drags; -1 for nobody
 };
