@@ -4,80 +4,82 @@
 #include <cstring>
 
 #include "FakeHost.h"
-#include "FakeProject.h"
-#include "PluginBase/AE/AEGPObjects.h"
 #include "PluginBase/AE/ThreadContextAE.h"
 #include "PluginBase/Exception.h"
 #include "TestPlugin.h"
 
 namespace {
 
-/// Where the camera sees a point of the world; vectors are columns over the matrix's own memory.
-glm::vec3 See(const zeb::CameraInfo& info, const glm::vec3& point) {
-    const glm::vec4 seen = info.mWorldToCamera * glm::vec4(point, 1.0F);
-    return glm::vec3(seen);
-}
+AEGP_CameraType sType = AEGP_CameraType_PERSPECTIVE;
+A_Time sAsked{};
+A_Matrix4 sToWorld{};
 
+constexpr auto kCamera = static_cast<std::uintptr_t>(0x20);
+
+/// A host whose composition has a camera; the effect's layer begins a second into it.
 class Camera : public testing::Test {
 protected:
-    Camera() : mScope(&mHost.mInData, &mHost.mOutData, nullptr) {}
-    void TearDown() override { EXPECT_EQ(mProject.mHeld, 0); }
+    Camera() : mScope(&mHost.mInData, &mHost.mOutData, nullptr) {
+        mInterface.AEGP_ConvertEffectToCompTime = [](PF_ProgPtr, A_long time, A_u_long scale, A_Time* result) -> A_Err {
+            return *result = {time + static_cast<A_long>(scale), scale}, 0;
+        };
+        mInterface.AEGP_GetNewEffectForEffect = [](AEGP_PluginID, PF_ProgPtr, AEGP_EffectRefH* effect) -> A_Err {
+            return *effect = reinterpret_cast<AEGP_EffectRefH>(kCamera), 0;
+        };
+        mInterface.AEGP_GetEffectCamera = [](PF_ProgPtr, const A_Time* time, AEGP_LayerH* layer) -> A_Err {
+            sAsked = *time;
+            return *layer = reinterpret_cast<AEGP_LayerH>(kCamera), 0;
+        };
+        mEffect.AEGP_DisposeEffect = [](AEGP_EffectRefH) -> A_Err { return 0; };
+        mLayer.AEGP_GetLayerToWorldXform = [](AEGP_LayerH, const A_Time* time, A_Matrix4* matrix) -> A_Err {
+            EXPECT_EQ(time->value, sAsked.value);
+            return *matrix = sToWorld, 0;
+        };
+        mStream.AEGP_GetLayerStreamValue = [](AEGP_LayerH, A_long stream, A_short mode, const A_Time* time, A_Boolean,
+                                              AEGP_StreamVal2* value, A_long*) -> A_Err {
+            EXPECT_EQ(time->value, sAsked.value);
+            EXPECT_EQ(mode, AEGP_LTimeMode_CompTime);
+            return value->one_d = stream == AEGP_LayerStream_ZOOM ? 1234.5 : 0, 0;
+        };
+        mCamera.AEGP_GetCameraType = [](AEGP_LayerH, A_u_long* type) -> A_Err { return *type = sType, 0; };
+        mHost.AddSuite(kAEGPPFInterfaceSuite, kAEGPPFInterfaceSuiteVersion1, &mInterface);
+        mHost.AddSuite(kAEGPEffectSuite, kAEGPEffectSuiteVersion4, &mEffect);
+        mHost.AddSuite(kAEGPLayerSuite, kAEGPLayerSuiteVersion8, &mLayer);
+        mHost.AddSuite(kAEGPStreamSuite, kAEGPStreamSuiteVersion5, &mStream);
+        mHost.AddSuite(kAEGPCameraSuite, kAEGPCameraSuiteVersion2, &mCamera);
+    }
 
     test::FakeHost mHost;
-    test::FakeProject mProject{mHost};
+    AEGP_PFInterfaceSuite1 mInterface{};
+    AEGP_EffectSuite4 mEffect{};
+    AEGP_LayerSuite8 mLayer{};
+    AEGP_StreamSuite5 mStream{};
+    AEGP_CameraSuite2 mCamera{};
     zeb::ThreadContextScope mScope;
     test::TestPlugin mPlugin;
 };
 
-TEST_F(Camera, WithoutALayerItLooksAtTheMiddleOfTheLayer) {
-    const zeb::CameraInfo info = mPlugin.GetCamera();
-    EXPECT_EQ(info.mType, zeb::CameraType::None);
-    EXPECT_FLOAT_EQ(info.mFocalLength, 400.0F);
-    EXPECT_EQ(See(info, {200.0F, 100.0F, 0.0F}), glm::vec3(0.0F, 0.0F, 400.0F));
-    EXPECT_EQ(info.mWorldToCamera[3], glm::vec4(-200.0F, -100.0F, 400.0F, 1.0F));
-}
-
-TEST_F(Camera, TheHostsMatrixIsInverted) {
-    mProject.mCamera = &mProject.AddLayer(nullptr);
-    mProject.mZoom = 1234.5;
-    mProject.mCameraType = AEGP_CameraType_ORTHOGRAPHIC;
+TEST_F(Camera, IsThatOfTheCompositionsTime) {
     // Rows are the camera's axes in the world: it stands at (10, 20, -300) and looks along +x.
     const double rows[4][4] = {{0, 0, -1, 0}, {0, 1, 0, 0}, {1, 0, 0, 0}, {10, 20, -300, 1}};
-    std::memcpy(mProject.mCameraToWorld.mat, rows, sizeof(rows));
+    std::memcpy(sToWorld.mat, rows, sizeof(rows));
     const zeb::CameraInfo info = mPlugin.GetCamera();
-    EXPECT_EQ(info.mType, zeb::CameraType::Orthographic);
     EXPECT_FLOAT_EQ(info.mFocalLength, 1234.5F);
-    EXPECT_EQ(See(info, {10.0F, 20.0F, -300.0F}), glm::vec3(0.0F));
-    EXPECT_EQ(See(info, {15.0F, 20.0F, -300.0F}), glm::vec3(0.0F, 0.0F, 5.0F));  // ahead
-    EXPECT_EQ(See(info, {10.0F, 27.0F, -300.0F}), glm::vec3(0.0F, 7.0F, 0.0F));  // below
-    EXPECT_EQ(See(info, {10.0F, 20.0F, -303.0F}), glm::vec3(3.0F, 0.0F, 0.0F));  // to the right
-    EXPECT_EQ(mProject.mCameraTime.value, 330);
-    EXPECT_EQ(mProject.mCameraTime.scale, 300U);
-    mProject.mCameraType = AEGP_CameraType_PERSPECTIVE;
-    EXPECT_EQ(mPlugin.GetCamera().mType, zeb::CameraType::Perspective);
-    mProject.mCameraType = AEGP_CameraType_NONE;
-    EXPECT_EQ(mPlugin.GetCamera().mType, zeb::CameraType::None);
-}
-
-TEST_F(Camera, AFlatMatrixIsRefused) {
-    mProject.mCamera = &mProject.AddLayer(nullptr);
-    EXPECT_THROW(mPlugin.GetCamera(), zeb::Exception);
-}
-
-TEST_F(Camera, ARequiredCameraIsMissed) {
-    const zeb::AEGP::Effect effect = zeb::AEGP::Suites().GetEffect();
-    try {
-        effect.GetEffectCamera({0, 1});
-        FAIL();
-    } catch (const zeb::Exception& exception) {
-        EXPECT_THAT(exception.what(), testing::HasSubstr("\"Failed to find the camera layer.\""));
+    const auto see = [&](const glm::vec3& point) { return glm::vec3(info.mWorldToCamera * glm::vec4(point, 1.0F)); };
+    EXPECT_EQ(see({10.0F, 20.0F, -300.0F}), glm::vec3(0.0F));
+    EXPECT_EQ(see({15.0F, 20.0F, -300.0F}), glm::vec3(0.0F, 0.0F, 5.0F)) << "ahead";
+    EXPECT_EQ(see({10.0F, 27.0F, -300.0F}), glm::vec3(0.0F, 7.0F, 0.0F)) << "below";
+    EXPECT_EQ(see({10.0F, 20.0F, -303.0F}), glm::vec3(3.0F, 0.0F, 0.0F)) << "to the right";
+    EXPECT_EQ(sAsked.value, 330);
+    EXPECT_EQ(sAsked.scale, 300U);
+    for (const auto& [type, expected] : {std::pair(AEGP_CameraType_PERSPECTIVE, zeb::CameraType::Perspective),
+                                         std::pair(AEGP_CameraType_ORTHOGRAPHIC, zeb::CameraType::Orthographic),
+                                         std::pair(AEGP_CameraType_NONE, zeb::CameraType::None)}) {
+        sType = type;
+        EXPECT_EQ(mPlugin.GetCamera().mType, expected);
     }
-    try {
-        effect.GetEffectLayer().GetLayerSourceItem(true);
-        FAIL();
-    } catch (const zeb::Exception& exception) {
-        EXPECT_THAT(exception.what(), testing::HasSubstr("\"Failed to get the layer source item.\""));
-    }
+    sToWorld = {};
+    EXPECT_THROW(mPlugin.GetCamera(), zeb::Exception) << "a flat matrix";
 }
 
 }  // namespace

@@ -20,7 +20,6 @@ class CommandDispatch : public testing::Test {
 protected:
     void TearDown() override {
         test::TestPlugin::sOnAbout = nullptr;
-        test::TestPlugin::sOnSetup = nullptr;
         test::TestPlugin::sCommands.clear();
         EXPECT_EQ(mHost.mHeldSuites, 0);
         EXPECT_FALSE(zeb::HasThreadContext());
@@ -54,14 +53,6 @@ TEST_F(CommandDispatch, TheObjectLivesFromSetupToSetdown) {
     EXPECT_EQ(Run(PF_Cmd_GLOBAL_SETDOWN), 0);
     EXPECT_EQ(test::TestPlugin::sAlive, 0);
     EXPECT_EQ(mHost.mHandles, 0);
-}
-
-TEST_F(CommandDispatch, SetupHidesTheHandleInTheHostsRecord) {
-    zeb::RunCommand(PF_Cmd_GLOBAL_SETUP, &mHost.mInData, &mHost.mOutData, nullptr, nullptr, zeb::CreatePlugin);
-    EXPECT_EQ(mHost.mInData.global_data, nullptr);
-    EXPECT_NE(mHost.mOutData.global_data, nullptr);
-    mHost.mInData.global_data = mHost.mOutData.global_data;
-    EXPECT_EQ(Run(PF_Cmd_GLOBAL_SETDOWN), 0);
 }
 
 TEST_F(CommandDispatch, EveryFailureBecomesACodeAndAMessage) {

@@ -4,7 +4,6 @@
 #include <nlohmann/json.hpp>
 
 #include "FakeHost.h"
-#include "FakeProject.h"
 #include "PluginBase/AE/AllocatorAE.h"
 #include "PluginBase/AE/ArbHandlerAE.h"
 #include "PluginBase/AE/ParameterAccessAE.h"
@@ -52,7 +51,6 @@ protected:
     }
 
     test::FakeHost mHost;
-    test::FakeProject mProject{mHost};
     zeb::UniquePtr<zeb::ParametersManagerBase> mManager;
     std::optional<zeb::ThreadContextScope> mScope;
     test::TestPlugin mPlugin;
@@ -130,6 +128,8 @@ TEST_F(ParameterAccess, WrittenValuesReadBackAndAreMarked) {
     EXPECT_EQ(Def(test::kLength).uu.change_flags, 0);
     setter.SetDouble(test::kAngle, -kPi / 2.0);
     EXPECT_EQ(Def(test::kAngle).u.ad.value, -90 * 65536);
+    setter.SetDouble(test::kAngle, kPi * (1.0 + 0.7 / 65536.0 / 180.0));
+    EXPECT_EQ(Def(test::kAngle).u.ad.value, 180 * 65536 + 1) << "rounded";
     setter.SetDouble(test::kAngle, 1e30);
     EXPECT_EQ(Def(test::kAngle).u.ad.value, std::numeric_limits<std::int32_t>::max());
     setter.SetPopup(test::kPopup, 2);
@@ -154,63 +154,11 @@ TEST_F(ParameterAccess, WrittenValuesReadBackAndAreMarked) {
     EXPECT_THROW(setter.SetDouble(test::kPopup, 1.0), zeb::Exception);
 }
 
-TEST_F(ParameterAccess, CustomValuesCrossAsText) {
-    PF_Handle handle = zeb::handle::New<zeb::Ramp>(0, 0.25F, 0.5F);
-    Def(test::kRamp).u.arb_d.value = handle;
-    const zeb::ParameterCurrentValueGetterAE getter(*mManager, mHost.GetParams());
-    EXPECT_EQ(nlohmann::json::parse(getter.GetCustom(test::kRamp)),
-              nlohmann::json::parse(R"({"type": 0, "interpolation": 0, "keys": [[0.0, 0.25], [1.0, 0.5]]})"));
-    zeb::ParameterValueSetterAE setter(*mManager, mHost.GetParams(), mPlugin);
-    setter.SetCustom(test::kRamp, "Ramp", R"({"type": 1, "interpolation": 2, "keys": [[0.5, 1.0]]})");
-    EXPECT_EQ(zeb::handle::LockUnique<zeb::Ramp>(handle)->keys, (std::map<float, float>{{0.5F, 1.0F}}));
-    EXPECT_EQ(Def(test::kRamp).uu.change_flags, 1);
-    Def(test::kRamp).uu.change_flags = 0;
-    EXPECT_THROW(setter.SetCustom(test::kRamp, "Ramp", "{"), nlohmann::json::exception);
-    EXPECT_EQ(Def(test::kRamp).uu.change_flags, 0);
-    EXPECT_EQ(mHost.mLocks, 0);
-    zeb::handle::Delete<zeb::Ramp>(handle);
-    EXPECT_EQ(mHost.mHandles, 0);
-    Def(test::kRamp).u.arb_d.value = nullptr;
-    EXPECT_THROW(getter.GetCustom(test::kRamp), zeb::Exception);
-}
-
 TEST_F(ParameterAccess, ADownsampleOfZeroCountsAsFull) {
     mHost.mInData.downsample_x = {0, 0};
     mHost.mInData.downsample_y = {1, 0};
     const zeb::ParameterCurrentValueGetterAE getter(*mManager, mHost.GetParams());
     ExpectNear(getter.GetVec3(test::kAbsolutePoint), {100.0F, 100.0F / 3.0F, 25.0F});
-}
-
-TEST_F(ParameterAccess, PropertiesChangeOnlyWhatDiffers) {
-    const zeb::ParameterDescription& description = mManager->GetTable()[test::kCount];
-    mProject.mStreams[description.mParameterIndex].mName = u"Count";
-    zeb::ParameterPropertiesAE properties(*mManager, mHost.GetParams());
-    properties.SetVisible(description, true);
-    properties.SetName(description, "Count");
-    properties.DoEnable(description, true);
-    EXPECT_FALSE(properties.IsChanged());
-
-    properties.SetVisible(description, false);
-    EXPECT_FALSE(properties.IsVisible(description));
-    EXPECT_TRUE(properties.IsChanged());
-    properties.SetName(description, "N\xC3\xBAmero");
-    EXPECT_EQ(mProject.mStreams[description.mParameterIndex].mName, u"N\u00famero");
-    EXPECT_EQ(properties.GetName(description), "N\xC3\xBAmero");
-    properties.DoEnable(description, false);
-    ASSERT_EQ(mProject.mUpdated.size(), 1U);
-    EXPECT_EQ(mProject.mUpdated[0].first, description.mParameterIndex);
-    EXPECT_EQ(mProject.mUpdated[0].second.flags, 32);
-    EXPECT_EQ(mProject.mUpdated[0].second.ui_flags, 32);
-    EXPECT_EQ(Def(test::kCount).ui_flags, 0);
-    mProject.mUpdateError = 515;
-    try {
-        properties.DoEnable(description, false);
-        FAIL();
-    } catch (const zeb::Exception& exception) {
-        EXPECT_THAT(exception.what(), HasSubstr("Failed to call AEGPSuites().ParamUtilsSuite3()->PF_UpdateParamUI( "
-                                                "InData()->effect_ref, parameterIndex, &def)"));
-    }
-    EXPECT_EQ(mProject.mHeld, 0);
 }
 
 }  // namespace

@@ -33,12 +33,4 @@ TEST(PluginEntry, RegistersTheOneEffect) {
     EXPECT_EQ(sNumbers, (std::vector<A_long>{0x65464b54, 13, 27, 8}));
 }
 
-TEST(PluginEntry, CarriesCommandsToTheEffect) {
-    test::FakeHost host;
-    ASSERT_EQ(EffectMain(PF_Cmd_GLOBAL_SETUP, &host.mInData, &host.mOutData, nullptr, nullptr, nullptr), 0);
-    host.mInData.global_data = host.mOutData.global_data;
-    EXPECT_EQ(EffectMain(PF_Cmd_GLOBAL_SETDOWN, &host.mInData, &host.mOutData, nullptr, nullptr, nullptr), 0);
-    EXPECT_EQ(host.mHandles, 0);
-}
-
 }  // namespace

@@ -39,14 +39,8 @@ zeb::UniquePtr<zeb::ParametersManagerBase> MakeManager();
 /// The only device, for the whole process.
 NullDevice& GetDevice();
 
-/// What the last TestPlugin::SmartRender was asked to draw.
-struct DrawnFrame {
-    zeb::DrawInfo mDrawInfo;
-    zeb::ImageInfo mImage;
-    std::string mDrawState;
-    int mCount = 0;
-};
-DrawnFrame& GetDrawnFrame();
+/// Frames drawn by all of them.
+int& CountDrawnFrames();
 
 /// What the render interface was made with.
 zeb::render::RenderOptions& GetRenderOptionsSeen();
@@ -62,7 +56,6 @@ public:
     static int sAlive;
     static TestPlugin* sCurrent;  ///< the newest
     static std::function<void()> sOnAbout;
-    static std::function<void()> sOnSetup;
     static std::vector<std::string> sCommands;
     static zeb::DrawExtent sExtent;
 
@@ -71,12 +64,6 @@ public:
             sOnAbout();
         else
             PluginBaseAE::About();
-    }
-    void GlobalSetup() override {
-        if (sOnSetup)
-            sOnSetup();
-        else
-            PluginBaseAE::GlobalSetup();
     }
 
     bool NeedCamera() const override { return false; }

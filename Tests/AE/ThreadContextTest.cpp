@@ -63,28 +63,6 @@ TEST(ThreadContext, AThreadWithoutACommandIsRefused) {
     EXPECT_EQ(zeb::InData(), &host.mInData);
 }
 
-TEST(ThreadContext, TheInnerCommandLeavesTheOuterUsable) {
-    test::FakeHost host;
-    PF_ParamDef* params[1] = {};
-    std::strcpy(host.mOutData.return_msg, "old");
-    const zeb::ThreadContextScope outer(&host.mInData, &host.mOutData, params);
-    EXPECT_EQ(host.GetMessage(), "");
-    PF_SmartRenderExtra extra{};
-    zeb::SetSmartRenderExtra(&extra);
-    {
-        PF_InData inData = host.mInData;
-        PF_OutData outData{};
-        const zeb::ThreadContextScope inner(&inData, &outData, nullptr);
-        EXPECT_EQ(zeb::InData(), &inData);
-        EXPECT_EQ(zeb::OutData(), &outData);
-        EXPECT_EQ(zeb::Params(), nullptr);
-        EXPECT_THROW(zeb::SmartRenderExtra(), zeb::Exception);
-    }
-    EXPECT_EQ(zeb::InData(), &host.mInData);
-    EXPECT_EQ(zeb::Params(), params);
-    EXPECT_EQ(zeb::SmartRenderExtra(), &extra);
-}
-
 TEST(ThreadContext, SuitesAreAcquiredOnceAndReleasedAtTheEnd) {
     test::FakeHost host;
     PF_WorldSuite2 world{};

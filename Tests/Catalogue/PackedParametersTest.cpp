@@ -2,13 +2,13 @@
 #include <array>
 #include <cstddef>
 #include <numbers>
-#include <thread>
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include "CatalogueManager.h"
 #include "Nimbrel/ShaderConstants.h"
+#include "Shaders/RecordMembers.h"
 
 namespace {
 
@@ -20,19 +20,8 @@ const test::CatalogueManager& Manager() {
     return manager;
 }
 
-/// Catalogue index of a parameter of a slot (from 1).
-std::int32_t Index(int slot, const std::string& id) {
-    const std::string name = fmt::format("Model{}_{}", slot, id);
-    for (const auto& description : Manager().Get().GetTable()) {
-        if (description.mScriptName == name) return description.mIndex;
-    }
-    ADD_FAILURE() << "no parameter " << name;
-    return -1;
-}
-
 struct Blob {
-    explicit Blob(const test::Values& values = {})
-        : mBytes(Manager().Pack(values)), mView(mBytes.data(), mBytes.size()) {}
+    Blob() : mBytes(Manager().Pack()), mView(mBytes.data(), mBytes.size()) {}
     ModelConstants1 Model(int slot) const {
         return mView.Read<ModelConstants1>(fmt::format("ModelConstants{}", slot), 0);
     }
@@ -57,26 +46,8 @@ TEST(PackedCatalogue, StructuresStandInOrderWithTheirSizes) {
     }
 }
 
+// The catalogue must put each member where the programs read it.
 // clang-format off
-// The records' members: the catalogue must put each where the programs read it.
-#define MODEL_MEMBERS(X)                                                                                   \
-    X(crop_shape_halfSize) X(splatColor_shape_halfSize) X(splatOpacity_shape_halfSize)                     \
-    X(splatScale_shape_halfSize) X(model_showModel) X(model_crop_shape_enabled) X(model_crop_shape_invert) \
-    X(model_crop_shape_type) X(model_crop_shape_center) X(model_crop_yPlane_enabled)                       \
-    X(model_crop_yPlane_altitude) X(model_effects_splatColor_enabled) X(model_effects_splatColor_blending) \
-    X(model_effects_splatColor_shape_type) X(model_effects_splatColor_shape_center)                        \
-    X(model_effects_splatColor_shape_feather) X(model_effects_splatOpacity_enabled)                        \
-    X(model_effects_splatOpacity_minValue) X(model_effects_splatOpacity_maxValue)                          \
-    X(model_effects_splatOpacity_shape_type) X(model_effects_splatOpacity_shape_center)                    \
-    X(model_effects_splatOpacity_shape_feather) X(model_effects_splatScale_enabled)                        \
-    X(model_effects_splatScale_maxValue) X(model_effects_splatScale_shape_type)                            \
-    X(model_effects_splatScale_shape_center) X(model_effects_splatScale_shape_feather)
-#define NOISE_MEMBERS(X)                                                                                   \
-    X(noise_seed) X(noise_amplitude) X(noise_scale) X(noise_shape_halfSize) X(displacement_scale)          \
-    X(displacement_shape_halfSize) X(displacement_enabled) X(displacement_offset) X(displacement_xRotation) \
-    X(displacement_yRotation) X(displacement_zRotation) X(displacement_shape_type)                         \
-    X(displacement_shape_center) X(displacement_shape_feather) X(noise_enabled) X(noise_settings_offset)   \
-    X(noise_settings_evolution) X(noise_shape_type) X(noise_shape_center) X(noise_shape_feather)
 #define MODEL_OFFSET(member) {#member, offsetof(ModelConstants1, member)},
 #define NOISE_OFFSET(member) {#member, offsetof(NoiseConstants1, member)},
 // clang-format on
@@ -137,88 +108,6 @@ TEST(PackedCatalogue, DefaultsOfEverySlot) {
     EXPECT_EQ((blob.mView.Read<std::array<float, 2>>("CommonCpp", 4)), (std::array{100.0F, 10000.0F}));
     EXPECT_EQ(blob.mView.Read<std::int32_t>("CommonCpp", 0), 0);
     EXPECT_EQ((blob.mView.Read<std::array<std::int32_t, 2>>("CommonCpp", 12)), (std::array{0, kSplatsCount}));
-}
-
-TEST(PackedCatalogue, ChangedValuesReachTheirSlotOnly) {
-    for (int slot = 1; slot <= 5; ++slot) {
-        test::Values values;
-        const std::pair<const char*, double> doubles[] = {{"crop_shape_size", 200.0},
-                                                          {"crop_shape_xScale", 0.5},
-                                                          {"crop_shape_yScale", 2.0},
-                                                          {"crop_shape_zScale", 0.25},
-                                                          {"effects_splatOpacity_minValue", 0.75},
-                                                          {"effects_splatOpacity_maxValue", 0.25},
-                                                          {"effects_noise_amplitude", 10.0},
-                                                          {"effects_noise_yAmplitudeScale", 0.5},
-                                                          {"effects_noise_settings_scale", 3.0},
-                                                          {"effects_noise_settings_zScale", 2.0},
-                                                          {"effects_splatDisplacement_scale", 4.0},
-                                                          {"effects_splatDisplacement_xScale", 0.5},
-                                                          {"effects_splatDisplacement_xRotation", 1.25}};
-        for (const auto& [id, value] : doubles) values.mDoubles[Index(slot, id)] = value;
-        values.mInts[Index(slot, "effects_noise_settings_seed")] = 41;
-        values.mInts[Index(slot, "effects_splatColor_blending")] = 2;
-        values.mVec3s[Index(slot, "effects_noise_settings_offset")] = glm::vec3(1.0F, 2.0F, 3.0F);
-        values.mBools[Index(slot, "showModel")] = false;
-        values.mCustoms[Index(slot, "effects_splatScale_ramp")] =
-            R"({"type":1,"interpolation":2,"keys":[[0,0.5],[1,0.25]]})";
-        const Blob uniform(values);
-        const ModelConstants1 m = uniform.Model(slot);
-        EXPECT_EQ(m.crop_shape_halfSize, glm::vec4(50.0F, 200.0F, 25.0F, 0.0F));
-        EXPECT_EQ(m.model_effects_splatOpacity_minValue, 0.75F);
-        EXPECT_EQ(m.model_effects_splatOpacity_maxValue, 0.75F) << "the minimum wins";
-        EXPECT_EQ(m.model_effects_splatColor_blending, 2);
-        EXPECT_EQ(m.model_showModel, 0);
-        const NoiseConstants1 n = uniform.Noise(slot);
-        EXPECT_EQ(n.noise_amplitude, glm::vec4(10.0F, 5.0F, 10.0F, 0.0F));
-        EXPECT_EQ(n.noise_scale, glm::vec4(3.0F, 3.0F, 6.0F, 3.0F));
-        EXPECT_EQ(n.noise_seed, 41.0F);
-        EXPECT_EQ(n.noise_settings_offset, glm::vec4(1.0F, 2.0F, 3.0F, 0.0F));
-        EXPECT_EQ(n.displacement_xRotation, 1.25F);
-        EXPECT_EQ(n.displacement_scale, glm::vec4(4.0F, 4.0F, 4.0F, 0.0F)) << "uniform: the axis scales do not count";
-        const auto ramps = uniform.mView.Read<std::array<float, 7 * 1024>>(fmt::format("Ramps{}", slot), 0);
-        EXPECT_EQ(ramps[5 * 1024 + 1022], 0.5F);
-        EXPECT_EQ(ramps[5 * 1024 + 1023], 0.25F);
-        const Blob defaults;
-        for (int other = 1; other <= 5; ++other) {
-            if (other == slot) continue;
-            for (const char* pack : {"ModelConstants", "ModelCpp", "NoiseConstants", "Ramps", "Gradients"}) {
-                const auto a = uniform.mView.GetStruct(pack + std::to_string(other));
-                const auto b = defaults.mView.GetStruct(pack + std::to_string(other));
-                EXPECT_EQ(std::memcmp(a.mData, b.mData, a.mSize), 0) << pack << other;
-            }
-        }
-
-        values.mBools[Index(slot, "effects_splatDisplacement_uniformScale")] = false;
-        EXPECT_EQ(Blob(values).Noise(slot).displacement_scale, glm::vec4(2.0F, 4.0F, 4.0F, 0.0F));
-    }
-}
-
-TEST(PackedCatalogue, ThreadsThatPackAtOnceGetEqualBlobs) {
-    test::Values values;
-    values.mDoubles[Index(3, "effects_noise_amplitude")] = 12.5;
-    const std::vector<std::byte> expected = Manager().Pack(values);
-    std::array<int, 4> equal{};
-    std::vector<std::thread> threads;
-    for (int& count : equal) {
-        threads.emplace_back([&count, &values, &expected] {
-            for (int i = 0; i < 5; ++i) count += Manager().Pack(values) == expected ? 1 : 0;
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
-    EXPECT_THAT(equal, testing::Each(5));
-}
-
-TEST(PackedCatalogue, ResetRestoresTheDefaultBlob) {
-    test::Values values;
-    values.mDoubles[Index(2, "effects_noise_amplitude")] = 3.0;
-    values.mCustoms[Index(2, "effects_noise_ramp")] = R"({"type":0,"interpolation":1,"keys":[]})";
-    values.mVec3s[Index(2, "transform_position")] = glm::vec3(7.0F);
-    EXPECT_NE(Manager().Pack(values), Manager().Pack());
-    test::ValuesSetter setter(Manager().Get(), values);
-    Manager().Get().ResetValues(setter, 148);
-    values.mVec3s.clear();  // written relative to the layer, where the defaults of this getter are pixels
-    EXPECT_EQ(Manager().Pack(values), Manager().Pack());
 }
 
 }  // namespace

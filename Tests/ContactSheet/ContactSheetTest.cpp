@@ -49,28 +49,6 @@ TEST(ContactSheet, HasNoMoreColumnsThanPictures) {
     EXPECT_THROW(MakeSheet({}, PlainOptions(5, 0)), std::invalid_argument);
 }
 
-TEST(ContactSheet, CaptionsStayInTheirCell) {
-    SheetOptions options = PlainOptions(2, 10);
-    options.mCaptions = true;
-    options.mCaption = kRed;
-    // "Wide" is 23 dots: one pixel a dot in 30 pixels of width, two in 60.
-    for (const int width : {30, 60}) {
-        const Image sheet = MakeSheet({{"Wide.png", Image(width, 5)}, {"Wide.png", Image(width, 5)}}, options);
-        std::vector<bool> inked(static_cast<std::size_t>(sheet.mWidth));
-        int dots = 0;
-        for (int y = 0; y < sheet.mHeight; ++y) {
-            for (int x = 0; x < sheet.mWidth; ++x) {
-                if (GetColor(sheet, x, y) != kRed) continue;
-                EXPECT_GE(y, 10 + 5);
-                inked[static_cast<std::size_t>(x)] = true;
-                ++dots;
-            }
-        }
-        EXPECT_GT(dots, 0);
-        for (int x = 0; x < 10; ++x) EXPECT_FALSE(inked[static_cast<std::size_t>(10 + width + x)]) << x;
-    }
-}
-
 TEST(Shrink, TakesTheMeanOfWhatEachPixelCovers) {
     Image image(4, 2, kBlack);
     image.At(0, 0)[0] = 100;

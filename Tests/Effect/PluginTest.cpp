@@ -1,6 +1,5 @@
 #include "Plugin.h"
 
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -22,60 +21,13 @@ using ::testing::IsEmpty;
 
 namespace {
 
-/// The effect with what it tells the host written down.
+/// The effect with its progress written down.
 class ToldPlugin final : public Plugin {
 public:
-    void ShowMessage(const std::string& text, std::int32_t severity) override {
-        mMessages.push_back(fmt::format("{}: {}", severity, text));
-    }
-    bool ShowTextDialog(const std::string& text, const std::string& title) override {
-        mMessages.push_back(fmt::format("{}: {}", title, text));
-        return true;
-    }
     void ProgressUpdate(std::int32_t current, std::int32_t total) override {
         mProgress.push_back(fmt::format("{}/{}", current, total));
     }
-    std::vector<std::string> mMessages;
     std::vector<std::string> mProgress;
-};
-
-/// Paths by catalogue index; nothing else is asked for by the handlers under test.
-class PathGetter final : public zeb::ParameterCurrentValueGetter {
-public:
-    using ParameterCurrentValueGetter::ParameterCurrentValueGetter;
-    std::map<std::int32_t, std::u16string> mPaths;
-
-protected:
-    std::int32_t DoGetInt(const zeb::ParameterDescription&) const override { return 0; }
-    double DoGetDouble(const zeb::ParameterDescription&) const override { return 0.0; }
-    glm::vec3 DoGetVec3(const zeb::ParameterDescription&) const override { return {}; }
-    glm::vec3 DoGetRawVec3(const zeb::ParameterDescription&) const override { return {}; }
-    bool DoGetBool(const zeb::ParameterDescription&) const override { return false; }
-    std::u16string DoGetString(const zeb::ParameterDescription& description) const override {
-        const auto found = mPaths.find(description.mIndex);
-        return found == mPaths.end() ? std::u16string() : found->second;
-    }
-    std::int32_t DoGetPopup(const zeb::ParameterDescription&) const override { return 0; }
-    std::string DoGetCustom(const zeb::ParameterDescription&) const override { return {}; }
-};
-
-class ClearRecorder final : public zeb::ParameterValueSetter {
-public:
-    using ParameterValueSetter::ParameterValueSetter;
-    std::vector<std::int32_t> mCleared;
-
-protected:
-    void DoSetInt(const zeb::ParameterDescription&, std::int32_t) override {}
-    void DoSetDouble(const zeb::ParameterDescription&, double) override {}
-    void DoSetVec3(const zeb::ParameterDescription&, const glm::vec3&) override {}
-    void DoSetRawVec3(const zeb::ParameterDescription&, const glm::vec3&) override {}
-    void DoSetBool(const zeb::ParameterDescription&, bool) override {}
-    void DoSetString(const zeb::ParameterDescription&, const std::u16string&) override {}
-    void DoClearString(const zeb::ParameterDescription& description) override {
-        mCleared.push_back(description.mIndex);
-    }
-    void DoSetPopup(const zeb::ParameterDescription&, std::int32_t) override {}
-    void DoSetCustom(const zeb::ParameterDescription&, const std::string&, const std::string&) override {}
 };
 
 /// A file in the temporary folder, removed at the end.
@@ -119,39 +71,6 @@ TEST(PluginFlags, AreTheStatedWords) {
         const auto format = static_cast<zeb::ChannelFormat>(i);
         EXPECT_EQ(static_cast<int>(plugin.GetPluginRenderFormat(zeb::PixelChannels::ARGB, format)), formats[i]);
     }
-}
-
-TEST(PluginSequence, LiveAndFlatForms) {
-    test::FakeHost host;
-    const zeb::ThreadContextScope scope(&host.mInData, &host.mOutData, nullptr);
-    ToldPlugin plugin;
-    plugin.SequenceSetup();
-    PF_Handle handle = host.mOutData.sequence_data;
-    ASSERT_EQ(test::GetHandleSize(handle), 1U);
-    EXPECT_EQ(*static_cast<const std::uint8_t*>(*handle), 0);
-
-    host.mInData.sequence_data = handle;
-    plugin.SequenceFlatten();
-    handle = host.mOutData.sequence_data;
-    const unsigned char flat[] = {1, 'T', 'E', 'M', 'P', 0, 0, 0, 8, 0, 0, 0, 0x00, 0x86, 0x08, 0};  // 558592
-    ASSERT_EQ(test::GetHandleSize(handle), sizeof(flat));
-    EXPECT_EQ(std::memcmp(*handle, flat, sizeof(flat)), 0);
-    EXPECT_EQ(host.mHandles, 1);  // the old one is gone
-
-    host.mInData.sequence_data = handle;
-    plugin.SequenceResetup();
-    EXPECT_EQ(test::GetHandleSize(host.mOutData.sequence_data), 1U);
-    EXPECT_EQ(host.mHandles, 2);  // the flat one is the host's
-    plugin.SequenceSetdown();
-    host.mInData.sequence_data = host.mOutData.sequence_data;
-    plugin.GetFlattenedSequenceData();
-    EXPECT_EQ(test::GetHandleSize(host.mOutData.sequence_data), 16U);
-    EXPECT_EQ(host.mHandles, 2);
-    plugin.SequenceSetdown();
-    host.mInData.sequence_data = host.mOutData.sequence_data;
-    plugin.SequenceSetdown();
-    EXPECT_EQ(host.mHandles, 0);
-    EXPECT_EQ(host.mLocks, 0);
 }
 
 TEST(PluginSequence, FailuresQuoteTheCall) {
@@ -253,43 +172,4 @@ TEST_F(PluginTest, AModelThatCannotBeReadFailsTheFrame) {
     EXPECT_THAT(GetError([&] { Draw(nlohmann::json::array()); }), HasSubstr("cannot use operator[] with a string"));
     EXPECT_THAT(GetError([&] { Draw({{"Model1", 7}}); }), HasSubstr("type must be string, but is number"));
     EXPECT_THAT(GetError([&] { Draw(nlohmann::json::object()); }), HasSubstr("Model1"));
-}
-
-TEST_F(PluginTest, AChosenFileIsTestedAtOnce) {
-    const TemporaryFile box("nimbrel-plugin-chosen.ply", MakeBox(10));
-    const TemporaryFile bad("nimbrel-plugin-bad.ply", {'n', 'o'});
-    zeb::ParametersManagerBase& manager = mPlugin.GetParametersManager();
-    PathGetter getter(manager);
-    ClearRecorder setter(manager);
-    getter.mPaths = {{2, box.mPath.u16string()}, {150, bad.mPath.u16string()}};
-    manager.OnParameterChanged(getter, setter, 2);
-    EXPECT_THAT(setter.mCleared, IsEmpty());
-    manager.OnParameterChanged(getter, setter, 150);  // slot 2
-    manager.OnParameterChanged(getter, setter, 298);  // slot 3: none chosen
-    EXPECT_THAT(setter.mCleared, ElementsAre(150, 298));
-    EXPECT_THAT(mPlugin.mMessages, ElementsAre(HasSubstr("1: Failed to load model \"" + bad.GetText() +
-                                                         "\" with error: \"Unexpected file format.\"")));
-}
-
-TEST_F(PluginTest, InfoTellsOfTheModelOrHowToGetOne) {
-    const TemporaryFile box("nimbrel-plugin-info.ply", MakeBox(10));
-    zeb::ParametersManagerBase& manager = mPlugin.GetParametersManager();
-    PathGetter getter(manager);
-    ClearRecorder setter(manager);
-    getter.mPaths = {{2, box.mPath.u16string()}};
-    manager.OnParameterChanged(getter, setter, 3);
-    manager.OnParameterChanged(getter, setter, 151);
-    ASSERT_EQ(mPlugin.mMessages.size(), 2U);
-    EXPECT_THAT(mPlugin.mMessages[0],
-                HasSubstr("Model Info: Path: \"" + box.GetText() + "\"\nSplats: 10 \nVideo Memory: 132 kB\n"));
-    EXPECT_THAT(mPlugin.mMessages[1], HasSubstr("Model Info: Please import a ply file, add it to a composition and "
-                                                "select in popup \"2 Model\" to apply a model.\n\nRender Info:\n"));
-}
-
-TEST_F(PluginTest, TheDrawStateHoldsThePaths) {
-    zeb::ParametersManagerBase& manager = mPlugin.GetParametersManager();
-    PathGetter getter(manager);
-    getter.mPaths = {{2, u"/m/\u00e4.ply"}, {594, u"/five.ply"}};
-    EXPECT_EQ(mPlugin.MakeDrawState(getter), MakeState({{1, "/m/\u00e4.ply"}, {5, "/five.ply"}}));
-    EXPECT_TRUE(mPlugin.MakePreDrawState(getter).is_null());
 }

@@ -1,8 +1,10 @@
 #include <algorithm>
+#include <cstring>
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 
+#include "Nimbrel/CPU/FfxParallelSort.h"
 #include "Nimbrel/ParallelSort.h"
 #include "PluginBase/Exception.h"
 #include "PluginBase/Render/Render.h"
@@ -79,6 +81,8 @@ TEST(ParallelSort, SplitsKeysOverAtMost800Groups) {
     };
     for (const Row& row : rows) {
         const auto constants = ParallelSort::MakeConstants(row.mKeys);
+        const auto twin = nimbrel::cpu::MakeSortConstants(row.mKeys);
+        EXPECT_EQ(std::memcmp(&constants, &twin, sizeof twin), 0) << row.mKeys;
         EXPECT_EQ(constants.numKeys, row.mKeys);
         EXPECT_EQ(constants.numThreadGroups, row.mGroups) << row.mKeys;
         EXPECT_EQ(constants.numBlocksPerThreadGroup, row.mBlocksPerGroup) << row.mKeys;
@@ -117,21 +121,6 @@ TEST_F(SortRecording, EightPassesEndInTheCallersBuffers) {
     EXPECT_THAT(device.mCreated, Contains(fmt::format("buffer ScratchBuffer {}", 801 * 16 * 4)));
     EXPECT_THAT(device.mCreated, Contains(fmt::format("buffer ReducedScratchBuffer {}", 2 * 16 * 4)));
 
-    // Scatter's keys: root parameters constants, shift, then source and destination.
-    const auto sources = device.Find("uav 2 ");
-    const auto destinations = device.Find("uav 3 ");
-    std::vector<std::string> scattered;
-    for (const std::string& line : destinations) {
-        if (line.find("Keys") != std::string::npos || line.find("SortScratch") != std::string::npos)
-            scattered.push_back(line);
-    }
-    EXPECT_EQ(scattered.front(), "uav 3 SortScratchBuffer+0");
-    EXPECT_EQ(scattered.back(), "uav 3 Keys+0");
-    EXPECT_EQ(device.Find("uav 5 ").back(), "uav 5 Payload+0");
-    const auto shifts = device.Find("constants 1 ");
-    ASSERT_EQ(shifts.size(), 16U);
-    EXPECT_EQ(shifts.front(), "constants 1 0");
-    EXPECT_EQ(shifts.back(), "constants 1 28");
     // Nothing reads what the dispatch before it wrote without a barrier between them.
     const auto next = [&](std::size_t from) {
         return static_cast<std::size_t>(

@@ -37,15 +37,12 @@ protected:
             model.mSettings["showModel"] = false;
             shot.mModels.push_back(model);
         }
-        CropShape(shot.mModels[0], Uneven(Box(70)));
-        Recolor(shot.mModels[1], Sphere(90, 40), Blending::Multiply, {0.2, 0.9, 0.3}, {0.9, 0.1, 0.7}, {1, 0.25});
-        Fade(shot.mModels[2], Uneven(Sphere(80)), 10, 90, {0.9, 0.1});
-        Resize(shot.mModels[3], Box(60), 250, {1, 0.5});
-        Displacement displacement;
-        displacement.mOffset = {9, -14, 3};
-        displacement.mRotation = {20, -35, 50};
-        Displace(shot.mModels[4], Sphere(100), displacement);
-        Disturb(shot.mModels[4], Sphere(100), Noise());
+        CropShape(Uneven(Box(70)))(shot.mModels[0]);
+        Recolor(Sphere(90, 40), Blending::Multiply, {0.2, 0.9, 0.3}, {0.9, 0.1, 0.7}, {1, 0.25})(shot.mModels[1]);
+        Fade(Uneven(Sphere(80)), 10, 90, {0.9, 0.1})(shot.mModels[2]);
+        Resize(Box(60), 250, {1, 0.5})(shot.mModels[3]);
+        Displace(Sphere(100), {.mOffset = {9, -14, 3}, .mRotation = {20, -35, 50}})(shot.mModels[4]);
+        Disturb(Sphere(100), Noise())(shot.mModels[4]);
         return MakeSceneDocument(shot);
     }
 

@@ -90,142 +90,164 @@ Shot MakeEffectShot(std::string name) {
     return shot;
 }
 
-void CropShape(ShotModel& model, const Shape& shape, bool invert) {
-    gpu::ModelConstants1& m = model.mEffects.mModel;
-    model.mSettings["crop_shape_enabled"] = true;
-    model.mSettings["crop_shape_invert"] = invert;
-    m.model_crop_shape_enabled = 1;
-    m.model_crop_shape_invert = invert ? 1 : 0;
-    SetShape(model, "crop_shape", shape,
-             {m.model_crop_shape_type, m.model_crop_shape_center, m.crop_shape_halfSize, nullptr});
+Shot MakeEffectShot(const ShotCase& shotCase) {
+    Shot shot = MakeEffectShot(std::string(shotCase.mName));
+    for (const Change& change : shotCase.mChanges) change(shot.mModels[0]);
+    return shot;
 }
 
-void CropAltitude(ShotModel& model, double altitude) {
-    model.mSettings["crop_yPlane_enabled"] = true;
-    model.mSettings["crop_yPlane_altitude"] = altitude;
-    model.mEffects.mModel.model_crop_yPlane_enabled = 1;
-    model.mEffects.mModel.model_crop_yPlane_altitude = static_cast<float>(altitude);
-}
-
-void Recolor(ShotModel& model, const Shape& shape, Blending blending, const glm::dvec3& inside,
-             const glm::dvec3& outside, const Line& amount) {
-    gpu::ModelConstants1& m = model.mEffects.mModel;
-    host::Json& settings = model.mSettings;
-    settings["effects_splatColor_enabled"] = true;
-    settings["effects_splatColor_blending"] = static_cast<int>(blending);
-    const auto key = [](double t, const glm::dvec3& color) {
-        return host::Json::array({t, {{"color", ToJson(color)}, {"type", 0}}});
+Change CropShape(const Shape& shape, bool invert) {
+    return [=](ShotModel& model) {
+        gpu::ModelConstants1& m = model.mEffects.mModel;
+        model.mSettings["crop_shape_enabled"] = true;
+        model.mSettings["crop_shape_invert"] = invert;
+        m.model_crop_shape_enabled = 1;
+        m.model_crop_shape_invert = invert ? 1 : 0;
+        SetShape(model, "crop_shape", shape,
+                 {m.model_crop_shape_type, m.model_crop_shape_center, m.crop_shape_halfSize, nullptr});
     };
-    settings["effects_splatColor_gradient"]["keys"] = host::Json::array({key(0.0, inside), key(1.0, outside)});
-    m.model_effects_splatColor_enabled = 1;
-    m.model_effects_splatColor_blending = static_cast<std::int32_t>(blending);
-    model.mEffects.mGradient.resize(kSamples);
-    for (std::size_t i = 0; i < kSamples; ++i) {
-        const double t = static_cast<double>(i) / (kSamples - 1);
-        model.mEffects.mGradient[i] = glm::vec4(glm::vec3(glm::mix(inside, outside, t)), 1.0F);
-    }
-    SetRamp(model, "effects_splatColor_ramp", gpu::RampRow::ColorAmount, amount);
-    SetShape(model, "effects_splatColor_shape", shape,
-             {m.model_effects_splatColor_shape_type, m.model_effects_splatColor_shape_center,
-              m.splatColor_shape_halfSize, &m.model_effects_splatColor_shape_feather});
 }
 
-void Fade(ShotModel& model, const Shape& shape, double low, double high, const Line& amount) {
-    gpu::ModelConstants1& m = model.mEffects.mModel;
-    model.mSettings["effects_splatOpacity_enabled"] = true;
-    model.mSettings["effects_splatOpacity_minValue"] = low;
-    model.mSettings["effects_splatOpacity_maxValue"] = high;
-    m.model_effects_splatOpacity_enabled = 1;
-    m.model_effects_splatOpacity_minValue = FromPercent(low);
-    m.model_effects_splatOpacity_maxValue = FromPercent(high < low ? low : high);
-    SetRamp(model, "effects_splatOpacity_ramp", gpu::RampRow::Opacity, amount);
-    SetShape(model, "effects_splatOpacity_shape", shape,
-             {m.model_effects_splatOpacity_shape_type, m.model_effects_splatOpacity_shape_center,
-              m.splatOpacity_shape_halfSize, &m.model_effects_splatOpacity_shape_feather});
-}
-
-void Resize(ShotModel& model, const Shape& shape, double high, const Line& amount) {
-    gpu::ModelConstants1& m = model.mEffects.mModel;
-    model.mSettings["effects_splatScale_enabled"] = true;
-    model.mSettings["effects_splatScale_maxValue"] = high;
-    m.model_effects_splatScale_enabled = 1;
-    m.model_effects_splatScale_maxValue = FromPercent(high);
-    SetRamp(model, "effects_splatScale_ramp", gpu::RampRow::Scale, amount);
-    SetShape(model, "effects_splatScale_shape", shape,
-             {m.model_effects_splatScale_shape_type, m.model_effects_splatScale_shape_center,
-              m.splatScale_shape_halfSize, &m.model_effects_splatScale_shape_feather});
-}
-
-void Displace(ShotModel& model, const Shape& shape, const Displacement& displacement) {
-    const std::string prefix = "effects_splatDisplacement_";
-    gpu::NoiseConstants1& n = model.mEffects.mNoise;
-    host::Json& settings = model.mSettings;
-    settings[prefix + "enabled"] = true;
-    settings[prefix + "offset"] = ToJson(displacement.mOffset);
-    settings[prefix + "scale"] = displacement.mScale;
-    settings[prefix + "uniformScale"] = !displacement.mAxisScale.has_value();
-    if (displacement.mAxisScale) SetAxes(settings, prefix, "Scale", *displacement.mAxisScale);
-    SetAxes(settings, prefix, "Rotation", displacement.mRotation);
-    SetRamp(model, prefix + "offsetRamp", gpu::RampRow::DisplacementOffset, displacement.mOffsetAmount);
-    SetRamp(model, prefix + "scaleRamp", gpu::RampRow::DisplacementScale, displacement.mScaleAmount);
-    SetRamp(model, prefix + "rotationRamp", gpu::RampRow::DisplacementRotation, displacement.mRotationAmount);
-    n.displacement_enabled = 1;
-    n.displacement_offset = ToVec4(displacement.mOffset);
-    n.displacement_scale =
-        FromPercent(displacement.mAxisScale.value_or(glm::dvec3(100.0)) * (displacement.mScale / 100.0));
-    const glm::vec3 radians(glm::radians(displacement.mRotation));
-    n.displacement_xRotation = radians.x;
-    n.displacement_yRotation = radians.y;
-    n.displacement_zRotation = radians.z;
-    SetShape(model, prefix + "shape", shape,
-             {n.displacement_shape_type, n.displacement_shape_center, n.displacement_shape_halfSize,
-              &n.displacement_shape_feather});
-}
-
-void Disturb(ShotModel& model, const Shape& shape, const Noise& noise) {
-    const std::string prefix = "effects_noise_";
-    gpu::NoiseConstants1& n = model.mEffects.mNoise;
-    host::Json& settings = model.mSettings;
-    settings[prefix + "enabled"] = true;
-    settings[prefix + "amplitude"] = noise.mAmplitude;
-    SetAxes(settings, prefix, "AmplitudeScale", noise.mAmplitudeScale);
-    settings[prefix + "settings_offset"] = ToJson(noise.mOffset);
-    settings[prefix + "settings_scale"] = noise.mScale;
-    SetAxes(settings, prefix + "settings_", "Scale", noise.mAxisScale);
-    settings[prefix + "settings_evolution"] = noise.mEvolution;
-    settings[prefix + "settings_seed"] = noise.mSeed;
-    SetRamp(model, prefix + "ramp", gpu::RampRow::Noise, noise.mAmount);
-    n.noise_enabled = 1;
-    n.noise_seed = static_cast<float>(noise.mSeed);
-    n.noise_amplitude = FromPercent(noise.mAmplitudeScale * noise.mAmplitude);
-    n.noise_scale = FromPercent(noise.mAxisScale * (noise.mScale / 100.0));
-    n.noise_scale.w = FromPercent(noise.mScale);
-    n.noise_settings_offset = ToVec4(noise.mOffset);
-    n.noise_settings_evolution = static_cast<float>(noise.mEvolution);
-    SetShape(model, prefix + "shape", shape,
-             {n.noise_shape_type, n.noise_shape_center, n.noise_shape_halfSize, &n.noise_shape_feather});
-}
-
-void Show(ShotModel& model, Preview preview) {
-    reference::GizmoSwitches& on = model.mEffects.mGizmos;
-    const struct {
-        Preview mPreview;
-        const char* mId;
-        bool& mSwitch;
-    } rows[] = {
-        {Preview::Pivot, "showPivot", on.mPivot},
-        {Preview::Crop, "crop_shape_preview", on.mCrop},
-        {Preview::Color, "effects_splatColor_shape_preview", on.mColor},
-        {Preview::Opacity, "effects_splatOpacity_shape_preview", on.mOpacity},
-        {Preview::Displacement, "effects_splatDisplacement_shape_preview", on.mDisplacement},
-        {Preview::Scale, "effects_splatScale_shape_preview", on.mScale},
-        {Preview::Noise, "effects_noise_shape_preview", on.mNoise},
+Change CropAltitude(double altitude) {
+    return [=](ShotModel& model) {
+        model.mSettings["crop_yPlane_enabled"] = true;
+        model.mSettings["crop_yPlane_altitude"] = altitude;
+        model.mEffects.mModel.model_crop_yPlane_enabled = 1;
+        model.mEffects.mModel.model_crop_yPlane_altitude = static_cast<float>(altitude);
     };
-    for (const auto& row : rows) {
-        if (row.mPreview != preview) continue;
-        model.mSettings[row.mId] = true;
-        row.mSwitch = true;
-    }
+}
+
+Change Recolor(const Shape& shape, Blending blending, const glm::dvec3& inside, const glm::dvec3& outside,
+               const Line& amount) {
+    return [=](ShotModel& model) {
+        gpu::ModelConstants1& m = model.mEffects.mModel;
+        host::Json& settings = model.mSettings;
+        settings["effects_splatColor_enabled"] = true;
+        settings["effects_splatColor_blending"] = static_cast<int>(blending);
+        const auto key = [](double t, const glm::dvec3& color) {
+            return host::Json::array({t, {{"color", ToJson(color)}, {"type", 0}}});
+        };
+        settings["effects_splatColor_gradient"]["keys"] = host::Json::array({key(0.0, inside), key(1.0, outside)});
+        m.model_effects_splatColor_enabled = 1;
+        m.model_effects_splatColor_blending = static_cast<std::int32_t>(blending);
+        model.mEffects.mGradient.resize(kSamples);
+        for (std::size_t i = 0; i < kSamples; ++i) {
+            const double t = static_cast<double>(i) / (kSamples - 1);
+            model.mEffects.mGradient[i] = glm::vec4(glm::vec3(glm::mix(inside, outside, t)), 1.0F);
+        }
+        SetRamp(model, "effects_splatColor_ramp", gpu::RampRow::ColorAmount, amount);
+        SetShape(model, "effects_splatColor_shape", shape,
+                 {m.model_effects_splatColor_shape_type, m.model_effects_splatColor_shape_center,
+                  m.splatColor_shape_halfSize, &m.model_effects_splatColor_shape_feather});
+    };
+}
+
+Change Fade(const Shape& shape, double low, double high, const Line& amount) {
+    return [=](ShotModel& model) {
+        gpu::ModelConstants1& m = model.mEffects.mModel;
+        model.mSettings["effects_splatOpacity_enabled"] = true;
+        model.mSettings["effects_splatOpacity_minValue"] = low;
+        model.mSettings["effects_splatOpacity_maxValue"] = high;
+        m.model_effects_splatOpacity_enabled = 1;
+        m.model_effects_splatOpacity_minValue = FromPercent(low);
+        m.model_effects_splatOpacity_maxValue = FromPercent(high < low ? low : high);
+        SetRamp(model, "effects_splatOpacity_ramp", gpu::RampRow::Opacity, amount);
+        SetShape(model, "effects_splatOpacity_shape", shape,
+                 {m.model_effects_splatOpacity_shape_type, m.model_effects_splatOpacity_shape_center,
+                  m.splatOpacity_shape_halfSize, &m.model_effects_splatOpacity_shape_feather});
+    };
+}
+
+Change Resize(const Shape& shape, double high, const Line& amount) {
+    return [=](ShotModel& model) {
+        gpu::ModelConstants1& m = model.mEffects.mModel;
+        model.mSettings["effects_splatScale_enabled"] = true;
+        model.mSettings["effects_splatScale_maxValue"] = high;
+        m.model_effects_splatScale_enabled = 1;
+        m.model_effects_splatScale_maxValue = FromPercent(high);
+        SetRamp(model, "effects_splatScale_ramp", gpu::RampRow::Scale, amount);
+        SetShape(model, "effects_splatScale_shape", shape,
+                 {m.model_effects_splatScale_shape_type, m.model_effects_splatScale_shape_center,
+                  m.splatScale_shape_halfSize, &m.model_effects_splatScale_shape_feather});
+    };
+}
+
+Change Displace(const Shape& shape, const Displacement& displacement) {
+    return [=](ShotModel& model) {
+        const std::string prefix = "effects_splatDisplacement_";
+        gpu::NoiseConstants1& n = model.mEffects.mNoise;
+        host::Json& settings = model.mSettings;
+        settings[prefix + "enabled"] = true;
+        settings[prefix + "offset"] = ToJson(displacement.mOffset);
+        settings[prefix + "scale"] = displacement.mScale;
+        settings[prefix + "uniformScale"] = !displacement.mAxisScale.has_value();
+        if (displacement.mAxisScale) SetAxes(settings, prefix, "Scale", *displacement.mAxisScale);
+        SetAxes(settings, prefix, "Rotation", displacement.mRotation);
+        SetRamp(model, prefix + "offsetRamp", gpu::RampRow::DisplacementOffset, displacement.mOffsetAmount);
+        SetRamp(model, prefix + "scaleRamp", gpu::RampRow::DisplacementScale, displacement.mScaleAmount);
+        SetRamp(model, prefix + "rotationRamp", gpu::RampRow::DisplacementRotation, displacement.mRotationAmount);
+        n.displacement_enabled = 1;
+        n.displacement_offset = ToVec4(displacement.mOffset);
+        n.displacement_scale =
+            FromPercent(displacement.mAxisScale.value_or(glm::dvec3(100.0)) * (displacement.mScale / 100.0));
+        const glm::vec3 radians(glm::radians(displacement.mRotation));
+        n.displacement_xRotation = radians.x;
+        n.displacement_yRotation = radians.y;
+        n.displacement_zRotation = radians.z;
+        SetShape(model, prefix + "shape", shape,
+                 {n.displacement_shape_type, n.displacement_shape_center, n.displacement_shape_halfSize,
+                  &n.displacement_shape_feather});
+    };
+}
+
+Change Disturb(const Shape& shape, const Noise& noise) {
+    return [=](ShotModel& model) {
+        const std::string prefix = "effects_noise_";
+        gpu::NoiseConstants1& n = model.mEffects.mNoise;
+        host::Json& settings = model.mSettings;
+        settings[prefix + "enabled"] = true;
+        settings[prefix + "amplitude"] = noise.mAmplitude;
+        SetAxes(settings, prefix, "AmplitudeScale", noise.mAmplitudeScale);
+        settings[prefix + "settings_offset"] = ToJson(noise.mOffset);
+        settings[prefix + "settings_scale"] = noise.mScale;
+        SetAxes(settings, prefix + "settings_", "Scale", noise.mAxisScale);
+        settings[prefix + "settings_evolution"] = noise.mEvolution;
+        settings[prefix + "settings_seed"] = noise.mSeed;
+        SetRamp(model, prefix + "ramp", gpu::RampRow::Noise, noise.mAmount);
+        n.noise_enabled = 1;
+        n.noise_seed = static_cast<float>(noise.mSeed);
+        n.noise_amplitude = FromPercent(noise.mAmplitudeScale * noise.mAmplitude);
+        n.noise_scale = FromPercent(noise.mAxisScale * (noise.mScale / 100.0));
+        n.noise_scale.w = FromPercent(noise.mScale);
+        n.noise_settings_offset = ToVec4(noise.mOffset);
+        n.noise_settings_evolution = static_cast<float>(noise.mEvolution);
+        SetShape(model, prefix + "shape", shape,
+                 {n.noise_shape_type, n.noise_shape_center, n.noise_shape_halfSize, &n.noise_shape_feather});
+    };
+}
+
+Change Show(Preview preview) {
+    return [=](ShotModel& model) {
+        reference::GizmoSwitches& on = model.mEffects.mGizmos;
+        const struct {
+            Preview mPreview;
+            const char* mId;
+            bool& mSwitch;
+        } rows[] = {
+            {Preview::Pivot, "showPivot", on.mPivot},
+            {Preview::Crop, "crop_shape_preview", on.mCrop},
+            {Preview::Color, "effects_splatColor_shape_preview", on.mColor},
+            {Preview::Opacity, "effects_splatOpacity_shape_preview", on.mOpacity},
+            {Preview::Displacement, "effects_splatDisplacement_shape_preview", on.mDisplacement},
+            {Preview::Scale, "effects_splatScale_shape_preview", on.mScale},
+            {Preview::Noise, "effects_noise_shape_preview", on.mNoise},
+        };
+        for (const auto& row : rows) {
+            if (row.mPreview != preview) continue;
+            model.mSettings[row.mId] = true;
+            row.mSwitch = true;
+        }
+    };
 }
 
 }  // namespace nimbrel::endtoend

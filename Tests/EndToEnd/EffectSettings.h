@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <optional>
+#include <vector>
 
 #include <glm/vec3.hpp>
 
@@ -36,7 +38,7 @@ struct Displacement {
     glm::dvec3 mOffset{0.0};  ///< pixels
     Line mOffsetAmount{1.0, 0.0};
     double mScale = 100.0;  ///< percent
-    std::optional<glm::dvec3> mAxisScale;
+    std::optional<glm::dvec3> mAxisScale{};
     Line mScaleAmount{1.0, 0.0};
     glm::dvec3 mRotation{0.0};  ///< degrees
     Line mRotationAmount{1.0, 0.0};
@@ -45,7 +47,7 @@ struct Displacement {
 struct Noise {
     double mAmplitude = 10.0;           ///< pixels
     glm::dvec3 mAmplitudeScale{100.0};  ///< percent, by axis
-    Line mAmount;
+    Line mAmount{};
     glm::dvec3 mOffset{0.0};
     double mScale = 100.0;  ///< percent
     glm::dvec3 mAxisScale{100.0};
@@ -60,18 +62,28 @@ enum class Preview { Pivot, Crop, Color, Opacity, Displacement, Scale, Noise };
 Shot MakeEffectShot(std::string name);
 ShotModel MakeEffectModel(int count = 3000);
 
-void CropShape(ShotModel& model, const Shape& shape, bool invert = false);
-void CropAltitude(ShotModel& model, double altitude);
+/// A setting of a model, still to be made.
+using Change = std::function<void(ShotModel&)>;
+
+Change CropShape(const Shape& shape, bool invert = false);
+Change CropAltitude(double altitude);
 /// The gradient runs straight from `inside` to `outside`.
-void Recolor(ShotModel& model, const Shape& shape, Blending blending, const glm::dvec3& inside,
-             const glm::dvec3& outside, const Line& amount);
+Change Recolor(const Shape& shape, Blending blending, const glm::dvec3& inside, const glm::dvec3& outside,
+               const Line& amount);
 /// `low` and `high` in percent.
-void Fade(ShotModel& model, const Shape& shape, double low, double high, const Line& amount);
+Change Fade(const Shape& shape, double low, double high, const Line& amount);
 /// `high` in percent.
-void Resize(ShotModel& model, const Shape& shape, double high, const Line& amount);
-void Displace(ShotModel& model, const Shape& shape, const Displacement& displacement);
-void Disturb(ShotModel& model, const Shape& shape, const Noise& noise);
+Change Resize(const Shape& shape, double high, const Line& amount);
+Change Displace(const Shape& shape, const Displacement& displacement);
+Change Disturb(const Shape& shape, const Noise& noise);
 /// Wireframes; they need no effect to be on.
-void Show(ShotModel& model, Preview preview);
+Change Show(Preview preview);
+
+/// A shot with a model of such settings.
+struct ShotCase {
+    const char* mName;
+    std::vector<Change> mChanges;
+};
+Shot MakeEffectShot(const ShotCase& shotCase);
 
 }  // namespace nimbrel::endtoend

@@ -6,6 +6,7 @@
 #include "EffectSettings.h"
 #include "NimbrelHost/RenderJob.h"
 #include "NimbrelHost/Settings.h"
+#include "Studio.h"
 
 namespace nimbrel::endtoend {
 namespace {
@@ -48,8 +49,8 @@ host::Frame CropRight(const host::Frame& frame, int width) {
 /// By device as the host asks for it.
 class FrameSequence : public testing::TestWithParam<const char*> {
 protected:
-    static EffectHost::Options OnDevice() {
-        EffectHost::Options options;
+    static Studio::Options OnDevice() {
+        Studio::Options options;
         options.mDevice = GetParam();
         return options;
     }
@@ -64,7 +65,7 @@ TEST_P(FrameSequence, EachFrameEqualsItselfRenderedAlone) {
     ASSERT_GT(MeanAlpha(alone[0]), 0.02);
     EXPECT_EQ(MeanAlpha(alone[3]), 0.0);
 
-    EffectHost host(shots[0], OnDevice());
+    Studio host(shots[0], OnDevice());
     for (std::size_t i = 0; i < shots.size(); ++i) {
         host.Switch(shots[i]);
         EXPECT_EQ(host.Render().mPixels, alone[i].mPixels) << "frame " << i << ", " << shots[i].mName;
@@ -82,12 +83,12 @@ TEST_P(FrameSequence, WideFrameEqualsItsPartsAssembled) {
         model.mPosition = {x, 24.0, 0};
         shot.mModels.push_back(model);
     }
-    EffectHost host(shot, OnDevice());
+    Studio host(shot, OnDevice());
     const host::Frame whole = host.Render();
     host::Frame assembled(shot.mWidth, shot.mHeight, 32);
     host::FrameTimes times;
-    host::RenderPart(host.Get(), 0, {0, 0, 16384, shot.mHeight}, assembled, times);
-    host::RenderPart(host.Get(), 0, {16384, 0, shot.mWidth, shot.mHeight}, assembled, times);
+    host::RenderPart(*host.mHost, 0, {0, 0, 16384, shot.mHeight}, assembled, times);
+    host::RenderPart(*host.mHost, 0, {16384, 0, shot.mWidth, shot.mHeight}, assembled, times);
     EXPECT_EQ(whole.mPixels, assembled.mPixels);
 
     // Each tile stands where it belongs. A splat far off a tile's axis is drawn rounder than in the whole picture,
@@ -110,15 +111,15 @@ TEST_P(FrameSequence, ThreadsGiveTheSameFrames) {
     std::vector<std::vector<std::uint8_t>> single(kFrames);
     std::vector<std::vector<std::uint8_t>> threaded(kFrames);
     const auto renderAll = [&](int threads, bool hostCache, std::vector<std::vector<std::uint8_t>>& frames) {
-        EffectHost::Options options = OnDevice();
+        Studio::Options options = OnDevice();
         options.mServeComputeCache = hostCache;
-        EffectHost host(shot, options);
+        Studio host(shot, options);
         host::Setting turn;
         turn.mId = "Model1_transform_yRotation";
         turn.mValue = host::Json::parse(R"({"keyframes": [[0.0, 0], [0.3, 90]]})");
-        host::ApplySetting(host.Get(), turn);
+        host::ApplySetting(*host.mHost, turn);
         host::RenderFrames(
-            host.Get(), numbers, threads,
+            *host.mHost, numbers, threads,
             [&](int frame, const host::Frame& picture) { frames[static_cast<std::size_t>(frame)] = picture.mPixels; },
             [] {});
     };
@@ -166,7 +167,7 @@ TEST_P(FrameSequence, KeysGiveTheFrameOfTheirInterpolatedValues) {
     const host::Frame expected = RenderWithEffect(fixed, GetParam());
     const host::Frame atStart = RenderWithEffect(first, GetParam());
     EXPECT_LT(ComparePsnr(atStart, expected), 40.0) << "the keys must change the picture";
-    EffectHost host(keyed, OnDevice());
+    Studio host(keyed, OnDevice());
     EXPECT_GE(ComparePsnr(host.Render(6), expected), 90.0);
     EXPECT_EQ(host.Render(0).mPixels, atStart.mPixels);
 }
@@ -174,9 +175,9 @@ TEST_P(FrameSequence, KeysGiveTheFrameOfTheirInterpolatedValues) {
 TEST_P(FrameSequence, HostMayPurgeModelsBetweenFrames) {
     const Shot shot = MakeShot(160, 90, 8);
     const host::Frame expected = RenderWithEffect(shot, GetParam());
-    EffectHost::Options options = OnDevice();
+    Studio::Options options = OnDevice();
     options.mCacheLimit = 1;
-    EffectHost host(shot, options);
+    Studio host(shot, options);
     for (int i = 0; i < 3; ++i) EXPECT_EQ(host.Render().mPixels, expected.mPixels);
 }
 
@@ -196,7 +197,7 @@ TEST_P(FrameSequence, ZDepthFollowsTheTargetsSizeAndFormat) {
                                      makeDepthShot(100, 140, 32, true), makeDepthShot(160, 90, 8, true)};
     std::vector<host::Frame> alone;
     for (const Shot& shot : shots) alone.push_back(RenderWithEffect(shot, GetParam()));
-    EffectHost host(shots[0], OnDevice());
+    Studio host(shots[0], OnDevice());
     for (std::size_t i = 0; i < shots.size(); ++i) {
         const Shot& shot = shots[i];
         host.Switch(shot);

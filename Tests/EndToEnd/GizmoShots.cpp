@@ -1,5 +1,3 @@
-#include <functional>
-
 #include "EffectSettings.h"
 #include "Shots.h"
 
@@ -9,74 +7,39 @@ namespace {
 constexpr glm::dvec3 kRed{1.0, 0.1, 0.0};
 constexpr glm::dvec3 kBlue{0.0, 0.2, 1.0};
 
-struct Case {
-    const char* mName;
-    std::function<void(ShotModel&)> mSet;
-};
+void TurnModel(ShotModel& model) {
+    model.mRotation = {-15, 40, 25};
+    model.mScale = 120;
+}
+
+std::vector<ShotCase> MakeCases() {
+    const Noise still{.mAmplitude = 0};
+    return {
+        {"Pivot", {Show(Preview::Pivot)}},
+        {"CropSphere", {CropShape(Uneven(Sphere(80))), Show(Preview::Crop)}},
+        {"CropBox", {CropShape(Uneven(Box(60)), true), Show(Preview::Crop)}},
+        {"Color", {Recolor(Uneven(Sphere(70, 50)), Blending::Normal, kRed, kBlue, {0, 0}), Show(Preview::Color)}},
+        {"OpacityHardBox", {Fade(Box(50, 0), 50, 100, {1, 1}), Show(Preview::Opacity)}},
+        {"ScaleSoftSphere", {Resize(Uneven(Sphere(60, 100)), 100, {1, 1}), Show(Preview::Scale)}},
+        {"Displacement", {Displace(Uneven(Box(70, 30)), {}), Show(Preview::Displacement)}},
+        {"Noise", {Disturb(Sphere(64, 60), still), Show(Preview::Noise)}},
+        {"AllInATurnedModel",
+         {TurnModel, CropShape(Uneven(Sphere(90))), Recolor(Uneven(Box(70, 50)), Blending::Normal, kRed, kBlue, {0, 0}),
+          Fade(Sphere(40, 20), 50, 100, {1, 1}), Resize(Box(30, 0), 100, {1, 1}), Displace(Uneven(Box(50, 75)), {}),
+          Disturb(Uneven(Sphere(64, 60)), still), Show(Preview::Pivot), Show(Preview::Crop), Show(Preview::Color),
+          Show(Preview::Opacity), Show(Preview::Displacement), Show(Preview::Scale), Show(Preview::Noise)}},
+    };
+}
 
 }  // namespace
 
 std::vector<Shot> MakeGizmoShots() {
-    Noise still;
-    still.mAmplitude = 0;
-    const Case cases[] = {
-        {"Pivot", [](ShotModel& m) { Show(m, Preview::Pivot); }},
-        {"CropSphere",
-         [](ShotModel& m) {
-             CropShape(m, Uneven(Sphere(80)));
-             Show(m, Preview::Crop);
-         }},
-        {"CropBox",
-         [](ShotModel& m) {
-             CropShape(m, Uneven(Box(60)), true);
-             Show(m, Preview::Crop);
-         }},
-        {"Color",
-         [](ShotModel& m) {
-             Recolor(m, Uneven(Sphere(70, 50)), Blending::Normal, kRed, kBlue, {0, 0});
-             Show(m, Preview::Color);
-         }},
-        {"OpacityHardBox",
-         [](ShotModel& m) {
-             Fade(m, Box(50, 0), 50, 100, {1, 1});
-             Show(m, Preview::Opacity);
-         }},
-        {"ScaleSoftSphere",
-         [](ShotModel& m) {
-             Resize(m, Uneven(Sphere(60, 100)), 100, {1, 1});
-             Show(m, Preview::Scale);
-         }},
-        {"Displacement",
-         [](ShotModel& m) {
-             Displace(m, Uneven(Box(70, 30)), {});
-             Show(m, Preview::Displacement);
-         }},
-        {"Noise",
-         [still](ShotModel& m) {
-             Disturb(m, Sphere(64, 60), still);
-             Show(m, Preview::Noise);
-         }},
-        {"AllInATurnedModel",
-         [still](ShotModel& m) {
-             m.mRotation = {-15, 40, 25};
-             m.mScale = 120;
-             CropShape(m, Uneven(Sphere(90)));
-             Recolor(m, Uneven(Box(70, 50)), Blending::Normal, kRed, kBlue, {0, 0});
-             Fade(m, Sphere(40, 20), 50, 100, {1, 1});
-             Resize(m, Box(30, 0), 100, {1, 1});
-             Displace(m, Uneven(Box(50, 75)), {});
-             Disturb(m, Uneven(Sphere(64, 60)), still);
-             for (const Preview preview : {Preview::Pivot, Preview::Crop, Preview::Color, Preview::Opacity,
-                                           Preview::Displacement, Preview::Scale, Preview::Noise})
-                 Show(m, preview);
-         }},
-    };
     std::vector<Shot> shots;
-    for (const Case& gizmo : cases) {
+    for (const ShotCase& gizmo : MakeCases()) {
         for (const bool orthographic : {false, true}) {
-            shots.push_back(MakeEffectShot(std::string(gizmo.mName) + (orthographic ? "Orthographic" : "Perspective")));
+            shots.push_back(MakeEffectShot(gizmo));
+            shots.back().mName += orthographic ? "Orthographic" : "Perspective";
             shots.back().mCamera->mOrthographic = orthographic;
-            gizmo.mSet(shots.back().mModels[0]);
         }
     }
     shots.push_back(MakeEffectShot("TwoModelsOverZDepth"));
@@ -85,12 +48,12 @@ std::vector<Shot> MakeGizmoShots() {
     shots.back().mZDepthFar = 550;
     shots.back().mModels.push_back(MakeEffectModel(2000));
     shots.back().mModels[1].mPosition = {120, 30, 50};
-    Show(shots.back().mModels[0], Preview::Pivot);
-    CropShape(shots.back().mModels[1], Box(50));
-    Show(shots.back().mModels[1], Preview::Crop);
+    Show(Preview::Pivot)(shots.back().mModels[0]);
+    CropShape(Box(50))(shots.back().mModels[1]);
+    Show(Preview::Crop)(shots.back().mModels[1]);
     shots.push_back(MakeEffectShot("HalfResolution"));
     shots.back().mDownsample = 2;
-    Show(shots.back().mModels[0], Preview::Pivot);
+    Show(Preview::Pivot)(shots.back().mModels[0]);
     return shots;
 }
 

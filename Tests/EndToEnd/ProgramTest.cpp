@@ -63,26 +63,6 @@ TEST(Program, RendersAModelWithoutAScene) {
     EXPECT_GT(stats.at("frames")[0].at("render_ms"), 0.0);
 }
 
-TEST(Program, WritesTheSameFilesWithAnyNumberOfThreads) {
-    const fs::path folder = MakeFolder("threads");
-    std::ofstream(folder / "scene.json") << R"({"composition": {"width": 120, "height": 80, "duration": 0.25},
-               "parameters": {"Model1_model": ")"
-                                         << GetModelFile(4000, 3).string() << R"(", "Model1_align_scale": 2.5,
-               "Model1_transform_yRotation": {"keyframes": [[0, 0], [0.25, 120]]}}})";
-    for (const std::string threads : {"1", "2"}) {
-        fs::create_directories(folder / threads);
-        const Outcome outcome = RunProgram((folder / "scene.json").string() + " --frames 0-5 --threads " + threads +
-                                           " -o " + (folder / threads / "f.##.png").string());
-        ASSERT_EQ(outcome.mCode, 0) << outcome.mErrors;
-    }
-    const std::vector<std::string> names = ListFiles(folder / "1");
-    ASSERT_EQ(names.size(), 6U);
-    EXPECT_EQ(names.front(), "f.00.png");
-    EXPECT_EQ(ListFiles(folder / "2"), names);
-    for (const std::string& name : names)
-        EXPECT_EQ(ReadFile(folder / "1" / name), ReadFile(folder / "2" / name)) << name;
-}
-
 TEST(Program, ShowsTheEffectsFailuresAndWritesNothing) {
     const fs::path folder = MakeFolder("failures");
     std::ofstream(folder / "broken.ply") << "ply\nformat ascii 1.0\nelement vertex 1\nend_header\n";
@@ -189,19 +169,6 @@ TEST(Program, PressesButtonsInOrderAndShowsInfo) {
     const Outcome empty = RunProgram("--press Model1_modelSettings_paste --info 1");
     EXPECT_EQ(empty.mCode, 1);
     EXPECT_NE(empty.mErrors.find("Failed to get a text from the clipboard"), std::string::npos) << empty.mErrors;
-}
-
-TEST(Program, SavedSceneRendersTheSamePicture) {
-    const fs::path folder = MakeFolder("saved");
-    const std::string model = GetModelFile(4000, 3).string();
-    ASSERT_EQ(RunProgram("--model " + model + " --size 120x80 --save-scene " + (folder / "scene.json").string() +
-                         " -o " + (folder / "a.png").string())
-                  .mCode,
-              0);
-    const Outcome again =
-        RunProgram((folder / "scene.json").string() + " -o " + (folder / "b.png").string() + " --frames 0");
-    ASSERT_EQ(again.mCode, 0) << again.mErrors;
-    EXPECT_EQ(ReadFile(folder / "a.png"), ReadFile(folder / "b.png"));
 }
 
 }  // namespace

@@ -61,57 +61,60 @@ TEST(NullObject, LinkingMovesNothingAtAnyTime) {
 }
 
 TEST(NullObject, MovesTheModelAsItMovesLayers) {
-    const Shot shot = MakeProjectShot();
-    const auto renderUnlinked = [&](const glm::dvec3& position, const glm::dvec3& rotation, const glm::dvec3& scale) {
-        Shot moved = shot;
-        moved.mModels[0].mPosition = position;
-        moved.mModels[0].mRotation = rotation;
-        moved.mModels[0].mSettings = {{"transform_uniformScale", false},
-                                      {"transform_xScale", scale.x},
-                                      {"transform_yScale", scale.y},
-                                      {"transform_zScale", scale.z}};
-        return Studio(moved).Render();
+    struct Place {
+        glm::dvec3 mPosition, mRotation, mScale{100};
     };
+    const Shot shot = MakeProjectShot();
     const glm::dvec3 position = shot.mModels[0].mPosition;
     const glm::dvec3 rotation = shot.mModels[0].mRotation;
-    const auto renderLinked = [&](auto change) {
+    const struct {
+        Place mNull;
+        std::optional<Place> mParent;
+        Place mModel;  ///< where a model without a null must be placed for the same picture
+    } cases[] = {
+        {{{60, 50, 30}, rotation}, {}, {{60, 50, 30}, rotation}},
+        {{position, {-50, 70, 110}}, {}, {position, {-50, 70, 110}}},
+        {{position, rotation, {60, 130, 90}}, {}, {position, rotation, {60, 130, 90}}},
+        // A parent at (80, 45, 0), turned by 90 degrees about z: x goes to y, y to -x.
+        {{{20, 10, 5}, {0, 0, 0}}, Place{{80, 45, 0}, {0, 0, 90}}, {{80 - 10, 45 + 20, 5}, {0, 0, 90}}},
+    };
+    const auto move = [](Layer& null, const Place& place) {
+        null.mNull->mPosition = decltype(null.mNull->mPosition)::Constant(place.mPosition);
+        null.mNull->mRotation = decltype(null.mNull->mRotation)::Constant(place.mRotation);
+        null.mNull->mScale = decltype(null.mNull->mScale)::Constant(place.mScale);
+    };
+    for (const auto& [place, parentPlace, modelPlace] : cases) {
+        Shot moved = shot;
+        moved.mModels[0].mPosition = modelPlace.mPosition;
+        moved.mModels[0].mRotation = modelPlace.mRotation;
+        moved.mModels[0].mSettings = {{"transform_uniformScale", false},
+                                      {"transform_xScale", modelPlace.mScale.x},
+                                      {"transform_yScale", modelPlace.mScale.y},
+                                      {"transform_zScale", modelPlace.mScale.z}};
+        const host::Frame expected = Studio(moved).Render();
         Studio studio(shot);
         studio.Press(kCreate);
-        change(studio, *studio.FindLayer("1 Transform Null"));
-        return studio.Render();
-    };
-    const auto set = [](auto& animation, const glm::dvec3& value) {
-        animation = std::decay_t<decltype(animation)>::Constant(value);
-    };
-    ExpectSamePicture(renderUnlinked({60, 50, 30}, rotation, glm::dvec3(100)), renderLinked([&](Studio&, Layer& null) {
-                          set(null.mNull->mPosition, {60, 50, 30});
-                      }));
-    ExpectSamePicture(renderUnlinked(position, {-50, 70, 110}, glm::dvec3(100)),
-                      renderLinked([&](Studio&, Layer& null) {
-                          set(null.mNull->mRotation, {-50, 70, 110});
-                      }));
-    ExpectSamePicture(renderUnlinked(position, rotation, {60, 130, 90}), renderLinked([&](Studio&, Layer& null) {
-                          set(null.mNull->mScale, {60, 130, 90});
-                      }));
-    // A parent at (80, 45, 0), turned by 90 degrees about z: x goes to y, y to -x.
-    ExpectSamePicture(renderUnlinked({80 - 10, 45 + 20, 5}, {0, 0, 90}, glm::dvec3(100)),
-                      renderLinked([&](Studio& studio, Layer& null) {
-                          Layer* const parent = studio.mHost->GetProject().AddNull("parent");
-                          parent->mFlags |= AEGP_LayerFlag_LAYER_IS_3D;
-                          set(parent->mNull->mPosition, {80, 45, 0});
-                          set(parent->mNull->mRotation, {0, 0, 90});
-                          null.mParent = parent;
-                          set(null.mNull->mPosition, {20, 10, 5});
-                          set(null.mNull->mRotation, {0, 0, 0});
-                      }));
+        Layer& null = *studio.FindLayer("1 Transform Null");
+        if (parentPlace) {
+            null.mParent = studio.mHost->GetProject().AddNull("parent");
+            null.mParent->mFlags |= AEGP_LayerFlag_LAYER_IS_3D;
+            move(*null.mParent, *parentPlace);
+        }
+        move(null, place);
+        ExpectSamePicture(expected, studio.Render());
+    }
 }
 
 TEST(NullObject, IsMadeAgainAndUnlinked) {
     Studio studio(MakeProjectShot());
     const host::Frame before = studio.Render();
     studio.Press(kCreate);
+    // The parameters' own values are taken over, not what the first null makes of them.
+    studio.FindLayer("1 Transform Null")->mNull->mPosition.mKeys[0].mValue.x += 30;
+    studio.FindLayer("1 Transform Null")->mNull->mRotation.mKeys[0].mValue.x += 10;
     studio.Press(kCreate);
     ASSERT_NE(studio.FindLayer("1 Transform Null 1"), nullptr);
+    ExpectSamePicture(before, studio.Render());
     EXPECT_THAT(studio.Get("Model1_transform_xRotation").mExpression.mText,
                 StartsWith("nullLayer = thisComp.layer(\"1 Transform Null 1\");\nrelValue = value - 25;\nif (length("));
     studio.Press("Model2_transform_createNullObject");

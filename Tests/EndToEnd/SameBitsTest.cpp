@@ -6,9 +6,9 @@
 #include <cstring>
 #include <numeric>
 
-#include <hwy/targets.h>
 #include <oneapi/tbb/global_control.h>
 
+#include "CPU/ForEachTarget.h"
 #include "RenderedShot.h"
 #include "Shots.h"
 
@@ -53,17 +53,7 @@ TEST_P(SameBits, ForAnyNumberOfThreads) {
 }
 
 TEST_P(SameBits, ForEveryVectorWidth) {
-    hwy::SetSupportedTargetsForTest(0);
-    const std::int64_t supported = hwy::SupportedTargets();
-    for (std::int64_t rest = supported; rest != 0; rest &= rest - 1) {
-        const std::int64_t target = rest & -rest;
-        SCOPED_TRACE(hwy::TargetName(target));
-        hwy::SetSupportedTargetsForTest(target);
-        hwy::GetChosenTarget().Update(target);
-        ExpectSame();
-    }
-    hwy::SetSupportedTargetsForTest(0);
-    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+    test::ForEachTarget([&] { ExpectSame(); });
 }
 
 TEST_P(SameBits, InTheOrderOfTheirDepths) {

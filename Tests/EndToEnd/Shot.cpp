@@ -16,8 +16,6 @@
 
 #include "ModelMaker.h"
 #include "Nimbrel/GaussianSplatAssetCreator.h"
-#include "NimbrelHost/RenderJob.h"
-#include "NimbrelHost/Settings.h"
 
 namespace nimbrel::endtoend {
 namespace {
@@ -134,49 +132,6 @@ host::Json MakeSceneDocument(const Shot& shot) {
         for (const auto& [id, value] : model.mSettings.items()) parameters[slot + id] = value;
     }
     return scene;
-}
-
-EffectHost::EffectHost(const Shot& shot, const Options& options) {
-    const host::Scene scene = host::ParseScene(MakeSceneDocument(shot), shot.mName, fs::current_path());
-    host::HostOptions hostOptions;
-    hostOptions.mPlugin = NIMBREL_EFFECT_FILE;
-    hostOptions.mDevice = options.mDevice;
-    hostOptions.mValidate = true;
-    hostOptions.mServeComputeCache = options.mServeComputeCache;
-    hostOptions.mServeHash = options.mServeComputeCache;
-    hostOptions.mCacheLimit = options.mCacheLimit;
-    hostOptions.mStrict = options.mStrict;
-    mHost = std::make_unique<host::Host>(hostOptions, scene.mComposition, scene.mCamera,
-                                         host::Catalogue::Read(NIMBREL_CATALOGUE_FILE));
-    mHost->Start();
-    for (const host::Setting& setting : scene.mSettings) host::ApplySetting(*mHost, setting);
-}
-
-EffectHost::~EffectHost() {
-    mHost->Stop();
-    for (const std::string& text : mHost->GetDiagnostics().Get()) ADD_FAILURE() << "host: " << text;
-    for (const std::string& text : mHost->GetDevices().GetValidationMessages()) ADD_FAILURE() << "validation: " << text;
-}
-
-void EffectHost::Switch(const Shot& shot) {
-    constexpr std::size_t slotCount = 5;
-    host::Json document = MakeSceneDocument(shot);
-    for (std::size_t slot = shot.mModels.size() + 1; slot <= slotCount; ++slot)
-        document["parameters"]["Model" + std::to_string(slot) + "_model"] = "";
-    const host::Scene scene = host::ParseScene(document, shot.mName, fs::current_path());
-    mHost->GetProject().SetComposition(scene.mComposition);
-    for (const host::Setting& setting : scene.mSettings) host::ApplySetting(*mHost, setting);
-}
-
-host::Frame EffectHost::Render(int frame) {
-    host::FrameTimes times;
-    return host::RenderFrame(*mHost, frame, times);
-}
-
-host::Frame RenderWithEffect(const Shot& shot, const std::string& device) {
-    EffectHost::Options options;
-    options.mDevice = device;
-    return EffectHost(shot, options).Render();
 }
 
 reference::Frame MakeReferenceFrame(const Shot& shot) {

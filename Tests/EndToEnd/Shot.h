@@ -58,31 +58,6 @@ inline void PrintTo(const Shot& shot, std::ostream* stream) { *stream << shot.mN
 /// The shot as a scene document; it goes through the host's own reader.
 host::Json MakeSceneDocument(const Shot& shot);
 
-/// A host that has the effect applied, strict, with the validation layer on.
-class EffectHost {
-public:
-    struct Options {
-        bool mServeComputeCache = true;
-        bool mStrict = true;
-        std::string mDevice;
-        std::uint64_t mCacheLimit = 0;
-    };
-
-    explicit EffectHost(const Shot& shot) : EffectHost(shot, Options{}) {}
-    EffectHost(const Shot& shot, const Options& options);
-    /// Stops the effect; anything that it leaked or did wrong, and any word of the validation layer, fails the test.
-    ~EffectHost();
-
-    host::Host& Get() { return *mHost; }
-    /// Turns the running host's composition and parameters into those of another shot, as a user would. Settings
-    /// that `shot` does not have stay as they are, but for the models of slots that it leaves empty.
-    void Switch(const Shot& shot);
-    host::Frame Render(int frame = 0);
-
-private:
-    std::unique_ptr<host::Host> mHost;
-};
-
 /// The frame as the effect draws it, in a host of its own, on the device asked for.
 host::Frame RenderWithEffect(const Shot& shot, const std::string& device = {});
 

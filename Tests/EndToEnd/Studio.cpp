@@ -21,6 +21,9 @@ Studio::Studio(const host::Json& document, const std::string& name, const Option
     hostOptions.mPlugin = options.mEffect;
     hostOptions.mDevice = options.mDevice;
     hostOptions.mProgress = options.mProgress;
+    hostOptions.mValidate = true;
+    hostOptions.mServeComputeCache = hostOptions.mServeHash = options.mServeComputeCache;
+    hostOptions.mCacheLimit = options.mCacheLimit;
     hostOptions.mStrict = true;
     hostOptions.mShowMessage = [this](const std::string& text) { mMessages.push_back(text); };
     hostOptions.mShowDialog = [this](const std::string& title, const std::string& text) {
@@ -41,6 +44,7 @@ void Studio::Finish() {
     if (!mHost) return;
     mHost->Stop();
     for (const std::string& text : mHost->GetDiagnostics().Get()) ADD_FAILURE() << "host: " << text;
+    for (const std::string& text : mHost->GetDevices().GetValidationMessages()) ADD_FAILURE() << "validation: " << text;
     mHost.reset();
 }
 
@@ -57,6 +61,16 @@ host::Json Studio::Save() { return host::WriteScene(*mHost, GetScratchFolder());
 host::Frame Studio::Render(int frame) {
     host::FrameTimes times;
     return host::RenderFrame(*mHost, frame, times);
+}
+
+void Studio::Switch(const Shot& shot) {
+    constexpr std::size_t kSlotCount = 5;
+    host::Json document = MakeSceneDocument(shot);
+    for (std::size_t slot = shot.mModels.size() + 1; slot <= kSlotCount; ++slot)
+        document["parameters"]["Model" + std::to_string(slot) + "_model"] = "";
+    const host::Scene scene = host::ParseScene(document, shot.mName, GetScratchFolder());
+    mHost->GetProject().SetComposition(scene.mComposition);
+    for (const host::Setting& setting : scene.mSettings) host::ApplySetting(*mHost, setting);
 }
 
 host::Json Studio::Describe() {
@@ -83,6 +97,12 @@ std::vector<std::size_t> Studio::CountHeld() {
     return {mHost->GetHandles().CountLive(),     mHost->GetHandles().CountLocked(),    mHost->GetMemory().CountLive(),
             mHost->GetStreams().Count(),         mHost->GetEffectReferences().Count(), mHost->GetLooseFootage().Count(),
             mHost->GetSuites().ListHeld().size()};
+}
+
+host::Frame RenderWithEffect(const Shot& shot, const std::string& device) {
+    Studio::Options options;
+    options.mDevice = device;
+    return Studio(shot, options).Render();
 }
 
 Shot MakeProjectShot() {

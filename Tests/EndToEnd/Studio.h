@@ -22,16 +22,19 @@ public:
         std::string mEffect = NIMBREL_EFFECT_FILE;
         std::string mDevice;
         std::function<void(int current, int total)> mProgress;
+        bool mServeComputeCache = true;
+        std::uint64_t mCacheLimit = 0;
     };
 
-    explicit Studio(const Shot& shot) : Studio(MakeSceneDocument(shot), shot.mName) {}
+    explicit Studio(const Shot& shot) : Studio(shot, Options()) {}
+    Studio(const Shot& shot, const Options& options) : Studio(MakeSceneDocument(shot), shot.mName, options) {}
     Studio(const host::Json& document, const std::string& name) : Studio(document, name, Options()) {}
     Studio(const host::Json& document, const std::string& name, const Options& options);
     ~Studio() { Finish(); }
     Studio(const Studio&) = delete;
     Studio& operator=(const Studio&) = delete;
 
-    /// Takes the effect down. What it leaked or did wrong fails the test.
+    /// Takes the effect down. What it leaked or did wrong, and any word of the validation layer, fails the test.
     void Finish();
 
     host::Parameter& Get(const std::string& id);
@@ -44,6 +47,9 @@ public:
     host::Layer* FindLayer(const std::string& name);
     host::Json Save();
     host::Frame Render(int frame = 0);
+    /// Turns composition and parameters into those of another shot, as a user would. Settings that `shot` does not have
+    /// stay as they are, but for the models of slots that it leaves empty.
+    void Switch(const Shot& shot);
 
     /// Everything that a user's step may change: parameters with values and expressions, items, layers.
     host::Json Describe();

@@ -73,21 +73,6 @@ protected:
     zeb::PreMultiplication mPreMultiplication = zeb::PreMultiplication::UnPreMultiplied;
 };
 
-TEST_F(DrawPath, AFrameIsDrawnConvertedCopiedAndReadBackOnce) {
-    DrawInto(PixelChannels::ARGB, ChannelFormat::U8, 30, 20, 128);
-    EXPECT_THAT(mDevice.mLog,
-                ElementsAre("list MainDraw", "heaps", "pass PluginBasePluginRenderTarget clear", "end",
-                            "pass PluginBaseOutputRenderTarget load", "transition PluginBaseOutputRenderTarget 4",
-                            "transition PluginBasePluginRenderTarget 3", "viewport 0 0 30 20", "scissor 0 0 30 20",
-                            fmt::format("constants 0 {} {}", 0x41f00000, 0x41a00000), "table 1 0/1",
-                            "draw ConvertUnmultiply_13 0 4", "transition PluginBasePluginRenderTarget 4", "end",
-                            "transition PluginBaseOutputRenderTarget 3", "transition CopyUtilRW 4",
-                            "cbv 0 CopyUtilConstants+0", "table 1 0/1", "uav 2 CopyUtilRW+0",
-                            "dispatch CopyU8ARGB 15 3 1 of 2", "transition PluginBaseOutputRenderTarget 4", "end",
-                            "execute MainDraw", "wait", "list ReadbackPixels", "transition CopyUtilRW 2",
-                            "copy CopyUtilReadback from CopyUtilRW 2560", "end", "execute ReadbackPixels", "wait"));
-}
-
 TEST_F(DrawPath, OnlyPixelsAreWrittenWhateverTheRowsDistance) {
     struct Row {
         PixelChannels mChannels;

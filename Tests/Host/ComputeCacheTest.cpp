@@ -75,24 +75,6 @@ protected:
     ComputeCache mCache{mDiagnostics};
 };
 
-TEST_F(ComputeCacheTest, KeepsValuesByKey) {
-    Options options{5};
-    void* receipt = nullptr;
-    EXPECT_EQ(mCache.CheckoutCached("c", &options, &receipt), A_Err_NOT_IN_CACHE_OR_COMPUTE_PENDING);
-    void* const first = Checkout(5);
-    void* const second = Checkout(5);
-    void* const other = Checkout(6);
-    EXPECT_NE(first, second);
-    EXPECT_EQ(Get(first), 5);
-    EXPECT_EQ(Get(other), 6);
-    EXPECT_EQ(gComputed, 2);
-    EXPECT_EQ(mCache.CheckoutCached("c", &options, &receipt), 0);
-    EXPECT_EQ(mCache.CountReceiptsOfThisThread(), 4U);
-    for (void* const r : {first, second, other, receipt}) EXPECT_EQ(mCache.Checkin(r), 0);
-    EXPECT_EQ(mCache.GetSize(), 200U);
-    EXPECT_THAT(mDiagnostics.Get(), IsEmpty());
-}
-
 TEST_F(ComputeCacheTest, OneThreadComputesWhileOthersWait) {
     std::atomic<bool> entered{false}, release{false};
     std::thread computing([&] {

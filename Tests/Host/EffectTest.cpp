@@ -1,17 +1,14 @@
-// The host with a real effect library in it: what the effect sees of a scene, and what the host sees of its faults.
+// The host with an effect that misbehaves in it, and what it makes of settings for the effect that it is made for.
 #include <gmock/gmock.h>
 
-#include <cstring>
 #include <thread>
 
 #include "EffectFixture.h"
 #include "NimbrelHost/CustomData.h"
-#include "NimbrelHost/Host.h"
 #include "NimbrelHost/Interrupt.h"
-#include "NimbrelHost/RenderJob.h"
-#include "NimbrelHost/Settings.h"
+#include "NimbrelHost/PointerSession.h"
+#include "Studio.h"
 #include "TestEffect.h"
-#include "TestSupport.h"
 
 namespace nimbrel::host {
 namespace {
@@ -21,134 +18,12 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using namespace test_effect;
 
-TEST(Effect, SeesDefaultsAndValuesInItsOwnUnits) {
-    Effect effect;
-    EXPECT_EQ(effect.Probe(kProbeLevel), 50);
-    EXPECT_EQ(effect.Probe(kProbeSwitch), 1);
-    EXPECT_EQ(effect.Probe(kProbeMode), 1) << "pop-ups count from 1 for an effect";
-    EXPECT_EQ(effect.Probe(kProbeTintGreen), 128);
-    EXPECT_NEAR(effect.Probe(kProbeSpotZ), 0.6, 1e-6) << "10 % of the layer's height";
-    EXPECT_EQ(effect.Probe(kProbePathLength), 0);
-    EXPECT_EQ(effect.Probe(kProbeCount), 3);
-    EXPECT_EQ(effect.Probe(kProbeCurve), 0.25);
-    EXPECT_EQ(effect.Probe(kProbeCameraX), -1) << "no camera layer";
-
-    effect.mFolder.Write("mod\xc3\xa8le.ply", "x");
-    effect.Set("Model1_align_scale", "12.5");
-    effect.Set("#11", "-90.5");
-    effect.Set("Switch", "false");
-    effect.Set("Mode", "\"Multiply\"");
-    effect.Set("Tint", "[0, 0.5, 1]");
-    effect.Set("Spot", "[1, 2, 3.5]");
-    effect.Set("Model1_model", "\"mod\xc3\xa8le.ply\"");
-    effect.Set("Count", "-5");
-    effect.Set("Curve", R"({"v": 0.75})");
-    EXPECT_EQ(effect.Probe(kProbeLevel), 12.5);
-    EXPECT_EQ(effect.Probe(kProbeTurn), -90.5);
-    EXPECT_EQ(effect.Probe(kProbeSwitch), 0);
-    EXPECT_EQ(effect.Probe(kProbeMode), 3);
-    EXPECT_EQ(effect.Probe(kProbeTintGreen), 128);
-    EXPECT_EQ(effect.Probe(kProbeSpotZ), 3.5);
-    EXPECT_EQ(effect.Probe(kProbePathLength), static_cast<double>((effect.mFolder / "modele.ply").string().size()));
-    EXPECT_EQ(effect.Probe(kProbeCount), -5);
-    EXPECT_EQ(effect.Probe(kProbeCurve), 0.75);
-    EXPECT_EQ(effect.Probe(kProbeCached), 25);
-    EXPECT_THAT(effect.Finish(), IsEmpty());
-}
-
-TEST(Effect, SeesValuesMoveWithTime) {
-    Composition composition = Effect::FloatComposition();
-    composition.mFrameRate = 10;
-    composition.mDownsample = 2;
-    Camera camera = DefaultCamera(8, 6);
-    camera.mZoom = {{{0, 100}, {1, 200}}, false};
-    camera.mPosition = {{{0, {0, 0, 0}}, {2, {50, 0, 0}}}, false};
-    Effect effect(composition, camera);
-    const std::string keys = R"({"keyframes": [[0, A], [1, B]]})";
-    const auto set = [&](const std::string& id, const std::string& a, const std::string& b) {
-        std::string text = keys;
-        text.replace(text.find('A'), 1, a);
-        text.replace(text.find('B'), 1, b);
-        effect.Set(id, text);
-    };
-    set("Model1_align_scale", "10", "20");
-    set("Turn", "0", "360");
-    set("Switch", "false", "true");
-    set("Mode", "0", "2");
-    set("Spot", "[0, 0, 10]", "[0, 0, 30]");
-    set("Count", "1", "2");
-    set("Curve", R"({"v": 0})", R"({"v": 1})");
-    EXPECT_DOUBLE_EQ(effect.Probe(kProbeLevel, 3), 13);
-    EXPECT_DOUBLE_EQ(effect.Probe(kProbeTurn, 5), 180);
-    EXPECT_EQ(effect.Probe(kProbeSwitch, 9), 0) << "check boxes hold";
-    EXPECT_EQ(effect.Probe(kProbeSwitch, 10), 1);
-    EXPECT_EQ(effect.Probe(kProbeMode, 9), 1) << "pop-ups hold";
-    EXPECT_EQ(effect.Probe(kProbeSpotZ, 5), 10) << "20 at half resolution";
-    EXPECT_EQ(effect.Probe(kProbeCount, 4), 1) << "integers round";
-    EXPECT_EQ(effect.Probe(kProbeCount, 6), 2);
-    EXPECT_EQ(effect.Probe(kProbeCurve, 5), 0.5) << "through the effect's own interpolation";
-    EXPECT_EQ(effect.Probe(kProbeCurve, 30), 1);
-    EXPECT_EQ(effect.Probe(kProbeZoom, 5), 150);
-    EXPECT_EQ(effect.Probe(kProbeCameraX, 10), 25) << "camera to world, translation in the last row";
-    EXPECT_THAT(effect.Finish(), IsEmpty());
-}
-
-TEST(Effect, GetsTheSameFramesHoweverTheHostDrivesIt) {
-    Composition composition;
-    composition.mWidth = 37;
-    composition.mHeight = 21;
-    composition.mDownsample = 2;
-    HostOptions strict;
-    strict.mStrict = true;
-    strict.mCacheLimit = 1;
-    const std::vector<int> frames = {0, 1, 2, 3, 4, 5, 6, 7};
-    std::vector<std::map<int, std::vector<std::uint8_t>>> runs;
-    for (const auto& [options, threads] : {std::pair(HostOptions{}, 1), {strict, 1}, {HostOptions{}, 4}, {strict, 4}}) {
-        Effect effect(composition, std::nullopt, options);
-        effect.Set("Model1_align_scale", R"({"keyframes": [[0, 10], [1, 34]]})");
-        effect.Set("Probe", "\"Cached\"");
-        std::mutex mutex;
-        auto& pictures = runs.emplace_back();
-        const std::vector<FrameTimes> times = RenderFrames(*effect.mHost, frames, threads,
-                                                           [&](int frame, const Frame& picture) {
-                                                               const std::scoped_lock lock(mutex);
-                                                               pictures[frame] = picture.mPixels;
-                                                           },
-                                                           {});
-        EXPECT_EQ(times[5].mFrame, 5);
-        EXPECT_GT(times[5].mRenderMs, 0);
-        EXPECT_THAT(effect.Finish(), IsEmpty());
-    }
-    EXPECT_EQ(runs[0].size(), frames.size());
-    // 19 x 11 pixels; the effect rounds down, so the last column and row are transparent.
-    const std::vector<std::uint8_t>& first = runs[0][3];
-    ASSERT_EQ(first.size(), 19U * 11 * 4);
-    const auto pixel = [&](std::size_t x, std::size_t y) {
-        const std::uint8_t* p = &first[(y * 19 + x) * 4];
-        return std::vector<int>{p[0], p[1], p[2], p[3]};
-    };
-    EXPECT_THAT(pixel(17, 9), ElementsAre(255, 17, 9, 26));
-    EXPECT_THAT(pixel(18, 9), ElementsAre(0, 0, 0, 0));
-    EXPECT_THAT(pixel(17, 10), ElementsAre(0, 0, 0, 0));
-    for (std::size_t run = 1; run < runs.size(); ++run) EXPECT_EQ(runs[run], runs[0]) << run;
-}
-
-TEST(Effect, RunsWithoutTheHostsCache) {
-    HostOptions options;
-    options.mServeComputeCache = false;
-    options.mServeHash = false;
-    Effect effect(Effect::FloatComposition(), std::nullopt, options);
-    EXPECT_EQ(effect.Probe(kProbeCached), -1);
-    EXPECT_EQ(effect.mHost->GetSuites().Acquire("AEGP Hash Suite", 1), nullptr);
-    EXPECT_THAT(effect.Finish(), IsEmpty());
-}
-
 TEST(Effect, ReportsItsFailuresAsAUserWouldSeeThem) {
     const auto render = [](int fault) {
         Effect effect;
-        effect.Set("Fault", std::to_string(fault));
+        effect.SetFault(fault);
         try {
-            effect.Probe(kProbeLevel);
+            effect.Render();
         } catch (const EffectError& error) {
             return std::string(error.what());
         }
@@ -157,32 +32,49 @@ TEST(Effect, ReportsItsFailuresAsAUserWouldSeeThem) {
     EXPECT_EQ(render(kMessage), "the test effect fails\nas it was told");
     EXPECT_EQ(render(kCode), "the effect failed in render with error 513");
     EXPECT_EQ(render(kInfo), "shown: nothing is wrong");
+    EXPECT_EQ(render(kNoFault), "");
 }
 
 TEST(Effect, IsFoundOutWhenItMisbehaves) {
-    const auto diagnose = [](int fault, bool strict) {
+    const auto diagnose = [](int fault) {
         HostOptions options;
-        options.mStrict = strict;
-        Effect effect(Effect::FloatComposition(), std::nullopt, options);
-        effect.Set("Fault", std::to_string(fault));
-        effect.Probe(kProbeLevel);
+        options.mStrict = true;
+        Effect effect(options);
+        effect.SetFault(fault);
+        effect.Render();
+        EffectWindow window(*effect.mHost);
+        PointerSession(window, effect.Get("Fault"), {}).Draw();
+        window.Close();
         return effect.Finish();
     };
-    EXPECT_THAT(diagnose(kLeak, false), ElementsAre("the effect left 1 handles behind"));
-    EXPECT_THAT(diagnose(kPadding, true), ElementsAre("render: bytes behind a row were written"));
+    EXPECT_THAT(diagnose(kNoFault), IsEmpty());
+    EXPECT_THAT(diagnose(kLeak), ElementsAre("the effect left 1 handles behind"));
+    EXPECT_THAT(diagnose(kPadding), ElementsAre("render: bytes behind a row were written"));
+    EXPECT_THAT(diagnose(kLeakPen), ElementsAre("the effect left 1 pens, brushes, paths, images or fonts behind"));
+    EXPECT_THAT(diagnose(kStalePath), ElementsAre("drawing: StrokePath expects an object that is in use"));
 #if defined(__has_feature)
 #if __has_feature(undefined_behavior_sanitizer)
 #define NIMBREL_CHECKS_FUNCTION_TYPES
 #endif
 #endif
 #ifndef NIMBREL_CHECKS_FUNCTION_TYPES  // one function stands in all slots that aren't served, whatever their types
-    EXPECT_THAT(diagnose(kUnserved, false), ElementsAre("AEGP Layer Suite: function 2 is not served by this host"));
+    EXPECT_THAT(diagnose(kUnserved), ElementsAre("AEGP Layer Suite: function 2 is not served by this host"));
 #endif
+}
+
+TEST(Effect, DrawsWhatIsRecorded) {
+    Effect effect;
+    EffectWindow window(*effect.mHost);
+    const Drawing drawing = PointerSession(window, effect.Get("Fault"), {}).Draw();
+    ASSERT_EQ(drawing.mCalls.size(), 3U);
+    EXPECT_EQ(drawing.Get<FillCall>().at(0)->mPath.mSteps[0].mPoints[1], glm::vec2(100, 40));
+    EXPECT_EQ(drawing.Get<TextCall>().at(0)->mText, "H\xc3\xa9");
+    EXPECT_EQ(drawing.Get<TextCall>().at(0)->mColor, glm::vec4(1, 0, 0, 1));
 }
 
 TEST(Effect, StopsWhenTheUserWantsTo) {
     Effect effect;
-    effect.Set("Fault", std::to_string(kWait));
+    effect.SetFault(kWait);
     std::thread user([] {
         std::this_thread::sleep_for(std::chrono::milliseconds(30));
         RequestInterrupt();
@@ -193,183 +85,32 @@ TEST(Effect, StopsWhenTheUserWantsTo) {
     EXPECT_THAT(effect.Finish(), IsEmpty());
 }
 
-TEST(Effect, SettingsNameWhatIsWrong) {
+TEST(Effect, ChangesOnlyTheValuesThatItMarks) {
     Effect effect;
-    const struct {
-        const char* mId;
-        const char* mValue;
-        const char* mMessage;
-    } cases[] = {
-        {"Model1_algin_scale", "1",
-         "s.json: unknown parameter \"Model1_algin_scale\", expected an id of --list-parameters (did you mean "
-         "\"Model1_align_scale\"?)"},
-        {"#99", "1", "unknown parameter \"#99\""},
-        {"Press", "1", "unknown parameter \"Press\""},
-        {"#19", "1", "parameters.#19: expected a parameter with a value, but it is a Button"},
-        {"Model1_align_scale", "-1", "parameters.Model1_align_scale: expected a number of at least 0, but it is -1"},
-        {"Model1_align_scale", "\"big\"", "expected a number, but it is \"big\""},
-        {"Turn", "1e9", "parameters.Turn: expected a number from -32767 to 32767"},
-        {"Switch", "1", "expected true or false, but it is 1"},
-        {"Mode", "3", "expected 0 to 2 or one of \"Normal\", \"Add\", \"Multiply\", but it is 3"},
-        {"Mode", "\"Screen\"", "but it is \"Screen\""},
-        {"Tint", "[0, 0, 2]", "expected a colour [red, green, blue] of numbers from 0 to 1"},
-        {"Spot", "[1, 2]", "expected three numbers [x, y, z]"},
-        {"Model1_model", "\"gone.ply\"", "parameters.Model1_model: expected a file, but there is none at \""},
-        {"Model1_model", "5", "expected the path of a file, but it is 5"},
-        {"Model1_model", R"({"keyframes": [[0, null]]})",
-         "expected a single value, since this parameter cannot be animated"},
-        {"Count", "1.5", "expected a whole number from -5 to 100, but it is 1.5"},
-        {"Curve", "1", "expected an object in the parameter's JSON form, but it is 1"},
-        {"Curve", R"({"w": 1})", "parameters.Curve: expected a value that the effect can read: a curve has a \"v\""},
-        {"Curve", R"({"keyframes": [[0, {"v": 1}], [1, {"w": 1}]]})",
-         "parameters.Curve.keyframes[1][1]: expected a value that"},
-    };
-    for (const auto& [id, value, message] : cases) {
-        EXPECT_THAT(UsageMessage([&, i = id, v = value] { effect.Set(i, v); }), HasSubstr(message))
-            << id << " = " << value;
-    }
-    EXPECT_EQ(effect.Probe(kProbeLevel), 50) << "a refused value changes nothing";
-    EXPECT_THAT(effect.Finish(), IsEmpty()) << "nor does it leak";
+    const Parameter& level = effect.Get("Level");
+    effect.Set("Tint", "[0, 0.5, 1]");
+    EXPECT_THAT(UsageMessage([&] { effect.Set("Tint", "[0, 0, 2]"); }),
+                HasSubstr("parameters.Tint: expected a colour [red, green, blue] of numbers from 0 to 1"));
+    PressButton(*effect.mHost, "#9004", "test");
+    EXPECT_EQ(EvaluateNumbers(effect.Get("Tint"), 0), glm::dvec3(128 / 255.0, 0, 1)) << "bytes, for an effect";
+    EXPECT_EQ(EvaluateNumbers(level, 0).x, 100);
+    EXPECT_EQ(EvaluateNumbers(effect.Get("Count"), 0).x, 0);
+    // An animated value gets a key at the time, half a second here.
+    effect.Set("Level", R"({"keyframes": [[0, 10], [1, 20]]})");
+    effect.mHost->ChangeParameter(effect.Get("#9004"), 12);
+    EXPECT_EQ(EvaluateNumbers(level, 0).x, 10);
+    EXPECT_EQ(EvaluateNumbers(level, 0.5).x, 30);
+    EXPECT_EQ(EvaluateNumbers(level, 1).x, 20);
+    EXPECT_THAT(effect.mHost->GetUndo().ListSteps(), ElementsAre("Press", "Press"));
+    EXPECT_THAT(effect.Finish(), IsEmpty());
 }
 
-TEST(Effect, ListsItsParameters) {
-    Effect effect;
-    const Json list = ListParameters(*effect.mHost);
-    ASSERT_EQ(list.size(), 14U);
-    EXPECT_EQ(list[0].dump(),
-              R"({"hostIndex":1,"uniqueId":10,"id":"Model1_align_scale","name":"Level","type":"FloatSlider",)"
-              R"("flags":0,"validMin":0.0,"displayMin":0.0,"displayMax":100.0,"precision":1,"percent":true,)"
-              R"("default":50.0,"value":50.0})");
-    EXPECT_EQ(list[3].dump(), R"({"hostIndex":4,"uniqueId":13,"id":null,"name":"Mode","type":"Popup","flags":0,)"
-                              R"("choices":["Normal","Add","Multiply"],"default":0,"value":0})");
-    EXPECT_EQ(list[6]["value"], nullptr);
-    EXPECT_EQ(list[7]["validMin"], -5);
-    EXPECT_EQ(list[8]["default"].dump(), R"({"v":0.25})");
-    std::vector<std::string> types;
-    for (const Json& entry : list) types.push_back(entry["type"]);
-    EXPECT_THAT(types, ElementsAre("FloatSlider", "Angle", "Checkbox", "Popup", "Color", "Point3", "Layer", "Slider",
-                                   "Custom", "Button", "GroupStart", "GroupEnd", "Popup", "Popup"));
-}
-
-TEST(Effect, ChangesItsValuesWhenAButtonIsPressed) {
-    std::vector<std::string> dialogs;
+TEST(Effect, HasNoSuitesThatTheHostKeepsBack) {
     HostOptions options;
-    options.mShowDialog = [&](const std::string& title, const std::string& text) {
-        dialogs.push_back(title + ": " + text);
-    };
-    Composition composition = Effect::FloatComposition();
-    composition.mDownsample = 2;
-    Effect effect(composition, std::nullopt, options);
-    effect.Set("Curve", R"({"v": 0.25})");
-    effect.Set("Spot", "[1, 2, 10]");
-    PressButton(*effect.mHost, "#19", "test");
-    EXPECT_EQ(effect.Probe(kProbeLevel), 100);
-    EXPECT_EQ(effect.Probe(kProbeCurve), 0.5);
-    EXPECT_EQ(effect.Probe(kProbeSpotZ), 6) << "10 at half resolution and 1";
-    EXPECT_EQ(effect.Probe(kProbeTurn), 0) << "what is not marked is not taken";
-    EXPECT_EQ(effect.Probe(kProbePathLength), 0) << "nor are layers";
-    EXPECT_THAT(dialogs, ElementsAre("T: hello"));
-
-    // Animated values get a key at the time, half a second here.
-    effect.Set("Model1_align_scale", R"({"keyframes": [[0, 10], [1, 20]]})");
-    effect.Set("Curve", R"({"keyframes": [[0, {"v": 0}], [0.5, {"v": 1}], [1, {"v": 3}]]})");
-    const auto save = [&] { return WriteScene(*effect.mHost, effect.mFolder / "")["parameters"]; };
-    effect.Probe(kProbeLevel);
-    const Json unpressed = save();
-    effect.mHost->ChangeParameter(effect.mHost->GetParameters().Find("#19", "test"), 12);
-    EXPECT_EQ(effect.Probe(kProbeLevel, 0), 10);
-    EXPECT_EQ(effect.Probe(kProbeLevel, 12), 30);
-    EXPECT_EQ(effect.Probe(kProbeLevel, 24), 20);
-    EXPECT_EQ(effect.Probe(kProbeCurve, 12), 2);
-    effect.mHost->ChangeParameter(effect.mHost->GetParameters().Find("#19", "test"), 18);
-    EXPECT_EQ(effect.Probe(kProbeCurve, 18), 5);
-    EXPECT_EQ(effect.Probe(kProbeCurve, 12), 2);
-
-    // Values of the effect's own kind come back with the others, keys and all.
-    EXPECT_THAT(effect.mHost->GetUndo().ListSteps(), ElementsAre("Press", "Press", "Press"));
-    effect.Set("Probe", "\"Level\"");
-    for (int time = 0; time < 2; ++time) EXPECT_TRUE(effect.mHost->Undo());
-    EXPECT_EQ(save(), unpressed);
-    EXPECT_TRUE(effect.mHost->Redo());
-    EXPECT_EQ(effect.Probe(kProbeCurve, 12), 2);
-    EXPECT_THAT(effect.Finish(), IsEmpty());
-}
-
-TEST(Effect, HearsOfTheCallThatFails) {
-    HostOptions options;
-    options.mShowDialog = [](const std::string&, const std::string&) {};
-    Effect effect(Effect::FloatComposition(), std::nullopt, options);
-    const auto press = [&](SuiteFault fault) {
-        int code = 0;
-        effect.mHost->GetFaults().Arm(std::move(fault));
-        try {
-            PressButton(*effect.mHost, "#19", "test");
-        } catch (const EffectError& error) {
-            code = error.GetCode();
-        }
-        effect.mHost->GetFaults().Disarm();
-        return code;
-    };
-    EXPECT_EQ(press({1, 41, "", "AEGP_ExecuteScript"}), 41);
-    EXPECT_EQ(press({2, 41, "", "AEGP_ExecuteScript"}), 0) << "there is but one";
-    EXPECT_FALSE(effect.mHost->GetFaults().GetFailed());
-    // What is given back is gone whatever the answer says.
-    EXPECT_EQ(press({1, 41, "AEGP Memory Suite", "AEGP_FreeMemHandle"}), 41);
-    EXPECT_EQ(effect.mHost->GetFaults().GetFailed()->mFunction, "AEGP_FreeMemHandle");
-    EXPECT_THAT(effect.Finish(), IsEmpty());
-}
-
-TEST(Effect, SeesWhatExpressionsGive) {
-    Effect effect;
-    effect.Set("Model1_align_scale", R"({"value": 10, "expression": "value * 2 + time"})");
-    effect.Set("Turn", R"({"keyframes": [[0, 0], [1, 90]], "expression": "-value"})");
-    effect.Set("Spot", R"({"value": [1, 2, 3], "expression": "value + thisComp.layer('Splats').toWorld([0, 0, 7]);"})");
-    EXPECT_EQ(effect.Probe(kProbeLevel), 20);
-    EXPECT_EQ(effect.Probe(kProbeLevel, 24), 21);
-    EXPECT_EQ(effect.Probe(kProbeTurn, 12), -45);
-    EXPECT_EQ(effect.Probe(kProbeSpotZ), 10);
-    const Json saved = WriteScene(*effect.mHost, effect.mFolder / "")["parameters"];
-    EXPECT_EQ(saved["Model1_align_scale"].dump(), R"({"value":10.0,"expression":"value * 2 + time"})");
-    EXPECT_EQ(saved["Turn"].dump(), R"({"keyframes":[[0.0,0.0],[1.0,90.0]],"expression":"-value"})");
-
-    effect.Set("Model1_align_scale", "5");
-    EXPECT_EQ(effect.Probe(kProbeLevel), 5) << "a new value comes without the old one's expression";
-    EXPECT_THAT(UsageMessage([&] { effect.Set("Turn", R"({"expression": "1", "other": 2})"); }),
-                HasSubstr("parameters.Turn.other: unknown key"));
-    EXPECT_THAT(UsageMessage([&] { effect.Set("Turn", R"({"expression": "1"})"); }),
-                HasSubstr("parameters.Turn: expected a \"value\" or \"keyframes\" beside the \"expression\""));
-    effect.Set("Turn", R"({"value": 4, "expression": "nothing + 1"})");
-    for (int time = 0; time < 2; ++time) EXPECT_EQ(effect.Probe(kProbeTurn), 4);
-    EXPECT_THAT(effect.Finish(), ElementsAre(HasSubstr("the expression of \"Turn\" failed: ReferenceError")));
-}
-
-TEST(Effect, SavesAndReadsBackItsScene) {
-    Effect effect(Effect::FloatComposition(), DefaultCamera(8, 6));
-    effect.mFolder.Write("a.ply", "x");
-    effect.Set("Model1_model", "\"a.ply\"");
-    effect.Set("Curve", R"({"keyframes": [[0, {"v": 0.5}], [1, {"v": 1}]]})");
-    effect.Set("Switch", "false");
-    const Json saved = WriteScene(*effect.mHost, effect.mFolder / "");
-    EXPECT_EQ(saved["parameters"].dump(), R"({"Model1_showModel":false,"Model1_model":"a.ply",)"
-                                          R"("Curve":{"keyframes":[[0.0,{"v":0.5}],[1.0,{"v":1}]]}})");
-    const Scene scene = ParseScene(saved, "saved.json", effect.mFolder / "");
-    for (const Setting& setting : scene.mSettings) ApplySetting(*effect.mHost, setting);
-    EXPECT_EQ(WriteScene(*effect.mHost, effect.mFolder / "").dump(), saved.dump());
-    EXPECT_THAT(effect.Finish(), IsEmpty());
-}
-
-TEST(Effect, FitsShownModels) {
-    Effect effect;
-    effect.mFolder.Write("a.ply", MakePly({-1, -1, -1, 1, 1, 1, 0, 0, 0}));
-    effect.Set("Model1_model", "\"a.ply\"");
-    effect.Set("Model1_showModel", "false");
-    FitModels(*effect.mHost);
-    EXPECT_EQ(effect.Probe(kProbeLevel), 50) << "a hidden model stays";
-    effect.Set("Model1_showModel", "true");
-    FitModels(*effect.mHost);
-    EXPECT_NE(effect.Probe(kProbeLevel), 50);
-    EXPECT_EQ(GetModelFile(*effect.mHost, 1, true), effect.mFolder / "a.ply");
-    EXPECT_EQ(GetModelFile(*effect.mHost, 2, true), "");
+    options.mServeComputeCache = options.mServeHash = false;
+    Effect effect(options);
+    EXPECT_EQ(effect.mHost->GetSuites().Acquire("AEGP Compute Cache", 1), nullptr);
+    EXPECT_EQ(effect.mHost->GetSuites().Acquire("AEGP Hash Suite", 1), nullptr);
 }
 
 TEST(EffectLibrary, RefusesWhatIsNoEffect) {
@@ -380,6 +121,106 @@ TEST(EffectLibrary, RefusesWhatIsNoEffect) {
     EXPECT_THAT(load(folder / "none.so"), HasSubstr("none.so: expected the effect library, but there is no such file"));
     EXPECT_THAT(load(folder.Write("text.so", "not a library")),
                 HasSubstr("text.so: expected a loadable effect library"));
+}
+
+/// The effect as it ships, for the sake of its parameters.
+class SettingTest : public ::testing::Test {
+protected:
+    void Set(const std::string& id, const std::string& json) {
+        ApplySetting(*mStudio.mHost, {id, ParseJson(json, id), "s.json", "parameters." + id, mFolder / "", {}});
+    }
+
+    TestFolder mFolder;
+    endtoend::Studio mStudio{
+        {{"composition", {{"width", 64}, {"height", 36}}}}, "settings", {NIMBREL_EFFECT_FILE, "cpu", {}}};
+};
+
+TEST_F(SettingTest, NameWhatIsWrong) {
+    const struct {
+        const char* mId;
+        const char* mValue;
+        const char* mMessage;
+    } cases[] = {
+        {"Model1_algin_scale", "1",
+         "s.json: unknown parameter \"Model1_algin_scale\", expected an id of --list-parameters (did you mean "
+         "\"Model1_align_scale\"?)"},
+        {"#9999", "1", "unknown parameter \"#9999\""},
+        {"#858", "1", "parameters.#858: expected a parameter with a value, but it is a Button"},
+        {"Model1_align_scale", "-1", "parameters.Model1_align_scale: expected a number of at least 0, but it is -1"},
+        {"#9", "\"big\"", "expected a number, but it is \"big\""},
+        {"Model1_align_xRotation", "1e9", "expected a number from -32767 to 32767"},
+        {"Model1_showModel", "1", "expected true or false, but it is 1"},
+        {"Model1_crop_shape_type", "2", "expected 0 to 1 or one of \"Sphere\", \"Box\", but it is 2"},
+        {"Model1_crop_shape_type", "\"Cone\"", "but it is \"Cone\""},
+        {"Model1_effects_splatColor_gradient", "1", "expected an object in the parameter's JSON form, but it is 1"},
+        {"Model1_align_anchorPoint", "[1, 2]", "expected three numbers [x, y, z]"},
+        {"Model1_model", "\"gone.ply\"", "parameters.Model1_model: expected a file, but there is none at \""},
+        {"Model1_model", "5", "expected the path of a file, but it is 5"},
+        {"Model1_model", R"({"keyframes": [[0, null]]})",
+         "expected a single value, since this parameter cannot be animated"},
+        {"Model1_effects_splatOpacity_ramp", R"({"w": 1})", "_ramp: expected a value that the effect can read: "},
+        {"Model1_effects_splatOpacity_ramp",
+         R"({"keyframes": [[0, {"type": 0, "interpolation": 1, "keys": []}], [1, {"w": 1}]]})",
+         "_ramp.keyframes[1][1]: expected a value that"},
+        {"Model1_align_scale", R"({"expression": "1", "other": 2})", "_scale.other: unknown key"},
+        {"Model1_align_scale", R"({"expression": "1"})",
+         "_scale: expected a \"value\" or \"keyframes\" beside the \"expression\""},
+    };
+    const Json before = mStudio.Describe();
+    const std::vector<std::size_t> held = mStudio.CountHeld();
+    for (const auto& [id, value, message] : cases)
+        EXPECT_THAT(UsageMessage([&, i = id, v = value] { Set(i, v); }), HasSubstr(message)) << id << " = " << value;
+    EXPECT_EQ(mStudio.Describe(), before) << "a refused value changes nothing";
+    EXPECT_EQ(mStudio.CountHeld(), held) << "nor does it leak";
+}
+
+TEST_F(SettingTest, ExpressionsGoWithTheirValue) {
+    Set("Model1_align_scale", R"({"value": 10, "expression": "value * 2 + time"})");
+    EXPECT_EQ(EvaluateNumbers(mStudio.Get("Model1_align_scale"), 0).x, 10) << "what it is without";
+    EXPECT_EQ(mStudio.Save()["parameters"]["Model1_align_scale"].dump(),
+              R"({"value":10.0,"expression":"value * 2 + time"})");
+    Set("Model1_align_scale", "5");
+    EXPECT_EQ(mStudio.Save()["parameters"]["Model1_align_scale"].dump(), "5.0");
+    // Without a value of its own the parameter keeps the one that it has, and the host says why, once.
+    Set("Model1_align_scale", R"({"value": 4, "expression": "nothing + 1"})");
+    for (int time = 0; time < 2; ++time) mStudio.Render();
+    EXPECT_THAT(mStudio.mHost->GetDiagnostics().Take(),
+                ElementsAre(HasSubstr("the expression of \"1 Align Scale\" failed: ReferenceError")));
+}
+
+TEST_F(SettingTest, FitPlacesShownModels) {
+    mFolder.Write("a.ply", MakePly({-1, -1, -1, 1, 1, 1, 0, 0, 0}));
+    Set("Model1_model", "\"a.ply\"");
+    Set("Model1_showModel", "false");
+    const double scale = mStudio.GetNumber("Model1_align_scale");
+    FitModels(*mStudio.mHost);
+    EXPECT_EQ(mStudio.GetNumber("Model1_align_scale"), scale) << "a hidden model stays";
+    Set("Model1_showModel", "true");
+    FitModels(*mStudio.mHost);
+    EXPECT_NE(mStudio.GetNumber("Model1_align_scale"), scale);
+    EXPECT_EQ(GetModelFile(*mStudio.mHost, 1, true), mFolder / "a.ply");
+    EXPECT_EQ(GetModelFile(*mStudio.mHost, 2, true), "");
+}
+
+TEST_F(SettingTest, CustomValuesLiveAllTheirLife) {
+    Host& host = *mStudio.mHost;
+    const Parameter& ramp = mStudio.Get("Model1_effects_splatOpacity_ramp");
+    const std::size_t before = host.GetHandles().CountLive();
+    const auto scan = [&](const char* value) {
+        return ScanCustom(host, ramp, R"({"type":0,"interpolation":1,"keys":[[0.0,)" + std::string(value) + "]]}");
+    };
+    const PF_Handle made = NewCustom(host, ramp), low = scan("0.25"), high = scan("0.75");
+    EXPECT_FALSE(AreCustomEqual(host, ramp, low, high));
+    const std::vector<std::uint8_t> flat = FlattenCustom(host, ramp, high);
+    EXPECT_EQ(flat.size(), 20U);
+    PF_Handle restored = UnflattenCustom(host, ramp, flat);
+    EXPECT_TRUE(AreCustomEqual(host, ramp, restored, high));
+    RestoreCustom(host, ramp, restored);
+    const PF_Handle between = InterpolateCustom(host, ramp, low, restored, 0.5);
+    EXPECT_EQ(Json::parse(PrintCustom(host, ramp, between))["keys"].dump(), "[[0.0,0.5]]");
+    for (const PF_Handle handle : {made, low, high, restored, between}) DisposeCustom(host, ramp, handle);
+    EXPECT_THROW(UnflattenCustom(host, ramp, {1, 2, 3}), EffectError);
+    EXPECT_EQ(host.GetHandles().CountLive(), before);
 }
 
 }  // namespace

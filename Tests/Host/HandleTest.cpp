@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <bit>
 #include <cstring>
 
 #include "NimbrelHost/Hash128.h"
@@ -83,11 +82,6 @@ TEST(Hash128, TellsBlocksOrderAndLengthApart) {
         for (std::size_t j = 0; j < i; ++j) EXPECT_NE(hashes[i], hashes[j]) << i << " " << j;
     }
     EXPECT_EQ(hash({"abc"}), hash({"abc"}));
-    // Each bit of the key depends on each input: one flipped bit changes about half.
-    const Hash128 a = hash({"path/to/model1.ply"}), b = hash({"path/to/model2.ply"});
-    const int flipped = std::popcount(a[0] ^ b[0]) + std::popcount(a[1] ^ b[1]);
-    EXPECT_GT(flipped, 40);
-    EXPECT_LT(flipped, 88);
 }
 
 TEST(Text, CrossesToUtf16AndBack) {

@@ -3,20 +3,17 @@
 
 #include <gmock/gmock.h>
 
-#include <set>
-
 #include "EffectFixture.h"
 #include "NimbrelHost/Theme.h"
 #include "Panel/PanelLayout.h"
 #include "Panel/PanelText.h"
-#include "TestEffect.h"
+#include "Studio.h"
 
 namespace nimbrel::host {
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 using namespace panel;
 
 std::vector<std::string> ListNames(const std::vector<Row>& rows) {
@@ -29,20 +26,18 @@ TEST(Panel, ShowsWhatIsNotHidden) {
     Effect effect;
     Host& host = *effect.mHost;
     const auto list = [&](const PanelOptions& options) { return ListNames(ListRows(host, options).at(0)); };
-    EXPECT_THAT(list({}), ElementsAre("Level", "Turn", "Switch", "Mode", "Tint", "Spot", "1 Model", "Count", "Curve",
-                                      "Press", "Group", "Probe", "Fault"));
-    host.GetParameters().Find("Turn", "test").mIsHidden = true;
-    host.GetParameters().Find("Mode", "test").mDefinition.ui_flags |= PF_PUI_INVISIBLE;
-    host.GetParameters().Find("Tint", "test").mDefinition.ui_flags |= PF_PUI_NO_ECW_UI;
-    host.GetParameters().Find("#20", "test").mIsHidden = true;
-    EXPECT_THAT(list({}),
-                ElementsAre("Level", "Switch", "Spot", "1 Model", "Count", "Curve", "Press", "Probe", "Fault"));
+    EXPECT_THAT(list({}), ElementsAre("Level", "Count", "Tint", "Press", "Group", "Fault"));
+    effect.Get("Level").mIsHidden = true;
+    effect.Get("Count").mDefinition.ui_flags |= PF_PUI_INVISIBLE;
+    effect.Get("Fault").mDefinition.ui_flags |= PF_PUI_NO_ECW_UI;
+    effect.Get("#9005").mIsHidden = true;
+    EXPECT_THAT(list({}), ElementsAre("Tint", "Press"));
     const auto fail = [&](const PanelOptions& options) { return UsageMessage([&] { list(options); }); };
     EXPECT_THAT(fail({.mGroups = {"Gruop"}}),
                 HasSubstr("--panel-group: expected a group of controls, but there is no"));
     EXPECT_THAT(fail({.mSlot = 2}),
                 HasSubstr("--panel-slot: expected a group of controls, but there is no \"Model 2\""));
-    host.GetParameters().Find("#20", "test").mIsHidden = false;
+    effect.Get("#9005").mIsHidden = false;
     EXPECT_THAT(list({.mGroups = {"Group"}}), ElementsAre("Group"));
     EXPECT_THAT(fail({.mGroups = {"Gruop"}}), HasSubstr("(did you mean \"Group\"?)"));
 }
@@ -122,25 +117,27 @@ int Count(const Frame& frame, Rgb color) {
     return count;
 }
 
-TEST(Panel, ShowsTheEffectsControlAndWhatIsSwitchedOff) {
-    Effect effect;
-    effect.Set("Curve", R"({"v": 0.75})");
+TEST(Panel, DrawsControlsAndDimsWhatIsSwitchedOff) {
+    endtoend::Studio studio({{"composition", {{"width", 64}, {"height", 36}}}}, "panel",
+                            {NIMBREL_EFFECT_FILE, "cpu", {}});
     const Rgb bar = FindAppColor(PF_App_Color_TEXT).value();
     for (const int scale : {1, 2}) {
-        const Frame open = DrawPanel(*effect.mHost, {.mScale = scale});
+        Parameter& control = studio.Get("Model1_effects_splatOpacity_ramp");
+        const auto draw = [&] {
+            return DrawPanel(*studio.mHost, {.mGroups = {"Model1_effects_splatOpacity"}, .mScale = scale});
+        };
+        const Frame open = draw();
         EXPECT_EQ(open.mWidth, (kColumnWidth + 2 * kPadding) * scale);
-        // 75 x 40 points but for what the text covers.
-        EXPECT_NEAR(Count(open, bar), 75 * 40 * scale * scale, 200 * scale * scale);
-        EXPECT_GT(Count(open, theme::kAccent), 40 * scale * scale) << "the check box is on";
-        for (const char* id : {"Curve", "Switch"})
-            effect.mHost->GetParameters().Find(id, "test").mDefinition.ui_flags |= PF_PUI_DISABLED;
-        const Frame dimmed = DrawPanel(*effect.mHost, {.mScale = scale});
-        EXPECT_LT(Count(dimmed, bar), 20 * scale);
-        EXPECT_LT(Count(dimmed, theme::kAccent), Count(open, theme::kAccent));
-        for (const char* id : {"Curve", "Switch"})
-            effect.mHost->GetParameters().Find(id, "test").mDefinition.ui_flags &= ~PF_PUI_DISABLED;
+        EXPECT_GT(Count(open, bar), 50 * 50 * scale * scale) << "the area under the curve";
+        control.mDefinition.ui_flags |= PF_PUI_DISABLED;
+        EXPECT_LT(Count(draw(), bar), Count(open, bar) / 10);
+        control.mDefinition.ui_flags &= ~PF_PUI_DISABLED;
     }
-    EXPECT_THAT(effect.Finish(), IsEmpty());
+    // All that an effect can have: its tint is 255, 128, 0.
+    EXPECT_GT(Count(DrawPanel(*studio.mHost, {}), theme::kRaised), 1000) << "buttons";
+    studio.Finish();
+    Effect effect;
+    EXPECT_GT(Count(DrawPanel(*effect.mHost, {}), 0xff8000), 100);
 }
 
 }  // namespace

@@ -96,7 +96,10 @@ TEST(Scene, NamesFileKeyAndExpectation) {
     }
 }
 
-TEST(Scene, RefusesDeepNestingAndMissingFiles) {
+TEST(Scene, RefusesDeepNestingManyNullsAndMissingFiles) {
+    std::string nulls = R"({"nulls": [{"name": "n"})";
+    for (int i = 0; i < 1000; ++i) nulls += R"(, {"name": "n"})";
+    EXPECT_THAT(UsageMessage([&] { Parse(nulls + "]}"); }), ::testing::HasSubstr("nulls: expected at most 1000 null"));
     const std::string deep = std::string(100000, '[') + std::string(100000, ']');
     EXPECT_THAT(UsageMessage([&] { Parse(deep); }), ::testing::HasSubstr("levels of nesting"));
     EXPECT_EQ(UsageMessage([] { ReadScene("/no/such/scene.json"); }), "/no/such/scene.json: expected a readable file");

@@ -25,16 +25,6 @@ void ExpectWholeSpaceFree(RangesManager& ranges, std::int32_t capacity) {
     EXPECT_EQ(ranges.GetRange(capacity), 0);
 }
 
-TEST(RangesManager, FillsTheSpaceFromTheFrontAndThenFails) {
-    RangesManager ranges(10);
-    EXPECT_EQ(ranges.GetRange(4), 0);
-    EXPECT_EQ(ranges.GetRange(6), 4);
-    EXPECT_THAT(test::MessageOf([&] { ranges.GetRange(1); }), HasSubstr("Failed to get range of size 1"));
-    ranges.ReleaseRange(4, 6);
-    ranges.ReleaseRange(0, 4);
-    ExpectWholeSpaceFree(ranges, 10);
-}
-
 TEST(RangesManager, CutsARunFromTheEndOfAFreeBlock) {
     RangesManager ranges(10);
     ranges.GetRange(4);

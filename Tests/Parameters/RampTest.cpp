@@ -2,7 +2,6 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <memory>
 #include <random>
 #include <vector>
 
@@ -149,35 +148,6 @@ TEST(Ramp, FillEqualsEvaluateToTheLastBit) {
     ends.Fill(samples.data(), 0);
     ends.Fill(samples.data(), 1);  // a single sample has no defined position, but a value
     EXPECT_EQ(samples.front(), 0.625F);
-}
-
-std::vector<unsigned char> ToBytes(const Ramp& ramp) {
-    std::vector<unsigned char> bytes(ramp.ToBin(nullptr));
-    EXPECT_EQ(ramp.ToBin(bytes.data()), bytes.size());
-    return bytes;
-}
-
-TEST(Ramp, BinaryFormOfTheDefaultIsPinned) {
-    const std::vector<unsigned char> expected = {0, 0, 0, 0, 0,    0,    0, 0, 2,    0,    0, 0, 0,    0,
-                                                 0, 0, 0, 0, 0x80, 0x3f, 0, 0, 0x80, 0x3f, 0, 0, 0x80, 0x3f};
-    EXPECT_EQ(ToBytes(Ramp()), expected);
-    Ramp read = MakeRamp(Ramp::kStep, {});
-    read.FromBin(expected.size(), expected.data());
-    EXPECT_TRUE(read.IsEqual(Ramp()));
-}
-
-TEST(Ramp, BinaryFormCutAtAnyLengthIsRefused) {
-    const std::vector<unsigned char> whole =
-        ToBytes(MakeRamp(Ramp::kBezier, {{0.0F, 0.5F}, {0.5F, 0.1F}, {1.0F, 1.0F}}));
-    for (std::size_t size = 0; size < whole.size(); ++size) {
-        // A block of its own for each length, so that a sanitizer sees a read behind it.
-        const auto cut = std::make_unique<unsigned char[]>(size);
-        std::memcpy(cut.get(), whole.data(), size);
-        Ramp ramp;
-        EXPECT_THAT(MessageOf([&] { ramp.FromBin(size, cut.get()); }),
-                    testing::HasSubstr("Failed to deserialize a ramp"));
-        EXPECT_TRUE(ramp.IsEqual(Ramp())) << "a refused text changes nothing";
-    }
 }
 
 TEST(Ramp, BinaryFormWithHostileContents) {

@@ -32,39 +32,6 @@ const std::string kCatalogue = Catalogue({
     Entry("Color", 114, R"("defaultRed":{"value":1})"),
 });
 
-test::Values SomeValues() {
-    test::Values values;
-    values.mInts = {{2, -7}, {9, 0}};
-    values.mDoubles = {{4, 1.0 / 3.0}, {6, 0.125}};
-    values.mVec3s = {{7, glm::vec3(1.5F, -0.1F, 1e7F)}};
-    values.mStrings = {{8, u"C:\\modèle \U0001F600.ply"}};
-    values.mCustoms = {{10, R"({"interpolation":2,"keys":[[0.5,0.25]],"type":1})"}};
-    return values;
-}
-
-TEST(Values, SaveAndLoadOfAGroupRestoresEveryValue) {
-    const test::TextManager manager(kCatalogue);
-    const test::Values values = SomeValues();
-    const json saved = manager.SaveValues(test::ValuesGetter(manager, values), 1);
-    std::vector<int> ids;
-    for (const json& element : saved) ids.push_back(element.at("id"));
-    EXPECT_EQ(ids, (std::vector<int>{102, 104, 106, 107, 108, 109, 110}))
-        << "this group, what has a value, not the skipped";
-    EXPECT_EQ(saved[6].at("value").at("keys"), json::parse("[[0.5,0.25]]"));
-    EXPECT_EQ(saved[4].at("value"), "C:\\modèle 😀.ply");
-
-    test::Values loaded;
-    test::ValuesSetter setter(manager, loaded);
-    manager.LoadValues(setter, json::parse(saved.dump()));
-    EXPECT_EQ(loaded.mInts, values.mInts);
-    EXPECT_EQ(loaded.mDoubles, values.mDoubles);
-    EXPECT_EQ(loaded.mVec3s, values.mVec3s);
-    EXPECT_EQ(loaded.mStrings, values.mStrings);
-    EXPECT_EQ(loaded.mCustoms, values.mCustoms);
-    EXPECT_EQ(loaded.mCustomTypes[10], "Ramp");
-    EXPECT_TRUE(loaded.mBools.empty());
-}
-
 TEST(Values, SaveOfTheWholeTableAndOfASingleParameter) {
     const test::TextManager manager(kCatalogue);
     const test::Values values;
@@ -109,21 +76,6 @@ TEST(Values, LoadRefusesWrongTypes) {
         EXPECT_THAT(MessageOf([&, &values = text] { manager.LoadValues(setter, json::parse(values)); }),
                     testing::HasSubstr(message))
             << text.substr(0, 60);
-}
-
-TEST(Values, ResetWritesTheDefaultsOfTheGroupInLogicUnits) {
-    const test::TextManager manager(kCatalogue);
-    test::Values values;
-    test::ValuesSetter setter(manager, values);
-    manager.ResetValues(setter, 1);
-    EXPECT_EQ(values.mInts, (std::map<std::int32_t, std::int32_t>{{2, 3}, {9, 1}}));
-    EXPECT_EQ(values.mDoubles.at(4), 0.25);
-    EXPECT_NEAR(values.mDoubles.at(6), 1.5707963267948966, 1e-15);
-    EXPECT_EQ(values.mVec3s.at(7), glm::vec3(1.0F, 0.0F, 0.0F)) << "written in the form relative to the layer";
-    EXPECT_EQ(values.mStrings.at(8), u"<cleared>");
-    EXPECT_EQ(values.mCustoms.at(10), R"({"interpolation":0,"keys":[],"type":0})");
-    EXPECT_TRUE(values.mBools.empty());
-    EXPECT_EQ(values.mVec3s.size(), 1U) << "the colour lies outside the group";
 }
 
 }  // namespace

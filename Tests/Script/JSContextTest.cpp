@@ -206,17 +206,4 @@ TEST(JSContext, CompilesStoredFilesAndNamesThemInErrors) {
     EXPECT_EQ(duk_get_top(context.Get()), 0) << "failures leave the stack as it was";
 }
 
-TEST(JSContext, HiddenDataAreThereForVectorsOnly) {
-    const zeb::JSContext context;
-    duk_peval_string(context.Get(), "new vec3(1, 2, 3)");
-    const float* data = context.GetHiddenData(-1, 3);
-    ASSERT_NE(data, nullptr);
-    EXPECT_EQ(data[2], 3.0F);
-    EXPECT_EQ(context.GetHiddenData(-1, 4), nullptr);
-    duk_push_number(context.Get(), 5.0);
-    EXPECT_EQ(context.GetHiddenData(-1, 1), nullptr);
-    duk_push_object(context.Get());
-    EXPECT_EQ(context.GetHiddenData(-1, 3), nullptr);
-}
-
 }  // namespace

@@ -8,8 +8,8 @@
 #include "Render/CPU/HalfConversion.h"
 #include "SplatModel.h"
 
-// Per-splat effects one by one, splat by splat: the device against the C++ twin, and the two kernels that move splats
-// against each other.
+// Per-splat effects one by one, splat by splat: the device against the C++
+// twin, and the two kernels that move splats against each other.
 namespace nimbrel::test {
 namespace {
 
@@ -140,7 +140,8 @@ SplatModel MakeEffectModel(std::uint32_t seed) {
     SplatModel model = MakeModel(1500, {1, 2, 3, Format::RGBA16Float}, seed);
     model.mView._DrawingIndex = 1;
     model.mDistances._CalcDistancesInstanceIndex = 1;
-    // Colours then do not follow the direction of view, which the place has a part in.
+    // Colours then do not follow the direction of view, which the place has a
+    // part in.
     model.mView._SHOrder = 0;
     return model;
 }
@@ -185,8 +186,8 @@ float Differ(const gpu::SplatViewData& a, const gpu::SplatViewData& b, Part part
 
 constexpr Part kParts[] = {kPlace, kAxes, kColor, kOpacity, kPresence};
 
-/// What an effect's curve makes of the few bits with which hardware filters textures; nothing else may differ in a bit,
-/// and in software not even this.
+/// What an effect's curve makes of the few bits with which hardware filters
+/// textures; nothing else may differ in a bit, and in software not even this.
 float ToleranceOf(Part part) {
     if (GetDevice().GetName().find("llvmpipe") != std::string::npos) return 0;
     return part == kAxes ? 5e-3F : 2e-3F;
@@ -196,7 +197,8 @@ TEST(EffectKernels, EachEffectChangesItsPartAsTheTwinDoes) {
     const SplatModel plain = MakeEffectModel(41);
     const KernelResults still = RunOnDevice(plain);
     for (const Effect& effect : kEffects) {
-        for (const Setting& setting : {Setting{0, 0.0F}, {0, 0.5F}, {0, 1.0F}, {1, 0.0F}, {1, 0.5F}, {1, 1.0F}}) {
+        for (const Setting& setting :
+             {Setting{0, 0.0F}, {0, 0.5F}, {0, 1.0F}, {1, 0.0F}, {1, 0.5F}, {1, 1.0F}, {2, 0.5F}}) {
             SCOPED_TRACE(std::string(effect.mName) + ", type " + std::to_string(setting.mType) + ", feather " +
                          std::to_string(setting.mFeather));
             SplatModel model = plain;
@@ -224,13 +226,17 @@ TEST(EffectKernels, EachEffectChangesItsPartAsTheTwinDoes) {
                     EXPECT_EQ(device.mKeys[i], still.mKeys[i]) << "order of splat " << i;
                 }
             }
-            EXPECT_GT(changed, 30U);
+            // A shape of another type is everywhere, and its curve's left end.
+            if (setting.mType < 2) {
+                EXPECT_GT(changed, 30U);
+            }
             EXPECT_EQ(wrong, 0U);
         }
     }
 }
 
-// The order and the picture must see one place, bit for bit, whatever the device makes of curves.
+// The order and the picture must see one place, bit for bit, whatever the
+// device makes of curves.
 TEST(EffectKernels, BothKernelsPlaceSplatsAtTheSameBits) {
     SplatModel model = MakeEffectModel(42);
     model.mView._CameraType = 1;  // nothing is cut
@@ -270,7 +276,8 @@ TEST(EffectKernels, BothKernelsPlaceSplatsAtTheSameBits) {
 }
 
 TEST(EffectKernels, FlagsCountAsTheyAreDeclared) {
-    // 1 alone turns crops, colour, opacity and size on; anything but 0 what moves splats.
+    // 1 alone turns crops, colour, opacity and size on; anything but 0 what moves
+    // splats.
     const SplatModel plain = MakeEffectModel(43);
     const KernelResults still = RunOnDevice(plain);
     for (const Effect& effect : kEffects) {

@@ -3,7 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
+#include <map>
+#include <utility>
 
 #include "Shaders/RegisterShaders.h"
 
@@ -54,21 +55,56 @@ void AddParameters(RootSignature& signature, const std::vector<Binding>& binding
     }
 }
 
-}  // namespace
-
-Device& GetDevice() {
-    static const zeb::UniquePtr<zeb::render::Render> render = MakeRender();
-    return render->GetAnyDevice();
-}
-
-struct GpuRun::Pipeline {
-    std::string mProgram;
+struct Pipeline {
     zeb::UniquePtr<ShaderLibrary> mLibrary;
     std::vector<zeb::UniquePtr<Shader>> mShaders;
     zeb::UniquePtr<RootSignature> mSignature;
     zeb::UniquePtr<ComputePipelineState> mCompute;
     zeb::UniquePtr<GraphicsPipelineState> mGraphics;
 };
+
+/// A program's pipeline, for a target of the format if it draws. Compiling
+/// takes longer than most runs, so pipelines are kept until the process ends.
+Pipeline& GetPipeline(const std::string& program, const std::vector<Binding>& bindings, Format format) {
+    Device& device = GetDevice();
+    static std::map<std::pair<std::string, Format>, Pipeline> pipelines;
+    const auto [found, isNew] = pipelines.try_emplace({program, format});
+    Pipeline& pipeline = found->second;
+    if (!isNew) return pipeline;
+    pipeline.mLibrary = device.CreateShaderLibraryFromEmbeddedData(program);
+    pipeline.mSignature = device.CreateRootSignature(program);
+    AddParameters(*pipeline.mSignature, bindings);
+    if (format == Format::Unknown) {
+        pipeline.mShaders.push_back(pipeline.mLibrary->GetShader(ShaderType::Compute));
+        pipeline.mCompute =
+            device.CreateComputePipelineState(program, {pipeline.mSignature.get(), pipeline.mShaders[0].get()});
+        return pipeline;
+    }
+    for (const ShaderType type : {ShaderType::Vertex, ShaderType::Pixel})
+        pipeline.mShaders.push_back(pipeline.mLibrary->GetShader(type));
+    GraphicsPipelineDescription state;
+    state.mRootSignature = pipeline.mSignature.get();
+    state.mVertexShader = pipeline.mShaders[0].get();
+    state.mPixelShader = pipeline.mShaders[1].get();
+    state.mRenderTargetFormats[0] = format;
+    pipeline.mGraphics = device.CreateGraphicsPipelineState(program, state);
+    return pipeline;
+}
+
+Bytes ReadAll(Buffer& buffer) {
+    const std::uint64_t size = buffer.GetSizeInBytes();
+    const std::byte* mapped = buffer.Map(0, size);
+    Bytes bytes(mapped, mapped + size);
+    buffer.Unmap();
+    return bytes;
+}
+
+}  // namespace
+
+Device& GetDevice() {
+    static const zeb::UniquePtr<zeb::render::Render> render = MakeRender();
+    return render->GetAnyDevice();
+}
 
 GpuRun::GpuRun() {
     ThreadData& thread = GetDevice().GetThreadData();
@@ -124,24 +160,6 @@ void GpuRun::Upload() {
     copy->End();
 }
 
-GpuRun::Pipeline& GpuRun::GetPipeline(const std::string& program, const std::vector<Binding>& bindings, bool compute) {
-    for (const auto& pipeline : mPipelines) {
-        if (pipeline->mProgram == program) return *pipeline;
-    }
-    auto pipeline = std::make_unique<Pipeline>();
-    pipeline->mProgram = program;
-    pipeline->mLibrary = GetDevice().CreateShaderLibraryFromEmbeddedData(program);
-    pipeline->mSignature = GetDevice().CreateRootSignature(program);
-    AddParameters(*pipeline->mSignature, bindings);
-    if (compute) {
-        pipeline->mShaders.push_back(pipeline->mLibrary->GetShader(ShaderType::Compute));
-        pipeline->mCompute =
-            GetDevice().CreateComputePipelineState(program, {pipeline->mSignature.get(), pipeline->mShaders[0].get()});
-    }
-    mPipelines.push_back(std::move(pipeline));
-    return *mPipelines.back();
-}
-
 void GpuRun::Bind(GraphicsAndComputeCommandEncoderBase& encoder, const std::vector<Binding>& bindings) {
     for (std::uint32_t i = 0; i < bindings.size(); ++i) {
         const Binding& binding = bindings[i];
@@ -170,7 +188,7 @@ void GpuRun::Dispatch(const std::string& program, const std::vector<Binding>& bi
                       std::uint32_t groupsY) {
     Upload();
     if (mEncoder == nullptr) mEncoder = mList->CreateComputeCommandEncoder();
-    Pipeline& pipeline = GetPipeline(program, bindings, true);
+    const Pipeline& pipeline = GetPipeline(program, bindings, Format::Unknown);
     mEncoder->SetRootSignature(*pipeline.mSignature);
     mEncoder->SetPipelineState(*pipeline.mCompute);
     Bind(*mEncoder, bindings);
@@ -191,21 +209,12 @@ GpuTexture& GpuRun::Draw(const std::string& program, const std::vector<Binding>&
     target->mRange = GetDevice().GetThreadData().mRenderTargetHeap->AllocateRange(1);
     GetDevice().CreateRenderTargetView(*target->mRange, 0, *target->mTexture);
 
-    Pipeline& pipeline = GetPipeline(program, bindings, false);
-    pipeline.mShaders.push_back(pipeline.mLibrary->GetShader(ShaderType::Vertex));
-    pipeline.mShaders.push_back(pipeline.mLibrary->GetShader(ShaderType::Pixel));
-    GraphicsPipelineDescription state;
-    state.mRootSignature = pipeline.mSignature.get();
-    state.mVertexShader = pipeline.mShaders[0].get();
-    state.mPixelShader = pipeline.mShaders[1].get();
-    state.mRenderTargetFormats[0] = format;
-    pipeline.mGraphics = GetDevice().CreateGraphicsPipelineState(program, state);
-
     RenderPassDescription pass;
     pass.mColorAttachments.push_back({target->mTexture.get(), target->mRange.get(), 0, LoadOperation::Clear, {}});
     auto encoder = mList->CreateGraphicsCommandEncoder(pass);
     encoder->SetViewport(0, 0, static_cast<float>(width), static_cast<float>(height), 0, 1);
     encoder->SetScissor(0, 0, static_cast<std::int32_t>(width), static_cast<std::int32_t>(height));
+    const Pipeline& pipeline = GetPipeline(program, bindings, format);
     encoder->SetRootSignature(*pipeline.mSignature);
     encoder->SetPipelineState(*pipeline.mGraphics);
     Bind(*encoder, bindings);
@@ -243,23 +252,9 @@ void GpuRun::Execute() {
     if (mEncoder != nullptr) mEncoder->End();
     mEncoder.reset();
     Fetch();
-    const auto start = std::chrono::steady_clock::now();
     GetDevice().GetThreadData().mCommandQueue->Execute(std::move(mList))->Wait();
-    mSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     for (std::size_t i = 0; i < mBuffers.size(); ++i) mBuffers[i]->mTransfer.swap(mStartValues[i]);
 }
-
-namespace {
-
-Bytes ReadAll(Buffer& buffer) {
-    const std::uint64_t size = buffer.GetSizeInBytes();
-    const std::byte* mapped = buffer.Map(0, size);
-    Bytes bytes(mapped, mapped + size);
-    buffer.Unmap();
-    return bytes;
-}
-
-}  // namespace
 
 Bytes GpuRun::Read(const GpuBuffer& buffer) { return ReadAll(*buffer.mTransfer); }
 Bytes GpuRun::Read(const GpuTexture& texture) { return ReadAll(*texture.mTransfer); }

@@ -37,10 +37,12 @@ std::vector<T> FromBytes(const Bytes& bytes, std::size_t offset, std::size_t cou
     return values;
 }
 
-/// The process's Vulkan device, with validation; a message of the validation layer fails the running test.
+/// The process's Vulkan device, with validation; a message of the validation
+/// layer fails the running test.
 zeb::render::Device& GetDevice();
 
-/// A buffer that programs read and write, with the contents that it starts with.
+/// A buffer that programs read and write, with the contents that it starts
+/// with.
 struct GpuBuffer {
     zeb::UniquePtr<zeb::render::Buffer> mBuffer;
     zeb::UniquePtr<zeb::render::Buffer> mTransfer;  ///< start values, later what was written
@@ -52,7 +54,8 @@ struct GpuTexture {
     zeb::UniquePtr<zeb::render::Buffer> mTransfer;
 };
 
-/// One resource of a program, at a register: exactly one of the pointers is set, or none for a sampler.
+/// One resource of a program, at a register: exactly one of the pointers is
+/// set, or none for a sampler.
 struct Binding {
     std::string mRegister;  ///< "t1", "u8", "b6", "s14"
     const GpuBuffer* mBuffer = nullptr;
@@ -61,7 +64,8 @@ struct Binding {
     std::uint64_t mOffset = 0;
 };
 
-/// One command list. Resources live until the object goes; results stand after Execute.
+/// One command list. Resources live until the object goes; results stand after
+/// Execute.
 class GpuRun {
 public:
     GpuRun();
@@ -70,11 +74,11 @@ public:
     GpuBuffer& AddBuffer(const Bytes& contents);
     GpuTexture& AddTexture(zeb::render::Format format, std::uint32_t width, std::uint32_t height, const Bytes& texels);
 
-    /// Records one dispatch, with a barrier on all buffers behind it. Programs' pipelines are kept by name.
+    /// Records one dispatch, with a barrier on all buffers behind it.
     void Dispatch(const std::string& program, const std::vector<Binding>& bindings, std::uint32_t groupsX,
                   std::uint32_t groupsY = 1);
-    /// Draws `vertices` of a strip into a target of the size and format and returns the target's texels, tightly
-    /// packed.
+    /// Draws `vertices` of a strip into a target of the size and format and
+    /// returns the target's texels, tightly packed.
     GpuTexture& Draw(const std::string& program, const std::vector<Binding>& bindings, zeb::render::Format format,
                      std::uint32_t width, std::uint32_t height, std::uint32_t vertices);
     /// Submits and waits. Nothing can be recorded afterwards.
@@ -82,12 +86,8 @@ public:
 
     static Bytes Read(const GpuBuffer& buffer);
     static Bytes Read(const GpuTexture& texture);
-    /// Seconds from submission to completion.
-    double GetSeconds() const { return mSeconds; }
 
 private:
-    struct Pipeline;
-    Pipeline& GetPipeline(const std::string& program, const std::vector<Binding>& bindings, bool compute);
     void Bind(zeb::render::GraphicsAndComputeCommandEncoderBase& encoder, const std::vector<Binding>& bindings);
     void Upload();
     void Fetch();
@@ -100,10 +100,8 @@ private:
     std::vector<std::unique_ptr<GpuTexture>> mTextures;
     std::vector<std::unique_ptr<GpuTexture>> mTargets;
     std::vector<zeb::UniquePtr<zeb::render::Buffer>> mConstants;
-    std::vector<std::unique_ptr<Pipeline>> mPipelines;
     std::vector<zeb::UniquePtr<zeb::render::Buffer>> mStartValues;
     bool mIsUploaded = false;
-    double mSeconds = 0.0;
 };
 
 }  // namespace nimbrel::test

@@ -14,7 +14,8 @@ namespace nimbrel::test {
 namespace {
 
 constexpr std::uint32_t kGuard = 0xDEADBEEF;
-/// Words before and behind a buffer's data. Not a multiple of the device's offset alignment.
+/// Words before and behind a buffer's data. Not a multiple of the device's
+/// offset alignment.
 constexpr std::size_t kGuardWords = 21;
 
 std::vector<std::uint32_t> WithGuards(const std::vector<std::uint32_t>& data) {
@@ -24,7 +25,8 @@ std::vector<std::uint32_t> WithGuards(const std::vector<std::uint32_t>& data) {
     return words;
 }
 
-/// The sharing-out of keys, written down from its rule: at most 800 groups of whole blocks of 512.
+/// The sharing-out of keys, written down from its rule: at most 800 groups of
+/// whole blocks of 512.
 gpu::SortConstants MakeConstants(std::uint32_t count, const KeyShares& shares) {
     const std::uint32_t blocks = (count + 511) / 512;
     gpu::SortConstants constants{};
@@ -120,15 +122,14 @@ std::vector<KeySet> MakeKeySets(std::uint32_t count) {
 std::vector<std::uint32_t> EdgeCounts(std::uint32_t limit) {
     std::vector<std::uint32_t> counts;
     for (const std::uint32_t count :
-         {0U,      1U,      2U,      15U,     16U,     63U,     64U,     127U,    128U,    129U,
-          511U,    512U,    513U,    1023U,   1024U,   1025U,   4095U,   16385U,  261632U, 262144U,
-          262145U, 409599U, 409600U, 409601U, 410113U, 819200U, 819201U, 1000003U}) {
+         {0U,   1U,    2U,    16U,    63U,     64U,     127U,    128U,    129U,    511U,   512U,
+          513U, 1025U, 4095U, 16385U, 262144U, 262145U, 409600U, 409601U, 410113U, 819201U}) {
         if (count <= limit) counts.push_back(count);
     }
     return counts;
 }
 
-double ExpectSorts(const SortForm& form, const KeySet& set, const KeyShares& shares) {
+void ExpectSorts(const SortForm& form, const KeySet& set, const KeyShares& shares) {
     SCOPED_TRACE(set.mName + ", " + std::to_string(set.mKeys.size()) + " keys, form \"" + form.mSuffix + "\"");
     const auto count = static_cast<std::uint32_t>(set.mKeys.size());
     const gpu::SortConstants constants = MakeConstants(count, shares);
@@ -167,7 +168,6 @@ double ExpectSorts(const SortForm& form, const KeySet& set, const KeyShares& sha
     ExpectGuards("scratch payloads", *buffers.mPayloads[1]);
     ExpectGuards("sum table", *buffers.mSumTable);
     ExpectGuards("reduce table", *buffers.mReduceTable);
-    return run.GetSeconds();
 }
 
 }  // namespace nimbrel::test

@@ -8,7 +8,8 @@
 namespace nimbrel::test {
 namespace {
 
-/// The software device has waves of 8 lanes unless it is told, before it starts, to use vectors of 512 bits.
+/// The software device has waves of 8 lanes unless it is told, before it
+/// starts, to use vectors of 512 bits.
 struct WideWaves : testing::Environment {
     void SetUp() override {
 #ifdef _WIN32

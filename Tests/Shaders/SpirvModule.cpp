@@ -16,7 +16,7 @@ constexpr std::uint32_t kOpTypePointer = 32, kOpConstant = 43, kOpFunction = 54,
 constexpr std::uint32_t kOpDecorate = 71, kOpMemberDecorate = 72;
 constexpr std::uint32_t kRowMajor = 4, kArrayStride = 6, kMatrixStride = 7, kBinding = 33, kOffset = 35;
 constexpr std::uint32_t kNoContraction = 42, kBufferBlock = 3, kLocalSize = 17, kGroupNonUniform = 61;
-constexpr std::uint32_t kPushConstant = 9;
+constexpr std::uint32_t kPushConstant = 9, kBuiltIn = 11;
 
 struct Instruction {
     std::uint32_t mOp;
@@ -87,7 +87,10 @@ private:
                 break;
             case kOpCapability: mInfo.mUsesWaves = mInfo.mUsesWaves || w[0] == kGroupNonUniform; break;
             case kOpConstant: mConstants[w[1]] = w[2]; break;
-            case kOpDecorate: mDecorations[w[0]][w[1]] = w.size() > 2 ? w[2] : 0; break;
+            case kOpDecorate:
+                mDecorations[w[0]][w[1]] = w.size() > 2 ? w[2] : 0;
+                if (w[1] == kBuiltIn) mInfo.mMostOfABuiltIn = std::max(mInfo.mMostOfABuiltIn, ++mBuiltIns[w[2]]);
+                break;
             case kOpMemberDecorate: mMemberDecorations[{w[0], w[1]}][w[2]] = w.size() > 3 ? w[3] : 0; break;
             case kOpVariable: mVariables[w[1]] = w; break;
             default:
@@ -162,6 +165,7 @@ private:
     std::map<MemberKey, std::string> mMemberNames;
     std::map<std::uint32_t, std::uint32_t> mConstants;
     std::map<std::uint32_t, std::map<std::uint32_t, std::uint32_t>> mDecorations;
+    std::map<std::uint32_t, int> mBuiltIns;
     std::map<MemberKey, std::map<std::uint32_t, std::uint32_t>> mMemberDecorations;
     std::map<std::uint32_t, Instruction> mTypes;
     std::map<std::uint32_t, Words> mVariables;

@@ -32,6 +32,7 @@ struct StageInfo {
     std::uint32_t mGroupSize[3] = {};
     std::map<std::string, Resource> mResources;  ///< used by some instruction; by register
     bool mUsesWaves = false;
+    int mMostOfABuiltIn = 0;  ///< SPIR-V allows one input of a kind, and newer tools refuse more
     bool mHasPushConstants = false;
     std::size_t mArithmeticCount = 0;  ///< floating-point instructions
     std::size_t mStrictCount = 0;      ///< of them, those that must not be contracted

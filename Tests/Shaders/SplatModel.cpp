@@ -3,14 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <bit>
 #include <random>
+#include <sstream>
 
 #include <glm/ext/matrix_clip_space.hpp>
 #include <glm/ext/matrix_transform.hpp>
 #include <glm/glm.hpp>
 
-#include "Nimbrel/CPU/ExportData.h"
 #include "Render/CPU/HalfConversion.h"
 
 namespace nimbrel::test {
@@ -169,17 +168,22 @@ struct ModelOnDevice {
           mSplatConstants(RecordBytes(model.mSplat)),
           mNoiseConstants(RecordBytes(model.mNoise)) {}
 
-    Binding Get(const std::string& name) const {
-        if (name == "t1") return {name, &mChunks, nullptr, {}, kChunkOffset};
-        if (name == "t2") return {name, &mPositions, nullptr, {}, kRawOffset};
-        if (name == "t3") return {name, &mOther, nullptr, {}, kRawOffset};
-        if (name == "t4") return {name, &mSH, nullptr, {}, kRawOffset};
-        if (name == "t5") return {name, nullptr, &mColor, {}, 0};
-        if (name == "t12") return {name, nullptr, &mRamps, {}, 0};
-        if (name == "t13") return {name, nullptr, &mGradients, {}, 0};
-        if (name == "b6") return {name, nullptr, nullptr, mSplatConstants, 0};
-        if (name == "b11") return {name, nullptr, nullptr, mNoiseConstants, 0};
-        return {name, nullptr, nullptr, {}, 0};
+    /// The bindings of these registers ("t1 b6"), and the program's own behind them.
+    std::vector<Binding> Get(const std::string& registers, std::vector<Binding> own) const {
+        const Binding all[] = {{"t1", &mChunks, nullptr, {}, kChunkOffset},
+                               {"t2", &mPositions, nullptr, {}, kRawOffset},
+                               {"t3", &mOther, nullptr, {}, kRawOffset},
+                               {"t4", &mSH, nullptr, {}, kRawOffset},
+                               {"t5", nullptr, &mColor, {}, 0},
+                               {"t12", nullptr, &mRamps, {}, 0},
+                               {"t13", nullptr, &mGradients, {}, 0},
+                               {"b6", nullptr, nullptr, mSplatConstants, 0},
+                               {"b11", nullptr, nullptr, mNoiseConstants, 0},
+                               {"s14", nullptr, nullptr, {}, 0}};
+        std::istringstream names(registers);
+        for (std::string name; names >> name;)
+            own.push_back(*std::find_if(std::begin(all), std::end(all), [&](auto& b) { return b.mRegister == name; }));
+        return own;
     }
 
     const GpuBuffer& mChunks;
@@ -265,30 +269,15 @@ KernelResults RunOnDevice(const SplatModel& model, const std::string& form) {
     GpuBuffer& keys = run.AddBuffer(Guards(4, model.mCount));
     const std::uint32_t groups = (model.mCount + 255) / 256;
     run.Dispatch("CSCalcDistances" + form,
-                 {device.Get("t1"),
-                  device.Get("t2"),
-                  device.Get("b6"),
-                  {"u8", &keys, nullptr, {}, 4},
-                  device.Get("b11"),
-                  device.Get("t12"),
-                  device.Get("s14"),
-                  {"b16", nullptr, nullptr, RecordBytes(model.mDistances), 0}},
+                 device.Get("t1 t2 b6 b11 t12 s14", {{"u8", &keys, nullptr, {}, 4},
+                                                     {"b16", nullptr, nullptr, RecordBytes(model.mDistances), 0}}),
                  groups);
-    run.Dispatch("CSCalcViewData" + form,
-                 {device.Get("t1"),
-                  device.Get("t2"),
-                  device.Get("t3"),
-                  device.Get("t4"),
-                  device.Get("t5"),
-                  device.Get("b6"),
-                  {"b7", nullptr, nullptr, RecordBytes(model.mView), 0},
-                  device.Get("b11"),
-                  device.Get("t12"),
-                  device.Get("t13"),
-                  device.Get("s14"),
-                  {"b15", nullptr, nullptr, RecordBytes(model.mModel), 0},
-                  {"u17", &records, nullptr, {}, sizeof(gpu::SplatViewData)}},
-                 groups);
+    run.Dispatch(
+        "CSCalcViewData" + form,
+        device.Get("t1 t2 t3 t4 t5 b6 b11 t12 t13 s14", {{"b7", nullptr, nullptr, RecordBytes(model.mView), 0},
+                                                         {"b15", nullptr, nullptr, RecordBytes(model.mModel), 0},
+                                                         {"u17", &records, nullptr, {}, sizeof(gpu::SplatViewData)}}),
+        groups);
     run.Execute();
     return {Unguarded<gpu::SplatViewData>(records, model.mCount), Unguarded<std::uint32_t>(keys, model.mCount)};
 }
@@ -309,14 +298,9 @@ std::vector<gpu::ExportSplatData> ExportOnDevice(const SplatModel& model) {
     const ModelOnDevice device(run, model);
     GpuBuffer& records = run.AddBuffer(Guards(sizeof(gpu::ExportSplatData), model.mCount));
     run.Dispatch("CSExportData",
-                 {device.Get("t1"),
-                  device.Get("t2"),
-                  device.Get("t3"),
-                  device.Get("t4"),
-                  device.Get("t5"),
-                  device.Get("b6"),
-                  {"u18", &records, nullptr, {}, sizeof(gpu::ExportSplatData)},
-                  {"b19", nullptr, nullptr, RecordBytes(gpu::ExportDataConstants{model.mCount}), 0}},
+                 device.Get("t1 t2 t3 t4 t5 b6",
+                            {{"u18", &records, nullptr, {}, sizeof(gpu::ExportSplatData)},
+                             {"b19", nullptr, nullptr, RecordBytes(gpu::ExportDataConstants{model.mCount}), 0}}),
                  (model.mCount + 255) / 256);
     run.Execute();
     return Unguarded<gpu::ExportSplatData>(records, model.mCount);

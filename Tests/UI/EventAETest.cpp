@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "../AE/FakeHost.h"
 #include "../AE/TestPlugin.h"
-#include "FakeDrawbot.h"
 #include "Panel.h"
 #include "PluginBase/AE/ArbHandlerAE.h"
 #include "PluginBase/AE/EventAE.h"
@@ -19,9 +19,6 @@ protected:
     zeb::UniquePtr<zeb::ParametersManagerBase> CreateParametersManager() override {
         zeb::ParametersManagerOptions options;
         options.mCompleteCustomSettings = zeb::CompleteCustomSettingsAE;
-        options.mColorPickerDialog = [this](const std::string& title, const glm::vec4& color) {
-            return ColorPickerDialog(title, color);
-        };
         return zeb::MakeUnique<Manager>(std::move(options));
     }
 
@@ -61,7 +58,6 @@ protected:
         }
         mPlugin.Deinit();
         EXPECT_EQ(mHost.mHandles, 0);
-        EXPECT_EQ(mDrawbot.mAlive, 0);
     }
 
     /// Sends the event for the parameter that mExtra names; returns what the effect set of evt_out_flags.
@@ -102,38 +98,12 @@ protected:
     zeb::Gradient GetGradient() { return Get<zeb::Gradient>(test::panel::kGradient); }
 
     test::FakeHost mHost;
-    test::FakeDrawbot mDrawbot{mHost};
     zeb::ThreadContextScope mScope;
     PanelPlugin mPlugin;
     PF_Context mContext{};
     PF_ContextPtr mContextPointer = &mContext;
     PF_EventExtra mExtra{};
 };
-
-TEST_F(Window, ControlsAreRegisteredDrawnAndDragged) {
-    ASSERT_EQ(mHost.mRegisteredUI.size(), 1U);
-    EXPECT_EQ(mHost.mRegisteredUI[0].events, PF_CustomEFlag_EFFECT);
-    Use(test::panel::kGradient);
-    EXPECT_EQ(Send(PF_Event_DRAW), PF_EO_HANDLED_EVENT);
-    EXPECT_THAT(mDrawbot.mCalls, testing::Contains("NewImageFromBuffer 100 x 100, 400, layout 4"));
-    mDrawbot.mFailing = "FillPath";
-    EXPECT_THROW(Send(PF_Event_DRAW), zeb::Exception);
-    // The host repeats the click, or sends drag events, as it likes.
-    Use(test::panel::kRamp);
-    for (const PF_EventType type : {2, 3}) {
-        const auto [t, value] = *std::next(GetRamp().keys.begin());
-        EXPECT_EQ(Click(static_cast<A_long>(26 + 100 * t), static_cast<A_long>(136 - 100 * value)),
-                  PF_EO_HANDLED_EVENT);
-        EXPECT_EQ(mExtra.u.do_click.send_drag, 1) << "drags are asked for";
-        EXPECT_FALSE(TakeChanged(test::panel::kRamp));
-        mExtra.u.do_click.screen_point = {20 + 30 * type, 56};
-        EXPECT_EQ(Send(type), PF_EO_HANDLED_EVENT);
-        EXPECT_TRUE(TakeChanged(test::panel::kRamp));
-        EXPECT_NEAR(GetRamp().keys.upper_bound(0.1F)->first, 0.3F * static_cast<float>(type) - 0.06F, 1e-6F);
-    }
-    EXPECT_EQ(Click(30, 50), PF_EO_HANDLED_EVENT);
-    EXPECT_EQ(mExtra.u.do_click.send_drag, 0) << "off a key there is nothing to drag";
-}
 
 TEST_F(Window, EachParameterHasAControlOfItsOwn) {
     Use(test::panel::kRamp);
@@ -156,41 +126,15 @@ TEST_F(Window, EachParameterHasAControlOfItsOwn) {
     EXPECT_EQ(Click(76, 136), 0);
 }
 
-TEST_F(Window, ThePointerLightsAKeyAndARedrawIsAskedFor) {
-    Use(test::panel::kRamp);
-    mExtra.u.adjust_cursor = {{76, 61}, 0, 0};
-    const std::tuple<PF_EventType, PF_EventOutFlags, int> events[] = {{PF_Event_ADJUST_CURSOR, 1, 1},
-                                                                      {PF_Event_ADJUST_CURSOR, 1, 1},
-                                                                      {PF_Event_MOUSE_EXITED, 1, 2},
-                                                                      {PF_Event_MOUSE_EXITED, 0, 2}};
-    for (const auto& [type, flags, redraws] : events) {
-        EXPECT_EQ(Send(type), flags);
-        EXPECT_EQ(mDrawbot.mInvalidated, redraws);
-    }
-    EXPECT_FALSE(TakeChanged(test::panel::kRamp));
-}
-
-TEST_F(Window, ModifiersAndPickerReachTheControls) {
+TEST_F(Window, ModifiersAreTheFrameworks) {
+    mExtra.u.adjust_cursor = {{0, 0}, 0x200 | 0x800, 0};
+    mExtra.e_type = PF_Event_ADJUST_CURSOR;
+    EXPECT_EQ(zeb::MakeEventContext(mExtra).mModifiers, 5U);
     Use(test::panel::kRamp);
     Click(90, 90, 1, PF_Mod_SHIFT_KEY | PF_Mod_OPT_ALT_KEY | PF_Mod_CAPS_LOCK_KEY);
     EXPECT_EQ(GetRamp().interpolation, zeb::Ramp::kLinear);
     Click(90, 90, 1, PF_Mod_CMD_CTRL_KEY);
     EXPECT_EQ(GetRamp().interpolation, zeb::Ramp::kStep);
-    mExtra.u.adjust_cursor = {{0, 0}, 0x200 | 0x800, 0};
-    mExtra.e_type = PF_Event_ADJUST_CURSOR;
-    EXPECT_EQ(zeb::MakeEventContext(mExtra).mModifiers, 5U);
-    Use(test::panel::kGradient);
-    mDrawbot.mPicked = {1.0F, 0.25F, 0.5F, 0.75F};
-    Click(76, 80, 2);
-    EXPECT_TRUE(TakeChanged(test::panel::kGradient));
-    EXPECT_EQ(GetGradient().keys.at(0.5F).color, glm::vec3(0.25F, 0.5F, 0.75F));
-    mDrawbot.mPickerError = PF_Interrupt_CANCEL;
-    mDrawbot.mPicked = {};
-    EXPECT_EQ(Click(76, 80, 2), PF_EO_HANDLED_EVENT);
-    EXPECT_FALSE(TakeChanged(test::panel::kGradient));
-    EXPECT_EQ(mDrawbot.mPickerAsked.back().green, 0.5F);
-    mDrawbot.mPickerError = 4;
-    EXPECT_THROW(Click(76, 80, 2), zeb::Exception);
 }
 
 TEST_F(Window, ControlsLiveAsLongAsTheirContext) {
