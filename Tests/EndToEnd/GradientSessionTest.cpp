@@ -101,7 +101,7 @@ TEST_P(GradientSession, CommandClicksGoThroughTheTypes) {
 
 TEST_P(GradientSession, DoubleClicksOnAKeyAskForItsColour) {
     const Studio& studio = mUser.mStudio;
-    EXPECT_EQ(Report(mUser.Press(144, 20, 0, 2)), "h") << "cancelled";
+    EXPECT_EQ(Report(mUser.Press(144, 20, 0, 2)), "hcr") << "cancelled: the colour it had is stored";
     ExpectKeys({{0, kRed, 0}, {1, kBlue, 0}});
     mUser.mStudio.mPick = glm::vec4(0.25, 0.5, 0.75, 1);
     EXPECT_EQ(Report(mUser.Press(144, 20, 0, 2)), "hcr");

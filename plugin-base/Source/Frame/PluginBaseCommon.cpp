@@ -32,11 +32,11 @@ void PluginBaseCommon::Init() {
     });
 }
 
-// The devices go first; the manager's packer reads the stored texts, so it goes before them.
+// The devices go first; nothing packs any more by now, so the texts may go before the manager that reads them.
 void PluginBaseCommon::Deinit() {
     mRender.reset();
-    mParametersManager.reset();
     mTextFileLoader.reset();
+    mParametersManager.reset();
 }
 
 void PluginBaseCommon::MakeDrawBinaryState(const ParameterCurrentValueGetter&, std::vector<std::byte>&) {}

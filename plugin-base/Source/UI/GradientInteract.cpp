@@ -147,9 +147,7 @@ MouseDownResult GradientInteract::OnMouseDown(const ParameterCurrentValueGetter&
     }
     if (clickCount == 2 && hit >= 0 && mOptions.mUsesInteractColorPicker) {
         glm::vec3& color = std::next(gradient.keys.begin(), hit)->second.color;
-        const glm::vec3 picked(mOptions.mColorPicker("Gradient Color", glm::vec4(color, 1.0F)));
-        if (picked == color) return {{true, false}, false};  // cancelled
-        color = picked;
+        color = glm::vec3(mOptions.mColorPicker("Gradient Color", glm::vec4(color, 1.0F)));  // its own if cancelled
         Write(setter, gradient);
         return {{true, true}, false};
     }
