@@ -28,6 +28,7 @@ namespace {
 using namespace zeb::render;
 using zeb::render::cpu::Image;
 using zeb::render::cpu::MakeRenderPass;
+using zeb::render::cpu::Scissor;
 
 using test::ForEachTarget;
 
@@ -202,6 +203,30 @@ TEST(FastKernels, ThreadsAndFramesAtOnceGiveTheSameBits) {
             EXPECT_EQ(result.mImage.Texels(), expected.mImage.Texels()) << threads;
             EXPECT_EQ(result.mPayloads, expected.mPayloads) << threads;
         }
+    }
+}
+
+/// Whatever part of the picture is drawn first: in rectangles of any size, in turn.
+TEST(FastKernels, PartsInAnyOrderGiveTheSameBits) {
+    const gpu::TextureConstants constants{{150.0F, 100.0F}, 0, 0};
+    RandomSplats splats(3000, 17);
+    Image expected(Format::RGBA8Unorm, 150, 100);
+    FastDrawGaussianSplats(MakeRenderPass(expected, 150, 100, GaussianSplatsBlend()), constants, splats.mOrder,
+                           splats.mRecords);
+    for (const std::int32_t size : {16, 23, 64}) {
+        std::vector<Scissor> parts;
+        for (std::int32_t y = 0; y < 100; y += size) {
+            for (std::int32_t x = 0; x < 150; x += size)
+                parts.push_back({x, y, std::min(x + size, 150), std::min(y + size, 100)});
+        }
+        std::shuffle(parts.begin(), parts.end(), std::mt19937(7));
+        Image target(Format::RGBA8Unorm, 150, 100);
+        for (const Scissor& part : parts) {
+            auto pass = MakeRenderPass(target, 150, 100, GaussianSplatsBlend());
+            pass.mScissor = part;
+            FastDrawGaussianSplats(pass, constants, splats.mOrder, splats.mRecords);
+        }
+        EXPECT_EQ(target.Texels(), expected.Texels()) << size;
     }
 }
 

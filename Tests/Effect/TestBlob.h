@@ -31,8 +31,13 @@ public:
         return blob;
     }
 
-    /// Valid until the next call.
+    /// Valid until the next call of either.
     const zeb::PackedParameters& Pack() {
+        PackBytes();
+        mPacked = zeb::PackedParameters(mBytes.data(), mBytes.size());
+        return mPacked;
+    }
+    const std::vector<std::byte>& PackBytes() {
         mBytes.clear();
         std::uint64_t names = 8 + 32 * mStructs.size();
         std::uint64_t structs = names;
@@ -48,8 +53,7 @@ public:
             for (const char c : name) mBytes.push_back(static_cast<std::byte>(c));
         }
         for (const auto& [name, bytes] : mStructs) mBytes.insert(mBytes.end(), bytes.begin(), bytes.end());
-        mPacked = zeb::PackedParameters(mBytes.data(), mBytes.size());
-        return mPacked;
+        return mBytes;
     }
 
 private:

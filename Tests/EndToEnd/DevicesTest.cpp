@@ -29,8 +29,8 @@ TEST_P(Devices, DrawTheSamePicture) {
 TEST_P(Devices, SortAlikeAndDrawTheSameBytes) {
     Shot shot = GetParam();
     shot.mBitsPerChannel = 8;
-    const RenderedShot vulkan = RenderInProcess(shot, "vulkan");
-    const RenderedShot cpu = RenderInProcess(shot, "cpu");
+    const CapturedFrame vulkan = RenderInProcess(shot, "vulkan");
+    const CapturedFrame cpu = RenderInProcess(shot, "cpu");
     ASSERT_GT(cpu.mOrder.size(), 1000U);
     EXPECT_EQ(vulkan.mKeys, cpu.mKeys);
     EXPECT_EQ(vulkan.mOrder, cpu.mOrder);

@@ -34,14 +34,14 @@ protected:
     SameBits() : mExpected(RenderInProcess(GetParam(), "cpu")) {}
 
     void ExpectSame() {
-        const RenderedShot drawn = RenderInProcess(GetParam(), "cpu");
+        const CapturedFrame drawn = RenderInProcess(GetParam(), "cpu");
         EXPECT_EQ(drawn.mKeys, mExpected.mKeys);
         EXPECT_EQ(drawn.mOrder, mExpected.mOrder);
         EXPECT_EQ(std::memcmp(drawn.mRecords.data(), mExpected.mRecords.data(), drawn.mRecords.size() * 40), 0);
         EXPECT_EQ(drawn.mTexels, mExpected.mTexels);
     }
 
-    const RenderedShot mExpected;
+    const CapturedFrame mExpected;
 };
 
 TEST_P(SameBits, ForAnyNumberOfThreads) {

@@ -7,15 +7,14 @@
 #include <cstring>
 #include <fstream>
 #include <limits>
-#include <map>
 
 #include <unistd.h>
 
 #include <glm/gtc/matrix_transform.hpp>
 #include <glm/matrix.hpp>
 
+#include "AssetFile.h"
 #include "ModelMaker.h"
-#include "Nimbrel/GaussianSplatAssetCreator.h"
 
 namespace nimbrel::endtoend {
 namespace {
@@ -56,17 +55,6 @@ glm::dmat4 MakeView(const Shot& shot) {
     const glm::dvec3 y = glm::cross(z, x);
     return glm::inverse(
         glm::dmat4(glm::dvec4(x, 0), glm::dvec4(y, 0), glm::dvec4(z, 0), glm::dvec4(shot.mCamera->mPosition, 1)));
-}
-
-const GaussianSplatAsset& GetAsset(const fs::path& file) {
-    static std::map<fs::path, std::unique_ptr<GaussianSplatAsset>> assets;
-    auto& asset = assets[file];
-    if (!asset) {
-        GaussianSplatAssetCreator::Settings settings;
-        settings.ApplyQualityLevel();
-        asset = GaussianSplatAssetCreator::CreateAsset(file.u16string(), settings, true);
-    }
-    return *asset;
 }
 
 float ReadChannel(const host::Frame& frame, std::size_t index) {
@@ -134,17 +122,21 @@ host::Json MakeSceneDocument(const Shot& shot) {
     return scene;
 }
 
-reference::Frame MakeReferenceFrame(const Shot& shot) {
-    reference::Frame frame;
+std::vector<fs::path> GetFiles(const Shot& shot) {
     std::vector<fs::path> files;
     for (const ShotModel& model : shot.mModels) {
-        const auto found = std::find(files.begin(), files.end(), model.mFile);
-        const auto group = static_cast<std::size_t>(found - files.begin());
-        if (found == files.end()) {
-            files.push_back(model.mFile);
-            frame.mModels.push_back({&GetAsset(model.mFile), {}});
-        }
-        frame.mModels[group].mInstances.push_back(MakeInstance(model));
+        if (std::find(files.begin(), files.end(), model.mFile) == files.end()) files.push_back(model.mFile);
+    }
+    return files;
+}
+
+reference::Frame MakeReferenceFrame(const Shot& shot) {
+    reference::Frame frame;
+    const std::vector<fs::path> files = GetFiles(shot);
+    for (const fs::path& file : files) frame.mModels.push_back({&GetAsset(file), {}});
+    for (const ShotModel& model : shot.mModels) {
+        const auto group = std::find(files.begin(), files.end(), model.mFile) - files.begin();
+        frame.mModels[static_cast<std::size_t>(group)].mInstances.push_back(MakeInstance(model));
     }
     const auto width = static_cast<float>(shot.mWidth);
     const auto height = static_cast<float>(shot.mHeight);

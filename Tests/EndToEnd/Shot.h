@@ -61,6 +61,9 @@ host::Json MakeSceneDocument(const Shot& shot);
 /// The frame as the effect draws it, in a host of its own, on the device asked for.
 host::Frame RenderWithEffect(const Shot& shot, const std::string& device = {});
 
+/// Each file once, as they are first used: the models of the frame below.
+std::vector<std::filesystem::path> GetFiles(const Shot& shot);
+
 /// The frame for the reference renderer, from matrices that share nothing with the effect's.
 reference::Frame MakeReferenceFrame(const Shot& shot);
 

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "Lines.h"
+#include "RenderedShot.h"
 #include "Shots.h"
 #include "WindowsRender.h"
 
@@ -24,6 +25,19 @@ TEST_P(WindowsFrames, AreThoseOfVulkan) {
     EXPECT_GE(ComparePsnr(RenderOnWindows(shot), vulkan), 80.0);
     shot.mBitsPerChannel = 8;
     EXPECT_LE(DifferingPixels(RenderOnWindows(shot), RenderWithEffect(shot, "vulkan"), 1.0), 0.001);
+}
+
+TEST(WindowsSort, IsThatOfVulkan) {
+    const std::vector<Shot> shots = MakeSplatShots();
+    const std::vector<SortedSplats> sorted = SortOnWindows(shots);
+    ASSERT_EQ(sorted.size(), shots.size());
+    for (std::size_t i = 0; i < shots.size(); ++i) {
+        SCOPED_TRACE(shots[i].mName);
+        const CapturedFrame vulkan = RenderInProcess(shots[i], "vulkan");
+        EXPECT_GT(sorted[i].mKeys.size(), 1000U);
+        EXPECT_EQ(sorted[i].mKeys, vulkan.mKeys);
+        EXPECT_EQ(sorted[i].mOrder, vulkan.mOrder);
+    }
 }
 
 TEST_P(WindowsLines, LieWhereVulkansDo) {

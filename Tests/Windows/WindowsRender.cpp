@@ -14,6 +14,8 @@
 
 #include <fmt/format.h>
 
+#include "RenderedShot.h"
+
 namespace nimbrel::endtoend {
 namespace {
 
@@ -47,32 +49,62 @@ host::Frame ReadPng(const fs::path& file) {
     return frame;
 }
 
+/// `arguments` as for a shell. Throws unless the program ends well and leaves `result` behind.
+void RunOnWindows(const std::string& program, const std::string& arguments, const fs::path& result) {
+    const fs::path said = GetScratchFolder() / "said.txt";
+    fs::remove(result);
+    // The limit turns a program that hangs into one that fails, with status 124.
+    const std::string command = fmt::format("timeout -k 10 300 '{}' '{}/wine' '{}' '{}/bin/{}.exe' {} >'{}' 2>&1",
+                                            NIMBREL_WINE_RUN, NIMBREL_WINDOWS_BUILD, NIMBREL_WINE_LAYERS,
+                                            NIMBREL_WINDOWS_BUILD, program, arguments, said.string());
+    const int status = std::system(command.c_str());
+    if (status == 0 && fs::exists(result)) return;
+    std::ifstream text(said);
+    throw std::runtime_error(fmt::format(
+        "{}.exe ended with status {}{} and said \"{}\"", program, WIFEXITED(status) ? WEXITSTATUS(status) : status,
+        fs::exists(result) ? "" : ", without a result", std::string(std::istreambuf_iterator<char>(text), {})));
+}
+
+std::vector<std::uint32_t> ReadWords(const FrameCapture& bytes) {
+    std::vector<std::uint32_t> words(bytes.get_binary().size() / 4);
+    std::memcpy(words.data(), bytes.get_binary().data(), 4 * words.size());
+    return words;
+}
+
 }  // namespace
 
 host::Frame RenderOnWindows(const Shot& shot) {
     Shot moved = shot;
     for (ShotModel& model : moved.mModels) model.mFile = WindowsPath(model.mFile);
-    const fs::path folder = GetScratchFolder();
-    const fs::path scene = folder / "scene.json";
-    const fs::path said = folder / "said.txt";
-    const fs::path picture = folder / (shot.mBitsPerChannel == 32 ? "frame.exr" : "frame.png");
-    fs::remove(picture);
+    const fs::path scene = GetScratchFolder() / "scene.json";
+    const fs::path picture = GetScratchFolder() / (shot.mBitsPerChannel == 32 ? "frame.exr" : "frame.png");
     std::ofstream(scene) << MakeSceneDocument(moved).dump();
-    // The limit turns a program that hangs into one that fails, with status 124.
-    const std::string command = fmt::format(
-        "timeout -k 10 300 '{}' '{}/wine' '{}' '{}/bin/nimbrel-render.exe' '{}' --frames 0 --alpha straight --quiet "
-        "-o '{}' >'{}' 2>&1",
-        NIMBREL_WINE_RUN, NIMBREL_WINDOWS_BUILD, NIMBREL_WINE_LAYERS, NIMBREL_WINDOWS_BUILD, WindowsPath(scene),
-        WindowsPath(picture), said.string());
-    const int status = std::system(command.c_str());
-    if (status != 0 || !fs::exists(picture)) {
-        std::ifstream text(said);
-        throw std::runtime_error(fmt::format("nimbrel-render.exe ended with status {}{} and said \"{}\"",
-                                             WIFEXITED(status) ? WEXITSTATUS(status) : status,
-                                             fs::exists(picture) ? "" : ", without a picture",
-                                             std::string(std::istreambuf_iterator<char>(text), {})));
-    }
+    RunOnWindows(
+        "nimbrel-render",
+        fmt::format("'{}' --frames 0 --alpha straight --quiet -o '{}'", WindowsPath(scene), WindowsPath(picture)),
+        picture);
     return shot.mBitsPerChannel == 32 ? ReadExr(picture) : ReadPng(picture);
+}
+
+std::vector<SortedSplats> SortOnWindows(const std::vector<Shot>& shots) {
+    FrameCapture captures = FrameCapture::array();
+    for (const Shot& shot : shots) {
+        captures.push_back(MakeCapture(shot));
+        for (FrameCapture& model : captures.back().at("models"))
+            model["file"] = WindowsPath(model.at("file").get<std::string>());
+    }
+    const fs::path input = GetScratchFolder() / "captures.cbor";
+    const fs::path output = GetScratchFolder() / "sorted.cbor";
+    {
+        std::ofstream stream(input, std::ios::binary);
+        FrameCapture::to_cbor(captures, stream);
+    }
+    RunOnWindows("DrawCaptures", fmt::format("'{}' '{}'", WindowsPath(input), WindowsPath(output)), output);
+    std::ifstream stream(output, std::ios::binary);
+    std::vector<SortedSplats> sorted;
+    for (const FrameCapture& frame : FrameCapture::from_cbor(stream))
+        sorted.push_back({ReadWords(frame.at("keys")), ReadWords(frame.at("order"))});
+    return sorted;
 }
 
 }  // namespace nimbrel::endtoend

@@ -1,11 +1,22 @@
 #pragma once
 
+#include <cstdint>
+#include <vector>
+
 #include "Shot.h"
 
+/// Frames from the cross-built programs under Wine. Both throw std::runtime_error with a program's exit status and what
+/// it said if it fails.
 namespace nimbrel::endtoend {
 
-/// The shot's frame from the cross-built nimbrel-render under Wine. Throws std::runtime_error with its exit status and
-/// what it said if it fails.
+/// The shot's frame from nimbrel-render.
 host::Frame RenderOnWindows(const Shot& shot);
+
+/// As of CapturedFrame.
+struct SortedSplats {
+    std::vector<std::uint32_t> mKeys, mOrder;
+};
+/// Of each shot, as Direct3D sorts them.
+std::vector<SortedSplats> SortOnWindows(const std::vector<Shot>& shots);
 
 }  // namespace nimbrel::endtoend
