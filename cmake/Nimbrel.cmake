@@ -25,6 +25,8 @@ else()
   # The arithmetic of assets and of the CPU programs must give the same bits everywhere: no contraction.
   target_compile_options(nimbrel_options INTERFACE
     -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Wconversion -Wno-sign-conversion -ffp-contract=off
+    # Messages name source files as the tree does, wherever it was built.
+    -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=
     $<$<BOOL:${NIMBREL_WERROR}>:-Werror>)
 endif()
 target_compile_definitions(nimbrel_options INTERFACE

@@ -25,7 +25,7 @@ if ! sha256sum --check --status SHA256SUMS 2>/dev/null; then
     for file in /etc/apt/sources.list.d/debian.sources; do
         [ -e "$file" ] && sed 's/^Types:.*/Types: deb-src/' "$file" >"apt/sources.list.d/$(basename "$file")"
     done
-    options=(-qq -o "Dir::Etc::SourceList=$folder/apt/sources.list" -o "Dir::Etc::SourceParts=$folder/apt/sources.list.d"
+    options=(-qq -o Acquire::Retries=3 -o "Dir::Etc::SourceList=$folder/apt/sources.list" -o "Dir::Etc::SourceParts=$folder/apt/sources.list.d"
         -o "Dir::State::Lists=$folder/apt/lists" -o "Dir::Cache=$folder/apt/cache" -o APT::Sandbox::User=)
     apt-get "${options[@]}" update
     apt-get "${options[@]}" source --download-only --tar-only freetype imath libpng1.6 openexr
