@@ -244,11 +244,15 @@ TEST(FastKernels, DrawOfOtherBlendStatesIsTheScalarOne) {
 
 TEST(FastKernels, SortIsStable) {
     std::mt19937 engine(11);
-    const std::uint32_t masks[] = {0xFFFFFFFFU, 0xFFU, 0xFF00FF00U, 0x000F0000U, 0x80000000U, 0U};
-    for (const std::size_t count : {0U, 1U, 2U, 1000U, 100003U}) {
-        for (const std::uint32_t mask : masks) {
+    // Bits of every eighth key and of the others; the last two have most keys in one bucket.
+    const std::pair<std::uint32_t, std::uint32_t> masks[] = {
+        {0xFFFFFFFFU, 0xFFFFFFFFU}, {0xFFU, 0xFFU}, {0xFF00FF00U, 0xFF00FF00U}, {0x000F0000U, 0x000F0000U},
+        {0x80000000U, 0x80000000U}, {0U, 0U},       {0xFFFFFFFFU, 0x00FFFFFFU}, {0xFFFFFFFFU, 0x00000FFFU}};
+    for (const std::size_t count : {0U, 1U, 2U, 1000U, 2048U, 100003U}) {
+        for (const auto& [mask, others] : masks) {
             std::vector<std::uint32_t> keys(count);
-            for (std::uint32_t& key : keys) key = (static_cast<std::uint32_t>(engine()) & mask) | 0x01000000U;
+            for (std::size_t i = 0; i < count; ++i)
+                keys[i] = (static_cast<std::uint32_t>(engine()) & (i % 8 == 0 ? mask : others)) | 0x01000000U;
             // Two far from all others, so that most share a bucket.
             if (count > 2) {
                 keys[count / 2] = 0;
@@ -263,7 +267,7 @@ TEST(FastKernels, SortIsStable) {
                 std::vector<std::uint32_t> sorted = keys;
                 std::vector<std::uint32_t> moved = payloads;
                 FastSort(sorted, moved);
-                EXPECT_EQ(moved, expected) << count << ", " << mask;
+                EXPECT_EQ(moved, expected) << count << ", " << mask << ", " << others;
                 EXPECT_TRUE(std::is_sorted(sorted.begin(), sorted.end()));
             });
         }

@@ -137,6 +137,9 @@ TEST_F(RasteriserTest, LinesTakeOnePixelAStepAndLeaveOutTheLast) {
         {1.5F, 1.5F, 4.5F, 4.5F, {{1, 1}, {2, 2}, {3, 3}}},
         // Rises half a row a column: y at the centres is 2.25, 2.75, 3.25, 3.75; ends on the corner of four.
         {1.0F, 2.0F, 5.0F, 4.0F, {{1, 2}, {2, 2}, {3, 3}, {4, 3}}},
+        // Just between two rows the upper one, between two columns the left one.
+        {2.0F, 3.0F, 5.0F, 3.0F, {{2, 2}, {3, 2}, {4, 2}}},
+        {3.0F, 4.0F, 3.0F, 1.0F, {{2, 1}, {2, 2}, {2, 3}}},
         {2.6F, 2.5F, 3.4F, 2.5F, {{2, 2}}},  // starts in a diamond and leaves it, ends in the next
         {2.6F, 2.5F, 2.7F, 2.5F, {}},        // never leaves its diamond
         {3.0F, 3.0F, 3.0F, 3.0F, {}},

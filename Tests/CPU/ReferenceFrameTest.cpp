@@ -127,12 +127,13 @@ TEST(ReferenceFrame, GizmosStandOverTheSplats) {
     instance.mModel.model_crop_shape_type = 1;
     instance.mGizmos.mCrop = true;
     const Image target = DrawFrame(frame);
-    // A flat box of 24 x 16 pixels around the middle, and its cross in the tints of the axes.
-    EXPECT_EQ(target.Load(25, 16), glm::vec4(1.0F));
-    EXPECT_EQ(target.Load(25, 32), glm::vec4(1.0F));
-    EXPECT_EQ(target.Load(20, 20), glm::vec4(1.0F));
-    EXPECT_EQ(target.Load(40, 24), glm::vec4(1.0F, 0.4F, 0.4F, 0.7F));
-    EXPECT_EQ(target.Load(32, 10), glm::vec4(0.4F, 1.0F, 0.4F, 0.7F));
+    // A flat box of 24 x 16 pixels around the middle, and its cross in the tints of the axes. All stand just between two
+    // rows or columns, of which they take the upper or left one.
+    EXPECT_EQ(target.Load(25, 15), glm::vec4(1.0F));
+    EXPECT_EQ(target.Load(25, 31), glm::vec4(1.0F));
+    EXPECT_EQ(target.Load(19, 20), glm::vec4(1.0F));
+    EXPECT_EQ(target.Load(40, 23), glm::vec4(1.0F, 0.4F, 0.4F, 0.7F));
+    EXPECT_EQ(target.Load(31, 10), glm::vec4(0.4F, 1.0F, 0.4F, 0.7F));
     EXPECT_EQ(target.Load(25, 20), glm::vec4(0.0F));
     // Hard edges draw the inner box first and the outer one over it: the same picture, white.
     instance.mGizmos = {};
@@ -142,7 +143,7 @@ TEST(ReferenceFrame, GizmosStandOverTheSplats) {
     EXPECT_EQ(DrawFrame(frame).Texels(), target.Texels());
     // With a feather of one half the inner box is half as large and grey.
     instance.mModel.model_effects_splatScale_shape_feather = 0.5F;
-    const glm::vec4 grey = DrawFrame(frame).Load(28, 20);
+    const glm::vec4 grey = DrawFrame(frame).Load(28, 19);
     EXPECT_EQ(grey, glm::vec4(0.9F, 0.9F, 0.9F, 0.7F));
 }
 

@@ -15,6 +15,13 @@ Vertex<2> FillBackgroundVertex(std::uint32_t vertex) {
     return {{values[0], values[1], 0.0F, 1.0F}, {values[2], values[3]}};
 }
 
+void LayRowOverBlack(float* rgba, std::size_t count) {
+    for (std::size_t i = 0; i < 4 * count; i += 4) {
+        for (std::size_t c = i; c < i + 3; ++c) rgba[c] *= rgba[i + 3];
+        rgba[i + 3] = 1.0F;
+    }
+}
+
 void FillBackground(const RenderPass& pass, const TextureView& picture) {
     const auto pixel = [&](const std::array<float, 2>& coordinate, glm::vec4& color) {
         const glm::vec4 sample = Sample(picture, kLinearClampSampler, coordinate[0], coordinate[1]);

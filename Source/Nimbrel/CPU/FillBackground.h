@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "Render/CPU/Image.h"
@@ -10,6 +11,9 @@ namespace nimbrel::cpu {
 
 /// Vertex stage, six vertices over the whole viewport; the attributes are the texture coordinate.
 zeb::render::cpu::Vertex<2> FillBackgroundVertex(std::uint32_t vertex);
+
+/// Pixel stage of `count` samples, in place.
+void LayRowOverBlack(float* rgba, std::size_t count);
 
 /// Draws all of `picture`, filtered, over the viewport of `pass`.
 void FillBackground(const zeb::render::cpu::RenderPass& pass, const zeb::render::cpu::TextureView& picture);

@@ -5,6 +5,7 @@
 #include "Nimbrel/CPU/Gizmos.h"
 #include "Nimbrel/CPU/Programs/SplatPrograms.h"
 #include "Nimbrel/CPU/RenderGaussianSplats.h"
+#include "Render/CPU/Convert.h"
 #include "Render/CPU/DrawPrimitives.h"
 #include "Render/CPU/Sampling.h"
 
@@ -67,9 +68,24 @@ void DrawBoxes(const DrawCall& call) {
         RenderGaussianSplatsBoxesPixel);
 }
 
+/// The whole picture, pixel for pixel and so without a filter.
+bool DrawPlainBackground(const DrawCall& call, const TextureView& picture) {
+    if (call.mTopology != Topology::TriangleList || call.mFirst != 0 || call.mCount != 6 || !call.mIndices.empty() ||
+        call.mInstanceCount != 1 || call.mCullMode != CullMode::None || call.mFillMode != FillMode::Solid)
+        return false;
+    const std::optional<RenderPass> plain =
+        FindTexelToPixel(call.mPass, glm::vec2(glm::uvec2(picture.mWidth, picture.mHeight)));
+    if (!plain) return false;
+    ForEachBand(*plain, [&](const RenderPass& pass) {
+        ConvertRows(pass, picture, LayRowOverBlack, pass.mScissor.mTop, pass.mScissor.mBottom);
+    });
+    return true;
+}
+
 void DrawBackground(const DrawCall& call) {
     const TextureView picture = call.mBindings.Texture(0);
     const SamplerDescription sampler = call.mBindings.Sampler(1);
+    if (DrawPlainBackground(call, picture)) return;
     DrawPrimitives<2>(
         call, [](std::uint32_t vertex, std::uint32_t) { return FillBackgroundVertex(vertex); },
         [&](const std::array<float, 2>& coordinate, glm::vec4& color) {

@@ -25,16 +25,20 @@ glm::vec4 Unmultiply(const glm::vec4& color) {
     return {color.x / color.w, color.y / color.w, color.z / color.w, color.w};
 }
 
-bool IsTexelToPixel(const RenderPass& pass, const glm::vec2& size) {
+std::optional<RenderPass> FindTexelToPixel(const RenderPass& pass, const glm::vec2& size) {
     const Viewport& viewport = pass.mViewport;
     const bool isWhole = viewport.mX == 0.0F && viewport.mY == 0.0F && viewport.mWidth == size.x &&
                          viewport.mHeight == size.y && size.x == static_cast<float>(ToUint(size.x)) &&
                          size.y == static_cast<float>(ToUint(size.y));
-    return isWhole && !pass.mBlend.mEnabled && static_cast<float>(pass.mScissor.mRight) <= size.x &&
-           static_cast<float>(pass.mScissor.mBottom) <= size.y;
+    if (!isWhole || pass.mBlend.mEnabled) return std::nullopt;
+    RenderPass cut = pass;
+    // Through floats: a size may be more than an integer holds.
+    cut.mScissor.mRight = static_cast<std::int32_t>(std::min(static_cast<float>(pass.mScissor.mRight), size.x));
+    cut.mScissor.mBottom = static_cast<std::int32_t>(std::min(static_cast<float>(pass.mScissor.mBottom), size.y));
+    return cut;
 }
 
-void ConvertRows(const RenderPass& pass, const TextureView& source, bool unmultiply, std::int32_t beginRow,
+void ConvertRows(const RenderPass& pass, const TextureView& source, RowChange change, std::int32_t beginRow,
                  std::int32_t endRow) {
     constexpr std::int64_t kBlock = 512;
     Image& target = *pass.mTarget;
@@ -52,7 +56,7 @@ void ConvertRows(const RenderPass& pass, const TextureView& source, bool unmulti
                 DecodeRow(source.mFormat, from, static_cast<std::size_t>(loaded), rgba);
             }
             std::fill(rgba + 4 * loaded, rgba + 4 * count, 0.0F);
-            if (unmultiply) UnmultiplyRow(rgba, static_cast<std::size_t>(count));
+            if (change != nullptr) change(rgba, static_cast<std::size_t>(count));
             std::byte* const to = target.Texels().data() + bytesOf(target.GetFormat(), y * target.GetWidth() + x);
             EncodeRow(target.GetFormat(), rgba, static_cast<std::size_t>(count), to);
         }

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 
 #include <glm/vec2.hpp>
 #include <glm/vec4.hpp>
@@ -19,12 +21,15 @@ Vertex<2> ConvertVertex(std::uint32_t vertex, const glm::vec2& size);
 /// the colour stays and alpha becomes 0.
 glm::vec4 Unmultiply(const glm::vec4& color);
 
-/// Whether a draw of the four corners as a strip gives each pixel of the viewport its own texel: no other state than
-/// that of a plain copy.
-bool IsTexelToPixel(const RenderPass& pass, const glm::vec2& size);
+/// Of a draw over the whole viewport that gives each pixel its own texel, with no other state than that of a plain
+/// copy, the pass cut to its pixels; else nothing. `size` is the texels' extent.
+std::optional<RenderPass> FindTexelToPixel(const RenderPass& pass, const glm::vec2& size);
 
-/// Rows [beginRow, endRow) of such a draw, `pass.mScissor` apart, the same bits.
-void ConvertRows(const RenderPass& pass, const TextureView& source, bool unmultiply, std::int32_t beginRow,
+/// What becomes of `count` colours in place; null: nothing.
+using RowChange = void (*)(float* rgba, std::size_t count);
+
+/// Rows [beginRow, endRow) of such a draw, columns of `pass.mScissor`.
+void ConvertRows(const RenderPass& pass, const TextureView& source, RowChange change, std::int32_t beginRow,
                  std::int32_t endRow);
 
 /// Draws the upper left `size` pixels of `source` into those of `target`, colour divided by alpha if `unmultiply`.

@@ -6,6 +6,7 @@
 #include "Render/CPU/DrawPrimitives.h"
 #include "Render/CPU/Parallel.h"
 #include "Render/CPU/Programs.h"
+#include "Render/CPU/RowConversion.h"
 #include "Render/CPU/TextDrawing.h"
 
 namespace zeb::render::cpu {
@@ -23,9 +24,10 @@ template <bool unmultiply>
 void DrawConvert(const DrawCall& call) {
     const auto size = call.mBindings.Constants<glm::vec2>(0);
     const TextureView source = call.mBindings.Texture(0);
-    if (IsWholeStrip(call) && IsTexelToPixel(call.mPass, size)) {
-        ForEachBand(call.mPass, [&](const RenderPass& pass) {
-            ConvertRows(pass, source, unmultiply, pass.mScissor.mTop, pass.mScissor.mBottom);
+    const std::optional<RenderPass> plain = FindTexelToPixel(call.mPass, size);
+    if (IsWholeStrip(call) && plain) {
+        ForEachBand(*plain, [&](const RenderPass& pass) {
+            ConvertRows(pass, source, unmultiply ? UnmultiplyRow : nullptr, pass.mScissor.mTop, pass.mScissor.mBottom);
         });
         return;
     }

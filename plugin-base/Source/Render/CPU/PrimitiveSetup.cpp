@@ -105,7 +105,7 @@ LineSetup::LineSetup(const GridPoint& a, const GridPoint& b) {
 
     const auto insideDiamond = [&](int point, std::int64_t pixel) {
         const std::int64_t centreMajor = pixel * kSubpixels + kHalfPixel;
-        const std::int64_t centreMinor = FloorDivide(MinorAt(pixel), kSubpixels) * kSubpixels + kHalfPixel;
+        const std::int64_t centreMinor = MinorPixelAt(pixel) * kSubpixels + kHalfPixel;
         return std::abs(mMajor[point] - centreMajor) + std::abs(mMinor[point] - centreMinor) < kHalfPixel;
     };
     mFirst = FloorDivide(mMajor[0], kSubpixels);
@@ -117,16 +117,18 @@ LineSetup::LineSetup(const GridPoint& a, const GridPoint& b) {
     if (mMajor[1] <= last * kSubpixels + kHalfPixel || insideDiamond(1, last)) --mLast;
 }
 
-/// Minor coordinate of the line where it crosses the centre of a pixel along the major axis.
-std::int64_t LineSetup::MinorAt(std::int64_t major) const {
+/// Where the line crosses the centre of a pixel along the major axis. The lower and the right corner belong to a
+/// pixel's diamond: a line just between two pixels takes the upper or left one.
+std::int64_t LineSetup::MinorPixelAt(std::int64_t major) const {
     const std::int64_t along = major * kSubpixels + kHalfPixel - mMajor[0];
-    return mMinor[0] + FloorDivide((mMinor[1] - mMinor[0]) * along, mMajor[1] - mMajor[0]);
+    const std::int64_t minor = mMinor[0] + CeilDivide((mMinor[1] - mMinor[0]) * along, mMajor[1] - mMajor[0]);
+    return FloorDivide(minor - 1, kSubpixels);
 }
 
 void LineSetup::GetPixel(std::int64_t step, std::int64_t& x, std::int64_t& y, float& t) const {
     const std::int64_t pixel = mFirst + step;
     const std::int64_t major = mMirrored ? -pixel - 1 : pixel;
-    const std::int64_t minor = FloorDivide(MinorAt(pixel), kSubpixels);
+    const std::int64_t minor = MinorPixelAt(pixel);
     x = mSteep ? minor : major;
     y = mSteep ? major : minor;
     const double along = static_cast<double>(pixel * kSubpixels + kHalfPixel - mMajor[0]);

@@ -92,7 +92,7 @@ public:
     void GetPixel(std::int64_t step, std::int64_t& x, std::int64_t& y, float& t) const;
 
 private:
-    std::int64_t MinorAt(std::int64_t major) const;
+    std::int64_t MinorPixelAt(std::int64_t major) const;
 
     std::int64_t mMajor[2] = {};  ///< along the longer axis, mirrored so that it ascends
     std::int64_t mMinor[2] = {};
