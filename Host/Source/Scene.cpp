@@ -126,11 +126,13 @@ int CountFrames(const Composition& composition) {
     return std::max(1, static_cast<int>(std::lround(composition.mDuration * composition.mFrameRate)));
 }
 
-Scene ParseScene(const Json& document, const std::string& file, const std::filesystem::path& folder) {
+Scene ParseScene(const Json& document, const std::string& file, const std::filesystem::path& folder,
+                 const CompositionChange& change) {
     const JsonView root(document, file);
     root.RequireObject({"composition", "camera", "nulls", "parameters"});
     Scene scene;
     if (root.Has("composition")) scene.mComposition = ReadComposition(root.Member("composition"));
+    if (change) change(scene.mComposition);
     if (root.Has("camera") && !root.Member("camera").Value().is_null()) {
         scene.mCamera = ReadCamera(root.Member("camera"), scene.mComposition);
     }
@@ -151,8 +153,8 @@ Scene ParseScene(const Json& document, const std::string& file, const std::files
     return scene;
 }
 
-Scene ReadScene(const std::filesystem::path& file) {
-    return ParseScene(ReadJsonFile(file), PathText(file), std::filesystem::absolute(file).parent_path());
+Scene ReadScene(const std::filesystem::path& file, const CompositionChange& change) {
+    return ParseScene(ReadJsonFile(file), PathText(file), std::filesystem::absolute(file).parent_path(), change);
 }
 
 Json WriteComposition(const Composition& composition) {

@@ -85,6 +85,15 @@ TEST_F(Program, SavesTheSceneAsOptionsLeaveIt) {
     EXPECT_TRUE(scene["parameters"].contains("Model1_align_anchorPoint"));
     EXPECT_EQ(Run("out.json -o again.png").mCode, 0);
 
+    // What the scene does not say follows from the size that the frames have; a slot without a file is free.
+    mFolder.Write("bare.json", R"({"camera": {}, "nulls": [{"name": "n"}], "parameters": {"Model1_model": null}})");
+    EXPECT_EQ(Run("bare.json --size 64x36 --model a.ply --save-scene filled.json").mCode, 0);
+    const Json filled = ReadJson("filled.json");
+    EXPECT_EQ(filled["camera"]["zoom"], 64);
+    EXPECT_EQ(filled["camera"]["position"], Json({32, 18, -64}));
+    EXPECT_EQ(filled["nulls"][0]["position"], Json({32, 18, 0}));
+    EXPECT_EQ(filled["parameters"]["Model1_model"], "a.ply");
+
     // Fitting is on by itself only without a scene file and without anything placed.
     const auto isFitted = [&](const std::string& arguments) {
         EXPECT_EQ(Run(arguments + " --save-scene fit.json").mCode, 0);

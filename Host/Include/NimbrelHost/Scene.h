@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -72,11 +73,15 @@ struct Scene {
     std::vector<Setting> mSettings;   ///< in order; later ones win
 };
 
+/// What is to be changed of a scene's composition, before anything takes its defaults from it; empty: nothing.
+using CompositionChange = std::function<void(Composition&)>;
+
 /// Reads a scene file. Throws UsageError with file, key and what was expected.
-Scene ReadScene(const std::filesystem::path& file);
+Scene ReadScene(const std::filesystem::path& file, const CompositionChange& change = {});
 
 /// The same from a parsed document; `file` names it in messages, relative paths count from `folder`.
-Scene ParseScene(const Json& document, const std::string& file, const std::filesystem::path& folder);
+Scene ParseScene(const Json& document, const std::string& file, const std::filesystem::path& folder,
+                 const CompositionChange& change = {});
 
 /// What fits a composition, checked alike for scenes and for options.
 int ReadDimension(const JsonView& view);

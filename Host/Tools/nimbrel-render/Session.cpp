@@ -119,8 +119,7 @@ void ApplyModel(Host& host, const std::string& text) {
     } else {
         // Backwards, so that the first free slot is the last found.
         for (int s = kModelSlots; s >= 1; --s) {
-            const Parameter* const model = FindSlotParameter(host, s, "model");
-            if (model != nullptr && !model->mIsSet) slot = s;
+            if (FindSlotParameter(host, s, "model") != nullptr && GetModelFile(host, s, false).empty()) slot = s;
         }
         if (slot == 0)
             throw UsageError(
@@ -282,8 +281,12 @@ int RunSession(const CommandLine& line) {
     if (line.mScene.empty() && line.mModels.empty() && !needsNoScene) {
         throw UsageError("expected a SCENE.json or --model FILE (see --help)");
     }
-    Scene scene = line.mScene.empty() ? Scene{} : ReadScene(TextPath(line.mScene));
-    ApplyOverrides(line, scene.mComposition);
+    const auto change = [&](Composition& composition) { ApplyOverrides(line, composition); };
+    Scene scene;
+    if (line.mScene.empty())
+        change(scene.mComposition);
+    else
+        scene = ReadScene(TextPath(line.mScene), change);
     // What is asked for in words alone renders nothing.
     const bool onlyText = line.mListParameters || (hasSideOutput && !line.mHasOutput && line.mFrames.empty());
     const FramePattern pattern(line.mOutput);
