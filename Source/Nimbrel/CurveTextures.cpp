@@ -45,12 +45,13 @@ void CurveTextures::UploadCurves(CopyCommandEncoder& encoder, Curves& curves, st
         std::size_t{curves.mRowsPerInstance} * kCurveSamples * GetBytesPerPixel(curves.mFormat);
     const std::uint32_t rows = curves.mRowsPerInstance * count;
     if (curves.mTexture == nullptr || curves.mTexture->GetHeight() < rows) {
+        // First, so that a frame that fails in between is made up for by the next one.
+        curves.mTexture.reset();
         curves.mUploadBuffer.SetByteSize(instanceSize * count);
         TextureDescription description;
         description.mFormat = curves.mFormat;
         description.mWidth = kCurveSamples;
         description.mHeight = rows;
-        curves.mTexture.reset();
         curves.mTexture = mDevice.CreateTexture(curves.mTextureName, description, 0, TextureState::Common);
         mDevice.CreateTextureView(*mRange, slot, *curves.mTexture);
     }

@@ -27,7 +27,8 @@ public:
 
     /// Throws what PLYFileReader::ReadFile throws, zeb::Exception for formats that cannot be made, and
     /// std::bad_alloc. Without `loadData` only count, degree and formats are filled in.
-    /// While it runs it holds the file's body, the asset, and 32 bytes per splat for the order.
+    /// While it runs it holds the file's body and the asset; before the asset's blocks exist, 36 bytes per splat to
+    /// sort by.
     static std::unique_ptr<GaussianSplatAsset> CreateAsset(const std::u16string& path, const Settings& settings,
                                                            bool loadData);
 };

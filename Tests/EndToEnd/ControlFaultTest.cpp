@@ -8,9 +8,9 @@ namespace nimbrel::endtoend {
 namespace {
 
 TEST(ControlFault, FailedCallsAreReportedAndNothingIsLost) {
-    const std::vector<std::string> suites = {
-        kPFAppSuite,           kPFEffectCustomUISuite, kDRAWBOT_DrawSuite, kDRAWBOT_SupplierSuite,
-        kDRAWBOT_SurfaceSuite, kDRAWBOT_PathSuite,     kDRAWBOT_PenSuite,  kDRAWBOT_ImageSuite};
+    const std::vector<std::string> suites = {kPFAppSuite,           kPFEffectCustomUISuite,
+                                             kDRAWBOT_DrawSuite,    kDRAWBOT_SupplierSuite,
+                                             kDRAWBOT_SurfaceSuite, kDRAWBOT_PathSuite};
     for (const char* id : {kRamp, kGradient}) {
         ControlSession user(id, {});
         host::Host& host = *user.mStudio.mHost;

@@ -82,6 +82,24 @@ T At(const std::vector<std::byte>& bytes, std::size_t offset) {
     return value;
 }
 
+/// A host may render another frame before it tells a parameter's value.
+TEST(ParameterPacker, AFrameWithinAFrameLeavesItAlone) {
+    const Fixture fixture(OnePack({Member("d", 0, "Float32", 3), Member("i", 4, "Int32", 1), Member("s", 8, "Float32")},
+                                  R"(,"scriptFunction":"F")"),
+                          "var P = {d: 0, i: 0, s: 0}; function F(g) { P.s = P.d * 10; }");
+    test::Values inner;
+    inner.mDoubles[3] = 7.0;
+    test::Values outer;
+    outer.mDoubles[3] = 2.0;
+    std::vector<std::byte> innerBytes;
+    outer.mBeforeInt = [&] { innerBytes = fixture.Pack(inner); };
+    const std::vector<std::byte> bytes = fixture.Pack(outer);
+    EXPECT_EQ(innerBytes, fixture.Pack(inner));
+    outer.mBeforeInt = nullptr;
+    EXPECT_EQ(bytes, fixture.Pack(outer));
+    EXPECT_NE(bytes, innerBytes);
+}
+
 TEST(ParameterPacker, LaysOutTheBlob) {
     const Fixture fixture(
         R"([{"name":"P","sizeInBytes":8,"members":[{"name":"m","offset":4,"type":"Int32","sourceParameter":1}]},

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <numbers>
 #include <string>
@@ -50,6 +51,7 @@ struct Values {
     std::map<std::int32_t, std::u16string> mStrings;
     std::map<std::int32_t, std::string> mCustoms;
     std::map<std::int32_t, std::string> mCustomTypes;
+    std::function<void()> mBeforeInt;  ///< runs before a whole number is told
 };
 
 class ValuesGetter final : public zeb::ParameterCurrentValueGetter {
@@ -59,7 +61,10 @@ public:
 
 protected:
     using D = zeb::ParameterDescription;
-    std::int32_t DoGetInt(const D& d) const override { return Find(mValues.mInts, d, mDefaults.GetInt(d.mIndex)); }
+    std::int32_t DoGetInt(const D& d) const override {
+        if (mValues.mBeforeInt) mValues.mBeforeInt();
+        return Find(mValues.mInts, d, mDefaults.GetInt(d.mIndex));
+    }
     double DoGetDouble(const D& d) const override {
         const double unit = d.mControl == zeb::ControlType::Angle ? std::numbers::pi / 180.0 : 1.0;
         return Find(mValues.mDoubles, d, mDefaults.GetDouble(d.mIndex) * unit);

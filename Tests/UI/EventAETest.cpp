@@ -143,8 +143,8 @@ TEST_F(Window, ControlsLiveAsLongAsTheirContext) {
     Send(PF_Event_CLOSE_CONTEXT);
     EXPECT_EQ(Click(76, 61), 0) << "no context";
     Send(PF_Event_CLOSE_CONTEXT);
+    for (A_intptr_t& value : mContext.plugin_state) value = 0x5A5A;  // a host's memory as it was
     Send(PF_Event_NEW_CONTEXT);
-    Send(PF_Event_NEW_CONTEXT);  // nothing of the first is left behind
     EXPECT_EQ(Send(PF_Event_DRAG), 0) << "the drag of the closed one is over";
     mContextPointer = nullptr;
     EXPECT_EQ(Click(76, 61), 0);

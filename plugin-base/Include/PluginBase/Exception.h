@@ -32,6 +32,10 @@ public:
     using Exception::Exception;
 };
 
+namespace render {
+using zeb::RenderException;
+}
+
 namespace detail {
 
 /// The qualified name inside a compiler's function signature: "zeb::A::B" of "void zeb::A::B(int) const".

@@ -68,6 +68,8 @@ void WriteStateDump(const DrawInfo& drawInfo, const ImageInfo& image, const Plug
     file.exceptions(std::ios::failbit | std::ios::badbit);
     file.open(NIMBREL_STATE_DUMP_FILE, std::ios::out | std::ios::trunc);
     file << dump.dump(2);
+    // What is still to be written may fail too, and a destructor would not tell.
+    file.close();
 }
 
 }  // namespace zeb

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "PluginBase/Exception.h"
+
 namespace zeb {
 namespace {
 
@@ -69,7 +71,16 @@ render::Texture& PluginBaseCache::GetTarget(Targets& targets, const char* name, 
     description.mHeight = target == nullptr ? height : std::max(height, target->GetHeight());
     description.mUsage = render::kTextureUsageRenderTarget;
     target.reset();  // the old one's memory may be needed for the new one
-    target = mDevice.CreateTexture(name, description, 0, render::TextureState::RenderTarget);
+    const auto create = [&] { return mDevice.CreateTexture(name, description, 0, render::TextureState::RenderTarget); };
+    try {
+        target = create();
+    } catch (const RenderException&) {
+        // Where a wide frame and a high one follow each other, one for both may be too large.
+        if (description.mWidth == width && description.mHeight == height) throw;
+        description.mWidth = width;
+        description.mHeight = height;
+        target = create();
+    }
     return *target;
 }
 

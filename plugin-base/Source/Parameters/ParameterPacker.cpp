@@ -3,13 +3,13 @@
 #include "PluginBase/Parameters/ParameterPacker.h"
 
 #include <array>
-#include <iterator>
+#include <new>
 
 #include <fmt/format.h>
-#include <utf8.h>
 
 #include "JsonRead.h"
 #include "PluginBase/Exception.h"
+#include "PluginBase/Misc/Utf8.h"
 #include "PluginBase/Parameters/ParametersManagerBase.h"
 #include "PluginBase/Script/JSContext.h"
 #include "Script/DuktapeUtil.h"
@@ -134,7 +134,7 @@ ParameterPacker::ParameterPacker(const ParametersManagerBase& manager, const Jso
 ParameterPacker::~ParameterPacker() {
     // No frame is under way any more; heaps of other threads are free to go.
     const std::lock_guard lock(mMutex);
-    mContexts.clear();
+    mIdleContexts.clear();
 }
 
 const ParameterPacker::Struct& ParameterPacker::GetPack(std::string_view name) const {
@@ -143,8 +143,29 @@ const ParameterPacker::Struct& ParameterPacker::GetPack(std::string_view name) c
     return found->second;
 }
 
+class ParameterPacker::UsedScript {
+public:
+    explicit UsedScript(const ParameterPacker& packer) : mPacker(packer), mContext(packer.TakeScript()) {}
+    ~UsedScript() {
+        const std::lock_guard lock(mPacker.mMutex);
+        try {
+            mPacker.mIdleContexts[std::this_thread::get_id()].push_back(std::move(mContext));
+        } catch (const std::bad_alloc&) {
+            // Without room to keep it the context goes; the next frame makes another.
+        }
+    }
+    UsedScript(const UsedScript&) = delete;
+    UsedScript& operator=(const UsedScript&) = delete;
+    JSContext& Get() const { return *mContext; }
+
+private:
+    const ParameterPacker& mPacker;
+    std::unique_ptr<JSContext> mContext;
+};
+
 void ParameterPacker::PackFromGetter(BlobWriter& writer, const ParameterCurrentValueGetter& getter) const {
-    JSContext& context = GetScript();
+    const UsedScript script(*this);
+    JSContext& context = script.Get();
     duk_context* stack = context.Get();
     // Whatever fails below, the thread's next frame finds the stack as it was.
     const script::StackGuard guard(stack);
@@ -163,18 +184,20 @@ void ParameterPacker::PackFromGetter(BlobWriter& writer, const ParameterCurrentV
     }
 }
 
-JSContext& ParameterPacker::GetScript() const {
-    const std::thread::id thread = std::this_thread::get_id();
+std::unique_ptr<JSContext> ParameterPacker::TakeScript() const {
     {
         const std::lock_guard lock(mMutex);
-        const auto found = mContexts.find(thread);
-        if (found != mContexts.end()) return *found->second;
+        auto& idle = mIdleContexts[std::this_thread::get_id()];
+        if (!idle.empty()) {
+            std::unique_ptr<JSContext> context = std::move(idle.back());
+            idle.pop_back();
+            return context;
+        }
     }
-    // Compiled outside the lock, and entered only when complete: a thread whose scripts failed tries anew.
+    // Compiled outside the lock: a thread whose scripts failed tries anew.
     auto context = std::make_unique<JSContext>();
     LoadScripts(*context);
-    const std::lock_guard lock(mMutex);
-    return *(mContexts[thread] = std::move(context));
+    return context;
 }
 
 void ParameterPacker::LoadScripts(JSContext& context) const {
@@ -188,10 +211,8 @@ void ParameterPacker::LoadScripts(JSContext& context) const {
     if (loader == nullptr && !mScriptFiles.empty())
         ZEB_THROW(kInternalError, "Failed to load scripts without a text file loader.");
     for (const std::string& file : mScriptFiles) {
-        std::u16string name;
-        utf8::utf8to16(file.begin(), file.end(), std::back_inserter(name));
         // Each file runs once, to leave its functions and objects in the heap's globals.
-        context.PCompile(*loader, name, 0);
+        context.PCompile(*loader, ToUtf16(file), 0);
         if (duk_pcall(stack, 0) != DUK_EXEC_SUCCESS)
             ZEB_THROW_SCRIPT(stack, 1, "Failed to call duk_pcall(*context, 0)");
         duk_pop(stack);

@@ -1,14 +1,13 @@
 // Saving, loading and resetting the values of a group. Saved values are keyed by numeric id, so that they
 // survive a catalogue in which places have shifted.
-#include <iterator>
 #include <numbers>
 #include <utility>
 
 #include <fmt/format.h>
-#include <utf8.h>
 
 #include "JsonRead.h"
 #include "PluginBase/Exception.h"
+#include "PluginBase/Misc/Utf8.h"
 #include "PluginBase/Parameters/ParametersManagerBase.h"
 
 namespace zeb {
@@ -30,18 +29,6 @@ void ForEachValue(const std::vector<ParameterDescription>& table, std::int32_t g
         if (hasValue && description.mParameterIndex != -1) visit(description);
         if (groupIndex != -1 && depth <= 0) break;
     }
-}
-
-std::string ToUtf8(const std::u16string& text) {
-    std::string result;
-    utf8::utf16to8(text.begin(), text.end(), std::back_inserter(result));
-    return result;
-}
-
-std::u16string ToUtf16(const std::string& text) {
-    std::u16string result;
-    utf8::utf8to16(text.begin(), text.end(), std::back_inserter(result));
-    return result;
 }
 
 Json ReadValue(const ParameterCurrentValueGetter& getter, const ParameterDescription& description) {

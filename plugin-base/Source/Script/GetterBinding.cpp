@@ -2,15 +2,14 @@
 #include "GetterBinding.h"
 
 #include <cmath>
-#include <iterator>
 #include <memory>
 #include <string>
 
-#include <utf8.h>
 #include <glm/vec3.hpp>
 
 #include "DuktapeUtil.h"
 #include "PluginBase/Exception.h"
+#include "PluginBase/Misc/Utf8.h"
 #include "PluginBase/Parameters/ParameterAccess.h"
 
 namespace zeb::script {
@@ -43,12 +42,6 @@ Value Text(Cell& cell, std::string text) {
     Value value;
     value.mType = Value::Type::Text;
     return value;
-}
-
-std::string ToUtf8(const std::u16string& text) {
-    std::string result;
-    utf8::utf16to8(text.begin(), text.end(), std::back_inserter(result));
-    return result;
 }
 
 /// Reads a parameter without a call of the engine.

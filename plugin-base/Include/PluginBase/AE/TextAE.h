@@ -5,12 +5,9 @@
 #include <vector>
 
 #include "HostInterface/HostInterface.h"
+#include "PluginBase/Misc/Utf8.h"
 
 namespace zeb {
-
-/// Between the two encodings; what is not valid becomes U+FFFD.
-std::u16string ToUtf16(std::string_view text);
-std::string ToUtf8(std::u16string_view text);
 
 /// NUL-terminated text of the host's type.
 std::vector<A_UTF16Char> ToHostText(std::u16string_view text);

@@ -75,7 +75,9 @@ private:
 
 /// Fills the constant structures of a frame from parameters: values go into JavaScript objects, each
 /// structure's script derives what no single parameter supplies, and the objects are laid out as one
-/// blob. Thread: any; each thread has a script heap of its own, made at its first use.
+/// blob. Thread: any; each thread has a script heap of its own, made at its first use. A host that reads a parameter
+/// may render another frame on the same thread before it answers, for an expression that looks at a layer: what is
+/// packed then has one more heap.
 class ParameterPacker : public ParameterDescriptionGetter {
 public:
     enum class MemberType : std::int32_t { Bool = 0, Int32 = 1, Float32 = 2, Vec2 = 3, Vec3 = 4, Vec4 = 5, Mat4x4 = 6 };
@@ -108,8 +110,9 @@ public:
     const Struct& GetPack(std::string_view name) const;
 
 private:
-    /// The calling thread's context, with the scripts loaded.
-    JSContext& GetScript() const;
+    /// A context of the calling thread, with the scripts loaded, that nobody else uses; given back at its end.
+    class UsedScript;
+    std::unique_ptr<JSContext> TakeScript() const;
     void LoadScripts(JSContext& context) const;
     void WriteDirectory(BlobWriter& writer) const;
     /// Both work on the script object at `objectIndex` of the context's stack.
@@ -122,7 +125,7 @@ private:
     std::unordered_map<std::string, Struct, StringHash, std::equal_to<>> mPacks;
     std::vector<std::string> mScriptFiles;
     mutable std::mutex mMutex;
-    mutable std::unordered_map<std::thread::id, std::unique_ptr<JSContext>> mContexts;
+    mutable std::unordered_map<std::thread::id, std::vector<std::unique_ptr<JSContext>>> mIdleContexts;
 };
 
 }  // namespace zeb

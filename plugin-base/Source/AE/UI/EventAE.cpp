@@ -37,6 +37,7 @@ void DestroyRecord(PF_EventExtra& extra) {
 
 void CreateRecord(PF_EventExtra& extra) {
     if (extra.contextH == nullptr || *extra.contextH == nullptr) return;
+    (*extra.contextH)->plugin_state[0] = 0;
     void* memory = Allocate(sizeof(ContextRecord));
     (*extra.contextH)->plugin_state[0] = reinterpret_cast<A_intptr_t>(::new (memory) ContextRecord());
 }
@@ -134,7 +135,7 @@ EventContext MakeEventContext(const PF_EventExtra& extra) {
 void HandleEvent(PluginBaseAE& plugin, PF_ParamDef* params[], PF_EventExtra& extra) {
     switch (extra.e_type) {
         case PF_Event_NEW_CONTEXT:
-            DestroyRecord(extra);
+            // What the host left in a new context's values is not ours.
             CreateRecord(extra);
             return;
         case PF_Event_CLOSE_CONTEXT: DestroyRecord(extra); return;

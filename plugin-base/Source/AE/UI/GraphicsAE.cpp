@@ -65,12 +65,11 @@ struct GraphicsAE::HeldSuites {
           mDraw(basic, kDRAWBOT_DrawSuite, kDRAWBOT_DrawSuite_Version1),
           mSupplier(basic, kDRAWBOT_SupplierSuite, kDRAWBOT_SupplierSuite_Version1),
           mSurface(basic, kDRAWBOT_SurfaceSuite, kDRAWBOT_SurfaceSuite_Version2),
-          mPath(basic, kDRAWBOT_PathSuite, kDRAWBOT_PathSuite_Version1),
-          mPen(basic, kDRAWBOT_PenSuite, kDRAWBOT_PenSuite_Version1),
-          mImage(basic, kDRAWBOT_ImageSuite, kDRAWBOT_ImageSuite_Version1) {}
+          mPath(basic, kDRAWBOT_PathSuite, kDRAWBOT_PathSuite_Version1) {}
 
     DRAWBOT_Suites Get() const {
-        return {mDraw.Get(), mSupplier.Get(), mSurface.Get(), mPath.Get(), mPen.Get(), mImage.Get()};
+        // Dashes and pictures are not drawn.
+        return {mDraw.Get(), mSupplier.Get(), mSurface.Get(), mPath.Get(), nullptr, nullptr};
     }
 
     AcquiredSuiteAE<PFAppSuite6> mApp;
@@ -78,8 +77,6 @@ struct GraphicsAE::HeldSuites {
     AcquiredSuiteAE<DRAWBOT_SupplierSuite1> mSupplier;
     AcquiredSuiteAE<DRAWBOT_SurfaceSuite2> mSurface;
     AcquiredSuiteAE<DRAWBOT_PathSuite1> mPath;
-    AcquiredSuiteAE<DRAWBOT_PenSuite1> mPen;
-    AcquiredSuiteAE<DRAWBOT_ImageSuite1> mImage;
 };
 
 GraphicsAE::GraphicsAE(PF_EventExtra& extra)
