@@ -127,8 +127,8 @@ TEST(ReferenceFrame, GizmosStandOverTheSplats) {
     instance.mModel.model_crop_shape_type = 1;
     instance.mGizmos.mCrop = true;
     const Image target = DrawFrame(frame);
-    // A flat box of 24 x 16 pixels around the middle, and its cross in the tints of the axes. All stand just between two
-    // rows or columns, of which they take the upper or left one.
+    // A flat box of 24 x 16 pixels around the middle, and its cross in the tints of the axes. All stand just between
+    // two rows or columns, of which they take the upper or left one.
     EXPECT_EQ(target.Load(25, 15), glm::vec4(1.0F));
     EXPECT_EQ(target.Load(25, 31), glm::vec4(1.0F));
     EXPECT_EQ(target.Load(19, 20), glm::vec4(1.0F));

@@ -253,7 +253,7 @@ TEST_F(ComputeTest, BufferViewsInTablesBindTheirElements) {
     const auto result = MakeBuffer(64 * 4);
     const auto factors = MakeFactors(2, 3);
     auto range = GetDevice().GetThreadData().mShaderResourceHeap->AllocateRange(5);
-    GetDevice().CreateShaderResourceBufferView(*range, 2, *input, 13, 40, 0);
+    GetDevice().CreateShaderResourceBufferView(*range, 2, *input, 12, 40, 0);
     GetDevice().CreateUnorderedAccessBufferView(*range, 3, *result, 3, 61, 4);
     GetDevice().CreateConstantBufferView(*range, 4, *factors, 256, 256);
     const auto zeros = MakeUpload(std::vector<std::uint32_t>(64, 0));
@@ -266,7 +266,7 @@ TEST_F(ComputeTest, BufferViewsInTablesBindTheirElements) {
         encoder.Dispatch(1, 1, 1, 64, 1, 1);
     });
     std::vector<std::uint32_t> expected(64, 0);
-    for (std::uint32_t i = 0; i < 4; ++i) expected[3 + i] = (13 + i) * 3 + 1;
+    for (std::uint32_t i = 0; i < 4; ++i) expected[3 + i] = (12 + i) * 3 + 1;
     EXPECT_EQ(Read<std::uint32_t>(*result), expected);
 }
 

@@ -30,6 +30,17 @@ TEST_F(CopyTest, BuffersKeepEveryByteAndOnlyTheRangeIsWritten) {
     EXPECT_EQ(Read<std::uint8_t>(*target), expected);
 }
 
+TEST_F(CopyTest, ABufferIsCopiedWithinItself) {
+    const auto source = MakeUpload(std::vector<std::uint32_t>{1, 2, 3, 4, 5, 6, 7, 8});
+    const auto buffer = MakeBuffer(32);
+    Copy([&](CopyCommandEncoder& encoder) {
+        encoder.CopyBuffer(*buffer, 0, *source, 0, 32);
+        encoder.CopyBuffer(*buffer, 16, *buffer, 4, 12);
+        encoder.CopyBuffer(*buffer, 0, *buffer, 28, 4);
+    });
+    EXPECT_EQ(Read<std::uint32_t>(*buffer), (std::vector<std::uint32_t>{8, 2, 3, 4, 2, 3, 4, 8}));
+}
+
 TEST_F(CopyTest, TexturesOfAllFormatsComeBackAsTheyWere) {
     for (const Format format :
          {Format::RGBA32Float, Format::RGBA16Float, Format::RGBA16Unorm, Format::RGBA8Unorm, Format::R32Float}) {

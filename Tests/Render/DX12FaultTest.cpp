@@ -2,9 +2,15 @@
 // table of functions in which some are replaced.
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <atomic>
+#include <functional>
 #include <initializer_list>
 #include <list>
 #include <map>
+#include <mutex>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include "DX12/CommandList.h"
@@ -19,6 +25,7 @@ using testing::HasSubstr;
 
 // Places in the tables of functions, and how many functions there are.
 enum DeviceFunction : std::size_t {
+    kQueryInterface = 0,
     kCreateCommandQueue = 8,
     kCreateCommandAllocator = 9,
     kCreateGraphicsPipelineState = 10,
@@ -34,9 +41,13 @@ enum DeviceFunction : std::size_t {
 constexpr std::size_t kEnumAdapterByGpuPreference = 29, kFactoryFunctions = 30;
 constexpr std::size_t kGetDesc1 = 10, kAdapterFunctions = 11;
 constexpr std::size_t kMap = 8, kResourceFunctions = 15;
-constexpr std::size_t kClose = 9, kListFunctions = 60;
+constexpr std::size_t kClose = 9, kDispatch = 14, kResourceBarrier = 26, kSetComputeConstantBuffer = 37,
+                      kSetComputeReadBuffer = 39, kSetComputeWrittenBuffer = 41, kListFunctions = 60;
 constexpr std::size_t kSignal = 14, kQueueFunctions = 19;
 constexpr std::size_t kGetCompletedValue = 8, kSetEventOnCompletion = 9, kFenceFunctions = 11;
+constexpr std::size_t kSetMessageCountLimit = 3, kClearStoredMessages = 4, kGetMessage = 5, kGetNumStoredMessages = 8,
+                      kMessageFunctions = 38;
+constexpr std::size_t kEnableDebugLayer = 3, kDebugFunctions = 4;
 
 struct Replacement {
     std::size_t mPlace;
@@ -239,6 +250,187 @@ TEST_F(DX12FaultTest, WhatFailsWithAListIsQuotedAndTheQueueGoesOn) {
     queue->Execute(queue->CreateCommandList("L"))->Wait();
 }
 
+// Data may change until it is bound, so what a barrier guards is bound behind it, and anew for each dispatch.
+std::string gCalls;
+std::vector<UINT64> gAddresses;
+const Replaced* gList = nullptr;
+
+void WINAPI NoteBarrier(ID3D12GraphicsCommandList* self, UINT count, const D3D12_RESOURCE_BARRIER* barriers) {
+    for (UINT i = 0; i < count; ++i) gCalls += barriers[i].Type == D3D12_RESOURCE_BARRIER_TYPE_UAV ? "U" : "T";
+    using Function = void(WINAPI*)(ID3D12GraphicsCommandList*, UINT, const D3D12_RESOURCE_BARRIER*);
+    reinterpret_cast<Function>(gList->GetOriginal(kResourceBarrier))(self, count, barriers);
+}
+
+template <std::size_t kPlace, char kRegister>
+void WINAPI NoteBuffer(ID3D12GraphicsCommandList* self, UINT parameter, D3D12_GPU_VIRTUAL_ADDRESS address) {
+    gCalls += kRegister;
+    gAddresses.push_back(address);
+    using Function = void(WINAPI*)(ID3D12GraphicsCommandList*, UINT, D3D12_GPU_VIRTUAL_ADDRESS);
+    reinterpret_cast<Function>(gList->GetOriginal(kPlace))(self, parameter, address);
+}
+
+void WINAPI NoteDispatch(ID3D12GraphicsCommandList* self, UINT x, UINT y, UINT z) {
+    gCalls += " dispatch ";
+    using Function = void(WINAPI*)(ID3D12GraphicsCommandList*, UINT, UINT, UINT);
+    reinterpret_cast<Function>(gList->GetOriginal(kDispatch))(self, x, y, z);
+}
+
+TEST_F(DX12FaultTest, BuffersAreBoundBehindTheirBarriersAndAnewForEachDispatch) {
+    const auto program = MakeRawAdd(GetDevice());
+    const auto source = MakeBuffer(512);
+    const auto result = MakeBuffer(512);
+    const auto factors = MakeBuffer(512);
+    const auto at = [](Buffer& buffer) { return dynamic_cast<BufferDX12&>(buffer).GetAddress(); };
+    gCalls.clear();
+    gAddresses.clear();
+    Run([&](CommandList& list) {
+        const Replaced native(dynamic_cast<CommandListDX12&>(list).GetNative(), kListFunctions,
+                              {{kResourceBarrier, Address(NoteBarrier)},
+                               {kDispatch, Address(NoteDispatch)},
+                               {kSetComputeConstantBuffer, Address(NoteBuffer<kSetComputeConstantBuffer, 'b'>)},
+                               {kSetComputeReadBuffer, Address(NoteBuffer<kSetComputeReadBuffer, 't'>)},
+                               {kSetComputeWrittenBuffer, Address(NoteBuffer<kSetComputeWrittenBuffer, 'u'>)}});
+        gList = &native;
+        const auto encoder = list.CreateComputeCommandEncoder();
+        program.Set(*encoder);
+        encoder->SetRootConstant(0, 1);
+        encoder->SetRootShaderResourceBufferView(1, *source, 16);
+        encoder->SetRootUnorderedAccessBufferView(2, *result, 0);
+        encoder->SetRootConstantBufferView(3, *factors, 256);
+        encoder->Dispatch(1, 1, 1, 64, 1, 1);
+        encoder->BufferUnorderedAccessBarrier(*result);
+        encoder->SetRootShaderResourceBufferView(1, *source, 32);
+        encoder->Dispatch(1, 1, 1, 64, 1, 1);
+        encoder->End();
+    });
+    EXPECT_EQ(gCalls, "TTTtub dispatch Utub dispatch ");
+    EXPECT_THAT(gAddresses, testing::ElementsAre(at(*source) + 16, at(*result), at(*factors) + 256, at(*source) + 32,
+                                                 at(*result), at(*factors) + 256));
+}
+
+/// An object of the API that is all ours. What is not replaced succeeds and does nothing.
+struct StandIn {
+    StandIn(std::size_t count, std::initializer_list<Replacement> replacements) : mFunctions(count, Address(Succeed)) {
+        for (const Replacement& each : replacements) mFunctions[each.mPlace] = each.mFunction;
+        mTable = mFunctions.data();
+    }
+    StandIn(const StandIn&) = delete;
+    StandIn& operator=(const StandIn&) = delete;
+
+    void** mTable;  // first, where callers look for it
+    std::vector<void*> mFunctions;
+};
+
+/// What the debug layer has to say, as it keeps it: with a limit until that is lifted.
+struct Messages {
+    void Add(D3D12_MESSAGE_SEVERITY severity, const std::string& text) {
+        const std::lock_guard lock(mMutex);
+        if (mStored.size() < mLimit) mStored.emplace_back(severity, text);
+    }
+
+    std::mutex mMutex;
+    UINT64 mLimit = 1024;
+    std::vector<std::pair<D3D12_MESSAGE_SEVERITY, std::string>> mStored;
+    std::function<void()> mWhileRead;  ///< what other threads do while a message is read
+    std::atomic<int> mReaders = 0;
+    std::atomic<bool> mHadSeveralReaders = false;
+};
+Messages* gMessages = nullptr;
+
+HRESULT WINAPI SetLimit(void*, UINT64 limit) {
+    gMessages->mLimit = limit;
+    return S_OK;
+}
+void WINAPI ClearMessages(void*) {
+    const std::lock_guard lock(gMessages->mMutex);
+    gMessages->mStored.clear();
+}
+UINT64 WINAPI CountMessages(void*) {
+    const std::lock_guard lock(gMessages->mMutex);
+    return gMessages->mStored.size();
+}
+HRESULT WINAPI TakeMessage(void*, UINT64 index, D3D12_MESSAGE* message, SIZE_T* size) {
+    if (++gMessages->mReaders > 1) gMessages->mHadSeveralReaders = true;
+    std::this_thread::yield();
+    --gMessages->mReaders;
+    if (const auto action = std::exchange(gMessages->mWhileRead, nullptr)) action();
+    const std::lock_guard lock(gMessages->mMutex);
+    if (index >= gMessages->mStored.size()) return DXGI_ERROR_INVALID_CALL;
+    const auto& [severity, text] = gMessages->mStored[index];
+    *size = sizeof(D3D12_MESSAGE) + text.size() + 1;
+    if (message == nullptr) return S_FALSE;
+    char* const copy = reinterpret_cast<char*>(message + 1);
+    std::copy_n(text.c_str(), text.size() + 1, copy);
+    message->Severity = severity;
+    message->pDescription = copy;
+    message->DescriptionByteLength = text.size() + 1;
+    return S_OK;
+}
+
+HRESULT WINAPI FindMessages(ID3D12Device* self, REFIID id, void** object) {
+    static StandIn messages(kMessageFunctions, {{kSetMessageCountLimit, Address(SetLimit)},
+                                                {kClearStoredMessages, Address(ClearMessages)},
+                                                {kGetMessage, Address(TakeMessage)},
+                                                {kGetNumStoredMessages, Address(CountMessages)}});
+    if (IsEqualGUID(id, __uuidof(ID3D12InfoQueue))) {
+        *object = &messages;
+        return S_OK;
+    }
+    using Function = HRESULT(WINAPI*)(ID3D12Device*, REFIID, void**);
+    return reinterpret_cast<Function>(gDevice->GetOriginal(kQueryInterface))(self, id, object);
+}
+
+TEST_F(DX12FaultTest, EveryMessageOfTheDebugLayerIsReportedOnce) {
+    Messages messages;
+    gMessages = &messages;
+    const Replaced device(GetNative(), kDeviceFunctions, {{kQueryInterface, Address(FindMessages)}});
+    gDevice = &device;
+    std::map<std::string, int> reported;
+    RenderOptions options;
+    options.mValidation = true;
+    options.mReportValidation = [&](const std::string& text) { ++reported[text]; };
+    ComPointer<ID3D12Device> native;
+    ASSERT_EQ(GetNative()->QueryInterface(IID_PPV_ARGS(native.ReleaseAndGetAddressOf())), S_OK);
+    auto context = std::make_shared<DeviceContext>(native, options);
+
+    messages.Add(D3D12_MESSAGE_SEVERITY_WARNING, "first");
+    messages.mWhileRead = [&] { messages.Add(D3D12_MESSAGE_SEVERITY_WARNING, "meanwhile"); };
+    context->ReportMessages();
+    EXPECT_THAT(reported, testing::ElementsAre(testing::Pair("first", 1)));
+    context->ReportMessages();
+    EXPECT_THAT(reported, testing::ElementsAre(testing::Pair("first", 1), testing::Pair("meanwhile", 1)));
+    reported.clear();
+    constexpr int kThreads = 4, kEach = 1000;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < kEach; ++i) {
+                messages.Add(D3D12_MESSAGE_SEVERITY_WARNING, std::to_string(t * kEach + i));
+                context->ReportMessages();
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_FALSE(messages.mHadSeveralReaders);
+    EXPECT_EQ(reported.size(), kThreads * kEach);
+    EXPECT_THAT(reported, testing::Each(testing::Pair(testing::_, 1)));
+    reported.clear();
+
+    // With a failure, before that itself is told.
+    messages.Add(D3D12_MESSAGE_SEVERITY_INFO, "of no interest");
+    messages.Add(D3D12_MESSAGE_SEVERITY_ERROR, "why");
+    gResult = E_INVALIDARG;
+    {
+        const Replaced failing(GetNative(), kDeviceFunctions, {{kCreateCommandQueue, Address(Fail)}});
+        EXPECT_THAT(GetFailure([&] { const CommandQueueDX12 queue(context, "Q"); }), HasSubstr("E_INVALIDARG"));
+    }
+    EXPECT_THAT(reported, testing::ElementsAre(testing::Pair("why", 1)));
+    // And at the device's end.
+    messages.Add(D3D12_MESSAGE_SEVERITY_CORRUPTION, "last");
+    context.reset();
+    EXPECT_THAT(reported, testing::ElementsAre(testing::Pair("last", 1), testing::Pair("why", 1)));
+}
+
 /// For a while the API's functions are others. Objects of theirs keep replaced tables until they are gone.
 struct Machine {
     Machine() : mApi(const_cast<DX12Api&>(GetDX12Api())), mOriginal(mApi) { gMachine = this; }
@@ -310,6 +502,72 @@ TEST_F(DX12FaultTest, MachinesWithoutAFittingAdapterSaySo) {
     machine.mApi.D3D12CreateDevice = MakeNoDevice;
     EXPECT_THAT(create(""), HasSubstr("\"Failed to get compatible DX12 hardware adapter.\""));
     EXPECT_THAT(create(name), HasSubstr("cannot be used, it lacks Direct3D 12 at feature level 11_0"));
+}
+
+HRESULT WINAPI FindNoLayer(REFIID, void**) { return DXGI_ERROR_SDK_COMPONENT_MISSING; }
+
+int gEnabled = 0;
+void WINAPI NoteEnabled(void*) { ++gEnabled; }
+HRESULT WINAPI FindLayer(REFIID, void** layer) {
+    static StandIn debug(kDebugFunctions, {{kEnableDebugLayer, Address(NoteEnabled)}});
+    *layer = &debug;
+    return S_OK;
+}
+
+TEST_F(DX12FaultTest, ValidationThatCannotBeHadIsNoDevice) {
+    const auto create = [](const std::string& request) {
+        return GetFailure([&] {
+            RenderOptions options;
+            options.mRequestedDevice = request;
+            options.mValidation = true;
+            Render::Create(1, options);
+        });
+    };
+    const char* const kText = "\"Validation was asked for, but Direct3D's debug layer is not installed\"";
+    const std::string name = GetDevice().GetName();
+    Machine machine;
+    machine.mApi.D3D12GetDebugInterface = FindNoLayer;
+    for (const std::string& request : {std::string(), std::string("dx12"), std::string("0"), name})
+        EXPECT_THAT(create(request), HasSubstr(kText)) << request;
+    ComPointer<ID3D12InfoQueue> messages;
+    if (SUCCEEDED(GetNative()->QueryInterface(IID_PPV_ARGS(messages.ReleaseAndGetAddressOf()))))
+        return;  // this machine's devices have a layer indeed
+    // One that can be turned on, to no effect on the device.
+    machine.mApi.D3D12GetDebugInterface = FindLayer;
+    EXPECT_THAT(create(""), HasSubstr(kText));
+    EXPECT_EQ(gEnabled, 1);
+}
+
+std::vector<UINT> gSpaces;
+
+template <class Parameter>
+void NoteSpaces(const Parameter* parameters, UINT count) {
+    for (UINT i = 0; i < count; ++i) {
+        const bool isOfConstants = parameters[i].ParameterType == D3D12_ROOT_PARAMETER_TYPE_32BIT_CONSTANTS;
+        gSpaces.push_back(isOfConstants ? parameters[i].Constants.RegisterSpace
+                                        : parameters[i].Descriptor.RegisterSpace);
+    }
+}
+
+HRESULT WINAPI NoteSignature(const D3D12_VERSIONED_ROOT_SIGNATURE_DESC* desc, ID3DBlob** blob, ID3DBlob** error) {
+    if (desc->Version == D3D_ROOT_SIGNATURE_VERSION_1_0)
+        NoteSpaces(desc->Desc_1_0.pParameters, desc->Desc_1_0.NumParameters);
+    else
+        NoteSpaces(desc->Desc_1_1.pParameters, desc->Desc_1_1.NumParameters);
+    return Machine::gMachine->mOriginal.D3D12SerializeVersionedRootSignature(desc, blob, error);
+}
+
+TEST_F(DX12FaultTest, RegisterSpacesReachTheRootSignature) {
+    Machine machine;
+    machine.mApi.D3D12SerializeVersionedRootSignature = NoteSignature;
+    gSpaces.clear();
+    const auto signature = GetDevice().CreateRootSignature("Spaces");
+    signature->AddRootConstants(4, 0, 1);
+    signature->AddRootConstantBufferView(0, 2);
+    signature->AddRootShaderResourceBufferView(0, 3);
+    signature->AddRootUnorderedAccessBufferView(0);
+    EXPECT_NE(ToDX12(*signature).CompileAndGet(), nullptr);
+    EXPECT_THAT(gSpaces, testing::ElementsAre(1, 2, 3, 0));
 }
 
 }  // namespace

@@ -116,7 +116,7 @@ Device& DeviceFixture::GetDevice() {
 #endif
         RenderOptions options;
         options.mRequestedDevice = kTestedDevice.mName;
-        options.mValidation = true;
+        options.mValidation = kTestedDevice.mCanValidate();
         options.mReportDevice = [&shared](const DeviceCandidate& candidate) {
             shared.mCandidates.push_back(candidate);
         };

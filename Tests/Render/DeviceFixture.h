@@ -18,6 +18,7 @@ struct TestedDevice {
     const char* mName;       ///< RenderOptions::mRequestedDevice
     const char* mInterface;  ///< how failures name the graphics interface: "DX12 "
     bool mReflectsPrograms;  ///< whether it names what a pipeline's program lacks
+    bool (*mCanValidate)();  ///< whether the interface's validation may be asked for on this machine
     std::uint32_t (*mGetTextureLimit)(Device&);
     std::uint32_t (*mGetGroupLimit)(Device&);  ///< along y
     std::uint64_t (*mGetStorageLimit)(Device&);
@@ -25,8 +26,8 @@ struct TestedDevice {
 };
 extern const TestedDevice kTestedDevice;
 
-/// One device for all tests of the program, with the API's validation on. Any message of it fails the test that is
-/// running.
+/// One device for all tests of the program, with the API's validation on where it may be asked for. Any message of it
+/// fails the test that is running.
 class DeviceFixture : public testing::Test {
 protected:
     void TearDown() override;

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cctype>
+#include <stdexcept>
 
 #include <gmock/gmock.h>
 
@@ -125,6 +126,65 @@ TEST_F(DeviceTest, AListKeepsItsResourcesUntilTheWait) {
     EXPECT_TRUE(event->IsCompleted());
     event->Wait();
     EXPECT_EQ(Read<std::uint32_t>(*target), std::vector<std::uint32_t>(1000, 77));
+}
+
+TEST_F(DeviceTest, AFinishedListCallsOnceAndBeforeItReleases) {
+    auto source = MakeUpload(std::vector<std::uint32_t>(100, 5));
+    const auto target = MakeBuffer(400);
+    CommandQueue& queue = *GetDevice().GetThreadData().mCommandQueue;
+    std::vector<int> calls;
+    std::uint32_t blocks = 0;
+    auto list = queue.CreateCommandList("Calls");
+    const auto encoder = list->CreateCopyCommandEncoder();
+    encoder->CopyBuffer(*target, 0, *source, 0, 400);
+    list->CallWhenFinished([&] { calls.push_back(1); });
+    encoder->End();
+    list->CallWhenFinished([&] {
+        calls.push_back(2);
+        EXPECT_EQ(GetLiveBlocks(), blocks);
+    });
+    blocks = GetLiveBlocks();
+    source.reset();
+    const auto event = queue.Execute(std::move(list));
+    EXPECT_THAT(calls, testing::IsEmpty());
+    event->Wait();
+    EXPECT_THAT(calls, testing::ElementsAre(1, 2));
+    if (!IsCpu()) {
+        EXPECT_EQ(GetLiveBlocks(), blocks - 1);
+    }
+    event->Wait();
+    EXPECT_THAT(calls, testing::ElementsAre(1, 2));
+}
+
+TEST_F(DeviceTest, AListCallsWhenItsEventIsDroppedAndNotWhenItNeverRuns) {
+    CommandQueue& queue = *GetDevice().GetThreadData().mCommandQueue;
+    int calls = 0;
+    const auto make = [&] {
+        auto list = queue.CreateCommandList("Calls");
+        list->CallWhenFinished([&calls] { ++calls; });
+        return list;
+    };
+    make();
+    EXPECT_EQ(calls, 0);
+    queue.Execute(make());
+    EXPECT_EQ(calls, 1);
+    auto closed = make();
+    closed->Close();
+    EXPECT_THAT(GetFailure([&] { closed->CallWhenFinished([] {}); }), HasSubstr("\"Calls\" is closed"));
+    closed.reset();
+    EXPECT_EQ(calls, 1);
+    // A failure of what is called comes out of the wait, or goes to the validation's receiver.
+    const auto execute = [&] {
+        auto list = make();
+        list->CallWhenFinished([] { throw std::runtime_error("What is called fails"); });
+        return queue.Execute(std::move(list));
+    };
+    EXPECT_THROW(execute()->Wait(), std::runtime_error);
+    EXPECT_EQ(calls, 2);
+    EXPECT_THAT(TakeMessages(), testing::IsEmpty());
+    execute();
+    EXPECT_EQ(calls, 3);
+    EXPECT_THAT(TakeMessages(), testing::ElementsAre("What is called fails"));
 }
 
 TEST_F(DeviceTest, AnEventDroppedWithoutAWaitStillFinishesItsList) {

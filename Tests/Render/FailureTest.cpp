@@ -1,3 +1,6 @@
+#include <utility>
+
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include "DeviceFixture.h"
@@ -57,7 +60,8 @@ TEST_F(FailureTest, ObjectsThatCannotBeMade) {
         {[] { GetDevice().CreateDescriptorHeap("Heap", DescriptorHeapType::Samplers, 0); }, "\"Heap\" of 0"},
         {[] { GetDevice().GetThreadData().mSamplerHeap->AllocateRange(100000); }, "Failed to get range of size 100000"},
         {[] { GetDevice().CreateShaderLibraryFromEmbeddedData("Never"); }, "embedded shader \"Never\""},
-        {[] { GetDevice().CreateRootSignature("R")->AddRootConstants(1, 0, 1); }, "register space 1"},
+        {[] { GetDevice().CreateRootSignature("R")->AddRootConstants(1, 0, 1); },
+         IsTested("dx12") ? "no failure" : "\"R\" uses register space 1"},
         {[] { GetDevice().CreateRootSignature("R")->AddRootShaderResourceBufferView(32); }, "register 32"},
         {[] {
              GetDevice().CreateRootSignature("R")->AddDescriptorTable({{static_cast<DescriptorRangeType>(6), 1, 0}});
@@ -65,6 +69,64 @@ TEST_F(FailureTest, ObjectsThatCannotBeMade) {
          UnknownValue("descriptor range type", 6)},
     };
     for (const Case& c : cases) EXPECT_THAT(GetFailure(c.mAction), HasSubstr(c.mText));
+    EXPECT_THROW(GetDevice().GetThreadData().mSamplerHeap->AllocateRange(100000), RenderException);
+}
+
+TEST_F(FailureTest, ViewsThatDirect3DHasNot) {
+    const auto buffer = MakeNamed("Viewed", 640);
+    const auto large = MakeNamed("Large", 3 * 2048);
+    const auto range = GetDevice().GetThreadData().mShaderResourceHeap->AllocateRange(1);
+    Device& device = GetDevice();
+    using Action = std::function<void()>;
+    const auto constants = [&](std::uint64_t offset, std::uint32_t size) -> Action {
+        return [&, offset, size] { device.CreateConstantBufferView(*range, 0, *buffer, offset, size); };
+    };
+    const auto read = [&](std::uint64_t first, std::uint32_t count, std::uint32_t stride) -> Action {
+        return [=, &device, &range, &buffer, &large] {
+            device.CreateShaderResourceBufferView(*range, 0, stride > 640 ? *large : *buffer, first, count, stride);
+        };
+    };
+    const auto write = [&](std::uint64_t first, std::uint32_t count, std::uint32_t stride) -> Action {
+        return [=, &device, &range, &buffer] {
+            device.CreateUnorderedAccessBufferView(*range, 0, *buffer, first, count, stride);
+        };
+    };
+    const std::string fine = "no failure";
+    const auto begin = [](std::uint64_t offset, std::uint64_t alignment) {
+        return fmt::format("A view at {} of the buffer \"Viewed\" does not begin at a multiple of {} bytes", offset,
+                           alignment);
+    };
+    const auto outside = [](std::uint64_t size, std::uint64_t offset) {
+        return fmt::format("A view of {} bytes at {} lies outside the buffer \"Viewed\" of 640 bytes", size, offset);
+    };
+    const auto stride = [](const std::string& name, std::uint32_t bytes) {
+        return fmt::format("A view of the buffer \"{}\" has elements of {} bytes", name, bytes);
+    };
+    const std::pair<Action, std::string> cases[] = {
+        {constants(256, 256), fine},
+        {constants(256, 1), fine},
+        {constants(0, 512), fine},
+        {constants(128, 256), begin(128, 256)},
+        {constants(4, 4), begin(4, 256)},
+        {constants(512, 4), outside(256, 512)},  // the size that it takes is what counts
+        {constants(256, 257), outside(512, 256)},
+        {constants(0, 0), outside(0, 0)},
+        {read(4, 156, 0), fine},
+        {read(5, 1, 0), begin(20, 16)},
+        {write(2, 1, 0), begin(8, 16)},
+        {write(156, 4, 0), fine},
+        {write(156, 5, 0), outside(20, 624)},
+        {read(1, 1, 12), fine},  // elements begin at multiples of their own size
+        {write(5, 3, 4), fine},
+        {read(0, 1, 6), stride("Viewed", 6)},
+        {write(1, 1, 2), stride("Viewed", 2)},
+        {read(1, 2, 2048), fine},
+        {read(0, 1, 2052), stride("Large", 2052)},
+        {read(std::uint64_t{1} << 62, 1, 4), outside(4, UINT64_MAX)},  // not that the product were 0
+        {write(std::uint64_t{1} << 63, 1, 0), outside(4, UINT64_MAX)},
+    };
+    for (std::size_t i = 0; i < std::size(cases); ++i)
+        EXPECT_THAT(GetFailure(cases[i].first), HasSubstr(cases[i].second)) << "case " << i;
 }
 
 TEST_F(FailureTest, PipelinesThatDoNotFitTheirProgram) {
@@ -99,13 +161,14 @@ TEST_F(FailureTest, PipelinesThatDoNotFitTheirProgram) {
 TEST_F(FailureTest, ArgumentsThatAreMissingOrDoNotFit) {
     const auto program = MakeRawAdd(GetDevice());
     const auto small = MakeNamed("Small", 256);
+    const auto written = MakeNamed("Written", 256);
     const auto dispatch = [&](const std::function<void(ComputeCommandEncoder&)>& change, std::uint32_t groups = 1) {
         return GetFailure([&] {
             Compute([&](ComputeCommandEncoder& encoder) {
                 program.Set(encoder);
                 encoder.SetRootConstant(0, 1);
                 encoder.SetRootShaderResourceBufferView(1, *small, 0);
-                encoder.SetRootUnorderedAccessBufferView(2, *small, 128);
+                encoder.SetRootUnorderedAccessBufferView(2, *written, 128);
                 encoder.SetRootConstantBufferView(3, *small, 0);
                 change(encoder);
                 encoder.Dispatch(1, groups, 1, 64, 1, 1);
@@ -144,6 +207,7 @@ TEST_F(FailureTest, BuffersBeyondTheStorageRangeAreNamedWithTheLimit) {
     if (limit >= UINT32_MAX) GTEST_SKIP() << "the device's limit is too high to exceed it here";
     const auto large = MakeNamed("Large", limit + 4096);
     const auto small = MakeNamed("Small", 256);
+    const auto factors = MakeNamed("Factors", 256);
     const auto program = MakeRawAdd(GetDevice());
     const auto bind = [&](std::uint64_t offset) {
         return GetFailure([&] {
@@ -152,7 +216,7 @@ TEST_F(FailureTest, BuffersBeyondTheStorageRangeAreNamedWithTheLimit) {
                 encoder.SetRootConstant(0, 1);
                 encoder.SetRootShaderResourceBufferView(1, *large, offset);
                 encoder.SetRootUnorderedAccessBufferView(2, *small, 0);
-                encoder.SetRootConstantBufferView(3, *small, 0);
+                encoder.SetRootConstantBufferView(3, *factors, 0);
                 encoder.Dispatch(1, 1, 1, 64, 1, 1);
             });
         });
@@ -160,6 +224,41 @@ TEST_F(FailureTest, BuffersBeyondTheStorageRangeAreNamedWithTheLimit) {
     EXPECT_THAT(bind(0), AllOf(HasSubstr("\"Large\" of " + std::to_string(limit + 4096) + " bytes"),
                                HasSubstr("limit is " + std::to_string(limit))));
     EXPECT_EQ(bind(4096), "no failure");
+}
+
+TEST_F(FailureTest, ABufferIsReadOrWrittenByOneDispatch) {
+    const ComputeProgramUnderTest program(GetDevice(), "RawAdd", [](RootSignature& signature) {
+        signature.AddRootConstants(20, 0);
+        signature.AddDescriptorTable({{DescriptorRangeType::Buffer, 1, 1}});
+        signature.AddDescriptorTable({{DescriptorRangeType::UnorderedAccessBuffer, 1, 2}});
+        signature.AddRootConstantBufferView(14);
+        signature.AddRootUnorderedAccessBufferView(3);  // which the program does not use
+    });
+    const auto a = MakeNamed("A", 512);
+    const auto b = MakeNamed("B", 512);
+    const auto c = MakeNamed("C", 512);
+    const auto range = GetDevice().GetThreadData().mShaderResourceHeap->AllocateRange(2);
+    const auto dispatch = [&](Buffer& source, Buffer& result, Buffer& factors, Buffer& other) {
+        GetDevice().CreateShaderResourceBufferView(*range, 0, source, 0, 16, 0);
+        GetDevice().CreateUnorderedAccessBufferView(*range, 1, result, 64, 16, 0);
+        return GetFailure([&] {
+            Compute([&](ComputeCommandEncoder& encoder) {
+                program.Set(encoder);
+                encoder.SetRootConstant(0, 1);
+                encoder.SetRootDescriptorTable(1, *range, 0);
+                encoder.SetRootDescriptorTable(2, *range, 1);
+                encoder.SetRootConstantBufferView(3, factors, 256);
+                encoder.SetRootUnorderedAccessBufferView(4, other, 0);
+                encoder.Dispatch(1, 1, 1, 64, 1, 1);
+            });
+        });
+    };
+    EXPECT_EQ(dispatch(*a, *b, *c, *b), "no failure");  // written by way of two views
+    EXPECT_EQ(dispatch(*a, *b, *a, *c), "no failure");  // read in two ways
+    // Wherever in the buffer the views lie.
+    EXPECT_THAT(dispatch(*a, *a, *b, *c), HasSubstr("\"The buffer \"A\" is used in two ways at once\""));
+    EXPECT_THAT(dispatch(*a, *b, *b, *c), HasSubstr("\"The buffer \"B\" is used in two ways at once\""));
+    EXPECT_EQ(dispatch(*c, *b, *a, *b), "no failure");
 }
 
 TEST_F(FailureTest, CopiesOutsideTheirObjects) {

@@ -84,6 +84,7 @@ TEST(RenderCreation, KnowsTypesZeroAndOneOnly) {
     for (const std::int32_t type : {-1, 2, 7}) {
         EXPECT_THAT(GetFailure([type] { Render::Create(type, RenderOptions()); }),
                     HasSubstr("\"Failed to create a render of type " + std::to_string(type) + "\""));
+        EXPECT_THROW(Render::Create(type, RenderOptions()), RenderException);
     }
 }
 

@@ -7,6 +7,7 @@ const TestedDevice kTestedDevice = {
     "cpu",
     "",
     true,
+    [] { return true; },
     [](Device&) { return cpu::kMaxTextureSize; },
     [](Device&) { return CommandLimits().mGroups[1]; },
     [](Device&) { return std::uint64_t{UINT32_MAX}; },

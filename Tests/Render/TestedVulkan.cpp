@@ -12,6 +12,7 @@ const TestedDevice kTestedDevice = {
     "vulkan",
     "",
     true,
+    [] { return true; },
     [](Device& device) { return GetContext(device).Limits().maxImageDimension2D; },
     [](Device& device) { return GetContext(device).Limits().maxComputeWorkGroupCount[1]; },
     [](Device& device) { return std::uint64_t{GetContext(device).Limits().maxStorageBufferRange}; },

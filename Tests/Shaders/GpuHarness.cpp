@@ -7,6 +7,9 @@
 #include <utility>
 
 #include "Shaders/RegisterShaders.h"
+#if defined(_WIN32)
+#include "DX12/DeviceContext.h"
+#endif
 
 namespace nimbrel::test {
 
@@ -21,6 +24,7 @@ zeb::UniquePtr<zeb::render::Render> MakeRender() {
     RenderOptions options;
 #if defined(_WIN32)
     options.mRequestedDevice = "dx12";
+    options.mValidation = static_cast<bool>(FindDebugLayer());
 #else
     options.mRequestedDevice = "vulkan";
     options.mValidation = true;

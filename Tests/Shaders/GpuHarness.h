@@ -37,8 +37,8 @@ std::vector<T> FromBytes(const Bytes& bytes, std::size_t offset, std::size_t cou
     return values;
 }
 
-/// The process's Vulkan device, with validation; a message of the validation
-/// layer fails the running test.
+/// The process's device, with validation where the machine has it; a message
+/// of the validation layer fails the running test.
 zeb::render::Device& GetDevice();
 
 /// A buffer that programs read and write, with the contents that it starts

@@ -2,6 +2,7 @@
 #include "PluginBase/Render/Commands.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "RenderFailure.h"
 
@@ -138,6 +139,15 @@ UniquePtr<ComputeCommandEncoder> CommandList::CreateComputeCommandEncoder() {
 UniquePtr<CopyCommandEncoder> CommandList::CreateCopyCommandEncoder() {
     CheckNoEncoder();
     return DoCreateCopyCommandEncoder();
+}
+
+void CommandList::CallWhenFinished(std::function<void()> function) {
+    if (mIsClosed) ZEB_RENDER_THROW("The command list \"{}\" is closed", GetName());
+    mFinishedCalls.push_back(std::move(function));
+}
+
+void CommandList::RunFinishedCalls() {
+    for (const std::function<void()>& call : std::exchange(mFinishedCalls, {})) call();
 }
 
 void CommandList::Close() {

@@ -32,6 +32,38 @@ std::uint32_t GetCurrentThreadNumber() {
 // Raw data is counted in 32-bit words.
 constexpr std::uint64_t kRawStride = 4;
 
+BufferViewDescription GetElements(BufferViewKind kind, std::uint64_t first, std::uint32_t count, std::uint32_t stride) {
+    const std::uint64_t size = stride == 0 ? kRawStride : stride;
+    // An offset that no number holds lies outside any buffer.
+    const std::uint64_t offset = first > UINT64_MAX / size ? UINT64_MAX : first * size;
+    return {kind, offset, count * size, stride};
+}
+
+// What Direct3D asks of views holds for every device, so that what runs on one runs on all.
+void CheckView(const Buffer& buffer, const BufferViewDescription& view) {
+    constexpr std::uint64_t kConstantAlignment = 256;  // of size and offset
+    constexpr std::uint64_t kRawAlignment = 16;
+    constexpr std::uint32_t kStrideAlignment = 4;
+    constexpr std::uint32_t kMaxStride = 2048;
+    const bool isOfConstants = view.mKind == BufferViewKind::Constants;
+    if (view.mStride % kStrideAlignment != 0 || view.mStride > kMaxStride) {
+        ZEB_RENDER_THROW("A view of the buffer \"{}\" has elements of {} bytes: no multiple of {} up to {}",
+                         buffer.GetName(), view.mStride, kStrideAlignment, kMaxStride);
+    }
+    std::uint64_t size = view.mSizeInBytes;
+    if (isOfConstants) size = (size + kConstantAlignment - 1) / kConstantAlignment * kConstantAlignment;
+    const std::uint64_t whole = buffer.GetSizeInBytes();
+    if (size == 0 || view.mByteOffset > whole || size > whole - view.mByteOffset) {
+        ZEB_RENDER_THROW("A view of {} bytes at {} lies outside the buffer \"{}\" of {} bytes", size, view.mByteOffset,
+                         buffer.GetName(), whole);
+    }
+    const std::uint64_t alignment = isOfConstants ? kConstantAlignment : kRawAlignment;
+    if (view.mStride == 0 && view.mByteOffset % alignment != 0) {
+        ZEB_RENDER_THROW("A view at {} of the buffer \"{}\" does not begin at a multiple of {} bytes", view.mByteOffset,
+                         buffer.GetName(), alignment);
+    }
+}
+
 void CheckTexture(const TextureDescription& description, const std::string& name) {
     const auto& [dimension, format, width, height, arraySize, mipLevels, usage] = description;
     if (width == 0 || height == 0 || arraySize == 0 || mipLevels == 0) {
@@ -75,11 +107,7 @@ UniquePtr<DescriptorHeap> Device::CreateDescriptorHeap(std::string name, Descrip
 
 void Device::CreateBufferView(DescriptorRange& range, std::uint32_t index, Buffer& buffer,
                               const BufferViewDescription& view) {
-    const std::uint64_t whole = buffer.GetSizeInBytes();
-    if (view.mSizeInBytes == 0 || view.mByteOffset > whole || view.mSizeInBytes > whole - view.mByteOffset) {
-        ZEB_RENDER_THROW("A view of {} bytes at {} lies outside the buffer \"{}\" of {} bytes", view.mSizeInBytes,
-                         view.mByteOffset, buffer.GetName(), whole);
-    }
+    CheckView(buffer, view);
     range.Check(index, 1, DescriptorHeapType::ShaderResources);
     DoCreateBufferView(range, index, buffer, view);
 }
@@ -92,16 +120,13 @@ void Device::CreateConstantBufferView(DescriptorRange& range, std::uint32_t inde
 void Device::CreateShaderResourceBufferView(DescriptorRange& range, std::uint32_t index, Buffer& buffer,
                                             std::uint64_t firstElement, std::uint32_t elementCount,
                                             std::uint32_t stride) {
-    const std::uint64_t size = stride == 0 ? kRawStride : stride;
-    CreateBufferView(range, index, buffer, {BufferViewKind::Read, firstElement * size, elementCount * size, stride});
+    CreateBufferView(range, index, buffer, GetElements(BufferViewKind::Read, firstElement, elementCount, stride));
 }
 
 void Device::CreateUnorderedAccessBufferView(DescriptorRange& range, std::uint32_t index, Buffer& buffer,
                                              std::uint64_t firstElement, std::uint32_t elementCount,
                                              std::uint32_t stride) {
-    const std::uint64_t size = stride == 0 ? kRawStride : stride;
-    CreateBufferView(range, index, buffer,
-                     {BufferViewKind::ReadWrite, firstElement * size, elementCount * size, stride});
+    CreateBufferView(range, index, buffer, GetElements(BufferViewKind::ReadWrite, firstElement, elementCount, stride));
 }
 
 void Device::CreateTextureView(DescriptorRange& range, std::uint32_t index, Texture& texture, TextureViewKind kind,

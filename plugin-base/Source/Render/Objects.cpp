@@ -105,12 +105,11 @@ void RootSignature::AddDescriptorTable(const std::vector<DescriptorTableRange>& 
 
 void RootSignature::AddRoot(RootParameterKind kind, std::uint32_t shaderRegister, std::uint32_t space,
                             std::uint32_t constantCount) {
-    if (space != 0)
-        ZEB_RENDER_THROW("The root signature \"{}\" uses register space {}, only 0 exists", GetName(), space);
     CheckRegisters(shaderRegister, 1);
     RootParameter parameter;
     parameter.mKind = kind;
     parameter.mRegister = shaderRegister;
+    parameter.mSpace = space;
     parameter.mConstantCount = constantCount;
     Append(std::move(parameter));
 }
@@ -141,7 +140,13 @@ void DescriptorRange::Check(std::uint32_t index, std::uint32_t count, Descriptor
 
 UniquePtr<DescriptorRange> DescriptorHeap::AllocateRange(std::int32_t count) {
     if (count <= 0) ZEB_RENDER_THROW("Failed to take {} descriptors of the heap \"{}\"", count, GetName());
-    return DoAllocateRange(count);
+    try {
+        return DoAllocateRange(count);
+    } catch (const RenderException&) {
+        throw;
+    } catch (const Exception&) {  // of the ranges' manager, which is no part of this layer
+        ZEB_RENDER_THROW("Failed to get range of size {}", count);
+    }
 }
 
 GraphicsPipelineState::GraphicsPipelineState(std::string name, const GraphicsPipelineDescription& description)

@@ -141,6 +141,7 @@ Choice Choose(const Candidates& candidates, const std::string& request) {
     for (std::size_t i = 0; !index && i < offers.size(); ++i) {
         if (ToLower(offers[i].mName).find(wanted) != std::string::npos) index = i;
     }
+    if (offers.empty()) ThrowNoDevice(candidates);
     if (!index || *index >= offers.size())
         ZEB_RENDER_THROW("No device matches \"{}\"; the devices are {}", request, ListNames(offers));
     if (!offers[*index].mProblem.empty()) {
@@ -170,7 +171,7 @@ void Report(const RenderOptions& options, const std::vector<DeviceOffer>& offers
 }  // namespace
 
 UniquePtr<Render> Render::Create(std::int32_t type, const RenderOptions& options) {
-    if (type != 0 && type != 1) ZEB_THROW(kInternalError, fmt::format("Failed to create a render of type {}", type));
+    if (type != 0 && type != 1) ZEB_RENDER_THROW("Failed to create a render of type {}", type);
     Candidates candidates = FindCandidates(options);
     for (;;) {
         const Choice choice = Choose(candidates, options.mRequestedDevice);

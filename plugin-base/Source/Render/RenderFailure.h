@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include <fmt/format.h>
 
 #include "PluginBase/Exception.h"
@@ -15,6 +17,11 @@ Own& ToOwn(Interface& object, const char* kind) {
     auto* own = dynamic_cast<Own*>(&object);
     if (own == nullptr) ZEB_RENDER_THROW("The {} \"{}\" belongs to another device", kind, object.GetName());
     return *own;
+}
+
+/// For what one draw, dispatch or copy both reads and writes, or reads in two layouts.
+[[noreturn]] inline void ThrowUsedInTwoWays(const char* kind, const std::string& name) {
+    ZEB_RENDER_THROW("The {} \"{}\" is used in two ways at once", kind, name);
 }
 
 }  // namespace zeb::render

@@ -60,7 +60,11 @@ std::optional<RegisterPlace> FindPlace(const RootSignature& signature, RegisterK
     return std::nullopt;
 }
 
-void CheckRootParameter(const RootParameter& parameter) {
+void CheckRootParameter(const RootParameter& parameter, const std::string& signature) {
+    if (parameter.mSpace != 0) {
+        ZEB_RENDER_THROW("The root signature \"{}\" uses register space {}, this device has only 0", signature,
+                         parameter.mSpace);
+    }
     CheckEnumeration(parameter.mVisibility, ShaderVisibility::Pixel, "shader visibility");
     for (const DescriptorTableRange& range : parameter.mRanges)
         CheckEnumeration(range.mType, DescriptorRangeType::Sampler, "descriptor range type");

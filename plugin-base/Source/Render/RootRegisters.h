@@ -30,8 +30,9 @@ struct RegisterPlace {
 std::optional<RegisterPlace> FindPlace(const RootSignature& signature, RegisterKind kind, std::uint32_t number,
                                        bool isTexture, const std::function<bool(ShaderVisibility)>& isSeen);
 
-/// Throws for a visibility or a kind of range that does not exist.
-void CheckRootParameter(const RootParameter& parameter);
+/// Throws for a visibility or a kind of range that does not exist, and for a register space other than 0. `signature`
+/// is its name.
+void CheckRootParameter(const RootParameter& parameter, const std::string& signature);
 
 /// The parameters are all there is to it. `Classes` tells one back end's signatures from another's.
 template <class Classes>
@@ -40,7 +41,7 @@ public:
     using RootSignature::RootSignature;
 
 protected:
-    void DoAddParameter(const RootParameter& parameter) override { CheckRootParameter(parameter); }
+    void DoAddParameter(const RootParameter& parameter) override { CheckRootParameter(parameter, GetName()); }
 };
 
 }  // namespace zeb::render

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -50,6 +51,7 @@ private:
     bool mIsOpen = true;
 };
 
+/// A draw or dispatch throws if a buffer or texture is bound to it both for reading and for writing.
 class GraphicsAndComputeCommandEncoderBase : public CommandEncoder {
 public:
     /// Another signature than the one set before empties all parameters.
@@ -224,6 +226,9 @@ public:
     void SetDescriptorHeaps(DescriptorHeap& textureHeap, DescriptorHeap* samplerHeap) {
         DoSetDescriptorHeaps(textureHeap, samplerHeap);
     }
+    /// The wait for the list calls `function`, before what the list keeps alive is released. A list that never runs
+    /// calls nobody.
+    void CallWhenFinished(std::function<void()> function);
     /// The recording is complete; called by the queue that executes it.
     void Close();
 
@@ -240,11 +245,15 @@ protected:
     virtual void DoSetDescriptorHeaps(DescriptorHeap& textureHeap, DescriptorHeap* samplerHeap) = 0;
     virtual void DoClose() = 0;
 
+    /// For back ends, once the list's work is done and before they release anything. Each function is called once.
+    void RunFinishedCalls();
+
 private:
     friend class CommandEncoder;
     void CheckNoEncoder() const;
 
     CommandLimits mLimits;
+    std::vector<std::function<void()>> mFinishedCalls;
     bool mHasEncoder = false;
     bool mIsClosed = false;
 };

@@ -65,9 +65,11 @@ public:
         return DoCreateShaderLibraryFromEmbeddedData(std::move(name));
     }
     UniquePtr<DescriptorHeap> CreateDescriptorHeap(std::string name, DescriptorHeapType type, std::int32_t count);
+    /// Begins at a multiple of 256 bytes; its size, rounded up to such, lies in the buffer.
     void CreateConstantBufferView(DescriptorRange& range, std::uint32_t index, Buffer& buffer, std::uint64_t byteOffset,
                                   std::uint32_t sizeInBytes);
-    /// `stride` is the size of an element in bytes, 0 for raw data, which is counted in 32-bit words.
+    /// `stride` is the size of an element in bytes, a multiple of 4 up to 2048; 0 for raw data, which is counted in
+    /// 32-bit words and begins at a multiple of 16 bytes.
     void CreateShaderResourceBufferView(DescriptorRange& range, std::uint32_t index, Buffer& buffer,
                                         std::uint64_t firstElement, std::uint32_t elementCount, std::uint32_t stride);
     void CreateUnorderedAccessBufferView(DescriptorRange& range, std::uint32_t index, Buffer& buffer,

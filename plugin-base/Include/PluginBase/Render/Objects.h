@@ -112,11 +112,12 @@ struct RootParameter {
     ShaderVisibility mVisibility = ShaderVisibility::All;
     std::vector<DescriptorTableRange> mRanges;  ///< of a table
     std::uint32_t mRegister = 0;                ///< of any other kind
+    std::uint32_t mSpace = 0;                   ///< of the register
     std::uint32_t mConstantCount = 0;           ///< 32-bit words, of root constants
 };
 
 /// What a program is bound to. Each Add operation appends one parameter; its index is the order of
-/// addition, and the encoders' SetRoot... operations use that index.
+/// addition, and the encoders' SetRoot... operations use that index. Direct3D alone has register spaces besides 0.
 class RootSignature : public ObjectWithName {
 public:
     explicit RootSignature(std::string name);

@@ -1,5 +1,7 @@
 #include "Render/CPU/BoundWork.h"
 
+#include <unordered_map>
+
 namespace zeb::render::cpu {
 namespace {
 
@@ -23,11 +25,19 @@ public:
 private:
     const std::string& GetName() const { return mWork.mPipeline->mName; }
 
+    // Other devices allow a resource to be read or to be written, not both at once.
+    template <class Resource>
+    void Use(const std::shared_ptr<Resource>& resource, const char* kind, bool isWritten) {
+        if (mUses.try_emplace(resource.get(), isWritten).first->second != isWritten)
+            ThrowUsedInTwoWays(kind, resource->mName);
+        mWork.mKept.push_back(resource);
+    }
+
     Image* BindTexture(const BoundRegister& bound) {
         const bool isWritten = bound.mBinding.mKind == RegisterKind::ReadWrite;
         const auto& view = mArguments.GetTexture(bound.mPlace, GetName(),
                                                  isWritten ? TextureViewKind::ReadWrite : TextureViewKind::Read);
-        mWork.mKept.push_back(view.mTexture);
+        Use(view.mTexture, "texture", isWritten);
         return view.mTexture->mLevels.data();
     }
 
@@ -47,12 +57,13 @@ private:
             ZEB_RENDER_THROW("Offset {} of the buffer \"{}\" is no multiple of the {} bytes of an element in \"{}\"",
                              view.mOffset, view.mBuffer->mName, binding.mStride, GetName());
         }
-        mWork.mKept.push_back(view.mBuffer);
+        Use(view.mBuffer, "buffer", binding.mKind == RegisterKind::ReadWrite);
         return view.mBuffer->Bytes().subspan(view.mOffset, view.mSize);
     }
 
     const RootArgumentsOf<ClassesCPU>& mArguments;
     BoundWork& mWork;
+    std::unordered_map<const void*, bool> mUses;  ///< whether the resource is written
 };
 
 }  // namespace
@@ -64,8 +75,7 @@ BoundWork Bind(const RootArgumentsOf<ClassesCPU>& arguments, const std::shared_p
     Binder binder(arguments, work);
     for (const BoundRegister& bound : pipeline->mRegisters) {
         const Bindings::Slot slot = binder.Bind(bound);
-        if (target != nullptr && slot.mImage == target->mLevels.data())
-            ZEB_RENDER_THROW("The texture \"{}\" is used in two ways at once", target->mName);
+        if (target != nullptr && slot.mImage == target->mLevels.data()) ThrowUsedInTwoWays("texture", target->mName);
         work.mBindings.Add(slot);
     }
     return work;

@@ -5,14 +5,26 @@
 namespace zeb::render::cpu {
 namespace {
 
-/// Owns a list that has run; what it kept goes with the wait.
+/// Owns a list that has run; what it kept goes with the wait, or with the event.
 class CompletionEventCPU final : public CommandQueueCompletionEvent {
 public:
-    explicit CompletionEventCPU(UniquePtr<CommandList> list) : mOwner(std::move(list)) {}
+    CompletionEventCPU(std::shared_ptr<const DeviceReport> report, UniquePtr<CommandList> list)
+        : mReport(std::move(report)), mOwner(std::move(list)) {}
+    ~CompletionEventCPU() override {
+        try {
+            static_cast<CommandListCPU&>(*mOwner).Finish();
+        } catch (const std::exception& failure) {
+            mReport->Report(failure.what());
+        }
+    }
+    CompletionEventCPU(const CompletionEventCPU&) = delete;
+    CompletionEventCPU& operator=(const CompletionEventCPU&) = delete;
+
     bool IsCompleted() override { return true; }
     void Wait() override { static_cast<CommandListCPU&>(*mOwner).Finish(); }
 
 private:
+    std::shared_ptr<const DeviceReport> mReport;
     UniquePtr<CommandList> mOwner;
 };
 
@@ -71,7 +83,7 @@ UniquePtr<CommandList> CommandQueueCPU::DoCreateCommandList(std::string name) {
 UniquePtr<CommandQueueCompletionEvent> CommandQueueCPU::DoExecute(UniquePtr<CommandList> commandList) {
     auto& list = ToOwn<CommandListCPU>(*commandList, "command list");
     list.Run();
-    return MakeUnique<CompletionEventCPU>(std::move(commandList));
+    return MakeUnique<CompletionEventCPU>(mReport, std::move(commandList));
 }
 
 }  // namespace zeb::render::cpu

@@ -24,8 +24,11 @@ public:
     }
     /// Dispatches recorded one after another may run as one piece of work (see SequenceFunction).
     void Run() const;
-    /// The work is done: releases what was kept for it.
-    void Finish() { mCommands.clear(); }
+    /// The wait is over: calls those who wait for that, then releases what was kept.
+    void Finish() {
+        RunFinishedCalls();
+        mCommands.clear();
+    }
 
 protected:
     UniquePtr<GraphicsCommandEncoder> DoCreateGraphicsCommandEncoder(const RenderPassDescription& description) override;
@@ -51,12 +54,16 @@ private:
 /// several threads run at once.
 class CommandQueueCPU final : public CommandQueue {
 public:
-    using CommandQueue::CommandQueue;
+    CommandQueueCPU(std::shared_ptr<const DeviceReport> report, std::string name)
+        : CommandQueue(std::move(name)), mReport(std::move(report)) {}
 
 protected:
     UniquePtr<CommandList> DoCreateCommandList(std::string name) override;
     /// Returns when the list has run.
     UniquePtr<CommandQueueCompletionEvent> DoExecute(UniquePtr<CommandList> commandList) override;
+
+private:
+    std::shared_ptr<const DeviceReport> mReport;
 };
 
 }  // namespace zeb::render::cpu

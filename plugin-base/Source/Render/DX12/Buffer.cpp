@@ -42,7 +42,7 @@ void BufferDX12::Init(MemoryKind memory, BufferState initialState, BufferUsage u
                                                         IID_PPV_ARGS(mResource->mResource.ReleaseAndGetAddressOf())),
                         "mDevice.CreateCommittedResource(&heapProps, D3D12_HEAP_FLAG_NONE, &heapDesc, "
                         "GetResourceStateDX12(GetState()), nullptr, IID_PPV_ARGS(&mBuffer))",
-                        device);
+                        mResource->mContext.get());
     mResource->mState = state;
     mResource->mIsBuffer = true;
     mResource->mIsFixed = heap.Type != D3D12_HEAP_TYPE_DEFAULT;
@@ -53,7 +53,7 @@ std::byte* BufferDX12::DoMap(std::uint64_t begin, std::uint64_t end) {
     const D3D12_RANGE readRange = {static_cast<SIZE_T>(begin), static_cast<SIZE_T>(end)};
     void* dataPtr = nullptr;
     ZEB_DX12_CHECK_TEXT(mResource->mResource->Map(0, &readRange, &dataPtr), "mBuffer->Map(0, &readRange, &dataPtr)",
-                        mResource->mContext->Get());
+                        mResource->mContext.get());
     return static_cast<std::byte*>(dataPtr);
 }
 

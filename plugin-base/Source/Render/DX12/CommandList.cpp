@@ -29,10 +29,7 @@ void PendingStates::Add(const std::shared_ptr<ResourceDX12>& resource, D3D12_RES
         if (IsReadOnly(need.mState) && IsReadOnly(state)) {
             need.mState |= state;
         } else if (need.mState != state) {
-            if (!resource->mIsBuffer)
-                ZEB_RENDER_THROW("The texture \"{}\" is used in two ways at once", resource->mName);
-            // A buffer has no layout: parts of it may be read while others are written.
-            if (IsReadOnly(need.mState)) need.mState = state;
+            ThrowUsedInTwoWays(resource->mIsBuffer ? "buffer" : "texture", resource->mName);
         }
         return;
     }
@@ -49,13 +46,13 @@ CommandListDX12::CommandListDX12(std::shared_ptr<QueueState> queue, std::string 
 
 void CommandListDX12::Init() {
     ID3D12Device* device = GetContext()->Get();
-    ZEB_DX12_CHECK(mCommandAllocator->Reset(), device);
+    ZEB_DX12_CHECK(mCommandAllocator->Reset(), GetContext().get());
     ZEB_DX12_CHECK_TEXT(
         device->CreateCommandList(0, D3D12_COMMAND_LIST_TYPE_DIRECT, mCommandAllocator.Get(), nullptr,
                                   IID_PPV_ARGS(mCommandList.ReleaseAndGetAddressOf())),
         "mDevice.CreateCommandList( 0, D3D12_COMMAND_LIST_TYPE_DIRECT, mCommandAllocator.Get(), nullptr, "
         "IID_PPV_ARGS(mCommandList.ReleaseAndGetAddressOf()))",
-        device);
+        GetContext().get());
     SetNativeName(mCommandList.Get(), GetName());
 }
 
@@ -66,10 +63,15 @@ CommandListDX12::~CommandListDX12() {
     // An allocator is free for the next list only once this one is closed.
     if (!mIsNativeClosed) mCommandList->Close();
     mCommandList = {};
-    mQueue->GiveBack(std::move(mCommandAllocator));
+    try {
+        mQueue->GiveBack(std::move(mCommandAllocator));
+    } catch (const std::exception& failure) {
+        GetContext()->Report(failure.what());
+    }
 }
 
 void CommandListDX12::Finish() {
+    RunFinishedCalls();
     mOrigins.clear();
     mKept.clear();
 }
@@ -152,7 +154,7 @@ void CommandListDX12::DoSetDescriptorHeaps(DescriptorHeap& textureHeap, Descript
 
 void CommandListDX12::DoClose() {
     mIsNativeClosed = true;
-    ZEB_DX12_CHECK_TEXT(mCommandList->Close(), "commandListDX12.Close()", GetContext()->Get());
+    ZEB_DX12_CHECK_TEXT(mCommandList->Close(), "commandListDX12.Close()", GetContext().get());
 }
 
 }  // namespace zeb::render

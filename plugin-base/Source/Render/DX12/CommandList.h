@@ -18,7 +18,7 @@ namespace zeb::render {
 /// those states at once; one that is written is in that state alone.
 class PendingStates {
 public:
-    /// A texture that is needed both to be read and to be written throws.
+    /// A resource that is needed both to be read and to be written throws.
     void Add(const std::shared_ptr<ResourceDX12>& resource, D3D12_RESOURCE_STATES state);
 
 private:
@@ -44,7 +44,7 @@ public:
     const std::shared_ptr<DeviceContext>& GetContext() const { return mQueue->GetContext(); }
     void MarkSubmitted() { mIsSubmitted = true; }
     bool IsSubmitted() const { return mIsSubmitted; }
-    /// The work is done: releases what was kept for it.
+    /// The work is done: calls those who wait for that, then releases what was kept.
     void Finish();
 
     /// Records a barrier unless the resource is in `state`.

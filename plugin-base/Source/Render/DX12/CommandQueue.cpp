@@ -24,12 +24,12 @@ void QueueState::Init() {
     desc.Type = D3D12_COMMAND_LIST_TYPE_DIRECT;
     ZEB_DX12_CHECK_TEXT(device->CreateCommandQueue(&desc, IID_PPV_ARGS(mCommandQueue.ReleaseAndGetAddressOf())),
                         "mDevice.CreateCommandQueue(&desc, IID_PPV_ARGS(mCommandQueue.ReleaseAndGetAddressOf()))",
-                        device);
+                        mContext.get());
     SetNativeName(mCommandQueue.Get(), mName);
     ZEB_DX12_CHECK_TEXT(
         device->CreateFence(mNextFenceValue, D3D12_FENCE_FLAG_NONE, IID_PPV_ARGS(mFence.ReleaseAndGetAddressOf())),
         "mDevice.CreateFence(mNextFenceValue, D3D12_FENCE_FLAG_NONE, IID_PPV_ARGS(mFence.ReleaseAndGetAddressOf()))",
-        device);
+        mContext.get());
     ++mNextFenceValue;
     SetNativeName(mFence.Get(), mName);
 }
@@ -37,7 +37,7 @@ void QueueState::Init() {
 void QueueState::Cleanup() {
     if (!mFence) return;
     const std::uint64_t fence = mNextFenceValue++;
-    ZEB_DX12_CHECK(mCommandQueue->Signal(mFence.Get(), fence), mContext->Get());
+    ZEB_DX12_CHECK(mCommandQueue->Signal(mFence.Get(), fence), mContext.get());
     if (!IsCompleted(fence)) WaitOnEvent(fence);
 }
 
@@ -54,7 +54,7 @@ ComPointer<ID3D12CommandAllocator> QueueState::GetAllocatorFromCache() {
                                                        IID_PPV_ARGS(commandAllocator.ReleaseAndGetAddressOf())),
                         "mDevice.CreateCommandAllocator( D3D12_COMMAND_LIST_TYPE_DIRECT, "
                         "IID_PPV_ARGS(commandAllocator.ReleaseAndGetAddressOf()))",
-                        device);
+                        mContext.get());
     SetNativeName(commandAllocator.Get(), fmt::format("{}: {}", mName, mNextAllocator));
     ++mNextAllocator;
     return commandAllocator;
@@ -71,7 +71,7 @@ std::uint64_t QueueState::Submit(ID3D12CommandList* list) {
 }
 
 void QueueState::Signal(std::uint64_t fenceValue) {
-    ZEB_DX12_CHECK(mCommandQueue->Signal(mFence.Get(), fenceValue), mContext->Get());
+    ZEB_DX12_CHECK(mCommandQueue->Signal(mFence.Get(), fenceValue), mContext.get());
 }
 
 bool QueueState::IsCompleted(std::uint64_t fenceValue) const { return fenceValue <= mFence->GetCompletedValue(); }
@@ -82,14 +82,14 @@ void QueueState::Wait(std::uint64_t fenceValue) {
     if (fenceValue + 1 == mNextFenceValue) {
         ZEB_DX12_CHECK_TEXT(mCommandQueue->Signal(mFence.Get(), fenceValue),
                             "mCommandQueue.mCommandQueue->Signal( mCommandQueue.mFence.Get(), mFenceValue)",
-                            mContext->Get());
+                            mContext.get());
     }
     if (!IsCompleted(fenceValue)) WaitOnEvent(fenceValue);
     // All fences of a device that is gone stand at the greatest value, so that nobody waits for what will not be done.
     if (mFence->GetCompletedValue() == UINT64_MAX) {
         ZEB_DX12_CHECK_TEXT(DXGI_ERROR_DEVICE_REMOVED,
                             "mCommandQueue.mFence->SetEventOnCompletion(mFenceValue, fenceEvent.Get())",
-                            mContext->Get());
+                            mContext.get());
     }
 }
 
@@ -115,7 +115,7 @@ void QueueState::WaitOnEvent(std::uint64_t fenceValue) {
         mEvents.push_back(event);
     }
     ZEB_DX12_CHECK_TEXT(result, "mCommandQueue.mFence->SetEventOnCompletion(mFenceValue, fenceEvent.Get())",
-                        mContext->Get());
+                        mContext.get());
 }
 
 CommandQueueDX12::CommandQueueDX12(const std::shared_ptr<DeviceContext>& context, std::string name)

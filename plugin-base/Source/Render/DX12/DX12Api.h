@@ -25,6 +25,8 @@
 /// the plug-in loads on a machine without them and says so.
 namespace zeb::render {
 
+class DeviceContext;
+
 /// Owner of one reference to an object of the API.
 template <class T>
 class ComPointer {
@@ -74,6 +76,8 @@ const DX12Api& GetDX12Api();
 std::string GetResultText(HRESULT result);
 /// The same for a failed call on `device`, whose loss is told with its reason: "Device removed DXGI_ERROR_DEVICE_HUNG".
 std::string GetResultText(HRESULT result, ID3D12Device* device);
+/// The same for a call that failed in `context`, which may be null. What the debug layer says of it is reported first.
+std::string GetFailureText(HRESULT result, const DeviceContext* context);
 
 std::wstring ToWide(const std::string& text);
 std::string ToUtf8(const wchar_t* text);
@@ -82,14 +86,14 @@ void SetNativeName(ID3D12Object* object, const std::string& name);
 
 }  // namespace zeb::render
 
-/// Evaluates a call; a failing result is thrown with the call's text. `device` may be null.
-#define ZEB_DX12_CHECK_TEXT(call, text, device)                                \
-    do {                                                                       \
-        if (const HRESULT zebResult = (call); FAILED(zebResult)) {             \
-            ZEB_RENDER_THROW("Failed to call DX12 function ({}): {}", text,    \
-                             ::zeb::render::GetResultText(zebResult, device)); \
-        }                                                                      \
+/// Evaluates a call; a failing result is thrown with the call's text. `context` is the DeviceContext, or null.
+#define ZEB_DX12_CHECK_TEXT(call, text, context)                                 \
+    do {                                                                         \
+        if (const HRESULT zebResult = (call); FAILED(zebResult)) {               \
+            ZEB_RENDER_THROW("Failed to call DX12 function ({}): {}", text,      \
+                             ::zeb::render::GetFailureText(zebResult, context)); \
+        }                                                                        \
     } while (false)
 
 /// The same with the call's own source text.
-#define ZEB_DX12_CHECK(call, device) ZEB_DX12_CHECK_TEXT(call, #call, device)
+#define ZEB_DX12_CHECK(call, context) ZEB_DX12_CHECK_TEXT(call, #call, context)

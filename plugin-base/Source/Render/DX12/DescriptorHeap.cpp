@@ -56,7 +56,7 @@ DescriptorHeapDX12::DescriptorHeapDX12(const std::shared_ptr<DeviceContext>& con
     desc.NumDescriptors = static_cast<UINT>(capacity);
     const auto create = [&](ComPointer<ID3D12DescriptorHeap>& heap, const std::string& heapName) {
         ZEB_DX12_CHECK_TEXT(device->CreateDescriptorHeap(&desc, IID_PPV_ARGS(heap.ReleaseAndGetAddressOf())),
-                            "mDevice.CreateDescriptorHeap(&desc, IID_PPV_ARGS(&mHeap))", device);
+                            "mDevice.CreateDescriptorHeap(&desc, IID_PPV_ARGS(&mHeap))", context.get());
         SetNativeName(heap.Get(), heapName);
         return heap->GetCPUDescriptorHandleForHeapStart();
     };

@@ -1,5 +1,6 @@
 #include "DeviceContext.h"
 
+#include <iterator>
 #include <vector>
 
 namespace zeb::render {
@@ -8,6 +9,10 @@ namespace {
 template <class Data>
 bool CheckSupport(ID3D12Device* device, D3D12_FEATURE feature, Data& data) {
     return SUCCEEDED(device->CheckFeatureSupport(feature, &data, sizeof(data)));
+}
+
+[[noreturn]] void ThrowNoDebugLayer() {
+    ZEB_RENDER_THROW("Validation was asked for, but Direct3D's debug layer is not installed");
 }
 
 }  // namespace
@@ -29,7 +34,25 @@ DeviceContext::DeviceContext(ComPointer<ID3D12Device> device, const RenderOption
     if (!CheckSupport(Get(), D3D12_FEATURE_D3D12_OPTIONS1, waves)) waves = {};
     mPrograms = ChoosePrograms(model.HighestShaderModel, waves);
 
-    if (options.mValidation) Get()->QueryInterface(IID_PPV_ARGS(mMessages.ReleaseAndGetAddressOf()));
+    if (options.mValidation) KeepMessages();
+}
+
+DeviceContext::~DeviceContext() {
+    try {
+        ReportMessages();
+    } catch (...) {  // the receiver's own failure has nobody left to hear of it
+    }
+}
+
+void DeviceContext::KeepMessages() {
+    if (FAILED(Get()->QueryInterface(IID_PPV_ARGS(mMessages.ReleaseAndGetAddressOf())))) ThrowNoDebugLayer();
+    // None is dropped for lack of room, so those that nobody is told of are not stored.
+    D3D12_MESSAGE_SEVERITY untold[] = {D3D12_MESSAGE_SEVERITY_INFO, D3D12_MESSAGE_SEVERITY_MESSAGE};
+    D3D12_INFO_QUEUE_FILTER filter = {};
+    filter.DenyList.NumSeverities = static_cast<UINT>(std::size(untold));
+    filter.DenyList.pSeverityList = untold;
+    mMessages->AddStorageFilterEntries(&filter);
+    mMessages->SetMessageCountLimit(UINT64_MAX);
 }
 
 void DeviceContext::Report(const std::string& text) const {
@@ -39,8 +62,11 @@ void DeviceContext::Report(const std::string& text) const {
 
 void DeviceContext::ReportMessages() const {
     if (!mMessages) return;
+    const std::lock_guard lock(mMessagesMutex);
+    // Messages stay stored: clearing them would lose those that another thread causes meanwhile.
     const UINT64 count = mMessages->GetNumStoredMessages();
-    for (UINT64 i = 0; i < count; ++i) {
+    while (mReportedMessages < count) {
+        const UINT64 i = mReportedMessages++;
         SIZE_T size = 0;
         if (FAILED(mMessages->GetMessage(i, nullptr, &size))) continue;
         std::vector<std::byte> data(size);
@@ -48,13 +74,24 @@ void DeviceContext::ReportMessages() const {
         if (FAILED(mMessages->GetMessage(i, message, &size))) continue;
         if (message->Severity <= D3D12_MESSAGE_SEVERITY_WARNING) Report(message->pDescription);
     }
-    mMessages->ClearStoredMessages();
+}
+
+std::string GetFailureText(HRESULT result, const DeviceContext* context) {
+    if (context == nullptr) return GetResultText(result);
+    context->ReportMessages();
+    return GetResultText(result, context->Get());
+}
+
+ComPointer<ID3D12Debug> FindDebugLayer() {
+    ComPointer<ID3D12Debug> layer;
+    if (FAILED(GetDX12Api().D3D12GetDebugInterface(IID_PPV_ARGS(layer.ReleaseAndGetAddressOf())))) return {};
+    return layer;
 }
 
 void EnableDebugLayer() {
-    ComPointer<ID3D12Debug> debug;
-    if (SUCCEEDED(GetDX12Api().D3D12GetDebugInterface(IID_PPV_ARGS(debug.ReleaseAndGetAddressOf()))))
-        debug->EnableDebugLayer();
+    const ComPointer<ID3D12Debug> layer = FindDebugLayer();
+    if (!layer) ThrowNoDebugLayer();
+    layer->EnableDebugLayer();
 }
 
 }  // namespace zeb::render

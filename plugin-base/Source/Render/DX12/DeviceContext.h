@@ -23,8 +23,12 @@ ProgramSupport ChoosePrograms(D3D_SHADER_MODEL highestModel, const D3D12_FEATURE
 /// The native device and what was learnt of it; shared by all objects made with it, so that it outlives them.
 class DeviceContext {
 public:
-    /// Asks the device what it can do.
+    /// Asks the device what it can do. Throws if validation is wished for and the device has no debug layer.
     DeviceContext(ComPointer<ID3D12Device> device, const RenderOptions& options);
+    /// Hands the last messages on.
+    ~DeviceContext();
+    DeviceContext(const DeviceContext&) = delete;
+    DeviceContext& operator=(const DeviceContext&) = delete;
 
     ID3D12Device* Get() const { return mDevice.Get(); }
     D3D_ROOT_SIGNATURE_VERSION GetRootSignatureVersion() const { return mRootSignatureVersion; }
@@ -37,12 +41,16 @@ public:
 
     /// Thread: any. Without a receiver the text is dropped.
     void Report(const std::string& text) const;
-    /// Hands the debug layer's messages since the last call to the receiver.
+    /// Hands the debug layer's messages since the last call to the receiver. Thread: any.
     void ReportMessages() const;
 
 private:
+    void KeepMessages();
+
     ComPointer<ID3D12Device> mDevice;
     ComPointer<ID3D12InfoQueue> mMessages;
+    mutable std::mutex mMessagesMutex;
+    mutable UINT64 mReportedMessages = 0;  ///< of those that are stored
     D3D_ROOT_SIGNATURE_VERSION mRootSignatureVersion = D3D_ROOT_SIGNATURE_VERSION_1_0;
     ProgramSupport mPrograms;
     std::atomic<std::uint32_t> mLiveResources = 0;
@@ -50,7 +58,9 @@ private:
     std::function<void(const std::string&)> mReport;
 };
 
-/// Turns the debug layer on for devices made from then on; without one installed nothing happens.
+/// Null without one installed.
+ComPointer<ID3D12Debug> FindDebugLayer();
+/// Turns the debug layer on for devices made from then on; throws without one installed.
 void EnableDebugLayer();
 
 }  // namespace zeb::render

@@ -58,20 +58,23 @@ protected:
     void DoSetRootConstants(std::uint32_t parameter, std::uint32_t count, const void* data) override {
         (GetNative()->*kCalls.mSetConstants)(parameter, count, data, 0);
     }
-    void DoSetRootBufferView(std::uint32_t parameter, RootParameterKind kind, Buffer& buffer,
+    void DoSetRootBufferView(std::uint32_t parameter, RootParameterKind, Buffer& buffer,
                              std::uint64_t byteOffset) override {
-        BufferDX12& own = ToDX12(buffer);
-        mArguments.SetBuffer(parameter, own.GetResource());
-        (GetNative()->*kCalls.GetSetBuffer(kind))(parameter, own.GetAddress() + byteOffset);
+        mArguments.SetBuffer(parameter, ToDX12(buffer).GetResource(), byteOffset);
     }
 
-    /// The last before a draw or dispatch: barriers, and tables as they stand.
+    /// The last before a draw or dispatch: barriers, then tables and buffers as they stand.
     void Prepare(const std::string& pipeline, D3D12_RESOURCE_STATES reading, PendingStates& states) {
         mArguments.AddNeeds(pipeline, reading, states);
         this->mList.Commit(states);
-        mArguments.BindTables(this->mList, [this](UINT parameter, D3D12_GPU_DESCRIPTOR_HANDLE handle) {
-            (GetNative()->*kCalls.mSetTable)(parameter, handle);
-        });
+        mArguments.Bind(
+            this->mList,
+            [this](UINT parameter, D3D12_GPU_DESCRIPTOR_HANDLE handle) {
+                (GetNative()->*kCalls.mSetTable)(parameter, handle);
+            },
+            [this](UINT parameter, RootParameterKind kind, D3D12_GPU_VIRTUAL_ADDRESS address) {
+                (GetNative()->*kCalls.GetSetBuffer(kind))(parameter, address);
+            });
     }
 
     ID3D12GraphicsCommandList* GetNative() const { return this->mList.GetNative(); }

@@ -68,8 +68,7 @@ GraphicsPipelineStateDX12::GraphicsPipelineStateDX12(const std::shared_ptr<Devic
     psoDesc.SampleDesc = {description.mSampleCount, description.mSampleQuality};
     ZEB_DX12_CHECK_TEXT(context->Get()->CreateGraphicsPipelineState(
                             &psoDesc, IID_PPV_ARGS(mResource->mPipelineState.ReleaseAndGetAddressOf())),
-                        "mDevice.CreateGraphicsPipelineState( &psoDesc, IID_PPV_ARGS(&mPipelineState))",
-                        context->Get());
+                        "mDevice.CreateGraphicsPipelineState( &psoDesc, IID_PPV_ARGS(&mPipelineState))", context.get());
     SetNativeName(mResource->mPipelineState.Get(), GetName());
 }
 
@@ -81,7 +80,7 @@ ComputePipelineStateDX12::ComputePipelineStateDX12(const std::shared_ptr<DeviceC
     psoDesc.CS = GetBytecode(*description.mComputeShader);
     ZEB_DX12_CHECK_TEXT(context->Get()->CreateComputePipelineState(
                             &psoDesc, IID_PPV_ARGS(mResource->mPipelineState.ReleaseAndGetAddressOf())),
-                        "mDevice.CreateComputePipelineState( &psoDesc, IID_PPV_ARGS(&mPipelineState))", context->Get());
+                        "mDevice.CreateComputePipelineState( &psoDesc, IID_PPV_ARGS(&mPipelineState))", context.get());
     SetNativeName(mResource->mPipelineState.Get(), GetName());
 }
 

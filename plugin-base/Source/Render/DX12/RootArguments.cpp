@@ -37,8 +37,10 @@ void RootArguments::SetTable(std::uint32_t parameter, DescriptorRangeDX12& range
     mArguments[parameter].mIndex = index;
 }
 
-void RootArguments::SetBuffer(std::uint32_t parameter, const std::shared_ptr<ResourceDX12>& buffer) {
+void RootArguments::SetBuffer(std::uint32_t parameter, const std::shared_ptr<ResourceDX12>& buffer,
+                              std::uint64_t byteOffset) {
     mArguments[parameter].mBuffer = buffer;
+    mArguments[parameter].mByteOffset = byteOffset;
 }
 
 void RootArguments::AddTable(const std::string& pipeline, std::uint32_t parameter, D3D12_RESOURCE_STATES reading,

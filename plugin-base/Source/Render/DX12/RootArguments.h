@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "CommandList.h"
@@ -12,37 +11,41 @@
 
 namespace zeb::render {
 
-/// What is bound to a root signature's parameters while an encoder records. The native calls are made at once, but for
-/// tables, whose ranges may move until the draw or dispatch; this remembers which resources that will use.
+/// What is bound to a root signature's parameters while an encoder records. The native calls for root constants are
+/// made at once, those for tables and buffers with each draw or dispatch, behind its barriers: a table's range may move
+/// until then, and Direct3D allows data to change before it is bound, not from then to its use.
 class RootArguments {
 public:
     /// Another signature than the one set before empties all arguments.
     void SetSignature(const RootSignatureDX12& signature);
     void SetTable(std::uint32_t parameter, DescriptorRangeDX12& range, std::uint32_t index);
-    void SetBuffer(std::uint32_t parameter, const std::shared_ptr<ResourceDX12>& buffer);
+    void SetBuffer(std::uint32_t parameter, const std::shared_ptr<ResourceDX12>& buffer, std::uint64_t byteOffset);
 
     /// The states that the resources must be in; read by `reading` stages. Throws for a table whose descriptors do not
     /// fit the signature, with the pipeline's name.
     void AddNeeds(const std::string& pipeline, D3D12_RESOURCE_STATES reading, PendingStates& states) const;
-    /// Has `bind` make the native call for each table that lies elsewhere than at the last draw or dispatch, and `list`
-    /// keep them.
-    template <class Bind>
-    void BindTables(CommandListDX12& list, Bind&& bind) {
-        for (std::size_t i = 0; i < mArguments.size(); ++i) {
-            Argument& argument = mArguments[i];
-            if (argument.mRange == nullptr) continue;
-            list.Keep(argument.mRange->GetRun());
-            const D3D12_GPU_DESCRIPTOR_HANDLE handle = argument.mRange->GetGpuHandle(argument.mIndex);
-            if (handle.ptr != std::exchange(argument.mBound, handle.ptr)) bind(static_cast<UINT>(i), handle);
+    /// Has `bindTable` and `bindBuffer` make the native call for each table and each buffer, and `list` keep the
+    /// tables.
+    template <class BindTable, class BindBuffer>
+    void Bind(CommandListDX12& list, BindTable&& bindTable, BindBuffer&& bindBuffer) const {
+        for (std::uint32_t i = 0; i < mArguments.size(); ++i) {
+            const Argument& argument = mArguments[i];
+            if (argument.mRange != nullptr) {
+                list.Keep(argument.mRange->GetRun());
+                bindTable(i, argument.mRange->GetGpuHandle(argument.mIndex));
+            } else if (argument.mBuffer) {
+                bindBuffer(i, mSignature->GetParameters()[i].mKind,
+                           argument.mBuffer->mResource->GetGPUVirtualAddress() + argument.mByteOffset);
+            }
         }
     }
 
 private:
     struct Argument {
         std::shared_ptr<ResourceDX12> mBuffer;
+        std::uint64_t mByteOffset = 0;
         DescriptorRangeDX12* mRange = nullptr;
         std::uint32_t mIndex = 0;
-        UINT64 mBound = 0;  ///< where the list has the table
     };
     void AddTable(const std::string& pipeline, std::uint32_t parameter, D3D12_RESOURCE_STATES reading,
                   PendingStates& states) const;

@@ -55,9 +55,9 @@ void RootSignatureDX12::DoAddParameter(const RootParameter& parameter) {
     native.mParameter.ParameterType = kParameterTypes[static_cast<std::size_t>(parameter.mKind)];
     native.mParameter.ShaderVisibility = GetShaderVisibilityDX12(parameter.mVisibility);
     if (parameter.mKind == RootParameterKind::Constants)
-        native.mParameter.Constants = {parameter.mRegister, 0, parameter.mConstantCount};
+        native.mParameter.Constants = {parameter.mRegister, parameter.mSpace, parameter.mConstantCount};
     else if (parameter.mKind != RootParameterKind::Table)
-        native.mParameter.Descriptor = {parameter.mRegister, 0, D3D12_ROOT_DESCRIPTOR_FLAG_NONE};
+        native.mParameter.Descriptor = {parameter.mRegister, parameter.mSpace, D3D12_ROOT_DESCRIPTOR_FLAG_NONE};
     for (const DescriptorTableRange& range : parameter.mRanges) {
         native.mRanges.push_back({GetDescriptorRangeTypeDX12(range.mType), range.mCount, range.mRegister, 0,
                                   D3D12_DESCRIPTOR_RANGE_FLAG_NONE, D3D12_DESCRIPTOR_RANGE_OFFSET_APPEND});
@@ -87,7 +87,7 @@ ComPointer<ID3DBlob> RootSignatureDX12::Serialize() const {
                                                                              error.ReleaseAndGetAddressOf());
     if (FAILED(result)) {
         const std::string message = error ? std::string(static_cast<const char*>(error->GetBufferPointer()))
-                                          : GetResultText(result, mContext->Get());
+                                          : GetFailureText(result, mContext.get());
         ZEB_RENDER_THROW("Failed to serialize the root signature \"{}\": {}", GetName(), message);
     }
     return signature;
@@ -101,7 +101,7 @@ ID3D12RootSignature* RootSignatureDX12::CompileAndGet() {
                                              IID_PPV_ARGS(mRootSignature.ReleaseAndGetAddressOf())),
         "mDevice.CreateRootSignature(0, signature->GetBufferPointer(), signature->GetBufferSize(), "
         "IID_PPV_ARGS(&mRootSignature))",
-        mContext->Get());
+        mContext.get());
     SetNativeName(mRootSignature.Get(), GetName());
     return mRootSignature.Get();
 }

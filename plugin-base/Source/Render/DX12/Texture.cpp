@@ -44,7 +44,7 @@ void TextureDX12::Init(TextureState initialState) {
                                         IID_PPV_ARGS(mResource->mResource.ReleaseAndGetAddressOf())),
         "mDevice.CreateCommittedResource(&heapProps, D3D12_HEAP_FLAG_NONE, &heapDesc, "
         "GetResourceStateDX12(GetState()), clearValue, IID_PPV_ARGS(&mTexture))",
-        device);
+        mResource->mContext.get());
     mResource->mState = state;
     SetNativeName(mResource->mResource.Get(), GetName());
 }

@@ -65,6 +65,9 @@ void CommandListVulkan::DoClose() {
     ZEB_VK_CHECK_FOR(Api().vkEndCommandBuffer(GetCommandBuffer()), GetName());
 }
 
-void CommandListVulkan::Finish() { mUses.Release(); }
+void CommandListVulkan::Finish() {
+    RunFinishedCalls();
+    mUses.Release();
+}
 
 }  // namespace zeb::render

@@ -20,7 +20,7 @@ public:
 
     void MarkSubmitted() { mIsSubmitted = true; }
     bool IsSubmitted() const { return mIsSubmitted; }
-    /// The work is done: releases what was kept for it.
+    /// The work is done: calls those who wait for that, then releases what was kept.
     void Finish();
 
     const std::shared_ptr<DeviceContext>& GetContext() const { return mQueue->GetContext(); }

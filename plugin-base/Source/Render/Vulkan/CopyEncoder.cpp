@@ -73,7 +73,7 @@ void CopyCommandEncoderVulkan::DoCopyBuffer(Buffer& destination, std::uint64_t d
     const auto& to = ToVulkan(destination).GetResource();
     const auto& from = ToVulkan(source).GetResource();
     PendingUse use;
-    use.Add(from, false);
+    if (from != to) use.Add(from, false);  // a copy within one buffer counts as a write of it
     use.Add(to, true);
     mList.Commit(use);
     const VkBufferCopy copy = {sourceOffset, destinationOffset, sizeInBytes};

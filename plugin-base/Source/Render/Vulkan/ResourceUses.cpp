@@ -9,7 +9,7 @@ namespace zeb::render {
 void PendingUse::Add(const std::shared_ptr<BufferResource>& buffer, bool isWritten) {
     for (BufferUse& use : mBuffers) {
         if (use.mBuffer != buffer) continue;
-        use.mIsWritten |= isWritten;
+        if (use.mIsWritten != isWritten) ThrowUsedInTwoWays("buffer", buffer->mName);
         return;
     }
     mBuffers.push_back({buffer, isWritten});
@@ -18,7 +18,7 @@ void PendingUse::Add(const std::shared_ptr<BufferResource>& buffer, bool isWritt
 void PendingUse::Add(const std::shared_ptr<TextureResource>& texture, VkImageLayout layout, bool isWritten) {
     for (TextureUse& use : mTextures) {
         if (use.mTexture != texture) continue;
-        if (use.mLayout != layout) ZEB_RENDER_THROW("The texture \"{}\" is used in two ways at once", texture->mName);
+        if (use.mLayout != layout) ThrowUsedInTwoWays("texture", texture->mName);
         use.mIsWritten |= isWritten;
         return;
     }

@@ -13,6 +13,7 @@ namespace zeb::render {
 /// The resources that one dispatch, draw or copy is about to use.
 class PendingUse {
 public:
+    /// One that is both read and written throws: this interface allows it, others do not.
     void Add(const std::shared_ptr<BufferResource>& buffer, bool isWritten);
     /// A texture is in one layout at a time; a second use of it in another one throws.
     void Add(const std::shared_ptr<TextureResource>& texture, VkImageLayout layout, bool isWritten);
