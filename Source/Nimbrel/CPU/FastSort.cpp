@@ -110,7 +110,7 @@ struct Bins {
 
 struct SortScratch {
     ScratchArray<Pair> mPairs;
-    std::vector<Counts> mPlaces;                                   ///< by chunk and bucket
+    std::vector<Counts> mPlaces;                                   ///< by half of a chunk and bucket
     tbb::enumerable_thread_specific<ScratchArray<Pair>> mBuckets;  ///< the other place of a bucket in hand
 };
 
@@ -191,33 +191,43 @@ private:
         const int wanted = static_cast<int>(std::bit_width(mKeys.size())) - kBucketBits;
         const int bucketBits = std::min(std::clamp(wanted, 0, kMostBits), bits);
         mShift = bits - bucketBits;
-        mScratch.mPlaces.resize(mChunks);
+        mScratch.mPlaces.resize(2 * mChunks);
         for (Counts& places : mScratch.mPlaces) places.assign(std::size_t{1} << bucketBits, 0);
+    }
+
+    /// Calls function(places, i) for all keys i of each half of a chunk, in turn: keys of neighbours are often alike,
+    /// and two halves with places of their own do not wait for each other's.
+    template <class Function>
+    void ForEachKey(const Function& function) const {
+        ForEachChunk([&](std::size_t chunk, std::size_t begin, std::size_t end) {
+            std::uint32_t* const front = mScratch.mPlaces[2 * chunk].data();
+            std::uint32_t* const back = mScratch.mPlaces[2 * chunk + 1].data();
+            const std::size_t half = (end - begin) / 2;
+            for (std::size_t i = begin; i < begin + half; ++i) {
+                function(front, i);
+                function(back, i + half);
+            }
+            if ((end - begin) % 2 != 0) function(back, end - 1);
+        });
     }
 
     void FillBuckets() {
         std::vector<Counts>& places = mScratch.mPlaces;
-        ForEachChunk([&](std::size_t chunk, std::size_t begin, std::size_t end) {
-            std::uint32_t* const counts = places[chunk].data();
-            for (std::size_t i = begin; i < end; ++i) ++counts[GetBucket(mKeys[i])];
-        });
-        // Buckets in order, within them chunks in order.
+        ForEachKey([&](std::uint32_t* counts, std::size_t i) { ++counts[GetBucket(mKeys[i])]; });
+        // Buckets in order, within them halves of chunks in order.
         std::uint32_t sum = 0;
         for (std::size_t bucket = 0; bucket < places[0].size(); ++bucket) {
             const std::uint32_t begin = sum;
-            for (Counts& chunk : places) sum += std::exchange(chunk[bucket], sum);
+            for (Counts& half : places) sum += std::exchange(half[bucket], sum);
             mLargest = std::max(mLargest, sum - begin);
         }
         Pair* const pairs = mScratch.mPairs.Reserve(mKeys.size());
-        // Afterwards the last chunk's places are the buckets' ends.
-        ForEachChunk([&](std::size_t chunk, std::size_t begin, std::size_t end) {
-            std::uint32_t* const next = places[chunk].data();
-            for (std::size_t i = begin; i < end; ++i) {
-                Pair* const place = pairs + next[GetBucket(mKeys[i])]++;
-                // The line behind this one, which the bucket is about to need.
-                hwy::Prefetch(place + 64 / sizeof(Pair));
-                *place = Pair{mPayloads[i]} << 32 | (mKeys[i] - mLeast);
-            }
+        // Afterwards the last half's places are the buckets' ends.
+        ForEachKey([&](std::uint32_t* next, std::size_t i) {
+            Pair* const place = pairs + next[GetBucket(mKeys[i])]++;
+            // The line behind this one, which the bucket is about to need.
+            hwy::Prefetch(place + 64 / sizeof(Pair));
+            *place = Pair{mPayloads[i]} << 32 | (mKeys[i] - mLeast);
         });
     }
 
