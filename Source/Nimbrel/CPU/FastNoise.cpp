@@ -11,18 +11,16 @@
 // Behind it, once for each target:
 #include <hwy/highway.h>
 
+#include "Nimbrel/CPU/SplatLanes-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace nimbrel::cpu {
 namespace HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-using FloatTag = hn::CappedTag<float, 16>;
-using IntTag = hn::RebindToSigned<FloatTag>;
-using WordTag = hn::RebindToUnsigned<FloatTag>;
 using Floats = hn::Vec<FloatTag>;
 using Ints = hn::Vec<IntTag>;
-using Words = hn::Vec<WordTag>;
 
 /// kCorners[k][corner]: component k of a corner of the unit cube.
 HWY_ALIGN constexpr float kCorners[4][16] = {{0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1},
