@@ -70,12 +70,9 @@ void DrawBoxes(const DrawCall& call) {
 
 /// The whole picture, pixel for pixel and so without a filter.
 bool DrawPlainBackground(const DrawCall& call, const TextureView& picture) {
-    if (call.mTopology != Topology::TriangleList || call.mFirst != 0 || call.mCount != 6 || !call.mIndices.empty() ||
-        call.mInstanceCount != 1 || call.mCullMode != CullMode::None || call.mFillMode != FillMode::Solid)
-        return false;
     const std::optional<RenderPass> plain =
         FindTexelToPixel(call.mPass, glm::vec2(glm::uvec2(picture.mWidth, picture.mHeight)));
-    if (!plain) return false;
+    if (!call.IsPlain(Topology::TriangleList, 6) || !plain) return false;
     ForEachBand(*plain, [&](const RenderPass& pass) {
         ConvertRows(pass, picture, LayRowOverBlack, pass.mScissor.mTop, pass.mScissor.mBottom);
     });

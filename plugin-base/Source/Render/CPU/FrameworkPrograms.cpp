@@ -14,18 +14,12 @@ namespace {
 
 constexpr std::uint32_t kCopyGroupHeight = 8;
 
-/// A strip of the vertices 0 to 3, filled.
-bool IsWholeStrip(const DrawCall& call) {
-    return call.mTopology == Topology::TriangleStrip && call.mFirst == 0 && call.mCount == 4 && call.mIndices.empty() &&
-           call.mInstanceCount == 1 && call.mCullMode == CullMode::None && call.mFillMode == FillMode::Solid;
-}
-
 template <bool unmultiply>
 void DrawConvert(const DrawCall& call) {
     const auto size = call.mBindings.Constants<glm::vec2>(0);
     const TextureView source = call.mBindings.Texture(0);
     const std::optional<RenderPass> plain = FindTexelToPixel(call.mPass, size);
-    if (IsWholeStrip(call) && plain) {
+    if (call.IsPlain(Topology::TriangleStrip, 4) && plain) {
         ForEachBand(*plain, [&](const RenderPass& pass) {
             ConvertRows(pass, source, unmultiply ? UnmultiplyRow : nullptr, pass.mScissor.mTop, pass.mScissor.mBottom);
         });

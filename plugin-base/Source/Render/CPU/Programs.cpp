@@ -31,6 +31,11 @@ const Bindings::Slot& Bindings::Find(RegisterKind kind, std::uint32_t shaderRegi
     return empty;
 }
 
+bool DrawCall::IsPlain(Topology topology, std::uint32_t count) const {
+    return mTopology == topology && mFirst == 0 && mCount == count && mIndices.empty() && mInstanceCount == 1 &&
+           mCullMode == CullMode::None && mFillMode == FillMode::Solid;
+}
+
 std::uint32_t DrawCall::GetVertexNumber(std::uint32_t i) const {
     if (mIndices.empty()) return mFirst + i;
     const std::size_t size = mIndexFormat == IndexFormat::UInt16 ? 2 : 4;

@@ -116,6 +116,8 @@ struct DrawCall {
     IndexFormat mIndexFormat = IndexFormat::UInt16;
     std::vector<VertexStream> mStreams;
 
+    /// Whether it is the vertices 0 to `count` - 1, once, filled, whichever way they face.
+    bool IsPlain(Topology topology, std::uint32_t count) const;
     /// Number of the vertex at place `i` of the draw, 0 to `mCount`.
     std::uint32_t GetVertexNumber(std::uint32_t i) const;
     /// Element of a vertex, missing components (0, 0, 0, 1); zeros beyond the buffer.
