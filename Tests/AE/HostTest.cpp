@@ -5,9 +5,9 @@
 
 #include "../Parameters/TestSupport.h"
 #include "ControlSession.h"
-#include "NimbrelHost/Command.h"
-#include "NimbrelHost/Errors.h"
-#include "NimbrelHost/Theme.h"
+#include "NimbrelHost/Commands/Command.h"
+#include "NimbrelHost/Drawing/Theme.h"
+#include "NimbrelHost/Support/Errors.h"
 #include "PluginBase/AE/AEGPObjects.h"
 #include "PluginBase/AE/GraphicsAE.h"
 #include "PluginBase/AE/ParameterAccessAE.h"

@@ -5,7 +5,7 @@
 #include <fstream>
 
 #include "EffectSettings.h"
-#include "NimbrelHost/Errors.h"
+#include "NimbrelHost/Support/Errors.h"
 #include "Studio.h"
 
 namespace nimbrel::endtoend {

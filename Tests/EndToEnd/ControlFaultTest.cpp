@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "ControlSession.h"
-#include "NimbrelHost/Errors.h"
+#include "NimbrelHost/Support/Errors.h"
 
 namespace nimbrel::endtoend {
 namespace {

@@ -7,9 +7,9 @@
 #include <cstdlib>
 
 #include "ControlSession.h"
-#include "NimbrelHost/DrawingPicture.h"
-#include "NimbrelHost/Panel.h"
-#include "NimbrelHost/Theme.h"
+#include "NimbrelHost/Drawing/DrawingPicture.h"
+#include "NimbrelHost/Drawing/Panel.h"
+#include "NimbrelHost/Drawing/Theme.h"
 #include "Panel/PanelLayout.h"
 #include "PluginBase/Parameters/Custom/Gradient.h"
 #include "PluginBase/Parameters/Custom/Ramp.h"

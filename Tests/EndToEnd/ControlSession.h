@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "NimbrelHost/CustomData.h"
-#include "NimbrelHost/PointerSession.h"
+#include "NimbrelHost/Drawing/PointerSession.h"
+#include "NimbrelHost/Parameters/CustomData.h"
 #include "Studio.h"
 
 namespace nimbrel::endtoend {

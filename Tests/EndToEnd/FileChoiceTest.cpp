@@ -6,9 +6,9 @@
 #include <mutex>
 
 #include "HostInterface/HostInterface.h"
-#include "NimbrelHost/Errors.h"
-#include "NimbrelHost/Interrupt.h"
-#include "NimbrelHost/RenderJob.h"
+#include "NimbrelHost/Output/RenderJob.h"
+#include "NimbrelHost/Support/Errors.h"
+#include "NimbrelHost/Support/Interrupt.h"
 #include "Studio.h"
 
 namespace nimbrel::endtoend {

@@ -4,8 +4,8 @@
 #include <cstring>
 
 #include "EffectSettings.h"
-#include "NimbrelHost/RenderJob.h"
-#include "NimbrelHost/Settings.h"
+#include "NimbrelHost/Output/RenderJob.h"
+#include "NimbrelHost/Parameters/Settings.h"
 #include "Studio.h"
 
 namespace nimbrel::endtoend {

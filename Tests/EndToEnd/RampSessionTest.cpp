@@ -5,7 +5,7 @@
 #include <cmath>
 
 #include "ControlSession.h"
-#include "NimbrelHost/Theme.h"
+#include "NimbrelHost/Drawing/Theme.h"
 
 namespace nimbrel::endtoend {
 namespace {

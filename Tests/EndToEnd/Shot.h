@@ -9,9 +9,9 @@
 
 #include <glm/vec3.hpp>
 
-#include "NimbrelHost/Host.h"
-#include "NimbrelHost/Picture.h"
-#include "NimbrelHost/Scene.h"
+#include "NimbrelHost/Commands/Host.h"
+#include "NimbrelHost/Output/Picture.h"
+#include "NimbrelHost/Scene/Scene.h"
 #include "ReferenceFrame.h"
 
 /// A shot described once and drawn twice: by the effect, through the host's commands, and by the reference

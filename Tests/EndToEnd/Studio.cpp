@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include "NimbrelHost/Catalogue.h"
-#include "NimbrelHost/RenderJob.h"
-#include "NimbrelHost/Settings.h"
+#include "NimbrelHost/Output/RenderJob.h"
+#include "NimbrelHost/Parameters/Catalogue.h"
+#include "NimbrelHost/Parameters/Settings.h"
 
 namespace nimbrel::endtoend {
 namespace {

@@ -9,8 +9,8 @@
 
 #include <glm/vec4.hpp>
 
-#include "NimbrelHost/Host.h"
-#include "NimbrelHost/Picture.h"
+#include "NimbrelHost/Commands/Host.h"
+#include "NimbrelHost/Output/Picture.h"
 #include "Shot.h"
 
 namespace nimbrel::endtoend {

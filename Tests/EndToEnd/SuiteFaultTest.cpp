@@ -7,8 +7,8 @@
 
 #include "HostInterface/HostInterface.h"
 #include "HostInterface/NimbrelDeviceSuite.h"
-#include "NimbrelHost/Catalogue.h"
-#include "NimbrelHost/Errors.h"
+#include "NimbrelHost/Parameters/Catalogue.h"
+#include "NimbrelHost/Support/Errors.h"
 #include "Studio.h"
 
 namespace nimbrel::endtoend {

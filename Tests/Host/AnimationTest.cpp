@@ -1,4 +1,4 @@
-#include "NimbrelHost/Animation.h"
+#include "NimbrelHost/Scene/Animation.h"
 
 #include "TestSupport.h"
 

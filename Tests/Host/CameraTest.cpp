@@ -1,4 +1,4 @@
-#include "NimbrelHost/Camera.h"
+#include "NimbrelHost/Scene/Camera.h"
 
 #include <cmath>
 

@@ -1,4 +1,4 @@
-#include "NimbrelHost/ComputeCache.h"
+#include "NimbrelHost/Commands/ComputeCache.h"
 
 #include <gmock/gmock.h>
 

@@ -2,8 +2,8 @@
 #include <gmock/gmock.h>
 
 #include "HostInterface/Drawbot.h"
-#include "NimbrelHost/CustomUI.h"
-#include "NimbrelHost/DrawingPicture.h"
+#include "NimbrelHost/Drawing/CustomUI.h"
+#include "NimbrelHost/Drawing/DrawingPicture.h"
 
 namespace nimbrel::host {
 namespace {

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "NimbrelHost/Host.h"
-#include "NimbrelHost/RenderJob.h"
-#include "NimbrelHost/Settings.h"
+#include "NimbrelHost/Commands/Host.h"
+#include "NimbrelHost/Output/RenderJob.h"
+#include "NimbrelHost/Parameters/Settings.h"
 #include "TestSupport.h"
 
 namespace nimbrel::host {

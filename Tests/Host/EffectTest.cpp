@@ -4,9 +4,9 @@
 #include <thread>
 
 #include "EffectFixture.h"
-#include "NimbrelHost/CustomData.h"
-#include "NimbrelHost/Interrupt.h"
-#include "NimbrelHost/PointerSession.h"
+#include "NimbrelHost/Drawing/PointerSession.h"
+#include "NimbrelHost/Parameters/CustomData.h"
+#include "NimbrelHost/Support/Interrupt.h"
 #include "Studio.h"
 #include "TestEffect.h"
 

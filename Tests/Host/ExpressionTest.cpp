@@ -1,9 +1,9 @@
-#include "NimbrelHost/Expression.h"
+#include "NimbrelHost/Project/Expression.h"
 
 #include <gmock/gmock.h>
 
 #include "HostInterface/HostInterface.h"
-#include "NimbrelHost/ScriptEngine.h"
+#include "NimbrelHost/Project/ScriptEngine.h"
 #include "TestSupport.h"
 
 namespace nimbrel::host {

@@ -1,4 +1,4 @@
-#include "NimbrelHost/Fit.h"
+#include "NimbrelHost/Scene/Fit.h"
 
 #include <gmock/gmock.h>
 

@@ -1,12 +1,12 @@
-#include "NimbrelHost/HandleStore.h"
+#include "NimbrelHost/Support/HandleStore.h"
 
 #include <gmock/gmock.h>
 
 #include <cstring>
 
-#include "NimbrelHost/Hash128.h"
-#include "NimbrelHost/SuiteRegistry.h"
-#include "NimbrelHost/Text.h"
+#include "NimbrelHost/Commands/SuiteRegistry.h"
+#include "NimbrelHost/Support/Hash128.h"
+#include "NimbrelHost/Support/Text.h"
 #include "TestSupport.h"
 
 namespace nimbrel::host {

@@ -1,4 +1,4 @@
-#include "NimbrelHost/Output.h"
+#include "NimbrelHost/Output/Output.h"
 
 #include <filesystem>
 #include <fstream>
@@ -6,8 +6,8 @@
 
 #include <gmock/gmock.h>
 
-#include "NimbrelHost/Picture.h"
-#include "NimbrelHost/Text.h"
+#include "NimbrelHost/Output/Picture.h"
+#include "NimbrelHost/Support/Text.h"
 #include "TestSupport.h"
 
 #ifndef _WIN32

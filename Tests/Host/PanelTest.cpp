@@ -1,10 +1,10 @@
 // The panel: which rows it has and where, what its numbers say, and the effect's control among them.
-#include "NimbrelHost/Panel.h"
+#include "NimbrelHost/Drawing/Panel.h"
 
 #include <gmock/gmock.h>
 
 #include "EffectFixture.h"
-#include "NimbrelHost/Theme.h"
+#include "NimbrelHost/Drawing/Theme.h"
 #include "Panel/PanelLayout.h"
 #include "Panel/PanelText.h"
 #include "Studio.h"

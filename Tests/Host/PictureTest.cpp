@@ -1,4 +1,4 @@
-#include "NimbrelHost/Picture.h"
+#include "NimbrelHost/Output/Picture.h"
 
 #include <ImfChannelList.h>
 #include <ImfFrameBuffer.h>
@@ -8,7 +8,7 @@
 
 #include <cstring>
 
-#include "NimbrelHost/World.h"
+#include "NimbrelHost/Commands/World.h"
 #include "TestSupport.h"
 
 namespace nimbrel::host {

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "NimbrelHost/JsonView.h"
+#include "NimbrelHost/Support/JsonView.h"
 #include "Shot.h"
 #include "TestSupport.h"
 

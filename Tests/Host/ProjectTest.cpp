@@ -1,4 +1,4 @@
-#include "NimbrelHost/Project.h"
+#include "NimbrelHost/Project/Project.h"
 
 #include "HostInterface/HostInterface.h"
 #include "TestSupport.h"

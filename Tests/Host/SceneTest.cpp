@@ -1,8 +1,8 @@
-#include "NimbrelHost/Scene.h"
+#include "NimbrelHost/Scene/Scene.h"
 
 #include <gmock/gmock.h>
 
-#include "NimbrelHost/Catalogue.h"
+#include "NimbrelHost/Parameters/Catalogue.h"
 #include "TestSupport.h"
 
 namespace nimbrel::host {

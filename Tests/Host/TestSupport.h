@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "NimbrelHost/Errors.h"
+#include "NimbrelHost/Support/Errors.h"
 
 namespace nimbrel::host {
 

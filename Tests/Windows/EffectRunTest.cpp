@@ -6,8 +6,8 @@
 #include <memory>
 
 #include "ModelMaker.h"
-#include "NimbrelHost/RenderJob.h"
-#include "NimbrelHost/Settings.h"
+#include "NimbrelHost/Output/RenderJob.h"
+#include "NimbrelHost/Parameters/Settings.h"
 #include "ProcessUsage.h"
 
 namespace nimbrel::test {

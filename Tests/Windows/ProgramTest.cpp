@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "NimbrelHost/EffectLibrary.h"
-#include "NimbrelHost/Errors.h"
+#include "NimbrelHost/Commands/EffectLibrary.h"
+#include "NimbrelHost/Support/Errors.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include <cstring>
 
-#include "NimbrelHost/Command.h"
-#include "NimbrelHost/Theme.h"
+#include "NimbrelHost/Commands/Command.h"
+#include "NimbrelHost/Drawing/Theme.h"
 #include "Suites/SuiteSupport.h"
 
 // The suites of the application and of custom controls: colours, the colour picker, windows.

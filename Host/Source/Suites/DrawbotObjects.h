@@ -7,8 +7,8 @@
 #include <stdexcept>
 #include <string>
 
-#include "NimbrelHost/CustomUI.h"
-#include "NimbrelHost/Host.h"
+#include "NimbrelHost/Commands/Host.h"
+#include "NimbrelHost/Drawing/CustomUI.h"
 
 namespace nimbrel::host {
 

@@ -1,7 +1,7 @@
 #include <cmath>
 #include <glm/gtc/type_ptr.hpp>
 
-#include "NimbrelHost/Text.h"
+#include "NimbrelHost/Support/Text.h"
 #include "Suites/DrawbotObjects.h"
 #include "Suites/SuiteSupport.h"
 

@@ -1,5 +1,5 @@
 #include "HostInterface/NimbrelDeviceSuite.h"
-#include "NimbrelHost/Command.h"
+#include "NimbrelHost/Commands/Command.h"
 #include "Suites/SuiteSupport.h"
 
 // The suites of effects: handles, worlds, parameters, sequence data; and the choice of the device.

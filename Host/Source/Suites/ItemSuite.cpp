@@ -1,6 +1,6 @@
 #include <cstdio>
 
-#include "NimbrelHost/Text.h"
+#include "NimbrelHost/Support/Text.h"
 #include "Suites/SuiteSupport.h"
 
 namespace nimbrel::host {

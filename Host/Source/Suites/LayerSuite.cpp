@@ -1,4 +1,4 @@
-#include "NimbrelHost/Text.h"
+#include "NimbrelHost/Support/Text.h"
 #include "Suites/SuiteSupport.h"
 
 namespace nimbrel::host {

@@ -2,7 +2,7 @@
 
 // What the effect keeps with the host without a project: memory, cached values, hashes.
 
-#include "NimbrelHost/Hash128.h"
+#include "NimbrelHost/Support/Hash128.h"
 
 namespace nimbrel::host {
 namespace {

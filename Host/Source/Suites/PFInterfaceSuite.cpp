@@ -1,6 +1,6 @@
 #include <glm/gtc/matrix_transform.hpp>
 
-#include "NimbrelHost/Command.h"
+#include "NimbrelHost/Commands/Command.h"
 #include "Suites/SuiteSupport.h"
 
 namespace nimbrel::host {

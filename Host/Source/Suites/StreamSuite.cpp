@@ -1,6 +1,6 @@
 #include <fmt/format.h>
 
-#include "NimbrelHost/Text.h"
+#include "NimbrelHost/Support/Text.h"
 #include "Suites/StreamValues.h"
 #include "Suites/SuiteSupport.h"
 

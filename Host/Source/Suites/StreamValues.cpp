@@ -1,6 +1,6 @@
 #include "Suites/StreamValues.h"
 
-#include "NimbrelHost/Parameter.h"
+#include "NimbrelHost/Parameters/Parameter.h"
 #include "Suites/SuiteSupport.h"
 
 namespace nimbrel::host {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "HostInterface/HostInterface.h"
-#include "NimbrelHost/Host.h"
+#include "NimbrelHost/Commands/Host.h"
 
 /// What stands behind the stream suites: the values of layers' and effects' properties, as the user sees them: points
 /// in full-resolution pixels, pop-ups from 1. Times are in seconds.

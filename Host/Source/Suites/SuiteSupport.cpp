@@ -2,8 +2,8 @@
 
 #include <fmt/format.h>
 
-#include "NimbrelHost/Command.h"
-#include "NimbrelHost/Text.h"
+#include "NimbrelHost/Commands/Command.h"
+#include "NimbrelHost/Support/Text.h"
 
 namespace nimbrel::host {
 

@@ -9,8 +9,8 @@
 #include <utility>
 
 #include "HostInterface/HostInterface.h"
-#include "NimbrelHost/Host.h"
-#include "NimbrelHost/SuiteFaults.h"
+#include "NimbrelHost/Commands/Host.h"
+#include "NimbrelHost/Commands/SuiteFaults.h"
 #include "Suites/Suites.h"
 
 namespace nimbrel::host {

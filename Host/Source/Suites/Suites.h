@@ -1,6 +1,6 @@
 #pragma once
 
-#include "NimbrelHost/SuiteRegistry.h"
+#include "NimbrelHost/Commands/SuiteRegistry.h"
 
 namespace nimbrel::host {
 

@@ -1,4 +1,4 @@
-#include "NimbrelHost/ScriptEngine.h"
+#include "NimbrelHost/Project/ScriptEngine.h"
 #include "Suites/SuiteSupport.h"
 
 namespace nimbrel::host {

@@ -9,7 +9,7 @@
 #include <CLI/CLI.hpp>
 
 #include "ModelMaker.h"
-#include "NimbrelHost/Arguments.h"
+#include "NimbrelHost/Support/Arguments.h"
 
 int main(int argc, char** argv) {
     CLI::App app(

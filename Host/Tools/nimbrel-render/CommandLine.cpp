@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "NimbrelHost/Errors.h"
-#include "NimbrelHost/JsonView.h"
+#include "NimbrelHost/Support/Errors.h"
+#include "NimbrelHost/Support/JsonView.h"
 
 namespace nimbrel::host {
 namespace {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "NimbrelHost/Picture.h"
+#include "NimbrelHost/Output/Picture.h"
 
 namespace nimbrel::host {
 

@@ -4,9 +4,9 @@
 #include <exception>
 
 #include "CommandLine.h"
-#include "NimbrelHost/Arguments.h"
-#include "NimbrelHost/Errors.h"
-#include "NimbrelHost/Interrupt.h"
+#include "NimbrelHost/Support/Arguments.h"
+#include "NimbrelHost/Support/Errors.h"
+#include "NimbrelHost/Support/Interrupt.h"
 #include "Session.h"
 
 int main(int argc, char** argv) {

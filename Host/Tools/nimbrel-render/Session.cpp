@@ -6,14 +6,14 @@
 #include <chrono>
 #include <cstdio>
 
-#include "NimbrelHost/Errors.h"
-#include "NimbrelHost/Host.h"
-#include "NimbrelHost/Output.h"
-#include "NimbrelHost/Panel.h"
-#include "NimbrelHost/PlyBounds.h"
-#include "NimbrelHost/RenderJob.h"
-#include "NimbrelHost/Settings.h"
-#include "NimbrelHost/Text.h"
+#include "NimbrelHost/Commands/Host.h"
+#include "NimbrelHost/Drawing/Panel.h"
+#include "NimbrelHost/Output/Output.h"
+#include "NimbrelHost/Output/RenderJob.h"
+#include "NimbrelHost/Parameters/Settings.h"
+#include "NimbrelHost/Scene/PlyBounds.h"
+#include "NimbrelHost/Support/Errors.h"
+#include "NimbrelHost/Support/Text.h"
 #include "ProgressBar.h"
 
 namespace nimbrel::host {

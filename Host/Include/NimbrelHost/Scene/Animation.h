@@ -1,0 +1,112 @@
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <glm/vec3.hpp>
+#include <utility>
+#include <vector>
+
+#include "NimbrelHost/Support/JsonView.h"
+
+namespace nimbrel::host {
+
+/// Where a time falls between keyframes: the value is `left` mixed with `right` by `fraction` (0 to below 1).
+struct KeySpan {
+    std::size_t mLeft = 0;
+    std::size_t mRight = 0;
+    double mFraction = 0;
+};
+
+/// A value over time: keyframes in ascending time, linear or held between them, held outside. One keyframe is a
+/// constant.
+template <class T>
+struct Animation {
+    struct Key {
+        double mSeconds = 0;
+        T mValue{};
+    };
+
+    std::vector<Key> mKeys;
+    bool mHold = false;
+
+    static Animation Constant(T value) {
+        Animation animation;
+        animation.mKeys.push_back({0, std::move(value)});
+        return animation;
+    }
+
+    bool IsConstant() const { return mKeys.size() == 1; }
+
+    /// The value of the one keyframe, or of one at the time, made as a copy of the value there if need be. What a copy
+    /// shares with its neighbour is the caller's matter.
+    T& GetOrAddKey(double seconds) {
+        if (IsConstant()) return mKeys.front().mValue;
+        const KeySpan span = Find(seconds);
+        for (const std::size_t near : {span.mLeft, span.mRight}) {
+            if (std::abs(mKeys[near].mSeconds - seconds) < 1e-9) return mKeys[near].mValue;
+        }
+        const bool isFirst = seconds < mKeys.front().mSeconds;
+        const auto place = mKeys.begin() + static_cast<std::ptrdiff_t>(isFirst ? 0 : span.mLeft + 1);
+        const Key key{seconds, mKeys[span.mLeft].mValue};
+        return mKeys.insert(place, key)->mValue;
+    }
+
+    KeySpan Find(double seconds) const {
+        const auto after = std::upper_bound(mKeys.begin(), mKeys.end(), seconds,
+                                            [](double time, const Key& key) { return time < key.mSeconds; });
+        const std::size_t right = static_cast<std::size_t>(after - mKeys.begin());
+        if (right == 0) return {0, 0, 0};
+        if (right == mKeys.size() || mHold) return {right - 1, right - 1, 0};
+        const double start = mKeys[right - 1].mSeconds;
+        return {right - 1, right, (seconds - start) / (mKeys[right].mSeconds - start)};
+    }
+};
+
+inline double Evaluate(const Animation<double>& animation, double seconds) {
+    const KeySpan span = animation.Find(seconds);
+    const double left = animation.mKeys[span.mLeft].mValue;
+    return left + (animation.mKeys[span.mRight].mValue - left) * span.mFraction;
+}
+
+inline glm::dvec3 Evaluate(const Animation<glm::dvec3>& animation, double seconds) {
+    const KeySpan span = animation.Find(seconds);
+    const glm::dvec3 left = animation.mKeys[span.mLeft].mValue;
+    return left + (animation.mKeys[span.mRight].mValue - left) * span.mFraction;
+}
+
+/// Whether the JSON value is of the animated form, { "keyframes": [...] }.
+bool IsAnimated(const JsonView& view);
+
+/// Checks the outer form of an animated value and gives the keyframe array; `hold` answers its "interpolation".
+JsonView ReadKeyframes(const JsonView& view, bool& hold);
+
+/// Reads a constant or animated value; `read` turns one JSON value into a T. Throws UsageError.
+template <class T, class Read>
+Animation<T> ReadAnimation(const JsonView& view, Read read) {
+    if (!IsAnimated(view)) return Animation<T>::Constant(read(view));
+    Animation<T> animation;
+    const JsonView keys = ReadKeyframes(view, animation.mHold);
+    for (std::size_t i = 0; i < keys.Value().size(); ++i) {
+        const JsonView key = keys.Element(i);
+        const double seconds = key.Element(0).Number("a time in seconds");
+        if (i > 0 && seconds <= animation.mKeys.back().mSeconds) {
+            key.Element(0).Fail("a time later than the keyframe before");
+        }
+        animation.mKeys.push_back({seconds, read(key.Element(1))});
+    }
+    return animation;
+}
+
+/// The JSON form that ReadAnimation reads; `write` turns one T into a JSON value.
+template <class T, class Write>
+Json WriteAnimation(const Animation<T>& animation, Write write) {
+    if (animation.IsConstant()) return write(animation.mKeys.front().mValue);
+    Json keys = Json::array();
+    for (const auto& key : animation.mKeys) keys.push_back(Json::array({key.mSeconds, write(key.mValue)}));
+    Json value = {{"keyframes", std::move(keys)}};
+    if (animation.mHold) value["interpolation"] = "hold";
+    return value;
+}
+
+}  // namespace nimbrel::host

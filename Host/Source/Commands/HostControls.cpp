@@ -1,0 +1,62 @@
+#include <fmt/format.h>
+
+#include "NimbrelHost/Commands/Command.h"
+#include "NimbrelHost/Commands/Host.h"
+#include "NimbrelHost/Project/Expression.h"
+#include "NimbrelHost/Project/ScriptEngine.h"
+#include "Parameters/ParameterRecords.h"
+
+// What the user does with the effect's controls: the commands that carry all values at once.
+
+namespace nimbrel::host {
+
+void Host::ShowAbout() { Command(*this, PF_Cmd_ABOUT).Run(); }
+
+void Host::UpdateParameterControls() {
+    Command command(*this, PF_Cmd_UPDATE_PARAMS_UI);
+    ParameterRecords records(*this);
+    command.Run(records.Fill(0));
+}
+
+void Host::ChangeParameter(const Parameter& parameter, int frame) {
+    {
+        const UndoHistory::Action action(mUndo, parameter.mName);
+        Command command(*this, PF_Cmd_USER_CHANGED_PARAM, frame * mTimeBase.mStep);
+        ParameterRecords records(*this);
+        PF_UserChangedParamExtra extra{};
+        extra.param_index = parameter.mIndex;
+        command.Run(records.Fill(mTimeBase.Seconds(frame)), &extra);
+        records.Adopt(mTimeBase.Seconds(frame));
+    }
+    UpdateParameterControls();
+}
+
+bool Host::Undo() {
+    if (!mUndo.Undo()) return false;
+    UpdateParameterControls();
+    return true;
+}
+
+bool Host::Redo() {
+    if (!mUndo.Redo()) return false;
+    UpdateParameterControls();
+    return true;
+}
+
+glm::dvec3 Host::EvaluateParameter(const Parameter& parameter, double seconds) {
+    const glm::dvec3 numbers = EvaluateNumbers(parameter, seconds);
+    const Expression& expression = parameter.mExpression;
+    if (!expression.mEnabled || expression.mText.empty() || !TakesExpression(parameter)) return numbers;
+    const bool isVector = parameter.GetType() == PF_Param_POINT_3D || parameter.GetType() == PF_Param_COLOR;
+    try {
+        return RunExpression(expression.mText, mProject, {numbers, isVector, seconds});
+    } catch (const ScriptError& error) {
+        const std::string text = fmt::format("the expression of \"{}\" failed: {}", parameter.mName, error.what());
+        const std::scoped_lock lock(mExpressionMutex);
+        // Once, not for every frame.
+        if (mFailedExpressions.insert(text).second) mDiagnostics.Report(text);
+        return numbers;
+    }
+}
+
+}  // namespace nimbrel::host
