@@ -3,10 +3,10 @@
 
 #include <gmock/gmock.h>
 
+#include "Drawing/Panel/PanelLayout.h"
+#include "Drawing/Panel/PanelText.h"
 #include "EffectFixture.h"
 #include "NimbrelHost/Drawing/Theme.h"
-#include "Panel/PanelLayout.h"
-#include "Panel/PanelText.h"
 #include "Studio.h"
 
 namespace nimbrel::host {
