@@ -176,7 +176,8 @@ using AEGP_IdleRefcon = void*;
 using AEGP_IORefcon = void*;
 struct PR_ArtisanEntryPoints;
 struct AEIO_ModuleInfo;
-struct AEIO_FunctionBlock4;
+struct _AEIO_FunctionBlock4;
+using AEIO_FunctionBlock4 = _AEIO_FunctionBlock4;
 struct PT_TrackerEntryPoints;
 
 enum : A_long {
@@ -263,6 +264,13 @@ enum : AEGP_ItemType {
     AEGP_ItemType_FOLDER = 1,
     AEGP_ItemType_COMP = 2,
     AEGP_ItemType_FOOTAGE = 4,
+};
+
+enum : A_long {
+    AEGP_ItemFlag_MISSING = 1,
+    AEGP_ItemFlag_HAS_VIDEO = 0x10,
+    AEGP_ItemFlag_HAS_AUDIO = 0x20,
+    AEGP_ItemFlag_STILL = 0x40,
 };
 
 enum : A_long {

@@ -12,6 +12,7 @@
 #include <AE_EffectUI.h>
 #include <AE_GeneralPlug.h>
 #include <AE_HashSuite.h>
+#include <AE_IO.h>
 #include <SPBasic.h>
 #include <adobesdk/DrawbotSuite.h>
 #else
@@ -22,6 +23,7 @@
 #include "HostInterface/Drawbot.h"
 #include "HostInterface/Effect.h"
 #include "HostInterface/Events.h"
+#include "HostInterface/Importer.h"
 #include "HostInterface/Parameters.h"
 #include "HostInterface/Registration.h"
 #include "HostInterface/SmartRender.h"
@@ -34,6 +36,7 @@
 #include "HostInterface/Suites/EffectSuites.h"
 #include "HostInterface/Suites/FootageSuite.h"
 #include "HostInterface/Suites/HashSuite.h"
+#include "HostInterface/Suites/IOInSuite.h"
 #include "HostInterface/Suites/ItemSuite.h"
 #include "HostInterface/Suites/LayerSuite.h"
 #include "HostInterface/Suites/MemorySuite.h"
