@@ -152,7 +152,11 @@ void GaussianSplatAssetCreator::Settings::ApplyQualityLevel() {
 
 std::unique_ptr<GaussianSplatAsset> GaussianSplatAssetCreator::CreateAsset(const std::u16string& path,
                                                                            const Settings& settings, bool loadData) {
-    const PLYFileData file = PLYFileReader::ReadFile(path, loadData);
+    return CreateAsset(PLYFileReader::ReadFile(path, loadData), settings, loadData);
+}
+
+std::unique_ptr<GaussianSplatAsset> GaussianSplatAssetCreator::CreateAsset(const PLYFileData& file,
+                                                                           const Settings& settings, bool loadData) {
     auto asset = std::make_unique<GaussianSplatAsset>();
     asset->splatCount = file.splatCount;
     asset->shLevel = file.shLevel;

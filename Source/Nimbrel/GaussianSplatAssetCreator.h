@@ -6,6 +6,8 @@
 
 #include "GaussianSplatAsset.h"
 
+struct PLYFileData;
+
 /// Turns a PLY file into a GaussianSplatAsset: orders the splats along a Morton curve, groups them into
 /// chunks of 256, normalises every value into its chunk's range and quantises it.
 ///
@@ -31,6 +33,10 @@ public:
     /// sort by.
     static std::unique_ptr<GaussianSplatAsset> CreateAsset(const std::u16string& path, const Settings& settings,
                                                            bool loadData);
+
+    /// The same of splats that are in memory.
+    static std::unique_ptr<GaussianSplatAsset> CreateAsset(const PLYFileData& file, const Settings& settings,
+                                                           bool loadData = true);
 };
 
 static_assert(sizeof(GaussianSplatAssetCreator::Settings) == 20, "hashed as 20 bytes");

@@ -1,116 +1,18 @@
 #include "PLYFileReader.h"
 
 #include <array>
-#include <filesystem>
-#include <fstream>
 #include <new>
 #include <optional>
-#include <sstream>
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
 #include "AvailableMemory.h"
+#include "PLYHeader.h"
 
 namespace {
 
 using LoadModelException = PLYFileReader::LoadModelException;
-
-enum class PLYPropertyType : std::uint8_t { Invalid, Int8, UInt8, Int16, UInt16, Int32, UInt32, Float32, Float64 };
-
-struct PLYProperty {
-    std::string name;
-    PLYPropertyType type = PLYPropertyType::Invalid;
-    bool isList = false;
-    PLYPropertyType listType = PLYPropertyType::Invalid;
-};
-
-struct PLYElement {
-    std::string name;
-    std::int64_t count = 0;
-    std::vector<PLYProperty> properties;
-};
-
-struct PLYHeader {
-    std::vector<PLYElement> elements;
-    std::vector<std::string> comments;
-    std::vector<std::string> objInfos;
-    bool isBinary = false;
-    bool isBigEndian = false;  // Noted only: the body of such a file is taken as it stands.
-};
-
-struct TypeName {
-    PLYPropertyType type;
-    std::string_view names[2];
-};
-
-constexpr TypeName kTypeNames[] = {
-    {PLYPropertyType::Int8, {"int8", "char"}},        {PLYPropertyType::UInt8, {"uint8", "uchar"}},
-    {PLYPropertyType::Int16, {"int16", "short"}},     {PLYPropertyType::UInt16, {"uint16", "ushort"}},
-    {PLYPropertyType::Int32, {"int32", "int"}},       {PLYPropertyType::UInt32, {"uint32", "uint"}},
-    {PLYPropertyType::Float32, {"float32", "float"}}, {PLYPropertyType::Float64, {"float64", "double"}},
-};
-
-constexpr std::array<std::uint8_t, 9> kTypeSizes = {0, 1, 1, 2, 2, 4, 4, 4, 8};
-
-PLYPropertyType ParseType(std::string_view keyword) {
-    for (const TypeName& entry : kTypeNames) {
-        if (keyword == entry.names[0] || keyword == entry.names[1]) return entry.type;
-    }
-    return PLYPropertyType::Invalid;
-}
-
-// The line behind its keyword and one blank.
-std::string RestOfLine(const std::string& line, std::size_t keywordSize) {
-    return line.size() > keywordSize ? line.substr(keywordSize + 1) : std::string();
-}
-
-PLYProperty ParseProperty(std::istream& tokens) {
-    PLYProperty property;
-    std::string keyword;
-    tokens >> keyword;
-    if (keyword == "list") {
-        property.isList = true;
-        tokens >> keyword;
-        property.listType = ParseType(keyword);
-        keyword.clear();
-        tokens >> keyword;
-    }
-    property.type = ParseType(keyword);
-    tokens >> property.name;
-    return property;
-}
-
-// Reads up to the line "end_header", behind which the body starts, or to the end of the file. Lines
-// that mean nothing are passed over, the magic word among them.
-PLYHeader ParseHeader(std::istream& file) {
-    PLYHeader header;
-    std::istringstream tokens;
-    for (std::string line; std::getline(file, line);) {
-        tokens.clear();
-        tokens.str(line);
-        std::string keyword;
-        tokens >> keyword;
-        if (keyword == "end_header") break;
-        if (keyword == "format") {
-            std::string format;
-            tokens >> format;
-            if (format == "binary_little_endian" || format == "binary_big_endian") header.isBinary = true;
-            if (format == "binary_big_endian") header.isBigEndian = true;
-        } else if (keyword == "element") {
-            PLYElement& element = header.elements.emplace_back();
-            tokens >> element.name >> element.count;
-        } else if (keyword == "property") {
-            if (header.elements.empty()) throw std::runtime_error("no elements defined; file is malformed");
-            header.elements.back().properties.push_back(ParseProperty(tokens));
-        } else if (keyword == "comment") {
-            header.comments.push_back(RestOfLine(line, keyword.size()));
-        } else if (keyword == "obj_info") {
-            header.objInfos.push_back(RestOfLine(line, keyword.size()));
-        }
-    }
-    return header;
-}
 
 enum Group : std::uint8_t { Position, Dc, Rest, Rotation, Scale, Opacity, GroupCount };
 
@@ -222,47 +124,6 @@ const PLYElement& GetVertexElement(const PLYHeader& header) {
     return header.elements.front();
 }
 
-// Everything but the body. The check is of the properties' names and their order alone.
-PLYFileData MakeLayout(const PLYHeader& header) {
-    const PLYElement& vertex = GetVertexElement(header);
-    PLYFileData data;
-    data.splatCount = static_cast<std::int32_t>(static_cast<std::uint32_t>(vertex.count));
-    GroupCounts counts{};
-    std::string_view previous;
-    for (const PLYProperty& property : vertex.properties) {
-        if (property.name.empty()) continue;
-        if (property.isList)
-            ZEB_THROW_AS(LoadModelException, zeb::kInternalError,
-                         "File doesn't contain gaussian splats. Properties must not be of type list.");
-        if (const std::optional<Group> group = MatchProperty(property, previous, data.stride, data)) ++counts[*group];
-        previous = property.name;
-        data.stride += kTypeSizes[static_cast<std::size_t>(property.type)];
-    }
-    CheckCounts(counts);
-    data.shLevel = GetSHLevel(counts[Rest]);
-    return data;
-}
-
-// A folder opens on some systems, a pipe waits for its writer, and a device may have no end.
-bool IsFile(const std::filesystem::path& path) {
-    std::error_code ignored;
-    const std::filesystem::file_status status = std::filesystem::status(path, ignored);
-    return !std::filesystem::is_directory(status) && !std::filesystem::is_other(status);
-}
-
-// A path that is no text (half a surrogate pair) names no file, like one that does not exist.
-std::ifstream OpenFile(const std::u16string& path) {
-    std::ifstream file;
-    try {
-        const std::filesystem::path place(path);
-        file.setstate(IsFile(place) ? std::ios::goodbit : std::ios::failbit);
-        if (file) file.open(place, std::ios::in | std::ios::binary);
-    } catch (const std::filesystem::filesystem_error&) {
-        file.setstate(std::ios::failbit);
-    }
-    return file;
-}
-
 // What the file does not have stays zero.
 void ReadBody(std::istream& file, PLYFileData& data) {
     if (data.splatCount < 0) throw std::bad_alloc();
@@ -279,10 +140,30 @@ PLYFileReader::LoadModelException::LoadModelException(std::string_view file, int
                                                       std::int32_t errorCode, std::string_view plainMessage)
     : zeb::Exception(file, line, function, errorCode, plainMessage), message(plainMessage) {}
 
+PLYFileData PLYFileReader::GetLayout(const PLYHeader& header) {
+    const PLYElement& vertex = GetVertexElement(header);
+    PLYFileData data;
+    data.splatCount = static_cast<std::int32_t>(static_cast<std::uint32_t>(vertex.count));
+    GroupCounts counts{};
+    std::string_view previous;
+    for (const PLYProperty& property : vertex.properties) {
+        if (property.name.empty()) continue;
+        if (property.isList)
+            ZEB_THROW_AS(LoadModelException, zeb::kInternalError,
+                         "File doesn't contain gaussian splats. Properties must not be of type list.");
+        if (const std::optional<Group> group = MatchProperty(property, previous, data.stride, data)) ++counts[*group];
+        previous = property.name;
+        data.stride += GetPLYTypeSize(property.type);
+    }
+    CheckCounts(counts);
+    data.shLevel = GetSHLevel(counts[Rest]);
+    return data;
+}
+
 PLYFileData PLYFileReader::ReadFile(const std::u16string& path, bool loadData) {
-    std::ifstream file = OpenFile(path);
+    std::ifstream file = OpenPLYFile(path);
     if (!file) ZEB_THROW_AS(LoadModelException, zeb::kInternalError, "Failed to open the file.");
-    PLYFileData data = MakeLayout(ParseHeader(file));
+    PLYFileData data = GetLayout(ReadPLYHeader(file));
     if (loadData) ReadBody(file, data);
     return data;
 }

@@ -7,6 +7,8 @@
 
 #include "PluginBase/Exception.h"
 
+struct PLYHeader;
+
 /// The body of a binary PLY file of Gaussian splats, uninterpreted, and where its values stand.
 /// Offsets are bytes inside one splat's record.
 struct PLYFileData {
@@ -42,4 +44,8 @@ public:
     /// Throws LoadModelException for a file that cannot be opened or is no splat model, std::runtime_error
     /// for a property before any element, and std::bad_alloc for a body that memory cannot hold.
     static PLYFileData ReadFile(const std::u16string& path, bool loadData);
+
+    /// What ReadFile makes of a header: everything but the body. The check is of the properties' names and their order
+    /// alone. Throws LoadModelException.
+    static PLYFileData GetLayout(const PLYHeader& header);
 };

@@ -6,6 +6,7 @@
 
 #include "Caption.h"
 #include "ContactSheet.h"
+#include "PluginBase/Misc/DotFont.h"
 #include "PngFile.h"
 
 namespace nimbrel::sheet {
@@ -85,8 +86,8 @@ TEST(Caption, DrawsGlyphsAndLeavesOutWhatLiesOutside) {
     for (int y = 0; y < 7; ++y) {
         for (int x = 0; x < 5; ++x) EXPECT_EQ(GetColor(image, x, y), x == 0 || y == 6 ? kRed : kBlack) << x << ' ' << y;
     }
-    EXPECT_EQ(GetTextWidth("AB", 2), 22);
-    EXPECT_EQ(GetTextWidth("", 2), 0);
+    EXPECT_EQ(zeb::dotfont::GetTextWidth("AB", 2), 22);
+    EXPECT_EQ(zeb::dotfont::GetTextWidth("", 2), 0);
     DrawText(image, "BIG", -7, -9, 3, kGreen);
 }
 

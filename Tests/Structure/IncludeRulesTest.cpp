@@ -37,13 +37,18 @@ const Rule kRules[] = {
     {"^Source/Nimbrel/(PLYFileReader|GaussianSplatAsset|GaussianSplatAssetCreator|HalfFloat)\\.",
      "HostInterface|PluginBase/(AE|Render|RenderUtils)/|vulkan|volk|NimbrelHost", "assets know no GPU and no host"},
     {"^Source/", "vulkan|volk|d3d12|dxgi|NimbrelHost", "the effect names no graphics API and no host program"},
-    {"^Host/(?!Tools/nimbrel-make-model)", "PluginBase/|\"Nimbrel/|\"Plugin\\.h|vulkan|volk|d3d12",
+    {"^Import/",
+     "NimbrelHost|PluginBase/(AE|Render|RenderUtils|Parameters|Script|ComputeCache|UI)/"
+     "|Plugin\\.h|vulkan|volk|d3d12|tbb",
+     "the importer knows the model reader and the splat kernels alone"},
+    {"^(Host|Source|plugin-base)/", "\"Import|Import/", "nobody knows the importer but through the host's interface"},
+    {"^Host/(?!Tools/nimbrel-(make-model|contact-sheet))", "PluginBase/|\"Nimbrel/|\"Plugin\\.h|vulkan|volk|d3d12",
      "the host reaches the effect through the host's interface alone"},
 };
 
 std::vector<std::string> SourceFiles(const fs::path& root) {
     std::vector<std::string> files;
-    for (const char* folder : {"HostInterface", "plugin-base", "Source", "Host"}) {
+    for (const char* folder : {"HostInterface", "Import", "plugin-base", "Source", "Host"}) {
         for (const auto& entry : fs::recursive_directory_iterator(root / folder)) {
             const std::string extension = entry.path().extension().string();
             if (extension == ".h" || extension == ".cpp") {

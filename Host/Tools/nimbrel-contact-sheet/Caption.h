@@ -7,14 +7,9 @@
 
 namespace nimbrel::sheet {
 
-inline constexpr int kGlyphWidth = 5, kGlyphHeight = 7;
-
 /// What stands under a file's picture: its name without folder, frame number and extension, words apart, in capitals:
 /// "out/YPlaneReveal.0024.png" gives "Y PLANE REVEAL".
 std::string GetCaption(std::string_view file);
-
-/// Width in pixels of a text of capitals, digits and blanks; other characters count as blanks.
-int GetTextWidth(std::string_view text, int scale);
 
 /// Writes the text with its top left corner at (x, y), each dot `scale` pixels wide; what lies outside is left out.
 void DrawText(Image& image, std::string_view text, int x, int y, int scale, Color color);

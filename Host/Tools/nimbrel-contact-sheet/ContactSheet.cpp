@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "Caption.h"
+#include "PluginBase/Misc/DotFont.h"
 
 namespace nimbrel::sheet {
 namespace {
@@ -65,7 +66,8 @@ Image MakeSheet(const std::vector<Picture>& pictures, const SheetOptions& option
         width = std::max(width, picture.mImage.mWidth);
         height = std::max(height, picture.mImage.mHeight);
     }
-    const int captionHeight = options.mCaptions ? kGlyphHeight * kMaxCaptionScale + 2 * kCaptionMargin : 0;
+    const int captionHeight =
+        options.mCaptions ? zeb::dotfont::kGlyphHeight * kMaxCaptionScale + 2 * kCaptionMargin : 0;
     const std::int64_t stepX = std::int64_t{width} + options.mGap;
     const std::int64_t stepY = std::int64_t{height} + captionHeight + options.mGap;
     const std::int64_t sheetWidth = options.mGap + columns * stepX, sheetHeight = options.mGap + rows * stepY;
@@ -82,8 +84,8 @@ Image MakeSheet(const std::vector<Picture>& pictures, const SheetOptions& option
         if (!options.mCaptions) continue;
         const std::string caption = GetCaption(picture.mFile);
         int scale = kMaxCaptionScale;
-        while (scale > 1 && GetTextWidth(caption, scale) > width) --scale;
-        DrawText(sheet, caption, left + std::max(0, (width - GetTextWidth(caption, scale)) / 2),
+        while (scale > 1 && zeb::dotfont::GetTextWidth(caption, scale) > width) --scale;
+        DrawText(sheet, caption, left + std::max(0, (width - zeb::dotfont::GetTextWidth(caption, scale)) / 2),
                  top + height + kCaptionMargin, scale, options.mCaption);
     }
     return sheet;
