@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "PluginBase/Parameters/ParameterAccess.h"
+#include "PluginBase/Parameters/Values/ParameterAccess.h"
 
 /// Ties the transform of a model to a null object of the composition, so that the host's own tools move the
 /// model. On the host's interface thread, inside the command that a button brings; one undo step each. A host

@@ -10,8 +10,8 @@
 #include <fmt/format.h>
 
 #include "PluginBase/Misc/TextFilesLoader.h"
-#include "PluginBase/Parameters/ParameterAccess.h"
 #include "PluginBase/Parameters/ParametersManagerBase.h"
+#include "PluginBase/Parameters/Values/ParameterAccess.h"
 
 /// Parameters without a host, for tests.
 namespace test {

@@ -23,7 +23,7 @@ protected:
     }
 
     test::Panel mPanel;
-    zeb::OverlayComponentsManager mStack{mPanel.mManager};
+    zeb::OverlayComponentsManager mStack{mPanel.mManager.GetTable()};
 };
 
 constexpr MouseDownResult kNothing{};

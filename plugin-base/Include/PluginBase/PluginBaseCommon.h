@@ -13,8 +13,8 @@
 #include "PluginBase/ImageInfo.h"
 #include "PluginBase/Misc/MakeUnique.h"
 #include "PluginBase/Misc/TextFilesLoader.h"
-#include "PluginBase/Parameters/ParameterAccess.h"
 #include "PluginBase/Parameters/ParametersManagerBase.h"
+#include "PluginBase/Parameters/Values/ParameterAccess.h"
 #include "PluginBase/PluginState.h"
 #include "PluginBase/Render/Render.h"
 

@@ -28,7 +28,7 @@ void PluginBaseCommon::Init() {
     mParametersManager->Init();
     if (DisablesOverlay() || !HasOverlay()) return;
     mParametersManager->AddInteractFactory([manager = mParametersManager.get()]() -> UniquePtr<InteractBase> {
-        return MakeUnique<OverlayComponentsManager>(*manager);
+        return MakeUnique<OverlayComponentsManager>(manager->GetTable());
     });
 }
 

@@ -7,12 +7,12 @@
 
 #include <fmt/format.h>
 
-#include "JsonRead.h"
 #include "PluginBase/Exception.h"
 #include "PluginBase/Misc/Utf8.h"
 #include "PluginBase/Parameters/ParametersManagerBase.h"
 #include "PluginBase/Script/JSContext.h"
 #include "Script/DuktapeUtil.h"
+#include "Values/JsonRead.h"
 
 namespace zeb {
 namespace {

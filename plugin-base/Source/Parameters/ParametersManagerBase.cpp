@@ -86,4 +86,19 @@ UniquePtr<ParameterInitialProperties> ParametersManagerBase::MakeInitialProperti
     return properties;
 }
 
+// The parts of access to values that look into the table.
+
+const ParameterDescription& ParameterDescriptionGetter::GetDescription(std::int32_t index) const {
+    // A negative index becomes a huge one, so one check serves both ends.
+    return mManager.GetTable().at(static_cast<std::size_t>(index));
+}
+
+ParameterInitialProperties::ParameterInitialProperties(const ParametersManagerBase& manager)
+    : ParameterProperties(manager) {
+    mRows.reserve(manager.GetTable().size());
+    for (const ParameterDescription& description : manager.GetTable()) {
+        mRows.push_back({.mVisible = true, .mEnabled = true, .mName = description.mFullName});
+    }
+}
+
 }  // namespace zeb

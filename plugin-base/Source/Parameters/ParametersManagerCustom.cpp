@@ -3,13 +3,13 @@
 
 #include <fmt/format.h>
 
-#include "JsonRead.h"
 #include "PluginBase/Exception.h"
 #include "PluginBase/Parameters/Custom/Gradient.h"
 #include "PluginBase/Parameters/ParameterPacker.h"
 #include "PluginBase/Parameters/ParametersManagerBase.h"
 #include "PluginBase/UI/GradientInteract.h"
 #include "PluginBase/UI/RampInteract.h"
+#include "Values/JsonRead.h"
 
 namespace zeb {
 namespace {

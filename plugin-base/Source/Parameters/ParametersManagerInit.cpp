@@ -4,10 +4,10 @@
 
 #include <fmt/format.h>
 
-#include "JsonRead.h"
 #include "PluginBase/Exception.h"
 #include "PluginBase/Parameters/ParameterPacker.h"
 #include "PluginBase/Parameters/ParametersManagerBase.h"
+#include "Values/JsonRead.h"
 
 namespace zeb {
 namespace {

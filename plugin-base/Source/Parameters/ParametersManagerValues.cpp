@@ -5,10 +5,10 @@
 
 #include <fmt/format.h>
 
-#include "JsonRead.h"
 #include "PluginBase/Exception.h"
 #include "PluginBase/Misc/Utf8.h"
 #include "PluginBase/Parameters/ParametersManagerBase.h"
+#include "Values/JsonRead.h"
 
 namespace zeb {
 namespace {

@@ -2,32 +2,14 @@
 
 #include <algorithm>
 #include <bit>
-#include <functional>
-#include <thread>
 
 #include "FontManager.h"
+#include "PluginBase/Misc/ThreadNumber.h"
 #include "RenderFailure.h"
 #include "ShaderLibrary.h"
 
-#if defined(_WIN32)
-#include <windows.h>
-#elif defined(__linux__)
-#include <sys/syscall.h>
-#include <unistd.h>
-#endif
-
 namespace zeb::render {
 namespace {
-
-std::uint32_t GetCurrentThreadNumber() {
-#if defined(_WIN32)
-    return GetCurrentThreadId();
-#elif defined(__linux__)
-    return static_cast<std::uint32_t>(syscall(SYS_gettid));
-#else
-    return static_cast<std::uint32_t>(std::hash<std::thread::id>()(std::this_thread::get_id()));
-#endif
-}
 
 // Raw data is counted in 32-bit words.
 constexpr std::uint64_t kRawStride = 4;

@@ -10,7 +10,7 @@
 #include "DuktapeUtil.h"
 #include "PluginBase/Exception.h"
 #include "PluginBase/Misc/Utf8.h"
-#include "PluginBase/Parameters/ParameterAccess.h"
+#include "PluginBase/Parameters/Values/ParameterAccess.h"
 
 namespace zeb::script {
 namespace {

@@ -2,12 +2,10 @@
 
 #include <algorithm>
 
-#include "PluginBase/Parameters/ParametersManagerBase.h"
-
 namespace zeb {
 
-OverlayComponentsManager::OverlayComponentsManager(const ParametersManagerBase& manager) {
-    for (const ParameterDescription& description : manager.GetTable()) {
+OverlayComponentsManager::OverlayComponentsManager(const std::vector<ParameterDescription>& table) {
+    for (const ParameterDescription& description : table) {
         if (!description.mInteractInfo) continue;
         const ParameterInteractInfo& info = *description.mInteractInfo;
         mWidth = std::max(mWidth, static_cast<float>(info.mWidth));

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "PluginBase/Parameters/ParameterAccess.h"
+#include "PluginBase/Parameters/Values/ParameterAccess.h"
 #include "PluginBase/UI/Contexts.h"
 #include "PluginBase/UI/Graphics.h"
 

@@ -5,7 +5,7 @@
 
 #include "HostInterface/HostInterface.h"
 #include "PluginBase/Parameters/Custom/CustomBase.h"
-#include "PluginBase/Parameters/ParameterDescription.h"
+#include "PluginBase/Parameters/Values/ParameterDescription.h"
 
 namespace zeb {
 

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "HostInterface/HostInterface.h"
-#include "PluginBase/Parameters/ParameterAccess.h"
 #include "PluginBase/Parameters/ParameterDefaultValueGetter.h"
+#include "PluginBase/Parameters/Values/ParameterAccess.h"
 
 /// Parameters in the host's records. All objects live on the stack of one command, in its context.
 namespace zeb {

@@ -4,7 +4,7 @@
 #include <unordered_map>
 
 #include "PluginBase/Misc/Hash.h"
-#include "PluginBase/Parameters/ParameterAccess.h"
+#include "PluginBase/Parameters/Values/ParameterAccess.h"
 
 namespace zeb {
 

@@ -14,7 +14,7 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include "PluginBase/Misc/Hash.h"
-#include "PluginBase/Parameters/ParameterAccess.h"
+#include "PluginBase/Parameters/Values/ParameterAccess.h"
 
 namespace zeb {
 

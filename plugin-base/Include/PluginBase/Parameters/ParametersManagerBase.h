@@ -12,9 +12,9 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include "PluginBase/Misc/Hash.h"
-#include "PluginBase/Parameters/ParameterAccess.h"
 #include "PluginBase/Parameters/ParameterDefaultValueGetter.h"
-#include "PluginBase/Parameters/ParameterDescription.h"
+#include "PluginBase/Parameters/Values/ParameterAccess.h"
+#include "PluginBase/Parameters/Values/ParameterDescription.h"
 
 namespace zeb {
 

@@ -2,17 +2,17 @@
 
 #include <vector>
 
+#include "PluginBase/Parameters/Values/ParameterDescription.h"
 #include "PluginBase/UI/InteractsManager.h"
 
 namespace zeb {
-
-class ParametersManagerBase;
 
 /// The editors of all custom parameters as one stack, for a host with a single area for all of them. An editor that is
 /// switched off takes no room. Lies at the origin of the area; all editors have one width.
 class OverlayComponentsManager final : public InteractsManager {
 public:
-    explicit OverlayComponentsManager(const ParametersManagerBase& manager);
+    /// `table` as the parameters' manager has it; read here only.
+    explicit OverlayComponentsManager(const std::vector<ParameterDescription>& table);
 
     std::vector<DrawContext> GetDrawContexts(const ParameterCurrentValueGetter& getter,
                                              const DrawContext& context) const override;

@@ -3,7 +3,7 @@
 #include <functional>
 #include <string>
 
-#include "PluginBase/Parameters/ParameterDescription.h"
+#include "PluginBase/Parameters/Values/ParameterDescription.h"
 
 /// A file path as a parameter. The host has no control for paths: the parameter is a layer, and the file
 /// is the footage of that layer. Thread: one with a context; setting needs a command that may change the

@@ -6,7 +6,7 @@
 #include <glm/vec3.hpp>
 
 #include "HostInterface/HostInterface.h"
-#include "PluginBase/Parameters/ParameterDescription.h"
+#include "PluginBase/Parameters/Values/ParameterDescription.h"
 
 /// From the host's records to the units that logic uses, and back. Positions are full-resolution pixels:
 /// the host gives them at the resolution of the render, z scaled as x.

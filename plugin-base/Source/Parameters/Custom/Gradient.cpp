@@ -7,7 +7,7 @@
 
 #include <fmt/format.h>
 
-#include "../JsonRead.h"
+#include "../Values/JsonRead.h"
 #include "PluginBase/Exception.h"
 
 namespace zeb {

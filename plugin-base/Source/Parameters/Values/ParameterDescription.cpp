@@ -1,4 +1,4 @@
-#include "PluginBase/Parameters/ParameterDescription.h"
+#include "PluginBase/Parameters/Values/ParameterDescription.h"
 
 #include <algorithm>
 

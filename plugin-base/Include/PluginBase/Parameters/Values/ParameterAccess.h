@@ -6,7 +6,7 @@
 
 #include <glm/vec3.hpp>
 
-#include "PluginBase/Parameters/ParameterDescription.h"
+#include "PluginBase/Parameters/Values/ParameterDescription.h"
 
 /// Reading and writing parameters by catalogue index, in the units that logic uses: percent sliders as
 /// fractions, angles in radians, pop-ups from 0, colours in 0 to 1, points in full-resolution pixels
