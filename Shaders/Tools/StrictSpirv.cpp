@@ -1,6 +1,6 @@
-// Decorates every floating-point instruction of a SPIR-V module with NoContraction, so that no driver fuses or
-// reorders arithmetic: programs that share a function get the same bits from it, and so does the processor. It is
-// what the strict mode of the Direct3D compilers does.
+// Decorates every floating-point instruction of a SPIR-V module with NoContraction, so that no optimiser and no driver
+// fuses or reorders arithmetic: programs that share a function get the same bits from it, and so does the processor. It
+// is what the strict mode of the Direct3D compilers does. Comes before any optimiser.
 // Usage: nimbrel-strict-spirv INPUT OUTPUT
 #include <algorithm>
 #include <cstdint>

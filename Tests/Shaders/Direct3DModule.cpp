@@ -131,8 +131,10 @@ Resource ReadResource(ID3D12ShaderReflection* reflection, const D3D12_SHADER_INP
 void CountArithmetic(const std::string& listing, bool isDxil, StageInfo& stage) {
     static const std::regex dxil(R"(= f(add|sub|mul|div) )");
     static const std::regex dxbc(R"(^ *(add|mul|div|mad|dp[234])(_sat)? )");
+    static const std::regex fused(R"(call float @dx\.op\.tertiary\.f32\(i32 4[67],)");  // FMad, Fma
     std::istringstream lines(listing);
     for (std::string line; std::getline(lines, line);) {
+        if (isDxil && std::regex_search(line, fused)) ++stage.mFusableCount;
         if (!std::regex_search(line, isDxil ? dxil : dxbc)) continue;
         const char* const mark = isDxil ? " fast " : "[precise";
         ++stage.mArithmeticCount;

@@ -17,6 +17,7 @@ constexpr std::uint32_t kOpDecorate = 71, kOpMemberDecorate = 72;
 constexpr std::uint32_t kRowMajor = 4, kArrayStride = 6, kMatrixStride = 7, kBinding = 33, kOffset = 35;
 constexpr std::uint32_t kNoContraction = 42, kBufferBlock = 3, kLocalSize = 17, kGroupNonUniform = 61;
 constexpr std::uint32_t kPushConstant = 9, kBuiltIn = 11;
+constexpr std::uint32_t kOpExtInst = 12, kFma = 50;  // the only set of extended instructions is GLSL.std.450
 
 struct Instruction {
     std::uint32_t mOp;
@@ -101,6 +102,7 @@ private:
 
     void ReadBody(const Instruction& i) {
         mUsed.insert(i.mWords.begin(), i.mWords.end());
+        if (i.mOp == kOpExtInst && i.mWords.at(3) == kFma) ++mInfo.mFusableCount;
         if (!IsFloatArithmetic(i.mOp)) return;
         ++mInfo.mArithmeticCount;
         mInfo.mStrictCount += mDecorations[i.mWords[1]].count(kNoContraction);

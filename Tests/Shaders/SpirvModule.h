@@ -36,6 +36,7 @@ struct StageInfo {
     bool mHasPushConstants = false;
     std::size_t mArithmeticCount = 0;  ///< floating-point instructions
     std::size_t mStrictCount = 0;      ///< of them, those that must not be contracted
+    std::size_t mFusableCount = 0;     ///< a product and a sum in one, which a device may round once or twice
 };
 
 /// Throws std::runtime_error if the code is no SPIR-V module.
