@@ -61,8 +61,8 @@ glm::mat4 GetProjectionMatrix(const zeb::DrawInfo& drawInfo) {
             projection[0][0] = 2.0F / width;
             projection[1][1] = 2.0F / height;
             projection[2][2] = kOrthographicDepthScale;
-            projection[3][0] = -(left + right) / width;
-            projection[3][1] = -(top + bottom) / height;
+            projection[3][0] = (left + right) / width;
+            projection[3][1] = (top + bottom) / height;
             projection[3][2] = kOrthographicDepthOffset;
             projection[3][3] = 1.0F;
             return projection;

@@ -49,13 +49,13 @@ TEST(Projection, OrthographicOfAWholeFrame) {
     const glm::mat4 m = GetProjectionMatrix(drawInfo);
     EXPECT_EQ(Bits(m[2][2]), 0x35863B2DU);
     EXPECT_EQ(Bits(m[3][2]), 0xB8D1BC76U);
-    drawInfo.mPivotX = 100;
-    drawInfo.mOutputWidth = 200;  // left 220, right 20
-    EXPECT_EQ(GetProjectionMatrix(drawInfo)[3][0], -240.0F / 200.0F);
 }
 
-TEST(Projection, TilesOfAFrameMeet) {
+class ProjectionOfATile : public testing::TestWithParam<zeb::CameraType> {};
+
+TEST_P(ProjectionOfATile, TakesTheTilesPlaceInTheFrame) {
     zeb::DrawInfo drawInfo = MakeDrawInfo();
+    drawInfo.mCameraType = GetParam();
     drawInfo.mScaleX = drawInfo.mScaleY = 0.5F;  // the render is 320 by 180
     drawInfo.mPivotX = 100;
     drawInfo.mPivotY = 90;
@@ -74,6 +74,9 @@ TEST(Projection, TilesOfAFrameMeet) {
     drawInfo.mNativeOrigin = zeb::NativeOrigin::TopLeft;
     EXPECT_EQ(GetProjectionMatrix(drawInfo)[1][1], -m[1][1]);
 }
+
+INSTANTIATE_TEST_SUITE_P(Cameras, ProjectionOfATile,
+                         testing::Values(zeb::CameraType::Perspective, zeb::CameraType::Orthographic));
 
 TEST(Projection, UnknownKindsAreRefusedOriginFirst) {
     zeb::DrawInfo drawInfo = MakeDrawInfo();
