@@ -2,8 +2,7 @@
 
 #include "Shot.h"
 
-/// Pictures with wireframes, which devices draw each in their own way: line ends and ties are rounded differently, so a
-/// pixel may be off by one, and what a slanted line of one pixel's width covers differs.
+/// Pictures with wireframes. All devices draw lines by one rule, one pixel for each step along the longer axis.
 namespace nimbrel::endtoend {
 
 /// The shot with all its wireframes off.
@@ -15,8 +14,8 @@ struct GizmoFrames {
     host::Frame mWithout;
 };
 
-/// Expects that the wireframes of both lie within a pixel of each other and have about the same colours. Gives the
-/// PSNR of what no wireframe covers.
+/// Expects that the wireframes of both cover the same pixels in the same colours. Gives the PSNR of what no wireframe
+/// covers.
 double CompareLines(const GizmoFrames& drawn, const GizmoFrames& expected);
 
 }  // namespace nimbrel::endtoend

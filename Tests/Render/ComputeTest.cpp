@@ -99,7 +99,8 @@ TEST_F(ComputeTest, StructuredBuffersBindAtEveryElement) {
 }
 
 TEST_F(ComputeTest, DispatchesOnOneBufferRunInOrderWithTheirOwnConstants) {
-    // 900 sets of 80 bytes: more than one block of the list's uniform memory.
+    // 900 sets of 80 bytes: more than one block of the list's uniform memory, and more than one pool of descriptor
+    // sets.
     constexpr std::uint32_t kDispatches = 900;
     const auto program = MakeChain(GetDevice());
     const auto start = MakeUpload(std::vector<std::uint32_t>{5, 6, 7, 8});

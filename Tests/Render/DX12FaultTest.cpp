@@ -393,8 +393,8 @@ TEST_F(DX12FaultTest, EveryMessageOfTheDebugLayerIsReportedOnce) {
     ASSERT_EQ(GetNative()->QueryInterface(IID_PPV_ARGS(native.ReleaseAndGetAddressOf())), S_OK);
     auto context = std::make_shared<DeviceContext>(native, options);
 
-    messages.Add(D3D12_MESSAGE_SEVERITY_WARNING, "first");
-    messages.mWhileRead = [&] { messages.Add(D3D12_MESSAGE_SEVERITY_WARNING, "meanwhile"); };
+    messages.Add(D3D12_MESSAGE_SEVERITY_ERROR, "first");
+    messages.mWhileRead = [&] { messages.Add(D3D12_MESSAGE_SEVERITY_ERROR, "meanwhile"); };
     context->ReportMessages();
     EXPECT_THAT(reported, testing::ElementsAre(testing::Pair("first", 1)));
     context->ReportMessages();
@@ -405,7 +405,7 @@ TEST_F(DX12FaultTest, EveryMessageOfTheDebugLayerIsReportedOnce) {
     for (int t = 0; t < kThreads; ++t) {
         threads.emplace_back([&, t] {
             for (int i = 0; i < kEach; ++i) {
-                messages.Add(D3D12_MESSAGE_SEVERITY_WARNING, std::to_string(t * kEach + i));
+                messages.Add(D3D12_MESSAGE_SEVERITY_ERROR, std::to_string(t * kEach + i));
                 context->ReportMessages();
             }
         });
@@ -417,7 +417,7 @@ TEST_F(DX12FaultTest, EveryMessageOfTheDebugLayerIsReportedOnce) {
     reported.clear();
 
     // With a failure, before that itself is told.
-    messages.Add(D3D12_MESSAGE_SEVERITY_INFO, "of no interest");
+    messages.Add(D3D12_MESSAGE_SEVERITY_WARNING, "of no interest");
     messages.Add(D3D12_MESSAGE_SEVERITY_ERROR, "why");
     gResult = E_INVALIDARG;
     {
@@ -479,6 +479,18 @@ HRESULT WINAPI MakeFactory(UINT flags, REFIID id, void** factory) {
 }
 
 HRESULT WINAPI MakeNoFactory(UINT, REFIID, void**) { return DXGI_ERROR_UNSUPPORTED; }
+HRESULT WINAPI FindTwice(IDXGIFactory6* self, UINT index, DXGI_GPU_PREFERENCE preference, REFIID id, void** out) {
+    using Function = HRESULT(WINAPI*)(IDXGIFactory6*, UINT, DXGI_GPU_PREFERENCE, REFIID, void**);
+    const auto original = reinterpret_cast<Function>(Machine::gMachine->mOriginals[kEnumAdapterByGpuPreference]);
+    return index < 2 ? original(self, 0, preference, id, out) : DXGI_ERROR_NOT_FOUND;
+}
+
+int gOpened = 0;
+HRESULT WINAPI CountDevices(IUnknown* adapter, D3D_FEATURE_LEVEL level, REFIID id, void** device) {
+    ++gOpened;
+    return Machine::gMachine->mOriginal.D3D12CreateDevice(adapter, level, id, device);
+}
+
 HRESULT WINAPI MakeNoDevice(IUnknown*, D3D_FEATURE_LEVEL, REFIID, void**) { return DXGI_ERROR_UNSUPPORTED; }
 
 TEST_F(DX12FaultTest, MachinesWithoutAFittingAdapterSaySo) {
@@ -498,6 +510,13 @@ TEST_F(DX12FaultTest, MachinesWithoutAFittingAdapterSaySo) {
     machine.mApi.CreateDXGIFactory2 = MakeNoFactory;
     EXPECT_THAT(create(""), HasSubstr("\"Failed to call DX12 function (CreateDXGIFactory2(dxgiFactoryFlags, "
                                       "IID_PPV_ARGS(&factory))): DXGI_ERROR_UNSUPPORTED\""));
+    machine.mApi = machine.mOriginal;
+    // The first that fits is opened; nobody wakes those behind it.
+    machine.mApi.CreateDXGIFactory2 = MakeFactory<FindTwice>;
+    machine.mApi.D3D12CreateDevice = CountDevices;
+    gOpened = 0;
+    EXPECT_EQ(create(""), "no failure");
+    EXPECT_EQ(gOpened, 2) << "asked and made";
     machine.mApi = machine.mOriginal;
     machine.mApi.D3D12CreateDevice = MakeNoDevice;
     EXPECT_THAT(create(""), HasSubstr("\"Failed to get compatible DX12 hardware adapter.\""));

@@ -8,6 +8,7 @@
 #include <initializer_list>
 #include <iterator>
 #include <optional>
+#include <utility>
 
 #include "RenderFactory.h"
 #include "RenderFailure.h"
@@ -70,9 +71,14 @@ std::optional<std::size_t> ParseIndex(const std::string& request) {
     return index;
 }
 
-std::optional<std::size_t> FindUsable(const std::vector<DeviceOffer>& offers, DeviceKind kind) {
+bool IsUsable(DeviceOffer& offer) {
+    if (const auto inspect = std::exchange(offer.mInspect, nullptr)) offer.mProblem = inspect();
+    return offer.mProblem.empty();
+}
+
+std::optional<std::size_t> FindUsable(std::vector<DeviceOffer>& offers, DeviceKind kind) {
     for (std::size_t i = 0; i < offers.size(); ++i) {
-        if (offers[i].mKind == kind && offers[i].mProblem.empty()) return i;
+        if (offers[i].mKind == kind && IsUsable(offers[i])) return i;
     }
     return std::nullopt;
 }
@@ -121,7 +127,7 @@ bool IsOfInterface(DeviceKind kind, const std::string& wanted) {
 }
 
 // `wanted` is empty or names a graphics interface.
-Choice ChooseBest(const Candidates& candidates, const std::string& wanted) {
+Choice ChooseBest(Candidates& candidates, const std::string& wanted) {
     for (const DeviceKind kind : kPreference) {
         if (!wanted.empty() && !IsOfInterface(kind, wanted)) continue;
         const auto index = FindUsable(candidates.mOffers, kind);
@@ -133,8 +139,8 @@ Choice ChooseBest(const Candidates& candidates, const std::string& wanted) {
 }
 
 // The request as RenderOptions tells it; names are matched in part and in either case.
-Choice Choose(const Candidates& candidates, const std::string& request) {
-    const std::vector<DeviceOffer>& offers = candidates.mOffers;
+Choice Choose(Candidates& candidates, const std::string& request) {
+    std::vector<DeviceOffer>& offers = candidates.mOffers;
     const std::string wanted = ToLower(request);
     if (wanted.empty() || IsInterface(wanted)) return ChooseBest(candidates, wanted);
     std::optional<std::size_t> index = wanted == "cpu" ? FindUsable(offers, DeviceKind::CPU) : ParseIndex(wanted);
@@ -144,7 +150,7 @@ Choice Choose(const Candidates& candidates, const std::string& request) {
     if (offers.empty()) ThrowNoDevice(candidates);
     if (!index || *index >= offers.size())
         ZEB_RENDER_THROW("No device matches \"{}\"; the devices are {}", request, ListNames(offers));
-    if (!offers[*index].mProblem.empty()) {
+    if (!IsUsable(offers[*index])) {
         ZEB_RENDER_THROW("The device \"{}\" cannot be used, it {}", offers[*index].mName, offers[*index].mProblem);
     }
     return {*index, fmt::format("asked for by \"{}\"", request)};

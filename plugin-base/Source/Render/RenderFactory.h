@@ -18,6 +18,8 @@ struct DeviceOffer {
     std::string mName;
     DeviceKind mKind = DeviceKind::CPU;
     std::string mProblem;  ///< what it lacks, as the end of a sentence; empty for a usable device
+    /// Gives `mProblem` where finding out wakes the device: asked once, of a device that is about to be taken.
+    std::function<std::string()> mInspect;
     std::function<UniquePtr<Render>()> mOpen;
 };
 

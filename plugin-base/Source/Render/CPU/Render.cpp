@@ -40,7 +40,7 @@ std::string GetProcessorName() {
 
 DeviceOffer OfferCPU(const RenderOptions& options) {
     const std::string name = fmt::format("{} ({} threads)", GetProcessorName(), cpu::GetConcurrency());
-    return {name, DeviceKind::CPU, {}, [name, options] { return MakeUnique<RenderCPU>(name, options); }};
+    return {name, DeviceKind::CPU, {}, nullptr, [name, options] { return MakeUnique<RenderCPU>(name, options); }};
 }
 
 }  // namespace zeb::render

@@ -47,7 +47,8 @@ DeviceContext::~DeviceContext() {
 void DeviceContext::KeepMessages() {
     if (FAILED(Get()->QueryInterface(IID_PPV_ARGS(mMessages.ReleaseAndGetAddressOf())))) ThrowNoDebugLayer();
     // None is dropped for lack of room, so those that nobody is told of are not stored.
-    D3D12_MESSAGE_SEVERITY untold[] = {D3D12_MESSAGE_SEVERITY_INFO, D3D12_MESSAGE_SEVERITY_MESSAGE};
+    D3D12_MESSAGE_SEVERITY untold[] = {D3D12_MESSAGE_SEVERITY_WARNING, D3D12_MESSAGE_SEVERITY_INFO,
+                                       D3D12_MESSAGE_SEVERITY_MESSAGE};
     D3D12_INFO_QUEUE_FILTER filter = {};
     filter.DenyList.NumSeverities = static_cast<UINT>(std::size(untold));
     filter.DenyList.pSeverityList = untold;
@@ -72,7 +73,7 @@ void DeviceContext::ReportMessages() const {
         std::vector<std::byte> data(size);
         auto* message = reinterpret_cast<D3D12_MESSAGE*>(data.data());
         if (FAILED(mMessages->GetMessage(i, message, &size))) continue;
-        if (message->Severity <= D3D12_MESSAGE_SEVERITY_WARNING) Report(message->pDescription);
+        if (message->Severity <= D3D12_MESSAGE_SEVERITY_ERROR) Report(message->pDescription);
     }
 }
 

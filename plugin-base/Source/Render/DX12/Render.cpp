@@ -74,8 +74,10 @@ std::vector<DeviceOffer> FindAdapters(const RenderOptions& options) {
         DXGI_ADAPTER_DESC1 desc = {};
         if (FAILED(adapter->GetDesc1(&desc)) || (desc.Flags & DXGI_ADAPTER_FLAG_SOFTWARE) != 0) continue;
         const std::string name = ToUtf8(desc.Description);
-        const char* const problem = IsUsable(adapter) ? "" : "lacks Direct3D 12 at feature level 11_0";
-        offers.push_back({name, DeviceKind::DX12, problem,
+        const auto inspect = [adapter] {
+            return std::string(IsUsable(adapter) ? "" : "lacks Direct3D 12 at feature level 11_0");
+        };
+        offers.push_back({name, DeviceKind::DX12, "", inspect,
                           [adapter, name, options] { return MakeUnique<RenderDX12>(adapter, name, options); }});
     }
     return offers;

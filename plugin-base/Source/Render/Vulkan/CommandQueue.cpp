@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 
 #include <fmt/format.h>
 
@@ -11,6 +12,13 @@ namespace zeb::render {
 namespace {
 
 constexpr std::uint64_t kUniformBlockSize = 64 * 1024;
+// Of one pool of descriptor sets: enough for a frame of a few instances, which has some sixty.
+constexpr std::uint32_t kSetsOfPool = 128;
+constexpr VkDescriptorPoolSize kDescriptorsOfPool[] = {{VK_DESCRIPTOR_TYPE_STORAGE_BUFFER, 5 * kSetsOfPool},
+                                                       {VK_DESCRIPTOR_TYPE_UNIFORM_BUFFER, 4 * kSetsOfPool},
+                                                       {VK_DESCRIPTOR_TYPE_SAMPLED_IMAGE, 3 * kSetsOfPool},
+                                                       {VK_DESCRIPTOR_TYPE_STORAGE_IMAGE, kSetsOfPool},
+                                                       {VK_DESCRIPTOR_TYPE_SAMPLER, kSetsOfPool}};
 
 std::uint64_t AlignUp(std::uint64_t value, std::uint64_t alignment) {
     return (value + alignment - 1) / alignment * alignment;
@@ -43,6 +51,8 @@ CommandAllocator::CommandAllocator(std::shared_ptr<DeviceContext> context, std::
 CommandAllocator::~CommandAllocator() { Destroy(); }
 
 void CommandAllocator::Destroy() {
+    for (const VkDescriptorPool pool : mSetPools)
+        mContext->Api().vkDestroyDescriptorPool(mContext->Get(), pool, nullptr);
     mContext->Api().vkDestroyFence(mContext->Get(), mFence, nullptr);
     mContext->Api().vkDestroyCommandPool(mContext->Get(), mPool, nullptr);
 }
@@ -50,8 +60,40 @@ void CommandAllocator::Destroy() {
 void CommandAllocator::Reset() {
     ZEB_VK_CHECK_FOR(mContext->Api().vkResetCommandPool(mContext->Get(), mPool, 0), mName);
     ZEB_VK_CHECK_FOR(mContext->Api().vkResetFences(mContext->Get(), 1, &mFence), mName);
+    for (const VkDescriptorPool pool : mSetPools) {
+        ZEB_VK_CHECK_FOR(mContext->Api().vkResetDescriptorPool(mContext->Get(), pool, 0), mName);
+    }
     mUniformBlock = 0;
     mUniformOffset = 0;
+    mSetPool = 0;
+}
+
+void CommandAllocator::AddSetPool() {
+    VkDescriptorPoolCreateInfo info = {VK_STRUCTURE_TYPE_DESCRIPTOR_POOL_CREATE_INFO};
+    info.maxSets = kSetsOfPool;
+    info.poolSizeCount = static_cast<std::uint32_t>(std::size(kDescriptorsOfPool));
+    info.pPoolSizes = kDescriptorsOfPool;
+    mSetPools.reserve(mSetPools.size() + 1);
+    VkDescriptorPool pool = VK_NULL_HANDLE;
+    ZEB_VK_CHECK_FOR(mContext->Api().vkCreateDescriptorPool(mContext->Get(), &info, nullptr, &pool), mName);
+    mSetPools.push_back(pool);
+}
+
+VkDescriptorSet CommandAllocator::AllocateSet(VkDescriptorSetLayout layout) {
+    for (;;) {
+        const bool isNew = mSetPool == mSetPools.size();
+        if (isNew) AddSetPool();
+        VkDescriptorSetAllocateInfo info = {VK_STRUCTURE_TYPE_DESCRIPTOR_SET_ALLOCATE_INFO};
+        info.descriptorPool = mSetPools[mSetPool];
+        info.descriptorSetCount = 1;
+        info.pSetLayouts = &layout;
+        VkDescriptorSet set = VK_NULL_HANDLE;
+        const VkResult result = mContext->Api().vkAllocateDescriptorSets(mContext->Get(), &info, &set);
+        if (result == VK_SUCCESS) return set;
+        const bool isFull = result == VK_ERROR_OUT_OF_POOL_MEMORY || result == VK_ERROR_FRAGMENTED_POOL;
+        if (!isFull || isNew) ZEB_VK_CHECK_FOR(result, mName);
+        ++mSetPool;
+    }
 }
 
 UniformSlice CommandAllocator::WriteUniforms(const void* data, std::size_t size) {

@@ -19,8 +19,9 @@ struct UniformSlice {
     std::uint64_t mOffset = 0;
 };
 
-/// The native side of one command list: pool, command buffer, fence, and the ring of uniform memory for root
-/// constants. It is used again once the list's work is done.
+/// The native side of one command list: pool, command buffer, fence, the ring of uniform memory for root constants,
+/// and the descriptor sets of a driver that takes none along with its commands. It is used again once the list's work
+/// is done.
 class CommandAllocator {
 public:
     CommandAllocator(std::shared_ptr<DeviceContext> context, std::string name);
@@ -31,12 +32,15 @@ public:
     /// Takes back everything recorded and handed out.
     void Reset();
     UniformSlice WriteUniforms(const void* data, std::size_t size);
+    /// A set that lives until the next Reset.
+    VkDescriptorSet AllocateSet(VkDescriptorSetLayout layout);
 
     VkCommandBuffer GetCommandBuffer() const { return mCommandBuffer; }
     VkFence GetFence() const { return mFence; }
 
 private:
     void Destroy();
+    void AddSetPool();
 
     std::shared_ptr<DeviceContext> mContext;
     std::string mName;
@@ -46,6 +50,8 @@ private:
     std::vector<std::unique_ptr<BufferResource>> mUniformBlocks;
     std::size_t mUniformBlock = 0;
     std::uint64_t mUniformOffset = 0;
+    std::vector<VkDescriptorPool> mSetPools;
+    std::size_t mSetPool = 0;  ///< the first with room, all before it are full
 };
 
 /// What a queue's lists and events share with it; the last of them ends it.

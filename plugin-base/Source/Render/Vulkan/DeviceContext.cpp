@@ -19,10 +19,7 @@ constexpr VkSubgroupFeatureFlags kNeededWaveOperations = VK_SUBGROUP_FEATURE_BAS
                                                          VK_SUBGROUP_FEATURE_BALLOT_BIT;
 
 bool HasSizeControl(const PhysicalDevice& device) {
-    return device.mApiVersion >= VK_API_VERSION_1_3 ||
-           std::any_of(device.mExtensions.begin(), device.mExtensions.end(), [](const char* name) {
-               return std::strcmp(name, VK_EXT_SUBGROUP_SIZE_CONTROL_EXTENSION_NAME) == 0;
-           });
+    return device.mApiVersion >= VK_API_VERSION_1_3 || device.Has(VK_EXT_SUBGROUP_SIZE_CONTROL_EXTENSION_NAME);
 }
 
 // How well a memory type serves a kind; 0: not at all.
@@ -89,7 +86,7 @@ void DeviceContext::QueryProperties(const PhysicalDevice& physicalDevice) {
     vkGetPhysicalDeviceProperties2(mPhysicalDevice, &properties);
     vkGetPhysicalDeviceMemoryProperties(mPhysicalDevice, &mMemoryProperties);
     mProperties = properties.properties;
-    mMaxPushDescriptors = push.maxPushDescriptors;
+    if (physicalDevice.Has(VK_KHR_PUSH_DESCRIPTOR_EXTENSION_NAME)) mMaxPushDescriptors = push.maxPushDescriptors;
     mMaxAllocationSize = memory.maxMemoryAllocationSize;
 
     const bool hasWaves = (waves.supportedStages & VK_SHADER_STAGE_COMPUTE_BIT) != 0 &&
@@ -108,13 +105,18 @@ void DeviceContext::CreateDevice(const PhysicalDevice& physicalDevice) {
         VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_SUBGROUP_SIZE_CONTROL_FEATURES};
     VkPhysicalDeviceDynamicRenderingFeatures rendering = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_DYNAMIC_RENDERING_FEATURES,
                                                           HasSizeControl(physicalDevice) ? &sizes : nullptr};
+    VkPhysicalDeviceLineRasterizationFeaturesEXT lines = {
+        VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_LINE_RASTERIZATION_FEATURES_EXT, &rendering};
+    const bool hasLines = physicalDevice.Has(VK_EXT_LINE_RASTERIZATION_EXTENSION_NAME);
     VkPhysicalDeviceFeatures2 features = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_FEATURES_2, &rendering};
+    if (hasLines) features.pNext = &lines;
     vkGetPhysicalDeviceFeatures2(mPhysicalDevice, &features);
     if (sizes.subgroupSizeControl == VK_FALSE || sizes.computeFullSubgroups == VK_FALSE) {
         if (mMustPinWaveSize) mWaveLaneCount = 0;
         mMustPinWaveSize = false;
     }
     mHasWireframe = features.features.fillModeNonSolid != VK_FALSE;
+    mHasBresenhamLines = hasLines && lines.bresenhamLines != VK_FALSE;
 
     // Robust access keeps a damaged asset from reading beyond its buffer.
     VkPhysicalDeviceFeatures wanted = {};

@@ -44,12 +44,15 @@ public:
     VkPhysicalDevice GetPhysicalDevice() const { return mPhysicalDevice; }
     VkPipelineCache GetPipelineCache() const { return mPipelineCache; }
     std::uint32_t GetQueueFamily() const { return mQueueFamily; }
+    /// Descriptors that a draw or dispatch can carry along; 0 where the driver has no such way.
     std::uint32_t GetMaxPushDescriptors() const { return mMaxPushDescriptors; }
     std::uint64_t GetMaxAllocationSize() const { return mMaxAllocationSize; }
     std::uint32_t GetWaveLaneCount() const { return mWaveLaneCount; }
     /// Whether compute programs with wave operations must state the wave's size to be sure of it.
     bool MustPinWaveSize() const { return mMustPinWaveSize; }
     bool HasWireframe() const { return mHasWireframe; }
+    /// Whether lines can be asked for by the rule of diamonds, one pixel for each step along the longer axis.
+    bool HasBresenhamLines() const { return mHasBresenhamLines; }
     bool IsSoftware() const { return mProperties.deviceType == VK_PHYSICAL_DEVICE_TYPE_CPU; }
 
     /// One of the device's queues, in turn.
@@ -82,6 +85,7 @@ private:
     std::uint32_t mWaveLaneCount = 0;
     bool mMustPinWaveSize = false;
     bool mHasWireframe = false;
+    bool mHasBresenhamLines = false;
     VkDevice mDevice = VK_NULL_HANDLE;
     VolkDeviceTable mApi = {};
     VkPipelineCache mPipelineCache = VK_NULL_HANDLE;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <string_view>
 #include <tuple>
 
 #include <fmt/format.h>
@@ -12,9 +13,15 @@ namespace {
 
 constexpr const char* kValidationLayer = "VK_LAYER_KHRONOS_validation";
 
+/// The layer remarks on its own settings at any severity; what counts is what it says of the application.
+bool IsAboutSettings(const char* messageId) {
+    return messageId != nullptr && std::string_view(messageId).starts_with("VALIDATION-SETTINGS");
+}
+
 VKAPI_ATTR VkBool32 VKAPI_CALL OnValidationMessage(VkDebugUtilsMessageSeverityFlagBitsEXT,
                                                    VkDebugUtilsMessageTypeFlagsEXT,
                                                    const VkDebugUtilsMessengerCallbackDataEXT* data, void* user) {
+    if (IsAboutSettings(data->pMessageIdName)) return VK_FALSE;
     // The layer calls this from C: nothing may be thrown through it.
     try {
         static_cast<const InstanceVulkan*>(user)->Report(data->pMessage);
@@ -30,11 +37,14 @@ struct NeededExtension {
 
 // In the order of their dependence.
 constexpr std::array kNeededExtensions = {
-    NeededExtension{VK_KHR_PUSH_DESCRIPTOR_EXTENSION_NAME, 0},
     NeededExtension{VK_KHR_CREATE_RENDERPASS_2_EXTENSION_NAME, VK_API_VERSION_1_2},
     NeededExtension{VK_KHR_DEPTH_STENCIL_RESOLVE_EXTENSION_NAME, VK_API_VERSION_1_2},
     NeededExtension{VK_KHR_DYNAMIC_RENDERING_EXTENSION_NAME, VK_API_VERSION_1_3},
 };
+
+// What is used where it is there.
+constexpr std::array kWantedExtensions = {VK_KHR_PUSH_DESCRIPTOR_EXTENSION_NAME,
+                                          VK_EXT_LINE_RASTERIZATION_EXTENSION_NAME};
 
 void FindExtensions(PhysicalDevice& device) {
     const auto available = Enumerate<VkExtensionProperties>([&](std::uint32_t* count, VkExtensionProperties* values) {
@@ -50,6 +60,9 @@ void FindExtensions(PhysicalDevice& device) {
             device.mExtensions.push_back(needed.mName);
         else if (device.mProblem.empty())
             device.mProblem = fmt::format("lacks {}", needed.mName);
+    }
+    for (const char* wanted : kWantedExtensions) {
+        if (has(wanted)) device.mExtensions.push_back(wanted);
     }
     if (device.mApiVersion < VK_API_VERSION_1_3 && has(VK_EXT_SUBGROUP_SIZE_CONTROL_EXTENSION_NAME))
         device.mExtensions.push_back(VK_EXT_SUBGROUP_SIZE_CONTROL_EXTENSION_NAME);
@@ -114,6 +127,10 @@ PhysicalDevice Inspect(VkPhysicalDevice handle, std::uint32_t instanceVersion) {
 
 }  // namespace
 
+bool PhysicalDevice::Has(std::string_view extension) const {
+    return std::find(mExtensions.begin(), mExtensions.end(), extension) != mExtensions.end();
+}
+
 InstanceVulkan::InstanceVulkan(const RenderOptions& options)
     : mValidation(options.mValidation), mReport(options.mReportValidation) {
     LoadVulkanLibrary();
@@ -176,9 +193,8 @@ void InstanceVulkan::CreateMessenger() {
         vkGetInstanceProcAddr(mInstance, "vkCreateDebugUtilsMessengerEXT"));
     if (create == nullptr) ZEB_RENDER_THROW("Failed to get the Vulkan function vkCreateDebugUtilsMessengerEXT");
     VkDebugUtilsMessengerCreateInfoEXT info = {VK_STRUCTURE_TYPE_DEBUG_UTILS_MESSENGER_CREATE_INFO_EXT};
-    info.messageSeverity =
-        VK_DEBUG_UTILS_MESSAGE_SEVERITY_ERROR_BIT_EXT | VK_DEBUG_UTILS_MESSAGE_SEVERITY_WARNING_BIT_EXT;
-    info.messageType = VK_DEBUG_UTILS_MESSAGE_TYPE_VALIDATION_BIT_EXT | VK_DEBUG_UTILS_MESSAGE_TYPE_PERFORMANCE_BIT_EXT;
+    info.messageSeverity = VK_DEBUG_UTILS_MESSAGE_SEVERITY_ERROR_BIT_EXT;
+    info.messageType = VK_DEBUG_UTILS_MESSAGE_TYPE_VALIDATION_BIT_EXT;
     info.pfnUserCallback = OnValidationMessage;
     info.pUserData = this;
     ZEB_VK_CHECK(create(mInstance, &info, nullptr, &mMessenger));

@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "PluginBase/Render/Render.h"
@@ -48,6 +49,8 @@ struct PhysicalDevice {
     std::uint32_t mQueueCount = 0;
     std::vector<const char*> mExtensions;  ///< to be enabled
     std::string mProblem;                  ///< what it lacks, empty for a usable device
+
+    bool Has(std::string_view extension) const;
 };
 
 /// All physical devices, best first, the software ones last.

@@ -85,15 +85,13 @@ void PipelineLayout::Merge(const StageReflection& stage, const RootSignatureVulk
 
 void PipelineLayout::Build(const RootSignatureVulkan& signature) {
     for (const PipelineStage& stage : mStages) Merge(stage.mReflection, signature);
-    if (mBindings.size() > mContext->GetMaxPushDescriptors()) {
-        ZEB_RENDER_THROW("Failed to create the pipeline \"{}\": it uses {} resources, the device's limit is {}", mName,
-                         mBindings.size(), mContext->GetMaxPushDescriptors());
-    }
+    const std::uint32_t most = mContext->GetMaxPushDescriptors();
+    mIsPushed = most != 0 && mBindings.size() <= most;
     std::vector<VkDescriptorSetLayoutBinding> bindings;
     for (const PipelineBinding& binding : mBindings)
         bindings.push_back({binding.mShader.mBinding, binding.mShader.mType, 1, binding.mStages, nullptr});
     VkDescriptorSetLayoutCreateInfo setInfo = {VK_STRUCTURE_TYPE_DESCRIPTOR_SET_LAYOUT_CREATE_INFO};
-    setInfo.flags = VK_DESCRIPTOR_SET_LAYOUT_CREATE_PUSH_DESCRIPTOR_BIT_KHR;
+    if (mIsPushed) setInfo.flags = VK_DESCRIPTOR_SET_LAYOUT_CREATE_PUSH_DESCRIPTOR_BIT_KHR;
     setInfo.bindingCount = static_cast<std::uint32_t>(bindings.size());
     setInfo.pBindings = bindings.data();
     const VolkDeviceTable& api = mContext->Api();

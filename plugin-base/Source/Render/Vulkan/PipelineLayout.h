@@ -31,8 +31,9 @@ struct PipelineStage {
     StageReflection mReflection;
 };
 
-/// What a pipeline is bound to: one set of push descriptors with just the bindings that its stages use, and the
-/// push constants with the rest of buffer offsets where a stage has them. Owns the stages' modules.
+/// What a pipeline is bound to: one set of descriptors with just the bindings that its stages use, pushed with each
+/// draw where the driver takes so many, and the push constants with the rest of buffer offsets where a stage has them.
+/// Owns the stages' modules.
 class PipelineLayout {
 public:
     PipelineLayout(std::shared_ptr<DeviceContext> context, std::string name);
@@ -48,6 +49,9 @@ public:
     const std::string& GetName() const { return mName; }
     const std::shared_ptr<DeviceContext>& GetContext() const { return mContext; }
     VkPipelineLayout Get() const { return mLayout; }
+    VkDescriptorSetLayout GetSetLayout() const { return mSetLayout; }
+    /// Whether descriptors are pushed; else they are written into a set of the command list's.
+    bool IsPushed() const { return mIsPushed; }
     const std::vector<PipelineBinding>& GetBindings() const { return mBindings; }
     const std::vector<PipelineStage>& GetStages() const { return mStages; }
     VkShaderStageFlags GetPushConstantStages() const { return mPushConstantStages; }
@@ -60,6 +64,7 @@ private:
     std::vector<PipelineStage> mStages;
     std::vector<PipelineBinding> mBindings;
     VkShaderStageFlags mPushConstantStages = 0;
+    bool mIsPushed = true;
     VkDescriptorSetLayout mSetLayout = VK_NULL_HANDLE;
     VkPipelineLayout mLayout = VK_NULL_HANDLE;
 };

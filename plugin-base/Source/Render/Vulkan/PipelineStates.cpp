@@ -144,7 +144,13 @@ std::shared_ptr<PipelineResource> GraphicsPipelineStateVulkan::Create(const Pipe
     VkPipelineViewportStateCreateInfo viewport = {VK_STRUCTURE_TYPE_PIPELINE_VIEWPORT_STATE_CREATE_INFO};
     viewport.viewportCount = 1;
     viewport.scissorCount = 1;
-    const VkPipelineRasterizationStateCreateInfo raster = GetRasterState(description);
+    VkPipelineRasterizationStateCreateInfo raster = GetRasterState(description);
+    // The rule of Direct3D; without it a driver may draw lines as rectangles.
+    VkPipelineRasterizationLineStateCreateInfoEXT lines = {
+        VK_STRUCTURE_TYPE_PIPELINE_RASTERIZATION_LINE_STATE_CREATE_INFO_EXT};
+    lines.lineRasterizationMode = VK_LINE_RASTERIZATION_MODE_BRESENHAM_EXT;
+    if (description.mTopologyType == TopologyType::Line && mLayout->GetContext()->HasBresenhamLines())
+        raster.pNext = &lines;
     VkPipelineMultisampleStateCreateInfo samples = {VK_STRUCTURE_TYPE_PIPELINE_MULTISAMPLE_STATE_CREATE_INFO};
     samples.rasterizationSamples = VK_SAMPLE_COUNT_1_BIT;
 

@@ -21,7 +21,7 @@ const TextureViewOf<ClassesVulkan>& GetTexture(const RootArgumentsOf<ClassesVulk
                                 isWritten ? TextureViewKind::ReadWrite : TextureViewKind::Read);
 }
 
-/// Gathers the descriptors of one push.
+/// Gathers the descriptors of one draw or dispatch.
 class Writer {
 public:
     Writer(const RootArgumentsOf<ClassesVulkan>& arguments, CommandListVulkan& list, const PipelineLayout& layout)
@@ -29,12 +29,13 @@ public:
         for (const PipelineBinding& binding : layout.GetBindings()) Write(binding);
     }
 
-    void Record(VkPipelineBindPoint bindPoint) const {
+    void Record(VkPipelineBindPoint bindPoint) {
         const VkCommandBuffer commands = mList.GetCommandBuffer();
-        if (!mWrites.empty()) {
-            mList.Api().vkCmdPushDescriptorSetKHR(commands, bindPoint, mLayout.Get(), 0,
-                                                  static_cast<std::uint32_t>(mWrites.size()), mWrites.data());
-        }
+        const auto count = static_cast<std::uint32_t>(mWrites.size());
+        if (count != 0 && mLayout.IsPushed())
+            mList.Api().vkCmdPushDescriptorSetKHR(commands, bindPoint, mLayout.Get(), 0, count, mWrites.data());
+        else if (count != 0)
+            BindSet(bindPoint);
         if (mLayout.GetPushConstantStages() != 0) {
             mList.Api().vkCmdPushConstants(commands, mLayout.Get(), mLayout.GetPushConstantStages(), 0,
                                            sizeof(mBufferOffsets), mBufferOffsets.data());
@@ -42,6 +43,14 @@ public:
     }
 
 private:
+    void BindSet(VkPipelineBindPoint bindPoint) {
+        const VkDescriptorSet set = mList.GetAllocator().AllocateSet(mLayout.GetSetLayout());
+        for (VkWriteDescriptorSet& write : mWrites) write.dstSet = set;
+        mList.Api().vkUpdateDescriptorSets(mList.GetContext()->Get(), static_cast<std::uint32_t>(mWrites.size()),
+                                           mWrites.data(), 0, nullptr);
+        mList.Api().vkCmdBindDescriptorSets(mList.GetCommandBuffer(), bindPoint, mLayout.Get(), 0, 1, &set, 0, nullptr);
+    }
+
     union Info {
         VkDescriptorBufferInfo mBuffer;
         VkDescriptorImageInfo mImage;

@@ -11,7 +11,7 @@ namespace zeb::render {
 
 void AddUses(const RootArgumentsOf<ClassesVulkan>& arguments, const PipelineLayout& layout, PendingUse& use);
 
-/// Records the push of descriptors and of what is left of buffer offsets.
+/// Records the descriptors, pushed or in a set of the list's own, and what is left of buffer offsets.
 void PushDescriptors(const RootArgumentsOf<ClassesVulkan>& arguments, CommandListVulkan& list,
                      const PipelineLayout& layout, VkPipelineBindPoint bindPoint);
 
