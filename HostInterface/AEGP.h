@@ -154,8 +154,8 @@ NIMBREL_SLOT(AEGP_ComputeCacheCallbacks, 2, approx_size_value);
 NIMBREL_SLOT(AEGP_ComputeCacheCallbacks, 3, delete_compute_value);
 
 // Hooks of general plug-ins, never called from here.
-struct AEGP_Version {
-    A_short major, minor;
+struct A_Version {
+    A_short majorS, minorS;
 };
 using AEGP_HookPriority = A_long;
 using AEGP_Command = A_long;

@@ -39,77 +39,74 @@ enum : PF_ArbPrintFlags {
     PF_ArbPrint_ABBREVIATED = 1,
 };
 
-union PF_ArbParamsUnion {
-    struct {
-        void* refconPV;
-        PF_Handle* arbPH;
-    } new_func_params;
-    struct {
-        void* refconPV;
-        PF_Handle arbH;
-    } dispose_func_params;
-    struct {
-        void* refconPV;
-        PF_Handle src_arbH;
-        PF_Handle* dst_arbPH;
-    } copy_func_params;
-    struct {
-        void* refconPV;
-        PF_Handle arbH;
-        A_u_long* flat_data_sizePLu;
-    } flat_size_func_params;
-    struct {
-        void* refconPV;
-        PF_Handle arbH;
-        A_u_long buf_sizeLu;
-        void* flat_dataPV;
-    } flatten_func_params;
-    struct {
-        void* refconPV;
-        A_u_long buf_sizeLu;
-        const void* flat_dataPV;
-        PF_Handle* arbPH;
-    } unflatten_func_params;
-    struct {
-        void* refconPV;
-        PF_Handle left_arbH;
-        PF_Handle right_arbH;
-        PF_FpLong tF;
-        PF_Handle* interpPH;
-    } interp_func_params;
-    struct {
-        void* refconPV;
-        PF_Handle a_arbH;
-        PF_Handle b_arbH;
-        PF_ArbCompareResult* compareP;
-    } compare_func_params;
-    struct {
-        void* refconPV;
-        PF_Handle arbH;
-        A_u_long* print_sizePLu;
-    } print_size_func_params;
-    struct {
-        void* refconPV;
-        A_long print_flags;
-        PF_Handle arbH;
-        A_u_long print_sizeLu;
-        A_char* print_bufferPC;
-    } print_func_params;
-    struct {
-        void* refconPV;
-        const A_char* bufPC;
-        A_u_long bytes_to_scanLu;
-        PF_Handle* arbPH;
-    } scan_func_params;
-};
-NIMBREL_LAYOUT(PF_ArbParamsUnion, 40, 8);
-
 // `u` by which_function. COPY without a source means a new default.
 struct PF_ArbParamsExtra {
     PF_FunctionSelector which_function;
     A_short id;
     A_short padding;
-    PF_ArbParamsUnion u;
+    union {
+        struct {
+            void* refconPV;
+            PF_Handle* arbPH;
+        } new_func_params;
+        struct {
+            void* refconPV;
+            PF_Handle arbH;
+        } dispose_func_params;
+        struct {
+            void* refconPV;
+            PF_Handle src_arbH;
+            PF_Handle* dst_arbPH;
+        } copy_func_params;
+        struct {
+            void* refconPV;
+            PF_Handle arbH;
+            A_u_long* flat_data_sizePLu;
+        } flat_size_func_params;
+        struct {
+            void* refconPV;
+            PF_Handle arbH;
+            A_u_long buf_sizeLu;
+            void* flat_dataPV;
+        } flatten_func_params;
+        struct {
+            void* refconPV;
+            A_u_long buf_sizeLu;
+            const void* flat_dataPV;
+            PF_Handle* arbPH;
+        } unflatten_func_params;
+        struct {
+            void* refconPV;
+            PF_Handle left_arbH;
+            PF_Handle right_arbH;
+            PF_FpLong tF;
+            PF_Handle* interpPH;
+        } interp_func_params;
+        struct {
+            void* refconPV;
+            PF_Handle a_arbH;
+            PF_Handle b_arbH;
+            PF_ArbCompareResult* compareP;
+        } compare_func_params;
+        struct {
+            void* refconPV;
+            PF_Handle arbH;
+            A_u_long* print_sizePLu;
+        } print_size_func_params;
+        struct {
+            void* refconPV;
+            A_long print_flags;
+            PF_Handle arbH;
+            A_u_long print_sizeLu;
+            A_char* print_bufferPC;
+        } print_func_params;
+        struct {
+            void* refconPV;
+            const A_char* bufPC;
+            A_u_long bytes_to_scanLu;
+            PF_Handle* arbPH;
+        } scan_func_params;
+    } u;
 };
 NIMBREL_LAYOUT(PF_ArbParamsExtra, 48, 8);
 NIMBREL_OFFSET(PF_ArbParamsExtra, id, 4);

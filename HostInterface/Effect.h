@@ -11,7 +11,7 @@
 extern "C" {
 
 // Slots that an effect of this tree never calls are declared without their arguments.
-using PF_UnusedCallback = void (*)();
+using NimbrelUnusedCallback = void (*)();
 
 struct PF_InData;
 struct SPBasicSuite;
@@ -26,9 +26,9 @@ struct PF_InteractCallbacks {
     PF_Err (*abort)(PF_ProgPtr);
     PF_Err (*progress)(PF_ProgPtr, A_long current, A_long total);
     PF_Err (*register_ui)(PF_ProgPtr, PF_CustomUIInfo*);
-    PF_UnusedCallback checkout_layer_audio;
-    PF_UnusedCallback checkin_layer_audio;
-    PF_UnusedCallback get_audio_data;
+    NimbrelUnusedCallback checkout_layer_audio;
+    NimbrelUnusedCallback checkin_layer_audio;
+    NimbrelUnusedCallback get_audio_data;
     void* reserved_str[3];
     void* reserved[10];
 };
@@ -70,29 +70,30 @@ NIMBREL_OFFSET(PF_ANSICallbacks, sprintf, 120);
 NIMBREL_OFFSET(PF_ANSICallbacks, strcpy, 128);
 
 struct PF_ColorCallbacks {
-    PF_UnusedCallback RGBtoHLS, HLStoRGB, RGBtoYIQ, YIQtoRGB, Luminance, Hue, Lightness, Saturation;
+    NimbrelUnusedCallback RGBtoHLS, HLStoRGB, RGBtoYIQ, YIQtoRGB, Luminance, Hue, Lightness, Saturation;
 };
 NIMBREL_SLOTS(PF_ColorCallbacks, 8);
 
 struct PF_UtilCallbacks {
-    PF_UnusedCallback begin_sampling, subpixel_sample, area_sample;
+    NimbrelUnusedCallback begin_sampling, subpixel_sample, area_sample;
     void* get_batch_func_is_deprecated;
-    PF_UnusedCallback end_sampling, composite_rect, blend, convolve, copy, fill, gaussian_kernel, iterate, premultiply;
-    PF_UnusedCallback premultiply_color, new_world, dispose_world, iterate_origin, iterate_lut, transfer_rect;
-    PF_UnusedCallback transform_world;
+    NimbrelUnusedCallback end_sampling, composite_rect, blend, convolve, copy, fill, gaussian_kernel, iterate,
+        premultiply;
+    NimbrelUnusedCallback premultiply_color, new_world, dispose_world, iterate_origin, iterate_lut, transfer_rect;
+    NimbrelUnusedCallback transform_world;
     PF_Handle (*host_new_handle)(A_u_longlong size);
     void* (*host_lock_handle)(PF_Handle);
     void (*host_unlock_handle)(PF_Handle);
     void (*host_dispose_handle)(PF_Handle);
-    PF_UnusedCallback get_callback_addr, app;
+    NimbrelUnusedCallback get_callback_addr, app;
     PF_ANSICallbacks ansi;
     PF_ColorCallbacks colorCB;
-    PF_UnusedCallback get_platform_data;
+    NimbrelUnusedCallback get_platform_data;
     A_u_longlong (*host_get_handle_size)(PF_Handle);
-    PF_UnusedCallback iterate_origin_non_clip_src, iterate_generic;
+    NimbrelUnusedCallback iterate_origin_non_clip_src, iterate_generic;
     PF_Err (*host_resize_handle)(A_u_longlong new_size, PF_Handle*);
-    PF_UnusedCallback subpixel_sample16, area_sample16, fill16, premultiply_color16, iterate16, iterate_origin16;
-    PF_UnusedCallback iterate_origin_non_clip_src16, get_pixel_data8, get_pixel_data16;
+    NimbrelUnusedCallback subpixel_sample16, area_sample16, fill16, premultiply_color16, iterate16, iterate_origin16;
+    NimbrelUnusedCallback iterate_origin_non_clip_src16, get_pixel_data8, get_pixel_data16;
     A_long reserved[1];
 };
 NIMBREL_LAYOUT(PF_UtilCallbacks, 552, 8);

@@ -20,7 +20,6 @@ using PF_CustomEventFlags = A_long;
 
 struct DRAWBOT_Draw;
 using DRAWBOT_DrawRef = DRAWBOT_Draw*;
-using PF_DrawRef = DRAWBOT_DrawRef;
 
 struct PF_AsyncManager;
 using PF_AsyncManagerP = PF_AsyncManager*;
@@ -94,8 +93,8 @@ NIMBREL_OFFSET(PF_EffectWindowInfo, horiz_offset, 40);
 // For composition and layer windows.
 struct PF_EventCallbacks {
     void* refcon;
-    PF_UnusedCallback layer_to_comp, comp_to_layer, get_comp2layer_xform, get_layer2comp_xform, source_to_frame;
-    PF_UnusedCallback frame_to_source, info_draw_color, info_draw_text;
+    NimbrelUnusedCallback layer_to_comp, comp_to_layer, get_comp2layer_xform, get_layer2comp_xform, source_to_frame;
+    NimbrelUnusedCallback frame_to_source, info_draw_color, info_draw_text;
 };
 NIMBREL_SLOTS(PF_EventCallbacks, 9);
 
@@ -174,8 +173,9 @@ struct PF_AppProgressDialog;
 using PF_AppProgressDialogP = PF_AppProgressDialog*;
 
 struct PF_FontName {
-    A_char font_nameAC[48];
+    A_char font_nameAC[256];
 };
+NIMBREL_LAYOUT(PF_FontName, 256, 1);
 
 enum : A_long {
     PF_Window_NONE = -1,

@@ -253,7 +253,6 @@ enum : A_long {
 };
 
 enum : A_long {
-    PF_ParamFlag_NONE = 0,
     PF_ParamFlag_CANNOT_TIME_VARY = 2,
     PF_ParamFlag_CANNOT_INTERP = 4,
     PF_ParamFlag_COLLAPSE_TWIRLY = 32,

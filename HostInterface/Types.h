@@ -18,7 +18,6 @@ using A_short = int16_t;
 using A_u_short = uint16_t;
 using A_long = int32_t;
 using A_u_long = uint32_t;
-using A_longlong = int64_t;
 using A_u_longlong = uint64_t;
 using A_intptr_t = int64_t;
 using A_HandleSize = uint64_t;

@@ -34,7 +34,6 @@ struct PF_LayerDef {
     A_long dephault;
 };
 using PF_EffectWorld = PF_LayerDef;
-using PF_World = PF_LayerDef;
 NIMBREL_LAYOUT(PF_LayerDef, 120, 8);
 NIMBREL_OFFSET(PF_LayerDef, world_flags, 16);
 NIMBREL_OFFSET(PF_LayerDef, data, 24);

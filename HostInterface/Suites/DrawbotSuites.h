@@ -110,12 +110,12 @@ NIMBREL_SLOTS(DRAWBOT_ImageSuite1, 1);
 
 // No part of the binary interface: what a plug-in keeps of the suites it acquired.
 struct DRAWBOT_Suites {
-    const DRAWBOT_DrawbotSuite1* drawbot_suiteP;
-    const DRAWBOT_SupplierSuite1* supplier_suiteP;
-    const DRAWBOT_SurfaceSuite2* surface_suiteP;
-    const DRAWBOT_PathSuite1* path_suiteP;
-    const DRAWBOT_PenSuite1* pen_suiteP;
-    const DRAWBOT_ImageSuite1* image_suiteP;
+    DRAWBOT_DrawbotSuite1* drawbot_suiteP;
+    DRAWBOT_SupplierSuite1* supplier_suiteP;
+    DRAWBOT_SurfaceSuite2* surface_suiteP;
+    DRAWBOT_PathSuite1* path_suiteP;
+    DRAWBOT_PenSuite1* pen_suiteP;
+    DRAWBOT_ImageSuite1* image_suiteP;
 };
 
 }  // extern "C"

@@ -95,7 +95,7 @@ NIMBREL_SLOT(PF_ParamUtilsSuite3, 8, PF_KeyIndexToTime);
 #define kPFEffectCustomUISuiteVersion2 2
 
 struct PF_EffectCustomUISuite2 {
-    PF_Err (*PF_GetDrawingReference)(PF_ContextH, PF_DrawRef*);
+    PF_Err (*PF_GetDrawingReference)(PF_ContextH, DRAWBOT_DrawRef*);
     PF_Err (*PF_GetContextAsyncManager)(PF_InData*, PF_EventExtra*, PF_AsyncManagerP*);
 };
 NIMBREL_SLOTS(PF_EffectCustomUISuite2, 2);

@@ -17,15 +17,15 @@ struct AEGP_RegisterSuite5 {
     A_Err (*AEGP_RegisterVersionHook)(AEGP_PluginID plugin_id, AEGP_VersionHook, AEGP_VersionRefcon);
     A_Err (*AEGP_RegisterAboutStringHook)(AEGP_PluginID plugin_id, AEGP_AboutStringHook, AEGP_AboutStringRefcon);
     A_Err (*AEGP_RegisterAboutHook)(AEGP_PluginID plugin_id, AEGP_AboutHook, AEGP_AboutRefcon);
-    A_Err (*AEGP_RegisterArtisan)(AEGP_Version, AEGP_Version, AEGP_PluginID plugin_id, void*,
-                                  const A_char* utf8_match_name, const A_char* artisan_name, PR_ArtisanEntryPoints*);
+    A_Err (*AEGP_RegisterArtisan)(A_Version, A_Version, AEGP_PluginID plugin_id, void*, const A_char* utf8_match_name,
+                                  const A_char* artisan_name, PR_ArtisanEntryPoints*);
     A_Err (*AEGP_RegisterIO)(AEGP_PluginID plugin_id, AEGP_IORefcon, const AEIO_ModuleInfo*,
                              const AEIO_FunctionBlock4*);
     A_Err (*AEGP_RegisterIdleHook)(AEGP_PluginID plugin_id, AEGP_IdleHook, AEGP_IdleRefcon);
-    A_Err (*AEGP_RegisterTracker)(AEGP_Version, AEGP_Version, AEGP_PluginID plugin_id, AEGP_GlobalRefcon,
+    A_Err (*AEGP_RegisterTracker)(A_Version, A_Version, AEGP_PluginID plugin_id, AEGP_GlobalRefcon,
                                   const A_char* utf8_match_name, const A_char* tracker_name,
                                   const PT_TrackerEntryPoints*);
-    A_Err (*AEGP_RegisterInteractiveArtisan)(AEGP_Version, AEGP_Version, AEGP_PluginID plugin_id, void*,
+    A_Err (*AEGP_RegisterInteractiveArtisan)(A_Version, A_Version, AEGP_PluginID plugin_id, void*,
                                              const A_char* utf8_match_name, const A_char* artisan_name,
                                              PR_ArtisanEntryPoints*);
     A_Err (*AEGP_RegisterPresetLocalizationString)(const A_char* english_name, const A_char* localized_name);

@@ -6,6 +6,7 @@
 
 #include "FakeHost.h"
 #include "HostInterface/NimbrelDeviceSuite.h"
+#include "NimbrelVersion.h"
 #include "PluginBase/AE/AEGPObjects.h"
 #include "PluginBase/AE/CommandDispatch.h"
 #include "PluginBase/AE/ThreadContextAE.h"
@@ -49,7 +50,7 @@ TEST_F(CommandDispatch, TheObjectLivesFromSetupToSetdown) {
     EXPECT_EQ(mHost.mRegisteredName, "Nimbrel");
     EXPECT_EQ(zeb::AEGP::GetPluginId(), 77);
     EXPECT_EQ(Run(PF_Cmd_ABOUT), 0);
-    EXPECT_THAT(mHost.GetMessage(), testing::StartsWith("Nimbrel, v1.1.0\r"));
+    EXPECT_THAT(mHost.GetMessage(), testing::StartsWith("Nimbrel, v" NIMBREL_VERSION "\r"));
     EXPECT_EQ(Run(PF_Cmd_GLOBAL_SETDOWN), 0);
     EXPECT_EQ(test::TestPlugin::sAlive, 0);
     EXPECT_EQ(mHost.mHandles, 0);

@@ -9,6 +9,7 @@
 #include "NimbrelHost/Output/RenderJob.h"
 #include "NimbrelHost/Support/Errors.h"
 #include "NimbrelHost/Support/Interrupt.h"
+#include "NimbrelVersion.h"
 #include "Studio.h"
 
 namespace nimbrel::endtoend {
@@ -117,8 +118,8 @@ TEST(FileOfAScene, IsOneItemForAllSlots) {
 TEST(About, NamesTheEffectAndItsVersion) {
     Studio studio(MakeScene(Shot{}), "about", OnCpu());
     studio.mHost->ShowAbout();
-    EXPECT_THAT(studio.mMessages,
-                ElementsAre("Nimbrel, v1.1.0\n3D Gaussian splat models, drawn through the composition's camera."));
+    EXPECT_THAT(studio.mMessages, ElementsAre("Nimbrel, v" NIMBREL_VERSION
+                                              "\n3D Gaussian splat models, drawn through the composition's camera."));
 }
 
 /// As hosts save, read, duplicate and delete effects; frames of several threads get no sequence data at all.

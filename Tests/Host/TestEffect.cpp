@@ -141,7 +141,7 @@ PF_Err Draw(PF_InData* in, PF_ParamDef** params, PF_EventExtra* event) {
     const Acquired<DRAWBOT_DrawbotSuite1> open(in, kDRAWBOT_DrawSuite, kDRAWBOT_DrawSuite_Version1);
     const Acquired<DRAWBOT_SupplierSuite1> make(in, kDRAWBOT_SupplierSuite, kDRAWBOT_SupplierSuite_Version1);
     const Acquired<DRAWBOT_SurfaceSuite2> draw(in, kDRAWBOT_SurfaceSuite, kDRAWBOT_SurfaceSuite_Version2);
-    PF_DrawRef drawing = nullptr;
+    DRAWBOT_DrawRef drawing = nullptr;
     DRAWBOT_SupplierRef supplier = nullptr;
     DRAWBOT_SurfaceRef surface = nullptr;
     ui->PF_GetDrawingReference(event->contextH, &drawing);

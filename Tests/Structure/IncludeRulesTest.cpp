@@ -53,11 +53,13 @@ const std::vector<Room> kRooms = {
      "interface misc values parameters render cache frame ae catalogue assets renderer splat-cpu system shaders"},
     // The importer: the model reader and the splat kernels alone; nobody knows it but through the host's interface.
     {"importer", "Import/.*", "interface misc assets splat-cpu cpu"},
+    // What the options of every program have in common.
+    {"program-options", "Host/Program/.*", "command-line"},
     // The headless host reaches the effect through the host's interface alone.
     {"host", "Host/(?!Tools/).*", "interface system pictures duktape cairo"},
-    {"render-program", "Host/Tools/nimbrel-render/.*", "host system command-line"},
-    {"model-maker", "Host/Tools/nimbrel-make-model/.*", "host command-line"},
-    {"contact-sheet", "Host/Tools/nimbrel-contact-sheet/.*", "misc host pictures command-line"},
+    {"render-program", "Host/Tools/nimbrel-render/.*", "host program-options system command-line"},
+    {"model-maker", "Host/Tools/nimbrel-make-model/.*", "host program-options command-line"},
+    {"contact-sheet", "Host/Tools/nimbrel-contact-sheet/.*", "misc host program-options pictures command-line"},
 };
 
 struct Library {
@@ -67,7 +69,7 @@ struct Library {
 
 /// What lies outside of the tree and is not for everybody.
 const std::vector<Library> kLibraries = {
-    {"everybody", "[a-z_]+|stdint\\.h|(fmt|glm|nlohmann)/.*|utf8\\.h"},
+    {"everybody", "[a-z_]+|stdint\\.h|(fmt|glm|nlohmann)/.*|utf8\\.h|NimbrelVersion\\.h"},
     {"system", "(windows|shellapi|psapi|process|io|unistd|dlfcn|sys/.*)\\.h"},
     {"sdk", "AE.*\\.h|SPBasic\\.h|adobesdk/.*"},
     {"vulkan-api", "volk\\.h|vulkan/.*"},

@@ -96,8 +96,8 @@ Drawing CustomUI::EndDrawing() {
     return std::exchange(mSurface, nullptr)->TakeDrawing();
 }
 
-PF_DrawRef CustomUI::GetDrawReference(PF_ContextH context) {
-    if (mSurface != nullptr && context == mDrawnContext) return static_cast<PF_DrawRef>(GetReference(Role::Draw));
+DRAWBOT_DrawRef CustomUI::GetDrawReference(PF_ContextH context) {
+    if (mSurface != nullptr && context == mDrawnContext) return static_cast<DRAWBOT_DrawRef>(GetReference(Role::Draw));
     mDiagnostics.Report(mContexts.contains(context) ? "a drawing reference was asked for outside a draw event"
                                                     : "a drawing reference was asked for without a context");
     return nullptr;

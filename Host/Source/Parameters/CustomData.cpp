@@ -11,6 +11,9 @@
 namespace nimbrel::host {
 namespace {
 
+/// A record for each function; the interface gives the union no name.
+using Arguments = decltype(PF_ArbParamsExtra::u);
+
 /// Calls the effect for one function of a custom value. Each function's record begins with the effect's own context.
 /// The callback has no parameters and no time; it may come inside another command, on any thread.
 template <class Fill>
@@ -33,13 +36,13 @@ PF_Handle Checked(const Parameter& parameter, PF_Handle handle, const char* what
 
 PF_Handle NewCustom(Host& host, const Parameter& parameter) {
     PF_Handle made = nullptr;
-    Call(host, parameter, PF_Arbitrary_NEW_FUNC, [&](PF_ArbParamsUnion& u) { u.new_func_params.arbPH = &made; });
+    Call(host, parameter, PF_Arbitrary_NEW_FUNC, [&](Arguments& u) { u.new_func_params.arbPH = &made; });
     return Checked(parameter, made, "making");
 }
 
 PF_Handle CopyCustom(Host& host, const Parameter& parameter, PF_Handle source) {
     PF_Handle copy = nullptr;
-    Call(host, parameter, PF_Arbitrary_COPY_FUNC, [&](PF_ArbParamsUnion& u) {
+    Call(host, parameter, PF_Arbitrary_COPY_FUNC, [&](Arguments& u) {
         u.copy_func_params.src_arbH = source;
         u.copy_func_params.dst_arbPH = &copy;
     });
@@ -48,7 +51,7 @@ PF_Handle CopyCustom(Host& host, const Parameter& parameter, PF_Handle source) {
 
 PF_Handle InterpolateCustom(Host& host, const Parameter& parameter, PF_Handle left, PF_Handle right, double fraction) {
     PF_Handle mixed = nullptr;
-    Call(host, parameter, PF_Arbitrary_INTERP_FUNC, [&](PF_ArbParamsUnion& u) {
+    Call(host, parameter, PF_Arbitrary_INTERP_FUNC, [&](Arguments& u) {
         u.interp_func_params.left_arbH = left;
         u.interp_func_params.right_arbH = right;
         u.interp_func_params.tF = fraction;
@@ -59,7 +62,7 @@ PF_Handle InterpolateCustom(Host& host, const Parameter& parameter, PF_Handle le
 
 PF_Handle ScanCustom(Host& host, const Parameter& parameter, const std::string& text) {
     PF_Handle scanned = nullptr;
-    Call(host, parameter, PF_Arbitrary_SCAN_FUNC, [&](PF_ArbParamsUnion& u) {
+    Call(host, parameter, PF_Arbitrary_SCAN_FUNC, [&](Arguments& u) {
         u.scan_func_params.bufPC = text.c_str();
         // The size includes the terminator, so that either way of reading the text ends where it should.
         u.scan_func_params.bytes_to_scanLu = static_cast<A_u_long>(text.size() + 1);
@@ -70,12 +73,12 @@ PF_Handle ScanCustom(Host& host, const Parameter& parameter, const std::string& 
 
 std::string PrintCustom(Host& host, const Parameter& parameter, PF_Handle value) {
     A_u_long size = 0;
-    Call(host, parameter, PF_Arbitrary_PRINT_SIZE_FUNC, [&](PF_ArbParamsUnion& u) {
+    Call(host, parameter, PF_Arbitrary_PRINT_SIZE_FUNC, [&](Arguments& u) {
         u.print_size_func_params.arbH = value;
         u.print_size_func_params.print_sizePLu = &size;
     });
     std::string text(size, '\0');
-    Call(host, parameter, PF_Arbitrary_PRINT_FUNC, [&](PF_ArbParamsUnion& u) {
+    Call(host, parameter, PF_Arbitrary_PRINT_FUNC, [&](Arguments& u) {
         u.print_func_params.arbH = value;
         u.print_func_params.print_sizeLu = size;
         u.print_func_params.print_bufferPC = text.data();
@@ -87,12 +90,12 @@ std::string PrintCustom(Host& host, const Parameter& parameter, PF_Handle value)
 
 std::vector<std::uint8_t> FlattenCustom(Host& host, const Parameter& parameter, PF_Handle value) {
     A_u_long size = 0;
-    Call(host, parameter, PF_Arbitrary_FLAT_SIZE_FUNC, [&](PF_ArbParamsUnion& u) {
+    Call(host, parameter, PF_Arbitrary_FLAT_SIZE_FUNC, [&](Arguments& u) {
         u.flat_size_func_params.arbH = value;
         u.flat_size_func_params.flat_data_sizePLu = &size;
     });
     std::vector<std::uint8_t> flat(size);
-    Call(host, parameter, PF_Arbitrary_FLATTEN_FUNC, [&](PF_ArbParamsUnion& u) {
+    Call(host, parameter, PF_Arbitrary_FLATTEN_FUNC, [&](Arguments& u) {
         u.flatten_func_params.arbH = value;
         u.flatten_func_params.buf_sizeLu = size;
         u.flatten_func_params.flat_dataPV = flat.data();
@@ -102,7 +105,7 @@ std::vector<std::uint8_t> FlattenCustom(Host& host, const Parameter& parameter, 
 
 PF_Handle UnflattenCustom(Host& host, const Parameter& parameter, const std::vector<std::uint8_t>& flat) {
     PF_Handle read = nullptr;
-    Call(host, parameter, PF_Arbitrary_UNFLATTEN_FUNC, [&](PF_ArbParamsUnion& u) {
+    Call(host, parameter, PF_Arbitrary_UNFLATTEN_FUNC, [&](Arguments& u) {
         u.unflatten_func_params.buf_sizeLu = static_cast<A_u_long>(flat.size());
         u.unflatten_func_params.flat_dataPV = flat.data();
         u.unflatten_func_params.arbPH = &read;
@@ -112,7 +115,7 @@ PF_Handle UnflattenCustom(Host& host, const Parameter& parameter, const std::vec
 
 bool AreCustomEqual(Host& host, const Parameter& parameter, PF_Handle a, PF_Handle b) {
     PF_ArbCompareResult result = PF_ArbCompare_NOT_EQUAL;
-    Call(host, parameter, PF_Arbitrary_COMPARE_FUNC, [&](PF_ArbParamsUnion& u) {
+    Call(host, parameter, PF_Arbitrary_COMPARE_FUNC, [&](Arguments& u) {
         u.compare_func_params.a_arbH = a;
         u.compare_func_params.b_arbH = b;
         u.compare_func_params.compareP = &result;
@@ -122,7 +125,7 @@ bool AreCustomEqual(Host& host, const Parameter& parameter, PF_Handle a, PF_Hand
 
 void DisposeCustom(Host& host, const Parameter& parameter, PF_Handle value) {
     if (value == nullptr) return;
-    Call(host, parameter, PF_Arbitrary_DISPOSE_FUNC, [&](PF_ArbParamsUnion& u) { u.dispose_func_params.arbH = value; });
+    Call(host, parameter, PF_Arbitrary_DISPOSE_FUNC, [&](Arguments& u) { u.dispose_func_params.arbH = value; });
 }
 
 // Between two keyframes only the effect knows how to mix.

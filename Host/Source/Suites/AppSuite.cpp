@@ -80,7 +80,7 @@ PF_Err ConvertLocalToGlobal(const PF_Point* local, PF_Point* global) {
     return PF_Err_NONE;
 }
 
-PF_Err GetDrawingReference(PF_ContextH context, PF_DrawRef* reference) {
+PF_Err GetDrawingReference(PF_ContextH context, DRAWBOT_DrawRef* reference) {
     return Guarded([&]() -> A_Err {
         if (reference == nullptr) return PF_Err_BAD_CALLBACK_PARAM;
         *reference = Host::Active().GetCustomUI().GetDrawReference(context);

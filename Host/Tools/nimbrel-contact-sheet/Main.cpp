@@ -7,19 +7,21 @@
 #include <CLI/CLI.hpp>
 
 #include "ContactSheet.h"
+#include "NimbrelHost/Program/ProgramOptions.h"
 #include "PngFile.h"
 
 using namespace nimbrel::sheet;
 
 int main(int argc, char** argv) {
-    CLI::App app("Puts PNG pictures onto one, in rows, each with its file's name under it.");
+    CLI::App app("Puts PNG pictures onto one, in rows, each with its file's name under it.", "nimbrel-contact-sheet");
+    nimbrel::host::AddProgramOptions(app);
     std::vector<std::string> files;
     std::string output;
     SheetOptions options;
     int width = 0;
     bool plain = false;
-    app.add_option("files", files, "The pictures, in order")->required();
-    app.add_option("-o,--output", output, "The PNG file to write")->required();
+    app.add_option("files", files, "The pictures, in order")->type_name("FILE.png")->required();
+    app.add_option("-o,--output", output, "The PNG file to write")->type_name("FILE.png")->required();
     app.add_option("--columns", options.mColumns, "Pictures in a row")
         ->check(CLI::Range(1, 1000))
         ->capture_default_str();

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "NimbrelHost/Program/ProgramOptions.h"
 #include "NimbrelHost/Support/Errors.h"
 #include "NimbrelHost/Support/JsonView.h"
 
@@ -193,7 +194,7 @@ std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv) {
     CLI::App app{kDescription, "nimbrel-render"};
     app.footer(kFooter);
     app.get_formatter()->column_width(36);
-    app.set_version_flag("--version", "nimbrel-render 1.1.0");
+    AddProgramOptions(app);
     std::size_t arranged = app.get_options().size();
     AddSceneOptions(app, line);
     Arrange(app, std::exchange(arranged, app.get_options().size()), "Scene");
@@ -208,8 +209,8 @@ std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv) {
     } catch (const CLI::CallForHelp&) {
         fmt::print("{}", app.help());
         return std::nullopt;
-    } catch (const CLI::CallForVersion&) {
-        fmt::print("nimbrel-render 1.1.0\n");
+    } catch (const CLI::CallForVersion& asked) {
+        fmt::print("{}\n", asked.what());
         return std::nullopt;
     } catch (const CLI::ParseError& error) {
         throw UsageError(fmt::format("{} (see --help)", error.what()));

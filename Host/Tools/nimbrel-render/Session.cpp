@@ -69,15 +69,24 @@ void CheckOutput(const FramePattern& pattern, const Composition& composition) {
     RequireFolder("--output", pattern.Expand(0));
 }
 
+/// A file beside the program or, installed, in its own folder beside the program's.
+std::filesystem::path FindBeside(const std::filesystem::path& name, const char* folder) {
+    std::filesystem::path beside = ProgramFolder() / name;
+    std::error_code ignored;
+    if (std::filesystem::exists(beside, ignored)) return beside;
+    std::filesystem::path installed = ProgramFolder().parent_path() / folder / "nimbrel" / name;
+    return std::filesystem::exists(installed, ignored) ? installed : beside;
+}
+
 std::filesystem::path FindPlugin(const CommandLine& line) {
-    return line.mPlugin.empty() ? ProgramFolder() / DefaultPluginName() : TextPath(line.mPlugin);
+    return line.mPlugin.empty() ? FindBeside(DefaultPluginName(), "lib") : TextPath(line.mPlugin);
 }
 
 // Without a catalogue parameters go by their names and numbers.
 Catalogue ReadCatalogue(const CommandLine& line) {
     if (!line.mCatalogue.empty()) return Catalogue::Read(TextPath(line.mCatalogue));
-    for (const std::filesystem::path& folder : {ProgramFolder(), FindPlugin(line).parent_path()}) {
-        const std::filesystem::path file = folder / "nimbrel-catalogue.json";
+    const std::filesystem::path name = "nimbrel-catalogue.json";
+    for (const std::filesystem::path& file : {FindBeside(name, "share"), FindPlugin(line).parent_path() / name}) {
         if (std::error_code ignored; std::filesystem::exists(file, ignored)) return Catalogue::Read(file);
     }
     return {};

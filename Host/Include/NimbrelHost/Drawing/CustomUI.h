@@ -93,7 +93,7 @@ public:
     enum class Role { Draw, Supplier, Surface };
 
     /// The drawing reference of a context; null, and reported, outside its draw event.
-    PF_DrawRef GetDrawReference(PF_ContextH context);
+    DRAWBOT_DrawRef GetDrawReference(PF_ContextH context);
     void* GetReference(Role role) const;
     /// The surface of the running draw event if the reference is the one of that role, else null.
     DrawingSurface* FindSurface(Role role, const void* reference) const;

@@ -67,9 +67,20 @@ struct GraphicsAE::HeldSuites {
           mSurface(basic, kDRAWBOT_SurfaceSuite, kDRAWBOT_SurfaceSuite_Version2),
           mPath(basic, kDRAWBOT_PathSuite, kDRAWBOT_PathSuite_Version1) {}
 
+    /// Without the suites of dashes and of pictures' scale, which nothing here needs.
     DRAWBOT_Suites Get() const {
-        // Dashes and pictures are not drawn.
-        return {mDraw.Get(), mSupplier.Get(), mSurface.Get(), mPath.Get(), nullptr, nullptr};
+        DRAWBOT_Suites suites{};
+        Put(mDraw.Get(), suites.drawbot_suiteP);
+        Put(mSupplier.Get(), suites.supplier_suiteP);
+        Put(mSurface.Get(), suites.surface_suiteP);
+        Put(mPath.Get(), suites.path_suiteP);
+        return suites;
+    }
+
+    /// The host's record has members that are not const, and of the newest version of each suite.
+    template <class Member>
+    static void Put(const void* suite, Member*& member) {
+        member = static_cast<Member*>(const_cast<void*>(suite));
     }
 
     AcquiredSuiteAE<PFAppSuite6> mApp;
@@ -85,7 +96,7 @@ GraphicsAE::GraphicsAE(PF_EventExtra& extra)
       mSuites(mHeld->Get()) {
     const AcquiredSuiteAE<PF_EffectCustomUISuite2> customUI(AEGPSuites().GetBasicSuite(), kPFEffectCustomUISuite,
                                                             kPFEffectCustomUISuiteVersion2);
-    PF_DrawRef drawRef = nullptr;
+    DRAWBOT_DrawRef drawRef = nullptr;
     ZEB_CHECK_TEXT(customUI->PF_GetDrawingReference(extra.contextH, &drawRef),
                    "Failed to call customUISuite->PF_GetDrawingReference(eventExtra->contextH, &drawRef)");
     if (drawRef == nullptr) ZEB_THROW(kInternalError, "The host gave no drawing reference");

@@ -12,6 +12,12 @@
 #include "PluginBase/ComputeCache/Hasher.h"
 
 namespace zeb {
+namespace {
+
+/// What the host answers for a value that it doesn't hold. Its older headers have no name for it.
+constexpr A_Err kNotCached = 22;
+
+}  // namespace
 
 // ---- Suites ----
 
@@ -201,7 +207,7 @@ bool ComputeCacheAE::DoHasValue(const std::string& className, const CacheableOpt
     AEOptions optionsAE = MakeOptions(*mHasher, GetCreator(className), options);
     AEGP_CCCheckoutReceiptP receipt = nullptr;
     const A_Err error = mComputeCache->AEGP_CheckoutCached(className.c_str(), &optionsAE, &receipt);
-    if (error == A_Err_NOT_IN_CACHE_OR_COMPUTE_PENDING) return false;
+    if (error == kNotCached) return false;
     if (error != 0) ZEB_THROW(error, "Failed to checkout a cached value");
     Checkin(ComputeCacheResultBase(nullptr, nullptr, receipt));
     return true;
