@@ -13,8 +13,8 @@
 
 #include <benchmark/benchmark.h>
 
-#include "Nimbrel/CPU/FastCalcDistances.h"
-#include "Nimbrel/CPU/FastCalcViewData.h"
+#include "Nimbrel/CPU/CalcDistances.h"
+#include "Nimbrel/CPU/CalcViewData.h"
 #include "Nimbrel/CPU/FastRenderGaussianSplats.h"
 #include "Nimbrel/CPU/FastSort.h"
 #include "Nimbrel/CPU/RenderGaussianSplats.h"
@@ -157,7 +157,7 @@ void BM_ViewData(benchmark::State& state, bool fast) {
     const Scene scene;
     std::vector<gpu::SplatViewData> records(kSplats);
     const std::size_t bytes = kSplats * (4 + 8 + 32 + 4 + sizeof(gpu::SplatViewData));
-    const auto calculate = fast ? &FastCalcViewData : &CalcViewData;
+    const auto calculate = fast ? &CalcViewData : &CalcViewData;
     Measure(
         state, bytes, [] {}, [&] { calculate(scene.mInputs, 0, kSplats, records); });
 }
@@ -168,7 +168,7 @@ void BM_Distances(benchmark::State& state, bool fast) {
     inputs.mConstants._CalcDistancesMatrixAlign = inputs.mConstants._CalcDistancesMatrixVP = glm::mat4(1.0F);
     inputs.mConstants._CalcDistancesSplatCount = kSplats;
     std::vector<std::uint32_t> keys(kSplats);
-    const auto calculate = fast ? &FastCalcDistances : &CalcDistances;
+    const auto calculate = fast ? &CalcDistances : &CalcDistances;
     Measure(
         state, std::size_t{8} * kSplats, [] {}, [&] { calculate(inputs, 0, kSplats, keys); });
 }

@@ -3,11 +3,10 @@
 #include <algorithm>
 #include <cmath>
 #include <numeric>
-#include <span>
 
 #include <glm/ext/matrix_transform.hpp>
 
-#include "Nimbrel/CPU/FastCalcViewData.h"
+#include "Nimbrel/CPU/CalcViewData.h"
 #include "Nimbrel/CPU/FastRenderGaussianSplats.h"
 #include "Nimbrel/CPU/RenderGaussianSplats.h"
 #include "Render/CPU/Image.h"
@@ -24,23 +23,6 @@ constexpr float kNear = 100.0F;
 constexpr float kFar = 1000000.0F;
 constexpr float kFill = 0.9F;  // of the picture that the larger side takes
 constexpr float kLeastSize = 1e-6F;
-
-std::span<const std::byte> Bytes(const std::vector<std::uint8_t>& block) { return std::as_bytes(std::span(block)); }
-
-/// The asset's blocks, borrowed, as the kernels read them: formats of compression level 2.
-cpu::SplatBlocks MakeBlocks(const GaussianSplatAsset& asset) {
-    cpu::SplatBlocks blocks;
-    blocks.mChunks = Bytes(asset.chunkData);
-    blocks.mPositions = Bytes(asset.posData);
-    blocks.mOther = Bytes(asset.otherData);
-    blocks.mSH = Bytes(asset.shData);
-    blocks.mColor = {reinterpret_cast<const std::byte*>(asset.colorData.data()), zeb::render::Format::RGBA8Unorm,
-                     static_cast<std::uint32_t>(asset.colorWidth), static_cast<std::uint32_t>(asset.colorHeight), 1};
-    blocks.mConstants._SplatFormat = static_cast<std::uint32_t>(asset.posFormat) |
-                                     static_cast<std::uint32_t>(asset.scaleFormat) << 8 |
-                                     static_cast<std::uint32_t>(asset.shFormat) << 16;
-    return blocks;
-}
 
 /// The effect's perspective projection without a camera: the image plane lies as far as the picture is wide.
 glm::mat4 MakeProjection(float width, float height) {
@@ -67,7 +49,7 @@ glm::mat4 MakePlacement(const Box& box, float width, float height) {
 cpu::CalcViewDataInputs MakeInputs(const GaussianSplatAsset& asset, const Box& box, float splatScale, float width,
                                    float height) {
     cpu::CalcViewDataInputs inputs;
-    inputs.mBlocks = MakeBlocks(asset);
+    inputs.mBlocks = cpu::MakeBlocks(asset);
     gpu::CalcViewDataConstants& constants = inputs.mConstants;
     constants._MatrixAlign = MakePlacement(box, width, height);
     constants._MatrixTransform = glm::mat4(1.0F);
@@ -124,10 +106,10 @@ float Percentile(std::vector<float>& values, double share) {
 }  // namespace
 
 std::optional<Box> MeasureModel(const GaussianSplatAsset& asset) {
-    const cpu::SplatBlocks blocks = MakeBlocks(asset);
+    const cpu::SplatBlocks blocks = cpu::MakeBlocks(asset);
     std::vector<float> axes[3];
     for (std::uint32_t i = 0; i < static_cast<std::uint32_t>(asset.splatCount); ++i) {
-        const glm::vec3 position = cpu::DecodePosition(blocks, cpu::LoadChunk(blocks, i), i);
+        const glm::vec3 position = cpu::DecodePosition(blocks, i);
         if (!std::isfinite(position.x) || !std::isfinite(position.y) || !std::isfinite(position.z)) continue;
         for (int c = 0; c < 3; ++c) axes[c].push_back(position[c]);
     }
@@ -144,7 +126,7 @@ Picture DrawModel(const GaussianSplatAsset& asset, const Box& box, float splatSc
     const auto inputs = MakeInputs(asset, box, splatScale, static_cast<float>(width), static_cast<float>(height));
     const std::uint32_t count = inputs.mConstants._SplatCount;
     std::vector<gpu::SplatViewData> records(count);
-    cpu::FastCalcViewData(inputs, 0, count, records);
+    cpu::CalcViewData(inputs, 0, count, records);
     const std::vector<std::uint32_t> order = SortByDepth(records);
     raster::Image image(zeb::render::Format::RGBA32Float, static_cast<std::uint32_t>(width),
                         static_cast<std::uint32_t>(height));

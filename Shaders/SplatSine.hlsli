@@ -1,4 +1,4 @@
-// Sine and cosine that give the same bits on every device and on the processor (Source/Nimbrel/CPU/Sine.h): integers,
+// Sine and cosine that give the same bits on every device and on the processor (Source/Nimbrel/CPU/Sine-inl.h): integers,
 // products and sums alone. The noise's hash magnifies the last bits of a sine, and what devices call a sine differs.
 //
 // Within 1.8e-7 of the true ones up to 2^55 radians, where floats are further apart than all places of a pattern;

@@ -76,7 +76,7 @@ TEST_P(AssetRoundTripTest, EveryValueIsWithinItsStep) {
     const TemporaryFile file(MakeFile(splats, 3));
     const auto asset = GaussianSplatAssetCreator::CreateAsset(file.GetPath(), trip.mSettings, true);
     ASSERT_EQ(asset->splatCount, 700);
-    const cpu::SplatBlocks blocks = MakeBlocks(*asset);
+    const cpu::SplatBlocks blocks = cpu::MakeBlocks(*asset);
     std::vector<gpu::ExportSplatData> records(700);
     cpu::ExportData(blocks, {700}, 0, 700, records);
 

@@ -10,7 +10,8 @@
 #include <glm/mat3x3.hpp>
 
 #include "Nimbrel/CPU/CalcViewData.h"
-#include "Nimbrel/CPU/SplatShape.h"
+#include "Nimbrel/CPU/ExportData.h"
+#include "Nimbrel/CPU/SplatShape-inl.h"
 #include "SplatScene.h"
 
 namespace nimbrel::cpu {
@@ -62,10 +63,10 @@ TEST(CalcViewData, TheEllipseIsTheProjectedCovariance) {
 
         // In double: the splat's covariance from its rotation matrix, and the screen position's derivative by
         // differences, as if the pixels' y ran down like the view's.
-        const Splat splat = DecodeSplat(inputs.mBlocks, 0);
-        const glm::dquat q(splat.mRotation.w, splat.mRotation.x, splat.mRotation.y, splat.mRotation.z);
-        const glm::dmat3 axes =
-            glm::mat3_cast(q) * glm::dmat3(splat.mScale.x, 0, 0, 0, splat.mScale.y, 0, 0, 0, splat.mScale.z);
+        const gpu::ExportSplatData splat = ExportSplat(inputs.mBlocks, 0);
+        const glm::dquat q(splat.rot.x, splat.rot.y, splat.rot.z, splat.rot.w);
+        const glm::dvec3 scale = glm::exp(glm::dvec3(splat.scale));
+        const glm::dmat3 axes = glm::mat3_cast(q) * glm::dmat3(scale.x, 0, 0, 0, scale.y, 0, 0, 0, scale.z);
         const glm::dmat3 covariance = axes * glm::transpose(axes);
         const auto pixel = [&](const glm::dvec3& p) {
             const glm::dvec4 view = glm::dmat4(modelView) * glm::dvec4(p, 1.0);
@@ -113,22 +114,26 @@ TEST(CalcViewData, TheLinearisationStaysInsideTheWiderView) {
 
 TEST(CalcViewData, AxesOfKnownEllipses) {
     // (5 2; 2 2) has the eigenvalues 6 and 1 and the directions (2, 1) and (1, -2); y is flipped.
-    const ScreenAxes axes = MakeScreenAxes({5.0F, 2.0F, 2.0F});
+    const auto find = [](float a, float b, float c) {
+        const auto axes = HWY_NAMESPACE::MakeScreenAxes<float>({a, b, c});
+        return std::pair(glm::vec2(axes.mMajorX, axes.mMajorY), glm::vec2(axes.mMinorX, axes.mMinorY));
+    };
+    const auto axes = find(5.0F, 2.0F, 2.0F);
     const float length = std::sqrt(12.0F / 5.0F);
-    EXPECT_NEAR(axes.mMajor.x, 2.0F * length, 1e-6);
-    EXPECT_NEAR(axes.mMajor.y, -length, 1e-6);
-    EXPECT_NEAR(axes.mMinor.x, -std::sqrt(2.0F / 5.0F), 1e-6);
-    EXPECT_NEAR(axes.mMinor.y, -2.0F * std::sqrt(2.0F / 5.0F), 1e-6);
-    const ScreenAxes upright = MakeScreenAxes({2.0F, 0.0F, 8.0F});
-    EXPECT_EQ(upright.mMajor, glm::vec2(0.0F, -4.0F));
-    EXPECT_EQ(upright.mMinor, glm::vec2(-2.0F, 0.0F));
+    EXPECT_NEAR(axes.first.x, 2.0F * length, 1e-6);
+    EXPECT_NEAR(axes.first.y, -length, 1e-6);
+    EXPECT_NEAR(axes.second.x, -std::sqrt(2.0F / 5.0F), 1e-6);
+    EXPECT_NEAR(axes.second.y, -2.0F * std::sqrt(2.0F / 5.0F), 1e-6);
+    const auto upright = find(2.0F, 0.0F, 8.0F);
+    EXPECT_EQ(upright.first, glm::vec2(0.0F, -4.0F));
+    EXPECT_EQ(upright.second, glm::vec2(-2.0F, 0.0F));
     // A lying one has no direction.
-    const ScreenAxes lying = MakeScreenAxes({8.0F, 0.0F, 2.0F});
-    EXPECT_TRUE(std::isnan(lying.mMajor.x) && std::isnan(lying.mMajor.y) && std::isnan(lying.mMinor.x));
+    const auto lying = find(8.0F, 0.0F, 2.0F);
+    EXPECT_TRUE(std::isnan(lying.first.x) && std::isnan(lying.first.y) && std::isnan(lying.second.x));
     // The least eigenvalue is 0.1, the longest axis 4096 pixels.
-    const ScreenAxes thin = MakeScreenAxes({0.01F, 0.0F, 1e9F});
-    EXPECT_EQ(thin.mMajor, glm::vec2(0.0F, -4096.0F));
-    EXPECT_FLOAT_EQ(thin.mMinor.x, -std::sqrt(0.2F));
+    const auto thin = find(0.01F, 0.0F, 1e9F);
+    EXPECT_EQ(thin.first, glm::vec2(0.0F, -4096.0F));
+    EXPECT_FLOAT_EQ(thin.second.x, -std::sqrt(0.2F));
 }
 
 TEST(CalcViewData, OrthographicCamerasNeitherCutNorFollowFocalLengthOrHarmonics) {

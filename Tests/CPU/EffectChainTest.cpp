@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 #include <glm/gtc/matrix_transform.hpp>
 
-#include "Nimbrel/CPU/FastNoise.h"
 #include "SplatScene.h"
 
 namespace nimbrel::cpu {

@@ -13,9 +13,9 @@
 #include <tbb/global_control.h>
 
 #include "ForEachTarget.h"
+#include "Nimbrel/CPU/CalcDistances.h"
+#include "Nimbrel/CPU/CalcViewData.h"
 #include "Nimbrel/CPU/Exp2.h"
-#include "Nimbrel/CPU/FastCalcDistances.h"
-#include "Nimbrel/CPU/FastCalcViewData.h"
 #include "Nimbrel/CPU/FastRenderGaussianSplats.h"
 #include "Nimbrel/CPU/FastSort.h"
 #include "Nimbrel/CPU/RenderGaussianSplats.h"
@@ -384,10 +384,10 @@ TEST(FastKernels, ViewDataGivesTheScalarBits) {
         gpu::SplatViewData untouched{};
         untouched.pos = glm::vec4(42.0F);
         std::vector<gpu::SplatViewData> expected(1010, untouched);
-        CalcViewData(all[which], 5, 2000, expected);
+        for (std::uint32_t i = 5; i < 1003; ++i) expected[i] = CalcSplatViewData(all[which], i);
         ForEachTarget([&] {
             std::vector<gpu::SplatViewData> records(1010, untouched);
-            FastCalcViewData(all[which], 5, 2000, records);
+            CalcViewData(all[which], 5, 2000, records);
             for (std::size_t i = 0; i < records.size(); ++i) {
                 SCOPED_TRACE(i);
                 ExpectSameRecord(records[i], expected[i]);
@@ -399,21 +399,22 @@ TEST(FastKernels, ViewDataGivesTheScalarBits) {
 
 TEST(FastKernels, DistancesGiveTheScalarBits) {
     PackedScene scene(1003);
+    SetShapes(scene);
     CalcDistancesInputs inputs{scene.mInputs.mBlocks, scene.mInputs.mCurves, {}, {}};
     inputs.mConstants._CalcDistancesMatrixAlign = scene.mInputs.mConstants._MatrixAlign;
     inputs.mConstants._CalcDistancesMatrixVP = scene.mInputs.mConstants._MatrixVP;
     inputs.mConstants._CalcDistancesSplatCount = 1003;
     CalcDistancesInputs displaced = inputs;
-    displaced.mNoise.displacement_enabled = 1;
-    displaced.mNoise.displacement_offset = glm::vec4(1.0F);
+    displaced.mNoise = scene.mInputs.mNoise;
+    displaced.mNoise.displacement_enabled = displaced.mNoise.noise_enabled = 1;
     CalcDistancesInputs truncated = inputs;
     truncated.mBlocks.mPositions = truncated.mBlocks.mPositions.first(1001);
     for (const CalcDistancesInputs& one : {inputs, displaced, truncated}) {
         std::vector<std::uint32_t> expected(1010, 42);
-        CalcDistances(one, 3, 2000, expected);
+        for (std::uint32_t i = 3; i < 1003; ++i) expected[i] = CalcSplatDistance(one, i);
         ForEachTarget([&] {
             std::vector<std::uint32_t> keys(1010, 42);
-            FastCalcDistances(one, 3, 2000, keys);
+            CalcDistances(one, 3, 2000, keys);
             EXPECT_EQ(keys, expected);
         });
     }

@@ -27,16 +27,6 @@ using raster::Image;
 constexpr float kNear = 100.0F;
 constexpr float kFar = 1000000.0F;
 
-std::span<const std::byte> Bytes(const std::vector<std::uint8_t>& block) { return std::as_bytes(std::span(block)); }
-
-Format GetColorFormat(ColorFormat format) {
-    switch (format) {
-        case ColorFormat::Float32x4: return Format::RGBA32Float;
-        case ColorFormat::Float16x4: return Format::RGBA16Float;
-        default: return Format::RGBA8Unorm;
-    }
-}
-
 /// Curves of all instances, in textures as the programs read them.
 struct Curves {
     std::vector<float> mRamps;
@@ -103,15 +93,15 @@ void AddInstance(const Frame& frame, const Model& model, const Instance& instanc
                  std::uint32_t index, std::vector<std::uint32_t>& keys, FrameRecords& records) {
     const GaussianSplatAsset& asset = *model.mAsset;
     const auto count = static_cast<std::uint32_t>(std::max(asset.splatCount, 0));
-    const std::size_t first = keys.size();
-    keys.resize(first + count);
-    records.mRecords.resize(first + count);
-    const SplatBlocks blocks = MakeBlocks(asset);
-    cpu::CalcDistances({blocks, curves, MakeDistanceConstants(frame, instance, count, index), instance.mNoise}, 0,
-                       count, std::span(keys).subspan(first));
-    cpu::CalcViewData(
-        {blocks, curves, MakeViewConstants(frame, instance, asset, index), instance.mModel, instance.mNoise}, 0, count,
-        std::span(records.mRecords).subspan(first));
+    const SplatBlocks blocks = cpu::MakeBlocks(asset);
+    const cpu::CalcDistancesInputs distances{blocks, curves, MakeDistanceConstants(frame, instance, count, index),
+                                             instance.mNoise};
+    const cpu::CalcViewDataInputs view{blocks, curves, MakeViewConstants(frame, instance, asset, index),
+                                       instance.mModel, instance.mNoise};
+    for (std::uint32_t i = 0; i < count; ++i) {
+        keys.push_back(cpu::CalcSplatDistance(distances, i));
+        records.mRecords.push_back(cpu::CalcSplatViewData(view, i));
+    }
 }
 
 /// The elements that depend on the layer's size; the projection is centred.
@@ -123,20 +113,6 @@ glm::mat4 MakeScale(float x, float y) {
 }
 
 }  // namespace
-
-SplatBlocks MakeBlocks(const GaussianSplatAsset& asset) {
-    SplatBlocks blocks;
-    blocks.mChunks = Bytes(asset.chunkData);
-    blocks.mPositions = Bytes(asset.posData);
-    blocks.mOther = Bytes(asset.otherData);
-    blocks.mSH = Bytes(asset.shData);
-    blocks.mColor = {reinterpret_cast<const std::byte*>(asset.colorData.data()), GetColorFormat(asset.colorFormat),
-                     static_cast<std::uint32_t>(asset.colorWidth), static_cast<std::uint32_t>(asset.colorHeight), 1};
-    blocks.mConstants._SplatFormat = static_cast<std::uint32_t>(asset.posFormat) |
-                                     static_cast<std::uint32_t>(asset.scaleFormat) << 8 |
-                                     static_cast<std::uint32_t>(asset.shFormat) << 16;
-    return blocks;
-}
 
 FrameRecords CalcFrameRecords(const Frame& frame) {
     FrameRecords records;

@@ -58,9 +58,6 @@ struct Frame {
     float mZDepthFar = 1.0F;
 };
 
-/// The asset's blocks, borrowed, as the programs read them; its colour texture is not shared.
-cpu::SplatBlocks MakeBlocks(const GaussianSplatAsset& asset);
-
 /// The splats' records in instance order, and the order they are drawn in.
 struct FrameRecords {
     std::vector<gpu::SplatViewData> mRecords;

@@ -1,8 +1,9 @@
 #include <array>
+#include <cmath>
 
 #include <gtest/gtest.h>
 
-#include "Nimbrel/CPU/SplatDecoding.h"
+#include "Nimbrel/CPU/ExportData.h"
 #include "SplatScene.h"
 
 // Most of the decoding is tested by the round trip of whole assets; here is what no asset holds.
@@ -21,19 +22,20 @@ TEST(SplatDecoding, WhatABlockDoesNotHoldIsZero) {
     blocks.mPositions = Bytes(words);
     blocks.mConstants._SplatFormat = 1;
     // Six-byte records start on every half word.
-    const glm::vec3 second = DecodePosition(blocks, LoadChunk(blocks, 1), 1);
+    const glm::vec3 second = ExportSplat(blocks, 1).pos;
     EXPECT_FLOAT_EQ(second.x, 1.0F);
     EXPECT_EQ(second.y, 0.0F);
     EXPECT_NEAR(second.z, 32768 / 65535.0, 1e-7);
-    EXPECT_EQ(DecodePosition(blocks, LoadChunk(blocks, 2), 2), glm::vec3(0.0F));
+    EXPECT_EQ(ExportSplat(blocks, 2).pos, glm::vec3(0.0F));
     for (const std::uint32_t unknown : {4U, 255U}) {
         blocks.mConstants._SplatFormat = unknown;
-        EXPECT_EQ(DecodePosition(blocks, LoadChunk(blocks, 0), 0), glm::vec3(0.0F)) << unknown;
+        EXPECT_EQ(ExportSplat(blocks, 0).pos, glm::vec3(0.0F)) << unknown;
     }
     scene.mChunks[0].posX = {3.0F, 3.0F};
-    EXPECT_EQ(DecodePosition(scene.Blocks(), LoadChunk(scene.Blocks(), 0), 0).x, 3.0F) << "a range without width";
+    EXPECT_EQ(ExportSplat(scene.Blocks(), 0).pos.x, 3.0F) << "a range without width";
     // Three large components exceed length 1: the dropped one is 0, not NaN.
-    EXPECT_EQ(DecodeRotation(0x3FFFFFFFU).x, 0.0F);
+    scene.SetRotation(0, 1023, 1023, 1023, 0);
+    EXPECT_EQ(ExportSplat(scene.Blocks(), 0).rot.y, 0.0F);
 }
 
 TEST(SplatDecoding, ScaleFormatsAndIndexedSHSetTheStride) {
@@ -52,19 +54,18 @@ TEST(SplatDecoding, ScaleFormatsAndIndexedSHSetTheStride) {
         halves[48 * 3] = 0x4400;  // 4.0, red of the first coefficient of record 3
         blocks.mSH = Bytes(halves);
         blocks.mConstants._SplatFormat = c.mScaleFormat << 8 | c.mSHFormat << 16;
-        const Splat splat = DecodeSplat(blocks, 1);
-        EXPECT_NEAR(splat.mScale.x, 1.0F, 1e-4) << c.mScaleFormat;
-        EXPECT_NEAR(splat.mScale.y, 1.0F, 1e-4) << c.mScaleFormat;
-        EXPECT_NEAR(splat.mScale.z, 1.0F, 1e-4) << c.mScaleFormat;
+        const gpu::ExportSplatData splat = ExportSplat(blocks, 1);
+        for (int i = 0; i < 3; ++i) EXPECT_NEAR(splat.scale[i], 0.0F, 1e-4) << c.mScaleFormat;
         if (c.mSHFormat > 3) {
-            EXPECT_EQ(splat.mSH[0].x, 4.0F) << "indexed records are halves, outside the chunk's range";
+            EXPECT_EQ(splat.shR14.x, 4.0F) << "indexed records are halves, outside the chunk's range";
         }
     }
     SplatScene scene;
     SplatBlocks blocks = scene.Blocks();
     blocks.mConstants._SplatFormat = 9U << 8;
     scene.mChunks[0].sclX = HalfPair(0.5F, 1.0F);
-    EXPECT_FLOAT_EQ(DecodeSplat(blocks, 0).mScale.x, 0.00390625F);  // an unknown format stores nothing: the least
+    EXPECT_FLOAT_EQ(ExportSplat(blocks, 0).scale.x,
+                    std::log(0.00390625F));  // an unknown format stores nothing: the least
 }
 
 }  // namespace

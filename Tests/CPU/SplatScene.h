@@ -10,6 +10,7 @@
 #include <glm/matrix.hpp>
 
 #include "Nimbrel/CPU/CalcViewData.h"
+#include "Nimbrel/CPU/Noise-inl.h"
 #include "Render/CPU/HalfConversion.h"
 
 /// One splat, or several, as float blocks, so that a test can state exactly what the programs decode.
@@ -18,6 +19,11 @@ namespace nimbrel::cpu {
 inline std::uint32_t HalfPair(float low, float high) {
     using zeb::render::cpu::FloatToHalf;
     return FloatToHalf(low) | static_cast<std::uint32_t>(FloatToHalf(high)) << 16;
+}
+
+inline float Noise4(const glm::vec4& p) {
+    HWY_NAMESPACE::NoiseCells<float> cells;
+    return HWY_NAMESPACE::Noise4<float>(cells, {{p.x, p.y, p.z, p.w}});
 }
 
 /// Blocks with float positions, scales and SH, and a float colour texture. Chunk ranges are 0..1, so stored values

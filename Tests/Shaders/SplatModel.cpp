@@ -284,12 +284,12 @@ KernelResults RunOnDevice(const SplatModel& model, const std::string& form) {
 
 KernelResults RunOnProcessor(const SplatModel& model) {
     KernelResults results;
-    results.mViewData.resize(model.mCount);
-    results.mKeys.resize(model.mCount);
-    cpu::CalcViewData({model.Blocks(), model.Curves(), model.mView, model.mModel, model.mNoise}, 0, model.mCount,
-                      results.mViewData);
-    cpu::CalcDistances({model.Blocks(), model.Curves(), model.mDistances, model.mNoise}, 0, model.mCount,
-                       results.mKeys);
+    const cpu::CalcViewDataInputs view{model.Blocks(), model.Curves(), model.mView, model.mModel, model.mNoise};
+    const cpu::CalcDistancesInputs distances{model.Blocks(), model.Curves(), model.mDistances, model.mNoise};
+    for (std::uint32_t i = 0; i < model.mCount; ++i) {
+        results.mViewData.push_back(cpu::CalcSplatViewData(view, i));
+        results.mKeys.push_back(cpu::CalcSplatDistance(distances, i));
+    }
     return results;
 }
 

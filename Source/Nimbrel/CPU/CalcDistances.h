@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <span>
 
-#include "Nimbrel/CPU/PerSplatEffects.h"
+#include "Nimbrel/CPU/Curves.h"
 #include "Nimbrel/CPU/SplatDecoding.h"
 #include "Nimbrel/ShaderConstants.h"
 
@@ -17,11 +17,12 @@ struct CalcDistancesInputs {
     gpu::NoiseConstants1 mNoise{};
 };
 
-/// Sort key of a depth: unsigned order of keys is the numeric order of depths, -0 just before +0.
-std::uint32_t DepthKey(float depth);
-
-/// Threads [begin, end) of "CSCalcDistances": key i is that of splat i. Ranges may run on different threads.
+/// Threads [begin, end) of "CSCalcDistances", several at a time: key i is that of splat i. Ranges may run on different
+/// threads.
 void CalcDistances(const CalcDistancesInputs& inputs, std::uint32_t begin, std::uint32_t end,
                    std::span<std::uint32_t> keys);
+
+/// The key of one splat, the same bits. Unsigned order of keys is the numeric order of depths, -0 just before +0.
+std::uint32_t CalcSplatDistance(const CalcDistancesInputs& inputs, std::uint32_t splat);
 
 }  // namespace nimbrel::cpu

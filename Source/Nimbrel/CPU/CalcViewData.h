@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <span>
 
-#include "Nimbrel/CPU/PerSplatEffects.h"
+#include "Nimbrel/CPU/Curves.h"
 #include "Nimbrel/CPU/SplatDecoding.h"
 #include "Nimbrel/ShaderConstants.h"
 
@@ -18,13 +18,13 @@ struct CalcViewDataInputs {
     gpu::NoiseConstants1 mNoise{};
 };
 
-/// The record of one splat: clip position, screen axes and colour. A cropped splat's is all zero, one behind a
-/// perspective camera keeps its position only; neither is drawn.
-gpu::SplatViewData CalcSplatViewData(const CalcViewDataInputs& inputs, std::uint32_t splat);
-
-/// Threads [begin, end) of "CSCalcViewData"; those at or past the splat count do nothing. Record i is that of
-/// splat i. Ranges may run on different threads.
+/// Threads [begin, end) of "CSCalcViewData", several at a time; those at or past the splat count do nothing. Record i
+/// is that of splat i. Ranges may run on different threads.
 void CalcViewData(const CalcViewDataInputs& inputs, std::uint32_t begin, std::uint32_t end,
                   std::span<gpu::SplatViewData> records);
+
+/// The record of one splat, the same bits: clip position, screen axes and colour. A cropped splat's is all zero, one
+/// behind a perspective camera keeps its position only; neither is drawn.
+gpu::SplatViewData CalcSplatViewData(const CalcViewDataInputs& inputs, std::uint32_t splat);
 
 }  // namespace nimbrel::cpu

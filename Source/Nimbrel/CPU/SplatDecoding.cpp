@@ -1,11 +1,9 @@
 #include "Nimbrel/CPU/SplatDecoding.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstring>
 
+#include "Nimbrel/CPU/SplatDecoding-inl.h"
 #include "Render/CPU/Arithmetic.h"
-#include "Render/CPU/HalfConversion.h"
 
 namespace nimbrel::cpu {
 namespace {
@@ -13,12 +11,16 @@ namespace {
 using zeb::render::cpu::BitsToFloat;
 using zeb::render::cpu::HalfToFloat;
 
-/// Steps between 0 and 1 of fields of 16, 11, 10, 6 and 5 bits, as the programs hold them.
-constexpr float kStep16 = 1.52590219e-05F;
-constexpr float kStep11 = 0.000488519785F;
-constexpr float kStep10 = 0.000977517106F;
-constexpr float kStep6 = 0.0158730168F;
-constexpr float kStep5 = 0.0322580636F;
+std::span<const std::byte> Bytes(const std::vector<std::uint8_t>& block) { return std::as_bytes(std::span(block)); }
+
+zeb::render::Format GetColorFormat(ColorFormat format) {
+    using zeb::render::Format;
+    switch (format) {
+        case ColorFormat::Float32x4: return Format::RGBA32Float;
+        case ColorFormat::Float16x4: return Format::RGBA16Float;
+        default: return Format::RGBA8Unorm;
+    }
+}
 
 template <class Word>
 Word Load(std::span<const std::byte> block, std::uint64_t address) {
@@ -85,31 +87,27 @@ glm::vec3 LoadSHCoefficient(std::span<const std::byte> block, std::uint64_t addr
     }
 }
 
-void DecodeSH(const SplatBlocks& blocks, const gpu::SplatChunkInfo& chunk, std::uint64_t record, glm::vec3* sh) {
-    const std::uint32_t format = blocks.SHFormat();
-    constexpr std::uint64_t kSizes[] = {192, 96, 60, 32};
-    const std::uint64_t address = record * kSizes[format < 4 ? format : 1];
-    const HalfRange red(chunk.shR);
-    const HalfRange green(chunk.shG);
-    const HalfRange blue(chunk.shB);
-    for (std::uint64_t i = 0; i < kSHCoefficients; ++i) {
-        const glm::vec3 v = LoadSHCoefficient(blocks.mSH, address, format, i);
-        const bool mapped = format >= 1 && format <= 3;
-        sh[i] = mapped ? glm::vec3(red.Map(v.x), green.Map(v.y), blue.Map(v.z)) : v;
-    }
-}
-
-float PowerOf8(float value) {
-    const float squared = value * value;
-    const float fourth = squared * squared;
-    return fourth * fourth;
-}
-
 }  // namespace
 
-HalfRange::HalfRange(std::uint32_t word)
-    : mLow(HalfToFloat(static_cast<std::uint16_t>(word & 0xFFFFU))),
-      mHigh(HalfToFloat(static_cast<std::uint16_t>(word >> 16))) {}
+SplatBlocks MakeBlocks(const GaussianSplatAsset& asset) {
+    SplatBlocks blocks;
+    blocks.mChunks = Bytes(asset.chunkData);
+    blocks.mPositions = Bytes(asset.posData);
+    blocks.mOther = Bytes(asset.otherData);
+    blocks.mSH = Bytes(asset.shData);
+    blocks.mColor = {reinterpret_cast<const std::byte*>(asset.colorData.data()), GetColorFormat(asset.colorFormat),
+                     static_cast<std::uint32_t>(asset.colorWidth), static_cast<std::uint32_t>(asset.colorHeight), 1};
+    blocks.mConstants._SplatFormat = static_cast<std::uint32_t>(asset.posFormat) |
+                                     static_cast<std::uint32_t>(asset.scaleFormat) << 8 |
+                                     static_cast<std::uint32_t>(asset.shFormat) << 16;
+    return blocks;
+}
+
+glm::vec3 DecodePosition(const SplatBlocks& blocks, std::uint32_t splat) {
+    using namespace HWY_NAMESPACE;
+    const Vec3<float> position = MapPosition(LoadChunk(blocks, splat), PackedSplat::From(LoadPosition(blocks, splat)));
+    return {position.x, position.y, position.z};
+}
 
 gpu::SplatChunkInfo LoadChunk(const SplatBlocks& blocks, std::uint32_t splat) {
     gpu::SplatChunkInfo chunk{};
@@ -120,34 +118,12 @@ gpu::SplatChunkInfo LoadChunk(const SplatBlocks& blocks, std::uint32_t splat) {
     return chunk;
 }
 
-glm::vec3 DecodePosition(const SplatBlocks& blocks, const gpu::SplatChunkInfo& chunk, std::uint32_t splat) {
+glm::vec3 LoadPosition(const SplatBlocks& blocks, std::uint32_t splat) {
     const std::uint32_t format = blocks.PositionFormat();
-    const std::uint64_t address = static_cast<std::uint64_t>(GetVectorSize(format)) * splat;
-    const glm::vec3 v = LoadVector(blocks.mPositions, address, format);
-    return {chunk.posX.x + v.x * (chunk.posX.y - chunk.posX.x), chunk.posY.x + v.y * (chunk.posY.y - chunk.posY.x),
-            chunk.posZ.x + v.z * (chunk.posZ.y - chunk.posZ.x)};
+    return LoadVector(blocks.mPositions, static_cast<std::uint64_t>(GetVectorSize(format)) * splat, format);
 }
 
-glm::vec4 DecodeRotation(std::uint32_t word) {
-    const auto component = [word](int shift) {
-        return static_cast<float>((word >> shift) & 1023U) * 0.00138241798F - 0.707106769F;
-    };
-    const float a = component(0);
-    const float b = component(10);
-    const float c = component(20);
-    const float d = std::sqrt(1.0F - zeb::render::cpu::Saturate(a * a + b * b + c * c));
-    switch (word >> 30) {
-        case 0: return {d, a, b, c};
-        case 1: return {a, d, b, c};
-        case 2: return {a, b, d, c};
-        default: return {a, b, c, d};
-    }
-}
-
-float DecodeOpacity(float encoded, const HalfRange& range) {
-    const float u = ((range.mLow - 0.5F) + encoded * (range.mHigh - range.mLow)) * 0.5F;
-    return zeb::render::cpu::Sign(u) * std::sqrt(std::abs(u)) + 0.5F;
-}
+namespace {
 
 glm::vec4 LoadColorTexel(const SplatBlocks& blocks, std::uint32_t splat) {
     // The low 8 bits of the index walk a tile of 16 by 16 texels in Morton order.
@@ -159,25 +135,26 @@ glm::vec4 LoadColorTexel(const SplatBlocks& blocks, std::uint32_t splat) {
     return blocks.mColor.Load(x, static_cast<std::int64_t>(y) + blocks.mConstants._SplatColorYOffset);
 }
 
-Splat DecodeSplat(const SplatBlocks& blocks, std::uint32_t splat) {
-    const gpu::SplatChunkInfo chunk = LoadChunk(blocks, splat);
-    const bool indexedSH = blocks.SHFormat() > 3;
+}  // namespace
+
+StoredSplat LoadSplat(const SplatBlocks& blocks, std::uint32_t splat) {
+    const std::uint32_t shFormat = blocks.SHFormat();
+    const bool indexedSH = shFormat > 3;
     const std::uint64_t recordSize = 4 + GetVectorSize(blocks.ScaleFormat()) + (indexedSH ? 2 : 0);
     const std::uint64_t record = recordSize * splat;
 
-    Splat result;
-    result.mPosition = DecodePosition(blocks, chunk, splat);
-    result.mRotation = DecodeRotation(Load<std::uint32_t>(blocks.mOther, record));
-    const glm::vec3 scale = LoadVector(blocks.mOther, record + 4, blocks.ScaleFormat());
-    result.mScale = {PowerOf8(HalfRange(chunk.sclX).Map(scale.x)), PowerOf8(HalfRange(chunk.sclY).Map(scale.y)),
-                     PowerOf8(HalfRange(chunk.sclZ).Map(scale.z))};
-    const glm::vec4 texel = LoadColorTexel(blocks, splat);
-    result.mColor = {HalfRange(chunk.colR).Map(texel.x), HalfRange(chunk.colG).Map(texel.y),
-                     HalfRange(chunk.colB).Map(texel.z)};
-    result.mOpacity = DecodeOpacity(texel.w, HalfRange(chunk.colA));
+    StoredSplat stored;
+    stored.mPosition = LoadPosition(blocks, splat);
+    stored.mRotation = Load<std::uint32_t>(blocks.mOther, record);
+    stored.mScale = LoadVector(blocks.mOther, record + 4, blocks.ScaleFormat());
+    stored.mTexel = LoadColorTexel(blocks, splat);
+    stored.mIsSHMapped = shFormat >= 1 && shFormat <= 3;
+    constexpr std::uint64_t kSizes[] = {192, 96, 60, 32};
     const std::uint64_t shRecord = indexedSH ? Load<std::uint16_t>(blocks.mOther, record + recordSize - 2) : splat;
-    DecodeSH(blocks, chunk, shRecord, result.mSH);
-    return result;
+    const std::uint64_t address = shRecord * kSizes[indexedSH ? 1 : shFormat];
+    for (std::uint64_t i = 0; i < kSHCoefficients; ++i)
+        stored.mSH[i] = LoadSHCoefficient(blocks.mSH, address, shFormat, i);
+    return stored;
 }
 
 }  // namespace nimbrel::cpu

@@ -2,15 +2,19 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
 
 #include <glm/vec3.hpp>
 #include <glm/vec4.hpp>
 
+#include "Nimbrel/GaussianSplatAsset.h"
 #include "Nimbrel/ShaderConstants.h"
+#include "Render/CPU/HalfConversion.h"
 #include "Render/CPU/Image.h"
 
-/// Decoders of an asset's packed blocks. Reading beyond a block gives zeros, as raw GPU buffers do.
+/// An asset's packed blocks, and their fields read one splat at a time. Reading beyond a block gives zeros, as raw GPU
+/// buffers do.
 namespace nimbrel::cpu {
 
 inline constexpr int kSHCoefficients = 15;
@@ -29,37 +33,43 @@ struct SplatBlocks {
     std::uint32_t SHFormat() const { return (mConstants._SplatFormat >> 16) & 255U; }
 };
 
-/// Everything of one splat, in asset space.
-struct Splat {
+/// The asset's blocks; its colour texture is not shared.
+SplatBlocks MakeBlocks(const GaussianSplatAsset& asset);
+
+/// A splat's position in asset space.
+glm::vec3 DecodePosition(const SplatBlocks& blocks, std::uint32_t splat);
+
+/// The chunk that a splat is in; zeros for one that the block does not hold whole.
+gpu::SplatChunkInfo LoadChunk(const SplatBlocks& blocks, std::uint32_t splat);
+
+/// A splat's position as stored, 0 to 1 within its chunk's range unless the format holds floats.
+glm::vec3 LoadPosition(const SplatBlocks& blocks, std::uint32_t splat);
+
+/// All fields of a splat as stored: its rotation's word, and numbers before the chunk's ranges.
+struct StoredSplat {
     glm::vec3 mPosition;
-    glm::vec4 mRotation;  ///< quaternion, vector part first
+    std::uint32_t mRotation;
     glm::vec3 mScale;
-    glm::vec3 mColor;  ///< with the constant SH term
-    float mOpacity;
+    glm::vec4 mTexel;  ///< red, green, blue, encoded opacity
+    bool mIsSHMapped;  ///< whether the chunk's ranges apply to the coefficients
     glm::vec3 mSH[kSHCoefficients];
 };
-
-gpu::SplatChunkInfo LoadChunk(const SplatBlocks& blocks, std::uint32_t splat);
-glm::vec3 DecodePosition(const SplatBlocks& blocks, const gpu::SplatChunkInfo& chunk, std::uint32_t splat);
-Splat DecodeSplat(const SplatBlocks& blocks, std::uint32_t splat);
+StoredSplat LoadSplat(const SplatBlocks& blocks, std::uint32_t splat);
 
 /// Least and greatest value of a chunk's range of two halves.
 struct HalfRange {
-    explicit HalfRange(std::uint32_t word);
+    explicit HalfRange(std::uint32_t word)
+        : mLow(zeb::render::cpu::HalfToFloat(static_cast<std::uint16_t>(word & 0xFFFFU))),
+          mHigh(zeb::render::cpu::HalfToFloat(static_cast<std::uint16_t>(word >> 16))) {}
     float mLow;
     float mHigh;
-
-    float Map(float value) const { return mLow + value * (mHigh - mLow); }
 };
 
-/// Raw texel of a splat, before the chunk's ranges: red, green, blue, encoded opacity.
-glm::vec4 LoadColorTexel(const SplatBlocks& blocks, std::uint32_t splat);
-
-/// Quaternion (vector part first) of a rotation word: three components of 10 bits and the place of the
-/// dropped one, which is the largest.
-glm::vec4 DecodeRotation(std::uint32_t word);
-
-/// Opacity 0..1 of an encoded value; the encoding spends more steps around one half's ends.
-float DecodeOpacity(float encoded, const HalfRange& range);
+/// Steps between 0 and 1 of fields of 16, 11, 10, 6 and 5 bits, as the programs hold them.
+inline constexpr float kStep16 = 1.52590219e-05F;
+inline constexpr float kStep11 = 0.000488519785F;
+inline constexpr float kStep10 = 0.000977517106F;
+inline constexpr float kStep6 = 0.0158730168F;
+inline constexpr float kStep5 = 0.0322580636F;
 
 }  // namespace nimbrel::cpu

@@ -1,8 +1,8 @@
 #include <string>
 
+#include "Nimbrel/CPU/CalcDistances.h"
+#include "Nimbrel/CPU/CalcViewData.h"
 #include "Nimbrel/CPU/ExportData.h"
-#include "Nimbrel/CPU/FastCalcDistances.h"
-#include "Nimbrel/CPU/FastCalcViewData.h"
 #include "Nimbrel/CPU/Programs/SplatPrograms.h"
 #include "Nimbrel/CPU/SetIndices.h"
 #include "Nimbrel/ProgramRegisters.h"
@@ -51,7 +51,7 @@ void RunCalcDistances(const Bindings& bindings, const glm::uvec3& groups) {
                                         bindings.Constants<gpu::CalcDistancesConstants>(kCalcDistancesConstants),
                                         bindings.Constants<gpu::NoiseConstants1>(kNoiseConstants)};
     const Words keys = bindings.Write<std::uint32_t>(kSortDistances);
-    ForEachThread(groups, [&](std::uint32_t begin, std::uint32_t end) { FastCalcDistances(inputs, begin, end, keys); });
+    ForEachThread(groups, [&](std::uint32_t begin, std::uint32_t end) { CalcDistances(inputs, begin, end, keys); });
 }
 
 void RunCalcViewData(const Bindings& bindings, const glm::uvec3& groups) {
@@ -61,8 +61,7 @@ void RunCalcViewData(const Bindings& bindings, const glm::uvec3& groups) {
                                        bindings.Constants<gpu::ModelConstants1>(kModelConstants),
                                        bindings.Constants<gpu::NoiseConstants1>(kNoiseConstants)};
     const std::span<gpu::SplatViewData> records = bindings.Write<gpu::SplatViewData>(kViewData);
-    ForEachThread(groups,
-                  [&](std::uint32_t begin, std::uint32_t end) { FastCalcViewData(inputs, begin, end, records); });
+    ForEachThread(groups, [&](std::uint32_t begin, std::uint32_t end) { CalcViewData(inputs, begin, end, records); });
 }
 
 void RunExportData(const Bindings& bindings, const glm::uvec3& groups) {
