@@ -123,6 +123,7 @@ void AddPanelOptions(CLI::App& app, CommandLine& line) {
                    "--panel-slot the slot's number before the name may be left out; repeatable, side by side")
         ->type_name("NAME|ID")
         ->allow_extra_args(false);
+    app.add_flag("--panel-closed", line.mPanelClosed, "draw the groups within those asked for closed");
     app.add_option("--panel-scale", line.mPanelScale, "pixels to a point: 2 for a fine screen")
         ->type_name("1|2")
         ->capture_default_str();
@@ -172,8 +173,8 @@ void Arrange(CLI::App& app, std::size_t from, const std::string& heading) {
 }
 
 void CheckPanel(const CommandLine& line) {
-    if (line.mPanel.empty() && (line.mPanelSlot || !line.mPanelGroups.empty())) {
-        throw UsageError("--panel-slot, --panel-group: expected --panel FILE.png with them");
+    if (line.mPanel.empty() && (line.mPanelSlot || !line.mPanelGroups.empty() || line.mPanelClosed)) {
+        throw UsageError("--panel-slot, --panel-group, --panel-closed: expected --panel FILE.png with them");
     }
     if (!line.mPanel.empty() && !line.mPanel.ends_with(".png")) {
         throw UsageError(fmt::format("--panel: expected a .png file, but it is \"{}\"", line.mPanel));

@@ -35,6 +35,7 @@ struct CommandLine {
     std::vector<std::string> mPanelGroups;  ///< ids or names
     std::optional<int> mPanelSlot;
     int mPanelScale = 1;
+    bool mPanelClosed = false;
     bool mQuiet = false;
     bool mStrict = false;
     bool mNoHostCache = false;

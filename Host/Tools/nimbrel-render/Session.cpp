@@ -262,7 +262,8 @@ void WriteTexts(Host& host, const CommandLine& line) {
 void WritePanel([[maybe_unused]] Host& host, const CommandLine& line, [[maybe_unused]] int frame) {
     if (line.mPanel.empty()) return;
 #ifdef NIMBREL_HAS_PANEL
-    const Frame picture = DrawPanel(host, {line.mPanelGroups, line.mPanelSlot, line.mPanelScale, frame});
+    const Frame picture =
+        DrawPanel(host, {line.mPanelGroups, line.mPanelSlot, line.mPanelScale, frame, line.mPanelClosed});
     WriteWhole(TextPath(line.mPanel), [&](const std::filesystem::path& file) {
         WritePng(file, picture, {AlphaMode::Straight, {}});
     });

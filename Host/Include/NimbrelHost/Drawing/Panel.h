@@ -16,9 +16,10 @@ struct PanelOptions {
     std::optional<int> mSlot{};  ///< show this model slot only, from 1
     int mScale = 1;              ///< pixels to a point
     int mFrame = 0;              ///< whose values are shown
+    bool mClosed = false;        ///< groups within those asked for are closed
 };
 
-/// Draws the effect's panel as a user would find it with all groups open, the custom controls by the effect itself.
+/// Draws the effect's panel as a user would find it, the custom controls by the effect itself.
 /// What is long flows into columns. An opaque 8-bit frame. Main thread. Throws UsageError for a group that isn't there,
 /// EffectError, and std::runtime_error for a picture that is too large.
 Frame DrawPanel(Host& host, const PanelOptions& options);

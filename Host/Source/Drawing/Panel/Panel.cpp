@@ -92,7 +92,7 @@ private:
         if (row.mGroups.empty()) {
             mCanvas.Fill({box.mX + 5, box.mY + 2, box.mWidth - 10, box.mHeight - 4}, {theme::kLine}, 5);
         }
-        DrawTwirl(mCanvas, left, box.MiddleY(), {theme::kMutedText, alpha});
+        DrawTwirl(mCanvas, left, box.MiddleY(), row.mIsClosed, {theme::kMutedText, alpha});
         mCanvas.Text(left + 11, box.MiddleY(), row.mParameter->mName, {theme::kText, alpha}, kGroupStyle);
     }
 

@@ -130,8 +130,11 @@ void DrawControl(Canvas& canvas, Host& host, const Parameter& parameter, const B
     }
 }
 
-void DrawTwirl(Canvas& canvas, double x, double y, const Ink& ink) {
-    canvas.Polyline({{x - 4, y - 2}, {x + 4, y - 2}, {x, y + 3}}, 0, ink);
+void DrawTwirl(Canvas& canvas, double x, double y, bool isClosed, const Ink& ink) {
+    if (isClosed)
+        canvas.Polyline({{x - 2, y - 4}, {x - 2, y + 4}, {x + 3, y}}, 0, ink);
+    else
+        canvas.Polyline({{x - 4, y - 2}, {x + 4, y - 2}, {x, y + 3}}, 0, ink);
 }
 
 void DrawStopwatch(Canvas& canvas, double x, double y, bool isAnimated, double alpha) {

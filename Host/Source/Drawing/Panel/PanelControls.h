@@ -9,8 +9,8 @@ namespace nimbrel::host::panel {
 /// not drawn here.
 void DrawControl(Canvas& canvas, Host& host, const Parameter& parameter, const Box& box, double seconds, double alpha);
 
-/// A group's arrow, opened.
-void DrawTwirl(Canvas& canvas, double x, double y, const Ink& ink);
+/// A group's arrow.
+void DrawTwirl(Canvas& canvas, double x, double y, bool isClosed, const Ink& ink);
 
 /// The sign of what can be animated, lit when it is.
 void DrawStopwatch(Canvas& canvas, double x, double y, bool isAnimated, double alpha);

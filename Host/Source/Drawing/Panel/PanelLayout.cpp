@@ -10,8 +10,8 @@
 namespace nimbrel::host::panel {
 namespace {
 
-constexpr double kAspect = 1.5;       // of many columns
-constexpr int kShortestColumn = 900;  // shorter ones are not split
+constexpr double kAspect = 1.5;        // of many columns
+constexpr int kShortestColumn = 1000;  // shorter ones are not split
 
 bool IsHidden(const Parameter& parameter) {
     return parameter.mIsHidden || (parameter.mDefinition.ui_flags & (PF_PUI_INVISIBLE | PF_PUI_NO_ECW_UI)) != 0;
@@ -69,6 +69,12 @@ const Parameter& FindGroup(const std::vector<Row>& rows, const std::string& name
     throw UsageError(fmt::format("{}: expected a group of controls, but there is no \"{}\"{}", option, name, hint));
 }
 
+/// Leaves what lies in groups below `depth` out; the groups themselves stay, closed.
+void CloseGroups(std::vector<Row>& rows, int depth) {
+    std::erase_if(rows, [depth](const Row& row) { return row.GetDepth() > depth; });
+    for (Row& row : rows) row.mIsClosed = row.IsGroup() && row.GetDepth() == depth;
+}
+
 std::vector<Column> Flow(const std::vector<std::vector<Row>>& sections, int limit) {
     std::vector<Column> columns;
     for (const auto& rows : sections) {
@@ -105,10 +111,14 @@ std::vector<std::vector<Row>> ListRows(Host& host, const PanelOptions& options) 
         const std::string name = fmt::format("Model {}", *options.mSlot);
         rows = Select(rows, found == rows.end() ? FindGroup(rows, name, {}, "--panel-slot") : *found->mParameter);
     }
-    if (options.mGroups.empty()) return {rows};
     std::vector<std::vector<Row>> sections;
+    if (options.mGroups.empty()) sections.push_back(rows);
     for (const std::string& name : options.mGroups) {
         sections.push_back(Select(rows, FindGroup(rows, name, options.mSlot, "--panel-group")));
+    }
+    const bool isWhole = options.mGroups.empty() && !options.mSlot;
+    for (std::vector<Row>& section : sections) {
+        if (options.mClosed && !section.empty()) CloseGroups(section, section.front().GetDepth() + (isWhole ? 0 : 1));
     }
     return sections;
 }

@@ -23,6 +23,7 @@ struct Row {
     std::vector<const Parameter*> mGroups;  ///< around it, outermost first
     int mHeight = kRowHeight;
     int mTop = 0;  ///< in its column
+    bool mIsClosed = false;
 
     bool IsGroup() const;
     int GetDepth() const { return static_cast<int>(mGroups.size()); }
