@@ -8,6 +8,7 @@
 
 #include "FakeHost.h"
 #include "Image.h"
+#include "NimbrelVersion.h"
 
 #undef GetMessage  // a macro of the system's headers
 
@@ -86,6 +87,23 @@ TEST(EffectFile, NeedsOnlyTheSystemsLibraries) {
         EXPECT_EQ(imports.count("kernel32.dll"), 1U) << file;
         for (const std::string& name : imports)
             EXPECT_TRUE(system.count(name) == 1 || name.rfind("api-ms-win-", 0) == 0) << file << " needs " << name;
+    }
+}
+
+TEST(EffectFile, TellsTheSystemItsVersion) {
+    std::string text;
+    for (const char c : std::string("ProductVersion")) text += {c, '\0'};
+    std::string number;
+    for (const char c : std::string(NIMBREL_VERSION)) number += {c, '\0'};
+    for (const char* file : {NIMBREL_EFFECT_FILE, NIMBREL_RENDER_FILE, NIMBREL_MAKE_MODEL_FILE}) {
+        const std::string bytes = Image(file).GetResource(RT_VERSION, 1);
+        // The fixed part has a signature, a version of its own, then the file's version, high words first.
+        const std::size_t fixed = bytes.find("\xBD\x04\xEF\xFE");
+        ASSERT_NE(fixed, std::string::npos) << file;
+        EXPECT_EQ(ReadNumber(bytes, fixed + 8), NIMBREL_VERSION_MAJOR << 16 | NIMBREL_VERSION_MINOR) << file;
+        const std::size_t name = bytes.find(text);
+        ASSERT_NE(name, std::string::npos) << file;
+        EXPECT_NE(bytes.find(number, name), std::string::npos) << file;
     }
 }
 
