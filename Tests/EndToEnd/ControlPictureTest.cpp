@@ -7,10 +7,10 @@
 #include <cstdlib>
 
 #include "ControlSession.h"
-#include "Drawing/Panel/PanelLayout.h"
-#include "NimbrelHost/Drawing/DrawingPicture.h"
-#include "NimbrelHost/Drawing/Panel.h"
 #include "NimbrelHost/Drawing/Theme.h"
+#include "NimbrelHost/Panel/DrawingPicture.h"
+#include "NimbrelHost/Panel/Panel.h"
+#include "Panel/PanelLayout.h"
 #include "PluginBase/Parameters/Custom/Gradient.h"
 #include "PluginBase/Parameters/Custom/Ramp.h"
 

@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "NimbrelHost/Drawing/PointerSession.h"
-#include "NimbrelHost/Parameters/CustomData.h"
+#include "NimbrelHost/Commands/CustomData.h"
+#include "NimbrelHost/User/PointerSession.h"
 #include "Studio.h"
 
 namespace nimbrel::endtoend {

@@ -5,7 +5,7 @@
 
 #include "EffectSettings.h"
 #include "NimbrelHost/Output/RenderJob.h"
-#include "NimbrelHost/Parameters/Settings.h"
+#include "NimbrelHost/User/Settings.h"
 #include "Studio.h"
 
 namespace nimbrel::endtoend {

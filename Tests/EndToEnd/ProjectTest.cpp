@@ -5,7 +5,7 @@
 #include <fstream>
 
 #include "HostInterface/HostInterface.h"
-#include "NimbrelHost/Parameters/Settings.h"
+#include "NimbrelHost/User/Settings.h"
 #include "Studio.h"
 
 namespace nimbrel::endtoend {

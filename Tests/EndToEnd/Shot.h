@@ -10,7 +10,7 @@
 #include <glm/vec3.hpp>
 
 #include "NimbrelHost/Commands/Host.h"
-#include "NimbrelHost/Output/Picture.h"
+#include "NimbrelHost/Pictures/Picture.h"
 #include "NimbrelHost/Scene/Scene.h"
 #include "ReferenceFrame.h"
 

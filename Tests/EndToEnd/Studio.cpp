@@ -4,7 +4,8 @@
 
 #include "NimbrelHost/Output/RenderJob.h"
 #include "NimbrelHost/Parameters/Catalogue.h"
-#include "NimbrelHost/Parameters/Settings.h"
+#include "NimbrelHost/Suites/AddSuites.h"
+#include "NimbrelHost/User/Settings.h"
 
 namespace nimbrel::endtoend {
 namespace {
@@ -34,7 +35,7 @@ Studio::Studio(const host::Json& document, const std::string& name, const Option
         return mPick;
     };
     mHost = std::make_unique<host::Host>(hostOptions, scene.mComposition, scene.mCamera,
-                                         host::Catalogue::Read(NIMBREL_CATALOGUE_FILE));
+                                         host::Catalogue::Read(NIMBREL_CATALOGUE_FILE), host::AddSuites);
     mHost->Start();
     mHost->GetProject().AddNulls(scene.mNulls);
     for (const host::Setting& setting : scene.mSettings) host::ApplySetting(*mHost, setting);

@@ -10,7 +10,7 @@
 #include <glm/vec4.hpp>
 
 #include "NimbrelHost/Commands/Host.h"
-#include "NimbrelHost/Output/Picture.h"
+#include "NimbrelHost/Pictures/Picture.h"
 #include "Shot.h"
 
 namespace nimbrel::endtoend {

@@ -8,6 +8,7 @@
 #include "HostInterface/HostInterface.h"
 #include "HostInterface/NimbrelDeviceSuite.h"
 #include "NimbrelHost/Parameters/Catalogue.h"
+#include "NimbrelHost/Suites/AddSuites.h"
 #include "NimbrelHost/Support/Errors.h"
 #include "Studio.h"
 
@@ -178,7 +179,8 @@ TEST(SuiteFaultOfALife, IsToldAndLeavesNothingBehind) {
         options.mPlugin = NIMBREL_EFFECT_FILE;
         options.mDevice = "cpu";
         options.mStrict = true;
-        host::Host host(options, host::Composition{}, std::nullopt, host::Catalogue::Read(NIMBREL_CATALOGUE_FILE));
+        host::Host host(options, host::Composition{}, std::nullopt, host::Catalogue::Read(NIMBREL_CATALOGUE_FILE),
+                        host::AddSuites);
         host.GetFaults().Arm({number, kCode, "", ""});
         const Outcome outcome = Try([&] {
             host.Start();

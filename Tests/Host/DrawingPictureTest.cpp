@@ -3,7 +3,7 @@
 
 #include "HostInterface/Drawbot.h"
 #include "NimbrelHost/Drawing/CustomUI.h"
-#include "NimbrelHost/Drawing/DrawingPicture.h"
+#include "NimbrelHost/Panel/DrawingPicture.h"
 
 namespace nimbrel::host {
 namespace {

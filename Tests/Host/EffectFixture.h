@@ -6,7 +6,8 @@
 
 #include "NimbrelHost/Commands/Host.h"
 #include "NimbrelHost/Output/RenderJob.h"
-#include "NimbrelHost/Parameters/Settings.h"
+#include "NimbrelHost/Suites/AddSuites.h"
+#include "NimbrelHost/User/Settings.h"
 #include "TestSupport.h"
 
 namespace nimbrel::host {
@@ -21,7 +22,7 @@ public:
         composition.mWidth = 8;
         composition.mHeight = 6;
         const auto catalogue = Catalogue::Read(mFolder.Write("c.json", R"({"parameters": []})"));
-        mHost = std::make_unique<Host>(options, composition, std::nullopt, catalogue);
+        mHost = std::make_unique<Host>(options, composition, std::nullopt, catalogue, AddSuites);
         mHost->Start();
     }
 

@@ -4,9 +4,9 @@
 #include <thread>
 
 #include "EffectFixture.h"
-#include "NimbrelHost/Drawing/PointerSession.h"
-#include "NimbrelHost/Parameters/CustomData.h"
+#include "NimbrelHost/Commands/CustomData.h"
 #include "NimbrelHost/Support/Interrupt.h"
+#include "NimbrelHost/User/PointerSession.h"
 #include "Studio.h"
 #include "TestEffect.h"
 

@@ -6,7 +6,7 @@
 
 #include <gmock/gmock.h>
 
-#include "NimbrelHost/Output/Picture.h"
+#include "NimbrelHost/Pictures/Picture.h"
 #include "NimbrelHost/Support/Text.h"
 #include "TestSupport.h"
 

@@ -1,12 +1,12 @@
 // The panel: which rows it has and where, what its numbers say, and the effect's control among them.
-#include "NimbrelHost/Drawing/Panel.h"
+#include "NimbrelHost/Panel/Panel.h"
 
 #include <gmock/gmock.h>
 
-#include "Drawing/Panel/PanelLayout.h"
-#include "Drawing/Panel/PanelText.h"
 #include "EffectFixture.h"
 #include "NimbrelHost/Drawing/Theme.h"
+#include "Panel/PanelLayout.h"
+#include "Panel/PanelText.h"
 #include "Studio.h"
 
 namespace nimbrel::host {

@@ -1,4 +1,4 @@
-#include "NimbrelHost/Output/Picture.h"
+#include "NimbrelHost/Pictures/Picture.h"
 
 #include <ImfChannelList.h>
 #include <ImfFrameBuffer.h>

@@ -53,13 +53,26 @@ const std::vector<Room> kRooms = {
      "interface misc values parameters render cache frame ae catalogue assets renderer splat-cpu system shaders"},
     // The importer: the model reader and the splat kernels alone; nobody knows it but through the host's interface.
     {"importer", "Import/.*", "interface misc assets splat-cpu cpu"},
+    // The headless host reaches the effect through the host's interface alone. Suites serve what the commands keep; a
+    // user acts through commands.
+    {"host-support", "Host/Support/.*", "system"},
+    {"pictures", "Host/Pictures/.*", "host-support picture-files"},
+    {"scene", "Host/Scene/.*", "host-support"},
+    {"host-parameters", "Host/Parameters/.*", "interface host-support scene"},
+    {"project", "Host/Project/.*", "interface host-support scene host-parameters duktape"},
+    {"drawing", "Host/Drawing/.*", "interface host-support"},
+    {"commands", "Host/Commands/.*", "interface host-support pictures scene host-parameters project drawing system"},
+    {"suites", "Host/Suites/.*", "interface host-support scene host-parameters project drawing commands"},
+    {"user", "Host/User/.*", "interface host-support scene host-parameters project drawing commands"},
+    {"panel", "Host/Panel/.*", "interface host-support pictures scene host-parameters drawing commands user cairo"},
+    {"output", "Host/Output/.*", "host-support pictures scene commands system"},
     // What the options of every program have in common.
     {"program-options", "Host/Program/.*", "command-line"},
-    // The headless host reaches the effect through the host's interface alone.
-    {"host", "Host/(?!Tools/).*", "interface system pictures duktape cairo"},
-    {"render-program", "Host/Tools/nimbrel-render/.*", "host program-options system command-line"},
-    {"model-maker", "Host/Tools/nimbrel-make-model/.*", "host program-options command-line"},
-    {"contact-sheet", "Host/Tools/nimbrel-contact-sheet/.*", "misc host program-options pictures command-line"},
+    {"render-program", "Host/Tools/nimbrel-render/.*",
+     "host-support pictures scene commands suites user panel output program-options system command-line"},
+    {"model-maker", "Host/Tools/nimbrel-make-model/.*", "host-support program-options command-line"},
+    {"contact-sheet", "Host/Tools/nimbrel-contact-sheet/.*",
+     "misc host-support pictures picture-files program-options command-line"},
 };
 
 struct Library {
@@ -77,7 +90,7 @@ const std::vector<Library> kLibraries = {
     {"threads", "(hwy|tbb|oneapi)/.*"},
     {"freetype", "ft2build\\.h"},
     {"duktape", "duktape\\.h"},
-    {"pictures", "png\\.h|Imf.*"},
+    {"picture-files", "png\\.h|Imf.*"},
     {"cairo", "cairo\\.h"},
     {"command-line", "CLI/.*"},
     {"shaders", "Shaders/RegisterShaders\\.h"},

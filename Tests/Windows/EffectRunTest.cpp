@@ -7,7 +7,8 @@
 
 #include "ModelMaker.h"
 #include "NimbrelHost/Output/RenderJob.h"
-#include "NimbrelHost/Parameters/Settings.h"
+#include "NimbrelHost/Suites/AddSuites.h"
+#include "NimbrelHost/User/Settings.h"
 #include "ProcessUsage.h"
 
 namespace nimbrel::test {
@@ -36,7 +37,7 @@ protected:
         host::HostOptions options;
         options.mPlugin = NIMBREL_EFFECT_FILE;
         mHost = std::make_unique<host::Host>(options, scene.mComposition, scene.mCamera,
-                                             host::Catalogue::Read(NIMBREL_CATALOGUE_FILE));
+                                             host::Catalogue::Read(NIMBREL_CATALOGUE_FILE), host::AddSuites);
         mHost->Start();
         for (const host::Setting& setting : scene.mSettings) host::ApplySetting(*mHost, setting);
         host::FitModels(*mHost);

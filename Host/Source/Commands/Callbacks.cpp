@@ -2,8 +2,8 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <new>
 
+#include "Commands/Boundary.h"
 #include "NimbrelHost/Commands/Command.h"
 #include "NimbrelHost/Support/Interrupt.h"
 
@@ -12,17 +12,19 @@
 namespace nimbrel::host {
 namespace {
 
-/// Runs `body` with the command that handed out the reference; no exception may cross into the effect.
+/// Runs `body` with the command that handed out the reference.
 template <class Body>
 PF_Err WithCommand(PF_ProgPtr reference, Body body) noexcept {
-    try {
+    return Answer<PF_Err>(kCommandCodes, "", [&](Host&) -> PF_Err {
         Command* const command = Command::FromReference(reference);
         return command == nullptr ? static_cast<PF_Err>(PF_Err_BAD_CALLBACK_PARAM) : body(*command);
-    } catch (const std::bad_alloc&) {
-        return PF_Err_OUT_OF_MEMORY;
-    } catch (...) {
-        return PF_Err_INTERNAL_STRUCT_DAMAGED;
-    }
+    });
+}
+
+/// Runs `body` with the host's handles.
+template <class Result, class Body>
+Result WithHandles(Body body) noexcept {
+    return Answer<Result>(kCommandCodes, "", [&](Host& host) { return body(host.GetHandles()); });
 }
 
 PF_Err CheckoutParam(PF_ProgPtr reference, PF_ParamIndex index, A_long time, A_long, A_u_long scale,
@@ -88,16 +90,25 @@ double Binary(double x, double y) {
 // Image functions of the table stay null: they belong to older ways of rendering.
 PF_UtilCallbacks MakeUtilCallbacks() {
     PF_UtilCallbacks utils{};
-    utils.host_new_handle = [](A_u_longlong size) -> PF_Handle { return Host::Active().GetHandles().New(size); };
-    utils.host_lock_handle = [](PF_Handle handle) { return Host::Active().GetHandles().Lock(handle); };
-    utils.host_unlock_handle = [](PF_Handle handle) { Host::Active().GetHandles().Unlock(handle); };
-    utils.host_dispose_handle = [](PF_Handle handle) { Host::Active().GetHandles().Dispose(handle); };
-    utils.host_get_handle_size = [](PF_Handle handle) -> A_u_longlong {
-        return Host::Active().GetHandles().GetSize(handle);
+    utils.host_new_handle = [](A_u_longlong size) {
+        return WithHandles<PF_Handle>([&](HandleStore& handles) { return handles.New(size); });
     };
-    utils.host_resize_handle = [](A_u_longlong size, PF_Handle* handle) -> PF_Err {
-        return handle != nullptr && Host::Active().GetHandles().Resize(*handle, size) ? PF_Err_NONE
-                                                                                      : PF_Err_OUT_OF_MEMORY;
+    utils.host_lock_handle = [](PF_Handle handle) {
+        return WithHandles<void*>([&](HandleStore& handles) { return handles.Lock(handle); });
+    };
+    utils.host_unlock_handle = [](PF_Handle handle) {
+        WithHandles<void>([&](HandleStore& handles) { handles.Unlock(handle); });
+    };
+    utils.host_dispose_handle = [](PF_Handle handle) {
+        WithHandles<void>([&](HandleStore& handles) { handles.Dispose(handle); });
+    };
+    utils.host_get_handle_size = [](PF_Handle handle) {
+        return WithHandles<A_u_longlong>([&](HandleStore& handles) { return handles.GetSize(handle); });
+    };
+    utils.host_resize_handle = [](A_u_longlong size, PF_Handle* handle) {
+        return WithHandles<PF_Err>([&](HandleStore& handles) {
+            return handle != nullptr && handles.Resize(*handle, size) ? PF_Err_NONE : PF_Err_OUT_OF_MEMORY;
+        });
     };
     PF_ANSICallbacks& ansi = utils.ansi;
     ansi.atan = Unary<std::atan>;

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "NimbrelHost/Parameters/CustomData.h"
+#include "NimbrelHost/Commands/CustomData.h"
 #include "NimbrelHost/Support/Errors.h"
 #include "NimbrelHost/Support/Interrupt.h"
 

@@ -4,43 +4,35 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <stdexcept>
 
+#include "Commands/Boundary.h"
 #include "NimbrelHost/Commands/Command.h"
-#include "NimbrelHost/Parameters/CustomData.h"
+#include "NimbrelHost/Commands/CustomData.h"
 #include "NimbrelHost/Support/Errors.h"
-#include "Suites/Suites.h"
 
 namespace nimbrel::host {
 namespace {
-
-// Suite functions get no context, so they find the host here.
-std::atomic<Host*> gActive{nullptr};
 
 // A suite that isn't served is no fault: effects try newer ones first and do without.
 SPErr AcquireSuite(const A_char* name, A_long version, const void** suite) {
     if (suite == nullptr) return static_cast<SPErr>(kSPBadParameterError);
     *suite = nullptr;
-    try {
-        Host& host = Host::Active();
+    constexpr FailureCodes codes{static_cast<SPErr>(kSPSuiteNotFoundError), static_cast<SPErr>(kSPSuiteNotFoundError)};
+    return Answer<SPErr>(codes, "", [&](Host& host) -> SPErr {
         if (const auto fault = host.GetFaults().Enter(name == nullptr ? "" : name, "AcquireSuite")) return fault;
         *suite = host.GetSuites().Acquire(name, version);
-    } catch (...) {
-        *suite = nullptr;
-    }
-    return *suite == nullptr ? static_cast<SPErr>(kSPSuiteNotFoundError) : static_cast<SPErr>(kSPNoError);
+        return static_cast<SPErr>(*suite == nullptr ? kSPSuiteNotFoundError : kSPNoError);
+    });
 }
 
 SPErr ReleaseSuite(const A_char* name, A_long version) {
-    try {
-        Host& host = Host::Active();
+    constexpr FailureCodes codes{static_cast<SPErr>(kSPBadParameterError), static_cast<SPErr>(kSPBadParameterError)};
+    return Answer<SPErr>(codes, "", [&](Host& host) -> SPErr {
         if (host.GetSuites().Release(name, version)) return static_cast<SPErr>(kSPNoError);
         host.GetDiagnostics().Report(
             fmt::format("suite released without being held: {} {}", name == nullptr ? "" : name, version));
-    } catch (...) {
-        // Answered below like any other suite that isn't held.
-    }
-    return static_cast<SPErr>(kSPBadParameterError);
+        return codes.mOther;
+    });
 }
 
 SPBoolean IsEqual(const A_char* a, const A_char* b) { return a == b || (a && b && std::strcmp(a, b) == 0) ? 1 : 0; }
@@ -65,31 +57,16 @@ SPErr Undefined() { return static_cast<SPErr>(kSPBadParameterError); }
 }  // namespace
 
 Host::Host(HostOptions options, const Composition& composition, const std::optional<Camera>& camera,
-           Catalogue catalogue)
-    : mOptions(std::move(options)),
+           Catalogue catalogue, AddSuitesFunction addSuites)
+    : mDoor(std::make_unique<OpenDoor>(*this)),
+      mOptions(std::move(options)),
       mCatalogue(std::move(catalogue)),
       mTimeBase(MakeTimeBase(composition.mFrameRate)),
       mCache(mDiagnostics, mOptions.mCacheLimit),
       mProject(composition, camera) {
-    Host* none = nullptr;
-    if (!gActive.compare_exchange_strong(none, this)) throw std::logic_error("a process has one effect host at a time");
     // All tables stand before the library loads: its registration may ask for suites already.
     mBasicSuite = {AcquireSuite, ReleaseSuite, IsEqual, AllocateBlock, FreeBlock, ReallocateBlock, Undefined};
-    AddEffectSuites(mSuites);
-    AddAppSuite(mSuites);
-    AddCustomUISuite(mSuites);
-    AddDrawbotSuites(mSuites);
-    AddPFInterfaceSuite(mSuites);
-    AddLayerSuite(mSuites);
-    AddStreamSuites(mSuites);
-    AddDynamicStreamSuite(mSuites);
-    AddUtilitySuites(mSuites);
-    AddItemSuites(mSuites);
-    AddProjectSuites(mSuites);
-    AddMemorySuite(mSuites);
-    if (mOptions.mServeComputeCache) AddComputeCacheSuite(mSuites);
-    if (mOptions.mServeHash) AddHashSuite(mSuites);
-    AddDeviceSuite(mSuites);
+    addSuites(mSuites, mOptions);
 }
 
 Host::~Host() {
@@ -99,13 +76,6 @@ Host::~Host() {
         // The effect has been told everything it can be told.
         // A failure to go down has nobody to hear of it any more.
     }
-    gActive = nullptr;
-}
-
-Host& Host::Active() {
-    Host* const host = gActive;
-    if (host == nullptr) throw std::logic_error("no effect host is active");
-    return *host;
 }
 
 void Host::StartGlobal() {
@@ -179,6 +149,14 @@ void Host::ReportLeaks() {
     report(mCustomUI.GetObjects().Count(), "pens, brushes, paths, images or fonts");
     report(mCache.CountClasses(), "compute cache classes");
     for (const std::string& suite : mSuites.ListHeld()) mDiagnostics.Report("the effect did not release " + suite);
+}
+
+void Host::Dispose(const Parameter& parameter, PF_Handle value) {
+    try {
+        DisposeCustom(*this, parameter, value);
+    } catch (const std::exception& exception) {
+        mDiagnostics.Report(exception.what());
+    }
 }
 
 bool Host::SupportsThreads() const { return (mOutFlags2 & PF_OutFlag2_SUPPORTS_THREADED_RENDERING) != 0; }

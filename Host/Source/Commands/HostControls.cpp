@@ -1,10 +1,10 @@
 #include <fmt/format.h>
 
+#include "Commands/ParameterRecords.h"
 #include "NimbrelHost/Commands/Command.h"
 #include "NimbrelHost/Commands/Host.h"
 #include "NimbrelHost/Project/Expression.h"
 #include "NimbrelHost/Project/ScriptEngine.h"
-#include "Parameters/ParameterRecords.h"
 
 // What the user does with the effect's controls: the commands that carry all values at once.
 

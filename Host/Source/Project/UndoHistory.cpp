@@ -3,9 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "NimbrelHost/Commands/Host.h"
-#include "NimbrelHost/Parameters/CustomData.h"
-
 namespace nimbrel::host {
 namespace {
 
@@ -66,7 +63,7 @@ void UndoHistory::Keep(Layer& layer) {
 }
 
 void UndoHistory::KeepLists() {
-    if (mCurrent && !mCurrent->mLists) mCurrent->mLists = mHost.GetProject().GetLists();
+    if (mCurrent && !mCurrent->mLists) mCurrent->mLists = mProject.GetLists();
 }
 
 void UndoHistory::CountEffectChange() {
@@ -82,9 +79,8 @@ void UndoHistory::Swap(Step& step) {
     }
     for (auto& [layer, state] : step.mLayers) std::swap(*layer, state);
     if (!step.mLists) return;
-    Project& project = mHost.GetProject();
-    const Project::Lists now = project.GetLists();
-    project.SetLists(*step.mLists);
+    const Project::Lists now = mProject.GetLists();
+    mProject.SetLists(*step.mLists);
     step.mLists = now;
 }
 
@@ -129,11 +125,7 @@ bool UndoHistory::IsHeld(PF_Handle custom) const {
 
 void UndoHistory::Release(const Parameter& parameter, PF_Handle custom) {
     if (custom == nullptr || Holds(parameter.mValue, custom) || IsHeld(custom)) return;
-    try {
-        DisposeCustom(mHost, parameter, custom);
-    } catch (const std::exception& exception) {
-        mHost.GetDiagnostics().Report(exception.what());
-    }
+    mDispose(parameter, custom);
 }
 
 void UndoHistory::Drop(std::vector<Step>& steps) {

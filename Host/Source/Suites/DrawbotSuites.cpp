@@ -13,160 +13,138 @@ namespace {
 
 constexpr float kDefaultFontSize = 11;
 
-SPErr GetSupplier(DRAWBOT_DrawRef reference, DRAWBOT_SupplierRef* supplier) {
-    return Drawn("GetSupplier", [&] {
-        Surface(CustomUI::Role::Draw, reference);
-        Need(supplier);
-        *supplier = static_cast<DRAWBOT_SupplierRef>(TheUI().GetReference(CustomUI::Role::Supplier));
-    });
+void GetSupplier(Host& host, DRAWBOT_DrawRef reference, DRAWBOT_SupplierRef* supplier) {
+    Surface(host, CustomUI::Role::Draw, reference);
+    Need(supplier);
+    *supplier = static_cast<DRAWBOT_SupplierRef>(host.GetCustomUI().GetReference(CustomUI::Role::Supplier));
 }
 
-SPErr GetSurface(DRAWBOT_DrawRef reference, DRAWBOT_SurfaceRef* surface) {
-    return Drawn("GetSurface", [&] {
-        Surface(CustomUI::Role::Draw, reference);
-        Need(surface);
-        *surface = static_cast<DRAWBOT_SurfaceRef>(TheUI().GetReference(CustomUI::Role::Surface));
-    });
+void GetSurface(Host& host, DRAWBOT_DrawRef reference, DRAWBOT_SurfaceRef* surface) {
+    Surface(host, CustomUI::Role::Draw, reference);
+    Need(surface);
+    *surface = static_cast<DRAWBOT_SurfaceRef>(host.GetCustomUI().GetReference(CustomUI::Role::Surface));
 }
 
 /// Makes an object and hands its reference out, which holds one count.
 template <class Value, class Reference>
-SPErr Make(const char* function, DRAWBOT_SupplierRef supplier, Reference* reference, Value value) {
-    return Drawn(function, [&] {
-        Surface(CustomUI::Role::Supplier, supplier);
-        Need(reference);
-        auto object = std::make_unique<DrawingObject>(DrawingObject{std::move(value)});
-        *reference = reinterpret_cast<Reference>(TheUI().GetObjects().Add(std::move(object)));
-    });
+void Make(Host& host, DRAWBOT_SupplierRef supplier, Reference* reference, Value value) {
+    Surface(host, CustomUI::Role::Supplier, supplier);
+    Need(reference);
+    auto object = std::make_unique<DrawingObject>(DrawingObject{std::move(value)});
+    *reference = reinterpret_cast<Reference>(host.GetCustomUI().GetObjects().Add(std::move(object)));
 }
 
-SPErr NewPen(DRAWBOT_SupplierRef supplier, const DRAWBOT_ColorRGBA* color, float size, DRAWBOT_PenRef* pen) {
-    if (color == nullptr || !(size >= 0) || !std::isfinite(size)) return Refuse("NewPen", "a colour and a width");
-    return Make("NewPen", supplier, pen, DrawingPen{ReadColor(*color), size, {}});
+void NewPen(Host& host, DRAWBOT_SupplierRef supplier, const DRAWBOT_ColorRGBA* color, float size, DRAWBOT_PenRef* pen) {
+    if (color == nullptr || !(size >= 0) || !std::isfinite(size)) throw DrawbotError("a colour and a width");
+    Make(host, supplier, pen, DrawingPen{ReadColor(*color), size, {}});
 }
 
-SPErr NewBrush(DRAWBOT_SupplierRef supplier, const DRAWBOT_ColorRGBA* color, DRAWBOT_BrushRef* brush) {
-    if (color == nullptr) return Refuse("NewBrush", "a colour");
-    return Make("NewBrush", supplier, brush, DrawingBrush{ReadColor(*color)});
+void NewBrush(Host& host, DRAWBOT_SupplierRef supplier, const DRAWBOT_ColorRGBA* color, DRAWBOT_BrushRef* brush) {
+    if (color == nullptr) throw DrawbotError("a colour");
+    Make(host, supplier, brush, DrawingBrush{ReadColor(*color)});
 }
 
-SPErr GetDefaultFontSize(DRAWBOT_SupplierRef supplier, float* size) {
-    return Drawn("GetDefaultFontSize", [&] {
-        Surface(CustomUI::Role::Supplier, supplier);
-        Need(size);
-        *size = kDefaultFontSize;
-    });
+void GetDefaultFontSize(Host& host, DRAWBOT_SupplierRef supplier, float* size) {
+    Surface(host, CustomUI::Role::Supplier, supplier);
+    Need(size);
+    *size = kDefaultFontSize;
 }
 
-SPErr NewDefaultFont(DRAWBOT_SupplierRef supplier, float size, DRAWBOT_FontRef* font) {
-    if (!(size > 0) || size > 1000) return Refuse("NewDefaultFont", "a size from above 0 to 1000");
-    return Make("NewDefaultFont", supplier, font, DrawingFont{size});
+void NewDefaultFont(Host& host, DRAWBOT_SupplierRef supplier, float size, DRAWBOT_FontRef* font) {
+    if (!(size > 0) || size > 1000) throw DrawbotError("a size from above 0 to 1000");
+    Make(host, supplier, font, DrawingFont{size});
 }
 
-SPErr NewPath(DRAWBOT_SupplierRef supplier, DRAWBOT_PathRef* path) {
-    return Make("NewPath", supplier, path, DrawingPath{});
+void NewPath(Host& host, DRAWBOT_SupplierRef supplier, DRAWBOT_PathRef* path) {
+    Make(host, supplier, path, DrawingPath{});
 }
 
-SPErr NewImageFromBuffer(DRAWBOT_SupplierRef supplier, A_long width, A_long height, A_long rowBytes, A_long layout,
-                         const void* pixels, DRAWBOT_ImageRef* reference) {
-    constexpr const char* function = "NewImageFromBuffer";
+void NewImageFromBuffer(Host& host, DRAWBOT_SupplierRef supplier, A_long width, A_long height, A_long rowBytes,
+                        A_long layout, const void* pixels, DRAWBOT_ImageRef* reference) {
     std::shared_ptr<DrawingImage> image = ReadImage(width, height, rowBytes, layout, pixels);
     if (image == nullptr) {
-        return Refuse(function, fmt::format("pixels of a size and layout that it knows, not {} x {} in layout {} with "
-                                            "rows of {} bytes",
-                                            width, height, layout, rowBytes));
+        throw DrawbotError(
+            fmt::format("pixels of a size and layout that it knows, not {} x {} in layout {} with "
+                        "rows of {} bytes",
+                        width, height, layout, rowBytes));
     }
-    return Make(function, supplier, reference, std::move(image));
+    Make(host, supplier, reference, std::move(image));
 }
 
 /// Answers of the supplier that are yes or no.
 template <bool (*Answer)(const DrawingSurface&)>
-SPErr Ask(DRAWBOT_SupplierRef supplier, A_Boolean* answer) {
-    return Drawn("a question to the supplier", [&] {
-        const DrawingSurface& surface = Surface(CustomUI::Role::Supplier, supplier);
-        Need(answer);
-        *answer = Answer(surface) ? 1 : 0;
-    });
+void Ask(Host& host, DRAWBOT_SupplierRef supplier, A_Boolean* answer) {
+    const DrawingSurface& surface = Surface(host, CustomUI::Role::Supplier, supplier);
+    Need(answer);
+    *answer = Answer(surface) ? 1 : 0;
 }
 
 bool Yes(const DrawingSurface&) { return true; }
 bool PrefersArgb(const DrawingSurface& surface) { return surface.PrefersArgb(); }
 bool PrefersBgra(const DrawingSurface& surface) { return !surface.PrefersArgb(); }
 
-SPErr RetainObject(DRAWBOT_ObjectRef reference) {
-    return Drawn("RetainObject", [&] { ++Object(reference).mReferences; });
+void RetainObject(Host& host, DRAWBOT_ObjectRef reference) { ++Object(host, reference).mReferences; }
+
+void ReleaseObject(Host& host, DRAWBOT_ObjectRef reference) {
+    if (--Object(host, reference).mReferences == 0) host.GetCustomUI().GetObjects().Take(reference);
 }
 
-SPErr ReleaseObject(DRAWBOT_ObjectRef reference) {
-    return Drawn("ReleaseObject", [&] {
-        if (--Object(reference).mReferences == 0) TheUI().GetObjects().Take(reference);
-    });
+void AddStep(Host& host, DRAWBOT_PathRef path, DrawingPath::Verb verb, std::array<glm::vec2, 3> points) {
+    auto& steps = Get<DrawingPath>(host, path).mSteps;
+    // A line needs somewhere to come from.
+    const bool continues = verb == DrawingPath::Verb::Line || verb == DrawingPath::Verb::Bezier;
+    if (continues && steps.empty()) throw DrawbotError("a path that has begun");
+    steps.push_back({verb, points});
 }
 
-SPErr AddStep(const char* function, DRAWBOT_PathRef path, DrawingPath::Verb verb, std::array<glm::vec2, 3> points) {
-    return Drawn(function, [&] {
-        auto& steps = Get<DrawingPath>(path).mSteps;
-        // A line needs somewhere to come from.
-        const bool continues = verb == DrawingPath::Verb::Line || verb == DrawingPath::Verb::Bezier;
-        if (continues && steps.empty()) throw DrawbotError("a path that has begun");
-        steps.push_back({verb, points});
-    });
+void MoveTo(Host& host, DRAWBOT_PathRef path, float x, float y) {
+    AddStep(host, path, DrawingPath::Verb::Move, {{{x, y}, {}, {}}});
 }
 
-SPErr MoveTo(DRAWBOT_PathRef path, float x, float y) {
-    return AddStep("MoveTo", path, DrawingPath::Verb::Move, {{{x, y}, {}, {}}});
+void LineTo(Host& host, DRAWBOT_PathRef path, float x, float y) {
+    AddStep(host, path, DrawingPath::Verb::Line, {{{x, y}, {}, {}}});
 }
 
-SPErr LineTo(DRAWBOT_PathRef path, float x, float y) {
-    return AddStep("LineTo", path, DrawingPath::Verb::Line, {{{x, y}, {}, {}}});
+void BezierTo(Host& host, DRAWBOT_PathRef path, const DRAWBOT_PointF32* first, const DRAWBOT_PointF32* second,
+              const DRAWBOT_PointF32* end) {
+    if (first == nullptr || second == nullptr || end == nullptr) throw DrawbotError("three points");
+    AddStep(host, path, DrawingPath::Verb::Bezier, {{{first->x, first->y}, {second->x, second->y}, {end->x, end->y}}});
 }
 
-SPErr BezierTo(DRAWBOT_PathRef path, const DRAWBOT_PointF32* first, const DRAWBOT_PointF32* second,
-               const DRAWBOT_PointF32* end) {
-    if (first == nullptr || second == nullptr || end == nullptr) return Refuse("BezierTo", "three points");
-    return AddStep("BezierTo", path, DrawingPath::Verb::Bezier,
-                   {{{first->x, first->y}, {second->x, second->y}, {end->x, end->y}}});
-}
-
-SPErr AddRect(DRAWBOT_PathRef path, const DRAWBOT_RectF32* rect) {
-    if (rect == nullptr) return Refuse("AddRect", "a rectangle");
+void AddRect(Host& host, DRAWBOT_PathRef path, const DRAWBOT_RectF32* rect) {
+    if (rect == nullptr) throw DrawbotError("a rectangle");
     const DrawingRect read = ReadRect(*rect);
-    return AddStep("AddRect", path, DrawingPath::Verb::Rect,
-                   {{{read.mLeft, read.mTop}, {read.mWidth, read.mHeight}, {}}});
+    AddStep(host, path, DrawingPath::Verb::Rect, {{{read.mLeft, read.mTop}, {read.mWidth, read.mHeight}, {}}});
 }
 
-SPErr AddArc(DRAWBOT_PathRef path, const DRAWBOT_PointF32* center, float radius, float start, float sweep) {
-    if (center == nullptr || !(radius >= 0)) return Refuse("AddArc", "a centre and a radius");
-    return AddStep("AddArc", path, DrawingPath::Verb::Arc, {{{center->x, center->y}, {radius, 0}, {start, sweep}}});
+void AddArc(Host& host, DRAWBOT_PathRef path, const DRAWBOT_PointF32* center, float radius, float start, float sweep) {
+    if (center == nullptr || !(radius >= 0)) throw DrawbotError("a centre and a radius");
+    AddStep(host, path, DrawingPath::Verb::Arc, {{{center->x, center->y}, {radius, 0}, {start, sweep}}});
 }
 
-SPErr Close(DRAWBOT_PathRef path) { return AddStep("Close", path, DrawingPath::Verb::Close, {}); }
+void Close(Host& host, DRAWBOT_PathRef path) { AddStep(host, path, DrawingPath::Verb::Close, {}); }
 
-SPErr SetDashPattern(DRAWBOT_PenRef pen, const float* dashes, A_long count) {
-    return Drawn("SetDashPattern", [&] {
-        DrawingPen& found = Get<DrawingPen>(pen);
-        if (count < 0 || count > 64 || (count > 0 && dashes == nullptr)) throw DrawbotError("at most 64 lengths");
-        std::vector<float> lengths(dashes, dashes + count);
-        float sum = 0;
-        for (const float length : lengths) {
-            if (!(length >= 0)) throw DrawbotError("lengths of 0 or more");
-            sum += length;
-        }
-        if (count > 0 && sum == 0) throw DrawbotError("a length above 0");
-        found.mDashes = std::move(lengths);
-    });
+void SetDashPattern(Host& host, DRAWBOT_PenRef pen, const float* dashes, A_long count) {
+    DrawingPen& found = Get<DrawingPen>(host, pen);
+    if (count < 0 || count > 64 || (count > 0 && dashes == nullptr)) throw DrawbotError("at most 64 lengths");
+    std::vector<float> lengths(dashes, dashes + count);
+    float sum = 0;
+    for (const float length : lengths) {
+        if (!(length >= 0)) throw DrawbotError("lengths of 0 or more");
+        sum += length;
+    }
+    if (count > 0 && sum == 0) throw DrawbotError("a length above 0");
+    found.mDashes = std::move(lengths);
 }
 
-SPErr SetScaleFactor(DRAWBOT_ImageRef image, float scale) {
-    return Drawn("SetScaleFactor", [&] {
-        if (!(scale > 0)) throw DrawbotError("a scale above 0");
-        Get<std::shared_ptr<DrawingImage>>(image)->mScale = scale;
-    });
+void SetScaleFactor(Host& host, DRAWBOT_ImageRef image, float scale) {
+    if (!(scale > 0)) throw DrawbotError("a scale above 0");
+    Get<std::shared_ptr<DrawingImage>>(host, image)->mScale = scale;
 }
 
 const DRAWBOT_DrawbotSuite1& MakeDrawTable() {
     static const DRAWBOT_DrawbotSuite1 made = [] {
-        auto table = MakeTable<DRAWBOT_DrawbotSuite1>(kDRAWBOT_DrawSuite);
+        auto table = MakeTable<DRAWBOT_DrawbotSuite1>(kDRAWBOT_DrawSuite, kDrawingCodes);
         NIMBREL_SERVE(table, GetSupplier, GetSupplier);
         NIMBREL_SERVE(table, GetSurface, GetSurface);
         return table;
@@ -176,7 +154,7 @@ const DRAWBOT_DrawbotSuite1& MakeDrawTable() {
 
 const DRAWBOT_SupplierSuite1& MakeSupplierTable() {
     static const DRAWBOT_SupplierSuite1 made = [] {
-        auto table = MakeTable<DRAWBOT_SupplierSuite1>(kDRAWBOT_SupplierSuite);
+        auto table = MakeTable<DRAWBOT_SupplierSuite1>(kDRAWBOT_SupplierSuite, kDrawingCodes);
         NIMBREL_SERVE(table, NewPen, NewPen);
         NIMBREL_SERVE(table, NewBrush, NewBrush);
         NIMBREL_SERVE(table, SupportsText, Ask<Yes>);
@@ -197,7 +175,7 @@ const DRAWBOT_SupplierSuite1& MakeSupplierTable() {
 
 const DRAWBOT_PathSuite1& MakePathTable() {
     static const DRAWBOT_PathSuite1 made = [] {
-        auto table = MakeTable<DRAWBOT_PathSuite1>(kDRAWBOT_PathSuite);
+        auto table = MakeTable<DRAWBOT_PathSuite1>(kDRAWBOT_PathSuite, kDrawingCodes);
         NIMBREL_SERVE(table, MoveTo, MoveTo);
         NIMBREL_SERVE(table, LineTo, LineTo);
         NIMBREL_SERVE(table, BezierTo, BezierTo);
@@ -213,12 +191,12 @@ const DRAWBOT_PathSuite1& MakePathTable() {
 
 void AddDrawbotSuites(SuiteRegistry& suites) {
     static const DRAWBOT_PenSuite1 pen = [] {
-        auto table = MakeTable<DRAWBOT_PenSuite1>(kDRAWBOT_PenSuite);
+        auto table = MakeTable<DRAWBOT_PenSuite1>(kDRAWBOT_PenSuite, kDrawingCodes);
         NIMBREL_SERVE(table, SetDashPattern, SetDashPattern);
         return table;
     }();
     static const DRAWBOT_ImageSuite1 image = [] {
-        auto table = MakeTable<DRAWBOT_ImageSuite1>(kDRAWBOT_ImageSuite);
+        auto table = MakeTable<DRAWBOT_ImageSuite1>(kDRAWBOT_ImageSuite, kDrawingCodes);
         NIMBREL_SERVE(table, SetScaleFactor, SetScaleFactor);
         return table;
     }();

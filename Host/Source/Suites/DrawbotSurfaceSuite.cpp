@@ -10,40 +10,35 @@
 namespace nimbrel::host {
 namespace {
 
-SPErr PushStateStack(DRAWBOT_SurfaceRef reference) {
-    return OnSurface("PushStateStack", reference, [](DrawingSurface& surface) { surface.Push(); });
+void PushStateStack(Host& host, DRAWBOT_SurfaceRef reference) {
+    Surface(host, CustomUI::Role::Surface, reference).Push();
 }
 
-SPErr PopStateStack(DRAWBOT_SurfaceRef reference) {
-    return OnSurface("PopStateStack", reference, [](DrawingSurface& surface) {
-        if (!surface.Pop()) throw DrawbotError("a state that was pushed");
-    });
+void PopStateStack(Host& host, DRAWBOT_SurfaceRef reference) {
+    DrawingSurface& surface = Surface(host, CustomUI::Role::Surface, reference);
+    if (!surface.Pop()) throw DrawbotError("a state that was pushed");
 }
 
-SPErr PaintRect(DRAWBOT_SurfaceRef reference, const DRAWBOT_ColorRGBA* color, const DRAWBOT_RectF32* rect) {
-    return OnSurface("PaintRect", reference, [&](DrawingSurface& surface) {
-        Need(color);
-        Need(rect);
-        const DrawingPath path{
-            {{DrawingPath::Verb::Rect, {{{rect->left, rect->top}, {rect->width, rect->height}, {}}}}}};
-        surface.Add(FillCall{path, ReadColor(*color), false});
-    });
+void PaintRect(Host& host, DRAWBOT_SurfaceRef reference, const DRAWBOT_ColorRGBA* color, const DRAWBOT_RectF32* rect) {
+    DrawingSurface& surface = Surface(host, CustomUI::Role::Surface, reference);
+    Need(color);
+    Need(rect);
+    const DrawingPath path{{{DrawingPath::Verb::Rect, {{{rect->left, rect->top}, {rect->width, rect->height}, {}}}}}};
+    surface.Add(FillCall{path, ReadColor(*color), false});
 }
 
-SPErr FillPath(DRAWBOT_SurfaceRef reference, DRAWBOT_BrushRef brush, DRAWBOT_PathRef path, A_long fillType) {
-    return OnSurface("FillPath", reference, [&](DrawingSurface& surface) {
-        const bool known = fillType == kDRAWBOT_FillType_EvenOdd || fillType == kDRAWBOT_FillType_Winding;
-        if (!known) throw DrawbotError("a fill type from 0 to 1");
-        surface.Add(
-            FillCall{Get<DrawingPath>(path), Get<DrawingBrush>(brush).mColor, fillType == kDRAWBOT_FillType_Winding});
-    });
+void FillPath(Host& host, DRAWBOT_SurfaceRef reference, DRAWBOT_BrushRef brush, DRAWBOT_PathRef path, A_long fillType) {
+    DrawingSurface& surface = Surface(host, CustomUI::Role::Surface, reference);
+    const bool known = fillType == kDRAWBOT_FillType_EvenOdd || fillType == kDRAWBOT_FillType_Winding;
+    if (!known) throw DrawbotError("a fill type from 0 to 1");
+    surface.Add(FillCall{Get<DrawingPath>(host, path), Get<DrawingBrush>(host, brush).mColor,
+                         fillType == kDRAWBOT_FillType_Winding});
 }
 
-SPErr StrokePath(DRAWBOT_SurfaceRef reference, DRAWBOT_PenRef penReference, DRAWBOT_PathRef path) {
-    return OnSurface("StrokePath", reference, [&](DrawingSurface& surface) {
-        const DrawingPen& pen = Get<DrawingPen>(penReference);
-        surface.Add(StrokeCall{Get<DrawingPath>(path), pen.mColor, pen.mWidth, pen.mDashes});
-    });
+void StrokePath(Host& host, DRAWBOT_SurfaceRef reference, DRAWBOT_PenRef penReference, DRAWBOT_PathRef path) {
+    DrawingSurface& surface = Surface(host, CustomUI::Role::Surface, reference);
+    const DrawingPen& pen = Get<DrawingPen>(host, penReference);
+    surface.Add(StrokeCall{Get<DrawingPath>(host, path), pen.mColor, pen.mWidth, pen.mDashes});
 }
 
 DrawingRect ReadRect(const DRAWBOT_Rect32& rect) {
@@ -51,110 +46,100 @@ DrawingRect ReadRect(const DRAWBOT_Rect32& rect) {
             static_cast<float>(rect.height)};
 }
 
-SPErr Clip(DRAWBOT_SurfaceRef reference, DRAWBOT_SupplierRef supplier, const DRAWBOT_Rect32* rect) {
-    return OnSurface("Clip", reference, [&](DrawingSurface& surface) {
-        Surface(CustomUI::Role::Supplier, supplier);
-        Need(rect);
-        surface.Clip(ReadRect(*rect));
-    });
+void Clip(Host& host, DRAWBOT_SurfaceRef reference, DRAWBOT_SupplierRef supplier, const DRAWBOT_Rect32* rect) {
+    DrawingSurface& surface = Surface(host, CustomUI::Role::Surface, reference);
+    Surface(host, CustomUI::Role::Supplier, supplier);
+    Need(rect);
+    surface.Clip(ReadRect(*rect));
 }
 
 // Whole numbers, outwards, so that what is left out is certainly not seen.
-SPErr GetClipBounds(DRAWBOT_SurfaceRef reference, DRAWBOT_Rect32* rect) {
-    return OnSurface("GetClipBounds", reference, [&](DrawingSurface& surface) {
-        Need(rect);
-        const DrawingRect clip = surface.GetClip();
-        const auto left = static_cast<A_long>(std::floor(clip.mLeft)), top = static_cast<A_long>(std::floor(clip.mTop));
-        *rect = {left, top, static_cast<A_long>(std::ceil(clip.mLeft + clip.mWidth)) - left,
-                 static_cast<A_long>(std::ceil(clip.mTop + clip.mHeight)) - top};
-    });
+void GetClipBounds(Host& host, DRAWBOT_SurfaceRef reference, DRAWBOT_Rect32* rect) {
+    DrawingSurface& surface = Surface(host, CustomUI::Role::Surface, reference);
+    Need(rect);
+    const DrawingRect clip = surface.GetClip();
+    const auto left = static_cast<A_long>(std::floor(clip.mLeft)), top = static_cast<A_long>(std::floor(clip.mTop));
+    *rect = {left, top, static_cast<A_long>(std::ceil(clip.mLeft + clip.mWidth)) - left,
+             static_cast<A_long>(std::ceil(clip.mTop + clip.mHeight)) - top};
 }
 
-SPErr IsWithinClipBounds(DRAWBOT_SurfaceRef reference, const DRAWBOT_Rect32* rect, A_Boolean* within) {
-    return OnSurface("IsWithinClipBounds", reference, [&](DrawingSurface& surface) {
-        Need(rect);
-        Need(within);
-        const DrawingRect clip = surface.GetClip(), asked = ReadRect(*rect);
-        const bool inside = asked.mLeft >= clip.mLeft && asked.mTop >= clip.mTop &&
-                            asked.mLeft + asked.mWidth <= clip.mLeft + clip.mWidth &&
-                            asked.mTop + asked.mHeight <= clip.mTop + clip.mHeight;
-        *within = inside ? 1 : 0;
-    });
+void IsWithinClipBounds(Host& host, DRAWBOT_SurfaceRef reference, const DRAWBOT_Rect32* rect, A_Boolean* within) {
+    DrawingSurface& surface = Surface(host, CustomUI::Role::Surface, reference);
+    Need(rect);
+    Need(within);
+    const DrawingRect clip = surface.GetClip(), asked = ReadRect(*rect);
+    const bool inside = asked.mLeft >= clip.mLeft && asked.mTop >= clip.mTop &&
+                        asked.mLeft + asked.mWidth <= clip.mLeft + clip.mWidth &&
+                        asked.mTop + asked.mHeight <= clip.mTop + clip.mHeight;
+    *within = inside ? 1 : 0;
 }
 
 // Rows of the record are for row vectors, like all matrices of the interface: the same memory as columns for columns.
-SPErr Transform(DRAWBOT_SurfaceRef reference, const DRAWBOT_MatrixF32* matrix) {
-    return OnSurface("Transform", reference, [&](DrawingSurface& surface) {
-        Need(matrix);
-        const glm::mat3 columns = glm::make_mat3(&matrix->mat[0][0]);
-        const bool isAffine = columns[0][2] == 0 && columns[1][2] == 0 && columns[2][2] == 1;
-        if (!isAffine || glm::determinant(columns) == 0) throw DrawbotError("an affine transform that can be undone");
-        surface.Transform(columns);
-    });
+void Transform(Host& host, DRAWBOT_SurfaceRef reference, const DRAWBOT_MatrixF32* matrix) {
+    DrawingSurface& surface = Surface(host, CustomUI::Role::Surface, reference);
+    Need(matrix);
+    const glm::mat3 columns = glm::make_mat3(&matrix->mat[0][0]);
+    const bool isAffine = columns[0][2] == 0 && columns[1][2] == 0 && columns[2][2] == 1;
+    if (!isAffine || glm::determinant(columns) == 0) throw DrawbotError("an affine transform that can be undone");
+    surface.Transform(columns);
 }
 
-SPErr DrawString(DRAWBOT_SurfaceRef reference, DRAWBOT_BrushRef brush, DRAWBOT_FontRef font,
-                 const DRAWBOT_UTF16Char* text, const DRAWBOT_PointF32* origin, A_long alignment, A_long truncation,
-                 float width) {
-    return OnSurface("DrawString", reference, [&](DrawingSurface& surface) {
-        Need(text);
-        Need(origin);
-        if (alignment < 0 || alignment > kDRAWBOT_TextAlignment_Right || truncation < 0 ||
-            truncation > kDRAWBOT_TextTruncation_PathEllipsis) {
-            throw DrawbotError("a known alignment and truncation");
-        }
-        surface.Add(TextCall{ToUtf8(text),
-                             {origin->x, origin->y},
-                             Get<DrawingBrush>(brush).mColor,
-                             Get<DrawingFont>(font).mSize,
-                             alignment,
-                             truncation,
-                             width});
-    });
+void DrawString(Host& host, DRAWBOT_SurfaceRef reference, DRAWBOT_BrushRef brush, DRAWBOT_FontRef font,
+                const DRAWBOT_UTF16Char* text, const DRAWBOT_PointF32* origin, A_long alignment, A_long truncation,
+                float width) {
+    DrawingSurface& surface = Surface(host, CustomUI::Role::Surface, reference);
+    Need(text);
+    Need(origin);
+    if (alignment < 0 || alignment > kDRAWBOT_TextAlignment_Right || truncation < 0 ||
+        truncation > kDRAWBOT_TextTruncation_PathEllipsis) {
+        throw DrawbotError("a known alignment and truncation");
+    }
+    surface.Add(TextCall{ToUtf8(text),
+                         {origin->x, origin->y},
+                         Get<DrawingBrush>(host, brush).mColor,
+                         Get<DrawingFont>(host, font).mSize,
+                         alignment,
+                         truncation,
+                         width});
 }
 
-SPErr DrawImage(DRAWBOT_SurfaceRef reference, DRAWBOT_ImageRef image, const DRAWBOT_PointF32* origin, float alpha) {
-    return OnSurface("DrawImage", reference, [&](DrawingSurface& surface) {
-        Need(origin);
-        // A copy: its scale may change before the next draw.
-        const auto copy = std::make_shared<DrawingImage>(*Get<std::shared_ptr<DrawingImage>>(image));
-        surface.Add(ImageCall{copy, {origin->x, origin->y}, alpha});
-    });
-}
-
-template <bool IsAntiAlias>
-SPErr SetPolicy(DRAWBOT_SurfaceRef reference, A_long policy) {
-    return OnSurface("a policy", reference, [&](DrawingSurface& surface) {
-        if (policy < 0 || policy > 2) throw DrawbotError("a policy from 0 to 2");
-        surface.SetQuality(IsAntiAlias ? policy : surface.GetAntiAlias(),
-                           IsAntiAlias ? surface.GetInterpolation() : policy);
-    });
+void DrawImage(Host& host, DRAWBOT_SurfaceRef reference, DRAWBOT_ImageRef image, const DRAWBOT_PointF32* origin,
+               float alpha) {
+    DrawingSurface& surface = Surface(host, CustomUI::Role::Surface, reference);
+    Need(origin);
+    // A copy: its scale may change before the next draw.
+    const auto copy = std::make_shared<DrawingImage>(*Get<std::shared_ptr<DrawingImage>>(host, image));
+    surface.Add(ImageCall{copy, {origin->x, origin->y}, alpha});
 }
 
 template <bool IsAntiAlias>
-SPErr GetPolicy(DRAWBOT_SurfaceRef reference, A_long* policy) {
-    return OnSurface("a policy", reference, [&](DrawingSurface& surface) {
-        Need(policy);
-        *policy = IsAntiAlias ? surface.GetAntiAlias() : surface.GetInterpolation();
-    });
+void SetPolicy(Host& host, DRAWBOT_SurfaceRef reference, A_long policy) {
+    DrawingSurface& surface = Surface(host, CustomUI::Role::Surface, reference);
+    if (policy < 0 || policy > 2) throw DrawbotError("a policy from 0 to 2");
+    surface.SetQuality(IsAntiAlias ? policy : surface.GetAntiAlias(),
+                       IsAntiAlias ? surface.GetInterpolation() : policy);
 }
 
-SPErr Flush(DRAWBOT_SurfaceRef reference) {
-    return OnSurface("Flush", reference, [](DrawingSurface&) {});
+template <bool IsAntiAlias>
+void GetPolicy(Host& host, DRAWBOT_SurfaceRef reference, A_long* policy) {
+    DrawingSurface& surface = Surface(host, CustomUI::Role::Surface, reference);
+    Need(policy);
+    *policy = IsAntiAlias ? surface.GetAntiAlias() : surface.GetInterpolation();
 }
 
-SPErr GetTransformToScreenScale(DRAWBOT_SurfaceRef reference, float* scale) {
-    return OnSurface("GetTransformToScreenScale", reference, [&](DrawingSurface& surface) {
-        Need(scale);
-        *scale = surface.GetScale();
-    });
+void Flush(Host& host, DRAWBOT_SurfaceRef reference) { Surface(host, CustomUI::Role::Surface, reference); }
+
+void GetTransformToScreenScale(Host& host, DRAWBOT_SurfaceRef reference, float* scale) {
+    DrawingSurface& surface = Surface(host, CustomUI::Role::Surface, reference);
+    Need(scale);
+    *scale = surface.GetScale();
 }
 
 }  // namespace
 
 void AddDrawbotSurfaceSuite(SuiteRegistry& suites) {
     static const DRAWBOT_SurfaceSuite2 made = [] {
-        auto table = MakeTable<DRAWBOT_SurfaceSuite2>(kDRAWBOT_SurfaceSuite);
+        auto table = MakeTable<DRAWBOT_SurfaceSuite2>(kDRAWBOT_SurfaceSuite, kDrawingCodes);
         NIMBREL_SERVE(table, PushStateStack, PushStateStack);
         NIMBREL_SERVE(table, PopStateStack, PopStateStack);
         NIMBREL_SERVE(table, PaintRect, PaintRect);

@@ -7,74 +7,49 @@
 namespace nimbrel::host {
 namespace {
 
-HandleStore& Handles() { return Host::Active().GetHandles(); }
-
 // The handle functions return no codes: failure is a null handle, a null pointer, or nothing.
-PF_Handle NewHandle(A_u_longlong size) {
-    PF_Handle handle = nullptr;
-    Guarded([&] { return (handle = Handles().New(size)) == nullptr ? A_Err_ALLOC : A_Err_NONE; });
-    return handle;
-}
+PF_Handle NewHandle(Host& host, A_u_longlong size) { return host.GetHandles().New(size); }
 
-void* LockHandle(PF_Handle handle) {
-    void* data = nullptr;
-    Guarded([&] { return (data = Handles().Lock(handle)) == nullptr ? A_Err_PARAMETER : A_Err_NONE; });
-    return data;
-}
+void* LockHandle(Host& host, PF_Handle handle) { return host.GetHandles().Lock(handle); }
 
-void UnlockHandle(PF_Handle handle) {
-    Guarded([&] { return Handles().Unlock(handle) ? A_Err_NONE : A_Err_PARAMETER; });
-}
+void UnlockHandle(Host& host, PF_Handle handle) { host.GetHandles().Unlock(handle); }
 
-void DisposeHandle(PF_Handle handle) {
-    Guarded([&] { return Handles().Dispose(handle) ? A_Err_NONE : A_Err_PARAMETER; });
-}
+void DisposeHandle(Host& host, PF_Handle handle) { host.GetHandles().Dispose(handle); }
 
-A_u_longlong GetHandleSize(PF_Handle handle) {
-    A_u_longlong size = 0;
-    Guarded([&] {
-        size = Handles().GetSize(handle);
-        return A_Err_NONE;
-    });
-    return size;
-}
+A_u_longlong GetHandleSize(Host& host, PF_Handle handle) { return host.GetHandles().GetSize(handle); }
 
-PF_Err ResizeHandle(A_u_longlong size, PF_Handle* handle) {
-    return Guarded(
-        [&] { return handle != nullptr && Handles().Resize(*handle, size) ? PF_Err_NONE : PF_Err_OUT_OF_MEMORY; });
+PF_Err ResizeHandle(Host& host, A_u_longlong size, PF_Handle* handle) {
+    return handle != nullptr && host.GetHandles().Resize(*handle, size) ? PF_Err_NONE : PF_Err_OUT_OF_MEMORY;
 }
 
 // Cleared whether asked for or not. Sides are at most those of a host's worlds.
-PF_Err NewWorld(PF_ProgPtr effect, A_long width, A_long height, PF_Boolean, A_long format, PF_EffectWorld* record) {
-    return Guarded([&] {
-        Command* const command = Command::FromReference(effect);
-        const int bits = format == PF_PixelFormat_ARGB32    ? 8
-                         : format == PF_PixelFormat_ARGB64  ? 16
-                         : format == PF_PixelFormat_ARGB128 ? 32
-                                                            : 0;
-        if (command == nullptr || record == nullptr || bits == 0) return PF_Err_BAD_CALLBACK_PARAM;
-        if (width < 1 || height < 1 || width > 30000 || height > 30000) return PF_Err_BAD_CALLBACK_PARAM;
-        *record = *command->GetHost().AddWorld({width, height, bits})->GetRecord();
-        return PF_Err_NONE;
-    });
+PF_Err NewWorld(Host&, PF_ProgPtr effect, A_long width, A_long height, PF_Boolean, A_long format,
+                PF_EffectWorld* record) {
+    Command* const command = Command::FromReference(effect);
+    const int bits = format == PF_PixelFormat_ARGB32    ? 8
+                     : format == PF_PixelFormat_ARGB64  ? 16
+                     : format == PF_PixelFormat_ARGB128 ? 32
+                                                        : 0;
+    if (command == nullptr || record == nullptr || bits == 0) return PF_Err_BAD_CALLBACK_PARAM;
+    if (width < 1 || height < 1 || width > 30000 || height > 30000) return PF_Err_BAD_CALLBACK_PARAM;
+    *record = *command->GetHost().AddWorld({width, height, bits})->GetRecord();
+    return PF_Err_NONE;
 }
 
-PF_Err DisposeWorld(PF_ProgPtr, PF_EffectWorld* record) {
-    return Guarded([&] {
-        const bool good = record != nullptr && Host::Active().RemoveWorld(World::FromRecord(record));
-        return good ? PF_Err_NONE : PF_Err_BAD_CALLBACK_PARAM;
-    });
+PF_Err DisposeWorld(Host& host, PF_ProgPtr, PF_EffectWorld* record) {
+    const bool good = record != nullptr && host.RemoveWorld(World::FromRecord(record));
+    return good ? PF_Err_NONE : PF_Err_BAD_CALLBACK_PARAM;
 }
 
 // The record's flags tell 16 bits only, so the format comes from the world behind it.
-PF_Err GetPixelFormat(const PF_EffectWorld* record, A_long* format) {
+PF_Err GetPixelFormat(Host&, const PF_EffectWorld* record, A_long* format) {
     const World* const world = World::FromRecord(record);
     if (world == nullptr || format == nullptr) return PF_Err_BAD_CALLBACK_PARAM;
     *format = world->GetFormat();
     return PF_Err_NONE;
 }
 
-PF_Err UpdateParamUI(PF_ProgPtr effect, A_long index, const PF_ParamDef* definition) {
+PF_Err UpdateParamUI(Host&, PF_ProgPtr effect, A_long index, const PF_ParamDef* definition) {
     Command* const command = Command::FromReference(effect);
     if (command == nullptr || definition == nullptr) return PF_Err_BAD_CALLBACK_PARAM;
     Parameter* const parameter = command->GetHost().GetParameters().Get(index);
@@ -86,7 +61,7 @@ PF_Err UpdateParamUI(PF_ProgPtr effect, A_long index, const PF_ParamDef* definit
     return PF_Err_NONE;
 }
 
-PF_Err GetConstSequenceData(PF_ProgPtr effect, PF_ConstHandle* data) {
+PF_Err GetConstSequenceData(Host&, PF_ProgPtr effect, PF_ConstHandle* data) {
     Command* const command = Command::FromReference(effect);
     if (command == nullptr || data == nullptr) return PF_Err_BAD_CALLBACK_PARAM;
     *data = const_cast<PF_ConstHandle>(command->GetHost().GetSequenceData());
@@ -94,31 +69,28 @@ PF_Err GetConstSequenceData(PF_ProgPtr effect, PF_ConstHandle* data) {
 }
 
 // The device suite: what the command line asks for goes in, what the effect found comes out.
-int32_t GetRequestedDevice(const char** request) {
+int32_t GetRequestedDevice(Host& host, const char** request) {
     if (request == nullptr) return A_Err_PARAMETER;
-    *request = Host::Active().GetOptions().mDevice.c_str();
+    *request = host.GetOptions().mDevice.c_str();
     return A_Err_NONE;
 }
 
-int32_t GetValidationRequested(uint8_t* requested) {
+int32_t GetValidationRequested(Host& host, uint8_t* requested) {
     if (requested == nullptr) return A_Err_PARAMETER;
-    *requested = Host::Active().GetOptions().mValidate ? 1 : 0;
+    *requested = host.GetOptions().mValidate ? 1 : 0;
     return A_Err_NONE;
 }
 
-int32_t ReportDevice(int32_t index, const char* name, const char* kind, uint8_t chosen, const char* reason) {
-    return Guarded([&] {
-        const auto text = [](const char* from) { return std::string(from == nullptr ? "" : from); };
-        Host::Active().GetDevices().Add({index, text(name), text(kind), text(reason), chosen != 0});
-        return A_Err_NONE;
-    });
+int32_t ReportDevice(Host& host, int32_t index, const char* name, const char* kind, uint8_t chosen,
+                     const char* reason) {
+    const auto text = [](const char* from) { return std::string(from == nullptr ? "" : from); };
+    host.GetDevices().Add({index, text(name), text(kind), text(reason), chosen != 0});
+    return A_Err_NONE;
 }
 
-int32_t ReportValidationMessage(const char* text) {
-    return Guarded([&] {
-        Host::Active().GetDevices().AddValidationMessage(text == nullptr ? "" : text);
-        return A_Err_NONE;
-    });
+int32_t ReportValidationMessage(Host& host, const char* text) {
+    host.GetDevices().AddValidationMessage(text == nullptr ? "" : text);
+    return A_Err_NONE;
 }
 
 }  // namespace
@@ -146,7 +118,11 @@ void AddEffectSuites(SuiteRegistry& suites) {
         NIMBREL_SERVE(table, PF_UpdateParamUI, UpdateParamUI);
         return table;
     }();
-    static const PF_EffectSequenceDataSuite1 sequenceSuite = {GetConstSequenceData};
+    static const PF_EffectSequenceDataSuite1 sequenceSuite = [] {
+        auto table = MakeTable<PF_EffectSequenceDataSuite1>(kPFEffectSequenceDataSuite);
+        NIMBREL_SERVE(table, PF_GetConstSequenceData, GetConstSequenceData);
+        return table;
+    }();
     suites.Add(kPFHandleSuite, kPFHandleSuiteVersion1, &handleSuite);
     suites.Add(kPFWorldSuite, kPFWorldSuiteVersion2, &worldSuite);
     suites.Add(kPFParamUtilsSuite, kPFParamUtilsSuiteVersion3, &paramSuite);

@@ -6,21 +6,21 @@
 namespace nimbrel::host {
 namespace {
 
-bool IsProject(AEGP_ProjectH project) {
-    return static_cast<const void*>(project) == static_cast<const void*>(&TheProject());
+bool IsProject(Host& host, AEGP_ProjectH project) {
+    return static_cast<const void*>(project) == static_cast<const void*>(&host.GetProject());
 }
 
 // The walk begins with the root folder, which is an item like the others.
-A_Err GetFirstProjItem(AEGP_ProjectH project, AEGP_ItemH* item) {
-    if (!IsProject(project) || item == nullptr) return A_Err_PARAMETER;
-    *item = ToHandle(TheProject().GetRoot());
+A_Err GetFirstProjItem(Host& host, AEGP_ProjectH project, AEGP_ItemH* item) {
+    if (!IsProject(host, project) || item == nullptr) return A_Err_PARAMETER;
+    *item = ToHandle(host.GetProject().GetRoot());
     return A_Err_NONE;
 }
 
 // Ends with a null item and no error; an item that isn't the project's is an error.
-A_Err GetNextProjItem(AEGP_ProjectH project, AEGP_ItemH handle, AEGP_ItemH* next) {
-    if (!IsProject(project) || next == nullptr) return A_Err_PARAMETER;
-    const auto& items = TheProject().GetItems();
+A_Err GetNextProjItem(Host& host, AEGP_ProjectH project, AEGP_ItemH handle, AEGP_ItemH* next) {
+    if (!IsProject(host, project) || next == nullptr) return A_Err_PARAMETER;
+    const auto& items = host.GetProject().GetItems();
     for (std::size_t i = 0; i < items.size(); ++i) {
         if (ToHandle(items[i].get()) != handle) continue;
         *next = i + 1 < items.size() ? ToHandle(items[i + 1].get()) : nullptr;
@@ -29,8 +29,8 @@ A_Err GetNextProjItem(AEGP_ProjectH project, AEGP_ItemH handle, AEGP_ItemH* next
     return A_Err_PARAMETER;
 }
 
-A_Err GetItemType(AEGP_ItemH handle, A_short* type) {
-    const Item* const item = ToItem(handle);
+A_Err GetItemType(Host& host, AEGP_ItemH handle, A_short* type) {
+    const Item* const item = ToItem(host, handle);
     if (item == nullptr || type == nullptr) return A_Err_PARAMETER;
     switch (item->mKind) {
         case Item::Kind::Folder: *type = AEGP_ItemType_FOLDER; break;
@@ -40,53 +40,51 @@ A_Err GetItemType(AEGP_ItemH handle, A_short* type) {
     return A_Err_NONE;
 }
 
-A_Err GetItemName(AEGP_PluginID, AEGP_ItemH handle, AEGP_MemHandle* name) {
-    return Guarded([&] {
-        const Item* const item = ToItem(handle);
-        if (item == nullptr || name == nullptr) return A_Err_PARAMETER;
-        *name = NewTextHandle(item->mName);
-        return *name == nullptr ? A_Err_ALLOC : A_Err_NONE;
-    });
+A_Err GetItemName(Host& host, AEGP_PluginID, AEGP_ItemH handle, AEGP_MemHandle* name) {
+    const Item* const item = ToItem(host, handle);
+    if (item == nullptr || name == nullptr) return A_Err_PARAMETER;
+    *name = NewTextHandle(host, item->mName);
+    return *name == nullptr ? A_Err_ALLOC : A_Err_NONE;
 }
 
-A_Err GetNarrowItemName(AEGP_ItemH handle, A_char* name) {
-    const Item* const item = ToItem(handle);
+A_Err GetNarrowItemName(Host& host, AEGP_ItemH handle, A_char* name) {
+    const Item* const item = ToItem(host, handle);
     if (item == nullptr || name == nullptr) return A_Err_PARAMETER;
     std::snprintf(name, 32, "%s", item->mName.c_str());  // the interface's length of item names
     return A_Err_NONE;
 }
 
-A_Err GetItemID(AEGP_ItemH handle, A_long* id) {
-    const Item* const item = ToItem(handle);
+A_Err GetItemID(Host& host, AEGP_ItemH handle, A_long* id) {
+    const Item* const item = ToItem(host, handle);
     if (item == nullptr || id == nullptr) return A_Err_PARAMETER;
     *id = item->mId;
     return A_Err_NONE;
 }
 
 // The root has no parent: a null item.
-A_Err GetItemParentFolder(AEGP_ItemH handle, AEGP_ItemH* parent) {
-    const Item* const item = ToItem(handle);
+A_Err GetItemParentFolder(Host& host, AEGP_ItemH handle, AEGP_ItemH* parent) {
+    const Item* const item = ToItem(host, handle);
     if (item == nullptr || parent == nullptr) return A_Err_PARAMETER;
     *parent = ToHandle(item->mParent);
     return A_Err_NONE;
 }
 
 // Two folders may have one name, as in any project.
-A_Err AddFolder(const std::string& name, AEGP_ItemH parentHandle, AEGP_ItemH* folder) {
+A_Err AddFolder(Host& host, const std::string& name, AEGP_ItemH parentHandle, AEGP_ItemH* folder) {
     if (const A_Err error = CheckMayChangeProject()) return error;
-    Item* const parent = parentHandle == nullptr ? TheProject().GetRoot() : ToItem(parentHandle);
+    Item* const parent = parentHandle == nullptr ? host.GetProject().GetRoot() : ToItem(host, parentHandle);
     if (parent == nullptr || parent->mKind != Item::Kind::Folder || folder == nullptr) return A_Err_PARAMETER;
-    BeforeChange().KeepLists();
-    *folder = ToHandle(TheProject().AddFolder(name, parent));
+    BeforeChange(host).KeepLists();
+    *folder = ToHandle(host.GetProject().AddFolder(name, parent));
     return A_Err_NONE;
 }
 
-A_Err CreateNewFolder(const A_UTF16Char* name, AEGP_ItemH parent, AEGP_ItemH* folder) {
-    return Guarded([&] { return name == nullptr ? A_Err_PARAMETER : AddFolder(ToUtf8(name), parent, folder); });
+A_Err CreateNewFolder(Host& host, const A_UTF16Char* name, AEGP_ItemH parent, AEGP_ItemH* folder) {
+    return name == nullptr ? A_Err_PARAMETER : AddFolder(host, ToUtf8(name), parent, folder);
 }
 
-A_Err CreateNarrowFolder(const A_char* name, AEGP_ItemH parent, AEGP_ItemH* folder) {
-    return Guarded([&] { return name == nullptr ? A_Err_PARAMETER : AddFolder(name, parent, folder); });
+A_Err CreateNarrowFolder(Host& host, const A_char* name, AEGP_ItemH parent, AEGP_ItemH* folder) {
+    return name == nullptr ? A_Err_PARAMETER : AddFolder(host, name, parent, folder);
 }
 
 // Both versions serve the same functions; only texts are wide in one and narrow in the other.

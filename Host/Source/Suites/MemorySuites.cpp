@@ -10,73 +10,61 @@ namespace {
 void** ToBlock(AEGP_MemHandle handle) { return reinterpret_cast<void**>(handle); }
 
 // Memory is always cleared, which is more than the flags may ask for.
-A_Err NewMemHandle(AEGP_PluginID, const A_char*, A_u_long size, A_long, AEGP_MemHandle* handle) {
-    return Guarded([&] {
-        if (handle == nullptr) return A_Err_PARAMETER;
-        *handle = reinterpret_cast<AEGP_MemHandle>(Host::Active().GetMemory().New(size));
-        return *handle == nullptr ? A_Err_ALLOC : A_Err_NONE;
-    });
+A_Err NewMemHandle(Host& host, AEGP_PluginID, const A_char*, A_u_long size, A_long, AEGP_MemHandle* handle) {
+    if (handle == nullptr) return A_Err_PARAMETER;
+    *handle = reinterpret_cast<AEGP_MemHandle>(host.GetMemory().New(size));
+    return *handle == nullptr ? A_Err_ALLOC : A_Err_NONE;
 }
 
-A_Err FreeMemHandle(AEGP_MemHandle handle) {
-    return Guarded([&] { return Host::Active().GetMemory().Dispose(ToBlock(handle)) ? A_Err_NONE : A_Err_PARAMETER; });
+A_Err FreeMemHandle(Host& host, AEGP_MemHandle handle) {
+    return host.GetMemory().Dispose(ToBlock(handle)) ? A_Err_NONE : A_Err_PARAMETER;
 }
 
 // A handle's data is reached through its lock alone: the handle itself is opaque to the effect.
-A_Err LockMemHandle(AEGP_MemHandle handle, void** data) {
-    return Guarded([&] {
-        if (data == nullptr) return A_Err_PARAMETER;
-        *data = Host::Active().GetMemory().Lock(ToBlock(handle));
-        return *data == nullptr ? A_Err_PARAMETER : A_Err_NONE;
-    });
+A_Err LockMemHandle(Host& host, AEGP_MemHandle handle, void** data) {
+    if (data == nullptr) return A_Err_PARAMETER;
+    *data = host.GetMemory().Lock(ToBlock(handle));
+    return *data == nullptr ? A_Err_PARAMETER : A_Err_NONE;
 }
 
-A_Err UnlockMemHandle(AEGP_MemHandle handle) {
-    return Guarded([&] { return Host::Active().GetMemory().Unlock(ToBlock(handle)) ? A_Err_NONE : A_Err_PARAMETER; });
+A_Err UnlockMemHandle(Host& host, AEGP_MemHandle handle) {
+    return host.GetMemory().Unlock(ToBlock(handle)) ? A_Err_NONE : A_Err_PARAMETER;
 }
 
 // Sizes are 32-bit here and in bytes; a text's size includes its terminator.
-A_Err GetMemHandleSize(AEGP_MemHandle handle, A_u_long* size) {
-    return Guarded([&] {
-        HandleStore& memory = Host::Active().GetMemory();
-        if (size == nullptr || !memory.IsLive(ToBlock(handle))) return A_Err_PARAMETER;
-        *size = static_cast<A_u_long>(memory.GetSize(ToBlock(handle)));
-        return A_Err_NONE;
-    });
+A_Err GetMemHandleSize(Host& host, AEGP_MemHandle handle, A_u_long* size) {
+    HandleStore& memory = host.GetMemory();
+    if (size == nullptr || !memory.IsLive(ToBlock(handle))) return A_Err_PARAMETER;
+    *size = static_cast<A_u_long>(memory.GetSize(ToBlock(handle)));
+    return A_Err_NONE;
 }
 
-A_Err ResizeMemHandle(const A_char*, A_u_long size, AEGP_MemHandle handle) {
-    return Guarded([&] { return Host::Active().GetMemory().Resize(ToBlock(handle), size) ? A_Err_NONE : A_Err_ALLOC; });
+A_Err ResizeMemHandle(Host& host, const A_char*, A_u_long size, AEGP_MemHandle handle) {
+    return host.GetMemory().Resize(ToBlock(handle), size) ? A_Err_NONE : A_Err_ALLOC;
 }
 
 // The cache answers the interface's codes itself; these only keep exceptions in.
-ComputeCache& TheCache() { return Host::Active().GetCache(); }
-
-A_Err ClassRegister(AEGP_CCComputeClassIdP name, const AEGP_ComputeCacheCallbacks* callbacks) {
-    return Guarded([&] { return TheCache().Register(name, callbacks); });
+A_Err ClassRegister(Host& host, AEGP_CCComputeClassIdP name, const AEGP_ComputeCacheCallbacks* callbacks) {
+    return host.GetCache().Register(name, callbacks);
 }
 
-A_Err ClassUnregister(AEGP_CCComputeClassIdP name) {
-    return Guarded([&] { return TheCache().Unregister(name); });
+A_Err ClassUnregister(Host& host, AEGP_CCComputeClassIdP name) { return host.GetCache().Unregister(name); }
+
+A_Err ComputeIfNeededAndCheckout(Host& host, AEGP_CCComputeClassIdP name, AEGP_CCComputeOptionsRefconP options,
+                                 bool wait, AEGP_CCCheckoutReceiptP* receipt) {
+    return host.GetCache().ComputeIfNeededAndCheckout(name, options, wait, receipt);
 }
 
-A_Err ComputeIfNeededAndCheckout(AEGP_CCComputeClassIdP name, AEGP_CCComputeOptionsRefconP options, bool wait,
-                                 AEGP_CCCheckoutReceiptP* receipt) {
-    return Guarded([&] { return TheCache().ComputeIfNeededAndCheckout(name, options, wait, receipt); });
-}
-
-A_Err CheckoutCached(AEGP_CCComputeClassIdP name, AEGP_CCComputeOptionsRefconP options,
+A_Err CheckoutCached(Host& host, AEGP_CCComputeClassIdP name, AEGP_CCComputeOptionsRefconP options,
                      AEGP_CCCheckoutReceiptP* receipt) {
-    return Guarded([&] { return TheCache().CheckoutCached(name, options, receipt); });
+    return host.GetCache().CheckoutCached(name, options, receipt);
 }
 
-A_Err GetReceiptComputeValue(AEGP_CCCheckoutReceiptP receipt, AEGP_CCComputeValueRefconP* value) {
-    return Guarded([&] { return TheCache().GetValue(receipt, value); });
+A_Err GetReceiptComputeValue(Host& host, AEGP_CCCheckoutReceiptP receipt, AEGP_CCComputeValueRefconP* value) {
+    return host.GetCache().GetValue(receipt, value);
 }
 
-A_Err CheckinComputeReceipt(AEGP_CCCheckoutReceiptP receipt) {
-    return Guarded([&] { return TheCache().Checkin(receipt); });
-}
+A_Err CheckinComputeReceipt(Host& host, AEGP_CCCheckoutReceiptP receipt) { return host.GetCache().Checkin(receipt); }
 
 // The key is the running state: mixing goes on where the last call ended.
 A_Err MixInto(Hash128 hash, A_u_longlong size, const void* data, AEGP_GUID* guid) {
@@ -87,12 +75,12 @@ A_Err MixInto(Hash128 hash, A_u_longlong size, const void* data, AEGP_GUID* guid
     return A_Err_NONE;
 }
 
-A_Err CreateHashFromPtr(A_u_longlong size, const void* data, AEGP_GUID* guid) {
+A_Err CreateHashFromPtr(Host&, A_u_longlong size, const void* data, AEGP_GUID* guid) {
     return MixInto(StartHash(), size, data, guid);
 }
 
 // Mixing into a key that was never started is served too: any 16 bytes are a state.
-A_Err HashMixInPtr(A_u_longlong size, const void* data, AEGP_GUID* guid) {
+A_Err HashMixInPtr(Host&, A_u_longlong size, const void* data, AEGP_GUID* guid) {
     if (guid == nullptr) return A_Err_PARAMETER;
     Hash128 hash{};
     std::memcpy(hash.data(), guid, sizeof(*guid));

@@ -7,41 +7,39 @@ namespace nimbrel::host {
 namespace {
 
 // An effect reference is good within the command that brought it, and on that thread.
-A_Err GetEffectLayer(PF_ProgPtr effect, AEGP_LayerH* layer) {
+A_Err GetEffectLayer(Host& host, PF_ProgPtr effect, AEGP_LayerH* layer) {
     if (Command::FromReference(effect) == nullptr || layer == nullptr) return A_Err_PARAMETER;
-    *layer = ToHandle(TheProject().GetEffectLayer());
+    *layer = ToHandle(host.GetProject().GetEffectLayer());
     return A_Err_NONE;
 }
 
-A_Err GetNewEffectForEffect(AEGP_PluginID, PF_ProgPtr effect, AEGP_EffectRefH* reference) {
-    return Guarded([&] {
-        if (Command::FromReference(effect) == nullptr || reference == nullptr) return A_Err_PARAMETER;
-        auto& references = Host::Active().GetEffectReferences();
-        *reference = reinterpret_cast<AEGP_EffectRefH>(references.Add(std::make_unique<EffectReference>()));
-        return A_Err_NONE;
-    });
+A_Err GetNewEffectForEffect(Host& host, AEGP_PluginID, PF_ProgPtr effect, AEGP_EffectRefH* reference) {
+    if (Command::FromReference(effect) == nullptr || reference == nullptr) return A_Err_PARAMETER;
+    auto& references = host.GetEffectReferences();
+    *reference = reinterpret_cast<AEGP_EffectRefH>(references.Add(std::make_unique<EffectReference>()));
+    return A_Err_NONE;
 }
 
 // The effect's layer begins at time 0 and is not stretched.
-A_Err ConvertEffectToCompTime(PF_ProgPtr effect, A_long time, A_u_long scale, A_Time* compTime) {
+A_Err ConvertEffectToCompTime(Host&, PF_ProgPtr effect, A_long time, A_u_long scale, A_Time* compTime) {
     if (Command::FromReference(effect) == nullptr || compTime == nullptr) return A_Err_PARAMETER;
     *compTime = {time, scale};
     return A_Err_NONE;
 }
 
 // No camera is no error: a null layer.
-A_Err GetEffectCamera(PF_ProgPtr effect, const A_Time* time, AEGP_LayerH* camera) {
+A_Err GetEffectCamera(Host& host, PF_ProgPtr effect, const A_Time* time, AEGP_LayerH* camera) {
     if (Command::FromReference(effect) == nullptr || time == nullptr || camera == nullptr) return A_Err_PARAMETER;
-    *camera = ToHandle(TheProject().GetCameraLayer());
+    *camera = ToHandle(host.GetProject().GetCameraLayer());
     return A_Err_NONE;
 }
 
 // Without a camera layer, the view that shows the layer as it is.
-A_Err GetEffectCameraMatrix(PF_ProgPtr effect, const A_Time* time, A_Matrix4* matrix, A_FpLong* distance,
+A_Err GetEffectCameraMatrix(Host& host, PF_ProgPtr effect, const A_Time* time, A_Matrix4* matrix, A_FpLong* distance,
                             A_short* width, A_short* height) {
     if (Command::FromReference(effect) == nullptr || time == nullptr || matrix == nullptr) return A_Err_PARAMETER;
-    const Composition& composition = TheProject().GetComposition();
-    Layer* const layer = TheProject().GetCameraLayer();
+    const Composition& composition = host.GetProject().GetComposition();
+    Layer* const layer = host.GetProject().GetCameraLayer();
     const Camera camera = layer != nullptr ? *layer->mCamera : DefaultCamera(composition.mWidth, composition.mHeight);
     *matrix = ToRowMatrix(CameraToWorld(camera, ToSeconds(time)));
     if (distance != nullptr) *distance = Evaluate(camera.mZoom, ToSeconds(time));
@@ -50,26 +48,24 @@ A_Err GetEffectCameraMatrix(PF_ProgPtr effect, const A_Time* time, A_Matrix4* ma
     return A_Err_NONE;
 }
 
-A_Err GetCameraType(AEGP_LayerH handle, A_u_long* type) {
-    const Layer* const layer = ToLayer(handle);
+A_Err GetCameraType(Host& host, AEGP_LayerH handle, A_u_long* type) {
+    const Layer* const layer = ToLayer(host, handle);
     if (layer == nullptr || !layer->mCamera || type == nullptr) return A_Err_PARAMETER;
     *type =
         layer->mCamera->mType == Camera::Type::Perspective ? AEGP_CameraType_PERSPECTIVE : AEGP_CameraType_ORTHOGRAPHIC;
     return A_Err_NONE;
 }
 
-A_Err GetDefaultCameraDistance(AEGP_CompH comp, A_FpLong* distance) {
-    if (!IsComp(comp) || distance == nullptr) return A_Err_PARAMETER;
-    *distance = TheProject().GetComposition().mWidth * 50.0 / 36.0;  // a 50 mm lens on 36 mm film
+A_Err GetDefaultCameraDistance(Host& host, AEGP_CompH comp, A_FpLong* distance) {
+    if (!IsComp(host, comp) || distance == nullptr) return A_Err_PARAMETER;
+    *distance = host.GetProject().GetComposition().mWidth * 50.0 / 36.0;  // a 50 mm lens on 36 mm film
     return A_Err_NONE;
 }
 
-A_Err DisposeEffect(AEGP_EffectRefH reference) {
-    return Guarded([&] {
-        if (Host::Active().GetEffectReferences().Take(reference)) return A_Err_NONE;
-        Host::Active().GetDiagnostics().Report("dispose: effect reference that is not, or no longer, in use");
-        return A_Err_PARAMETER;
-    });
+A_Err DisposeEffect(Host& host, AEGP_EffectRefH reference) {
+    if (host.GetEffectReferences().Take(reference)) return A_Err_NONE;
+    host.GetDiagnostics().Report("dispose: effect reference that is not, or no longer, in use");
+    return A_Err_PARAMETER;
 }
 
 }  // namespace

@@ -6,118 +6,110 @@
 namespace nimbrel::host {
 namespace {
 
-A_Err GetNumProjects(A_long* count) {
+A_Err GetNumProjects(Host&, A_long* count) {
     if (count == nullptr) return A_Err_PARAMETER;
     *count = 1;
     return A_Err_NONE;
 }
 
 // One project is open, and it is the handle to itself.
-A_Err GetProjectByIndex(A_long index, AEGP_ProjectH* project) {
+A_Err GetProjectByIndex(Host& host, A_long index, AEGP_ProjectH* project) {
     if (index != 0 || project == nullptr) return A_Err_PARAMETER;
-    *project = reinterpret_cast<AEGP_ProjectH>(&TheProject());
+    *project = reinterpret_cast<AEGP_ProjectH>(&host.GetProject());
     return A_Err_NONE;
 }
 
-A_Err GetProjectRootFolder(AEGP_ProjectH project, AEGP_ItemH* root) {
-    if (static_cast<const void*>(project) != static_cast<const void*>(&TheProject()) || root == nullptr) {
+A_Err GetProjectRootFolder(Host& host, AEGP_ProjectH project, AEGP_ItemH* root) {
+    if (static_cast<const void*>(project) != static_cast<const void*>(&host.GetProject()) || root == nullptr) {
         return A_Err_PARAMETER;
     }
-    *root = ToHandle(TheProject().GetRoot());
+    *root = ToHandle(host.GetProject().GetRoot());
     return A_Err_NONE;
 }
 
 // Footage is the project's, or the effect's until it hands it over.
-Footage* ToFootage(AEGP_FootageH handle) {
-    Footage* const footage = TheProject().FindFootage(handle);
-    return footage != nullptr ? footage : Host::Active().GetLooseFootage().Find(handle);
+Footage* ToFootage(Host& host, AEGP_FootageH handle) {
+    Footage* const footage = host.GetProject().FindFootage(handle);
+    return footage != nullptr ? footage : host.GetLooseFootage().Find(handle);
 }
 
-A_Err GetMainFootageFromItem(AEGP_ItemH handle, AEGP_FootageH* footage) {
-    const Item* const item = ToItem(handle);
+A_Err GetMainFootageFromItem(Host& host, AEGP_ItemH handle, AEGP_FootageH* footage) {
+    const Item* const item = ToItem(host, handle);
     if (item == nullptr || !item->mFootage || footage == nullptr) return A_Err_PARAMETER;
     *footage = ToHandle(item->mFootage.get());
     return A_Err_NONE;
 }
 
 // One file is all that footage has here: frame and file number don't matter. A solid's path is empty text.
-A_Err GetFootagePath(AEGP_FootageH handle, A_long, A_long, AEGP_MemHandle* path) {
-    return Guarded([&] {
-        const Footage* const footage = ToFootage(handle);
-        if (footage == nullptr || path == nullptr) return A_Err_PARAMETER;
-        *path = NewTextHandle(PathText(footage->mPath));
-        return *path == nullptr ? A_Err_ALLOC : A_Err_NONE;
-    });
+A_Err GetFootagePath(Host& host, AEGP_FootageH handle, A_long, A_long, AEGP_MemHandle* path) {
+    const Footage* const footage = ToFootage(host, handle);
+    if (footage == nullptr || path == nullptr) return A_Err_PARAMETER;
+    *path = NewTextHandle(host, PathText(footage->mPath));
+    return *path == nullptr ? A_Err_ALLOC : A_Err_NONE;
 }
 
-A_Err GetFootageSignature(AEGP_FootageH handle, A_long* signature) {
-    const Footage* const footage = ToFootage(handle);
+A_Err GetFootageSignature(Host& host, AEGP_FootageH handle, A_long* signature) {
+    const Footage* const footage = ToFootage(host, handle);
     if (footage == nullptr || signature == nullptr) return A_Err_PARAMETER;
     *signature = footage->mPath.empty() ? AEGP_FootageSignature_SOLID : AEGP_FootageSignature_NONE;
     return A_Err_NONE;
 }
 
 // No dialog ever shows, so every way of interpreting files comes to the same; only the file must be there.
-A_Err NewFootage(AEGP_PluginID, const A_UTF16Char* path, const AEGP_FootageLayerKey*,
+A_Err NewFootage(Host& host, AEGP_PluginID, const A_UTF16Char* path, const AEGP_FootageLayerKey*,
                  const AEGP_FileSequenceImportOptions*, AEGP_InterpretationStyle, void*, AEGP_FootageH* footage) {
-    return Guarded([&]() -> A_Err {
-        if (const A_Err error = CheckMayChangeProject()) return error;
-        if (path == nullptr || footage == nullptr) return A_Err_PARAMETER;
-        auto made = std::make_unique<Footage>();
-        made->mPath = TextPath(ToUtf8(path));
-        std::error_code ignored;
-        if (!std::filesystem::is_regular_file(made->mPath, ignored)) return A_Err_PARAMETER;
-        *footage = ToHandle(Host::Active().GetLooseFootage().Add(std::move(made)));
-        return A_Err_NONE;
-    });
+    if (const A_Err error = CheckMayChangeProject()) return error;
+    if (path == nullptr || footage == nullptr) return A_Err_PARAMETER;
+    auto made = std::make_unique<Footage>();
+    made->mPath = TextPath(ToUtf8(path));
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(made->mPath, ignored)) return A_Err_PARAMETER;
+    *footage = ToHandle(host.GetLooseFootage().Add(std::move(made)));
+    return A_Err_NONE;
 }
 
 // The project takes the footage over: disposing of it afterwards is an error.
-A_Err AddFootageToProject(AEGP_FootageH handle, AEGP_ItemH folderHandle, AEGP_ItemH* item) {
-    return Guarded([&]() -> A_Err {
-        if (const A_Err error = CheckMayChangeProject()) return error;
-        Item* const folder = ToItem(folderHandle);
-        if (folder == nullptr || folder->mKind != Item::Kind::Folder || item == nullptr) return A_Err_PARAMETER;
-        std::unique_ptr<Footage> footage = Host::Active().GetLooseFootage().Take(handle);
-        if (!footage) return A_Err_PARAMETER;
-        BeforeChange().KeepLists();
-        *item = ToHandle(TheProject().AddFootage(std::move(footage), folder));
-        return A_Err_NONE;
-    });
+A_Err AddFootageToProject(Host& host, AEGP_FootageH handle, AEGP_ItemH folderHandle, AEGP_ItemH* item) {
+    if (const A_Err error = CheckMayChangeProject()) return error;
+    Item* const folder = ToItem(host, folderHandle);
+    if (folder == nullptr || folder->mKind != Item::Kind::Folder || item == nullptr) return A_Err_PARAMETER;
+    std::unique_ptr<Footage> footage = host.GetLooseFootage().Take(handle);
+    if (!footage) return A_Err_PARAMETER;
+    BeforeChange(host).KeepLists();
+    *item = ToHandle(host.GetProject().AddFootage(std::move(footage), folder));
+    return A_Err_NONE;
 }
 
-A_Err DisposeFootage(AEGP_FootageH handle) {
-    return Guarded([&] { return Host::Active().GetLooseFootage().Take(handle) ? A_Err_NONE : A_Err_PARAMETER; });
+A_Err DisposeFootage(Host& host, AEGP_FootageH handle) {
+    return host.GetLooseFootage().Take(handle) ? A_Err_NONE : A_Err_PARAMETER;
 }
 
-A_Err GetCompFromItem(AEGP_ItemH handle, AEGP_CompH* comp) {
-    const Item* const item = ToItem(handle);
+A_Err GetCompFromItem(Host& host, AEGP_ItemH handle, AEGP_CompH* comp) {
+    const Item* const item = ToItem(host, handle);
     if (item == nullptr || item->mKind != Item::Kind::Composition || comp == nullptr) return A_Err_PARAMETER;
-    *comp = TheComp();
+    *comp = TheComp(host);
     return A_Err_NONE;
 }
 
-A_Err GetItemFromComp(AEGP_CompH comp, AEGP_ItemH* item) {
-    if (!IsComp(comp) || item == nullptr) return A_Err_PARAMETER;
-    *item = ToHandle(TheProject().GetCompositionItem());
+A_Err GetItemFromComp(Host& host, AEGP_CompH comp, AEGP_ItemH* item) {
+    if (!IsComp(host, comp) || item == nullptr) return A_Err_PARAMETER;
+    *item = ToHandle(host.GetProject().GetCompositionItem());
     return A_Err_NONE;
 }
 
-A_Err GetCompFramerate(AEGP_CompH comp, A_FpLong* rate) {
-    if (!IsComp(comp) || rate == nullptr) return A_Err_PARAMETER;
-    *rate = TheProject().GetComposition().mFrameRate;
+A_Err GetCompFramerate(Host& host, AEGP_CompH comp, A_FpLong* rate) {
+    if (!IsComp(host, comp) || rate == nullptr) return A_Err_PARAMETER;
+    *rate = host.GetProject().GetComposition().mFrameRate;
     return A_Err_NONE;
 }
 
 // Nulls last as long as the composition, whatever duration is asked for.
-A_Err CreateNullInComp(const A_UTF16Char* name, AEGP_CompH comp, const A_Time*, AEGP_LayerH* layer) {
-    return Guarded([&]() -> A_Err {
-        if (const A_Err error = CheckMayChangeProject()) return error;
-        if (!IsComp(comp) || layer == nullptr) return A_Err_PARAMETER;
-        BeforeChange().KeepLists();
-        *layer = ToHandle(TheProject().AddNull(name == nullptr ? "Null" : ToUtf8(name)));
-        return A_Err_NONE;
-    });
+A_Err CreateNullInComp(Host& host, const A_UTF16Char* name, AEGP_CompH comp, const A_Time*, AEGP_LayerH* layer) {
+    if (const A_Err error = CheckMayChangeProject()) return error;
+    if (!IsComp(host, comp) || layer == nullptr) return A_Err_PARAMETER;
+    BeforeChange(host).KeepLists();
+    *layer = ToHandle(host.GetProject().AddNull(name == nullptr ? "Null" : ToUtf8(name)));
+    return A_Err_NONE;
 }
 
 }  // namespace

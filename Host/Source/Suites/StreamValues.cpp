@@ -71,9 +71,10 @@ A_long GetParameterStreamType(const Parameter& parameter) {
     }
 }
 
-A_Err ReadParameterStream(const Parameter& parameter, double seconds, bool preExpression, AEGP_StreamVal2& value) {
+A_Err ReadParameterStream(Host& host, const Parameter& parameter, double seconds, bool preExpression,
+                          AEGP_StreamVal2& value) {
     const glm::dvec3 numbers =
-        preExpression ? EvaluateNumbers(parameter, seconds) : Host::Active().EvaluateParameter(parameter, seconds);
+        preExpression ? EvaluateNumbers(parameter, seconds) : host.EvaluateParameter(parameter, seconds);
     switch (GetParameterStreamType(parameter)) {
         case AEGP_StreamType_LAYER_ID: value.layer_id = static_cast<AEGP_LayerIDVal>(numbers.x); return A_Err_NONE;
         case AEGP_StreamType_COLOR: value.color = {1, numbers.x, numbers.y, numbers.z}; return A_Err_NONE;
@@ -85,13 +86,13 @@ A_Err ReadParameterStream(const Parameter& parameter, double seconds, bool preEx
     }
 }
 
-A_Err WriteParameterStream(Parameter& parameter, const AEGP_StreamVal2& value) {
+A_Err WriteParameterStream(Host& host, Parameter& parameter, const AEGP_StreamVal2& value) {
     // With keyframes it would be open which of them is meant.
     if (!parameter.mValue.IsConstant()) return A_Err_PARAMETER;
     glm::dvec3 numbers(0);
     switch (GetParameterStreamType(parameter)) {
         case AEGP_StreamType_LAYER_ID:
-            if (value.layer_id != AEGP_LayerIDVal_NONE && TheProject().FindLayerById(value.layer_id) == nullptr) {
+            if (value.layer_id != AEGP_LayerIDVal_NONE && host.GetProject().FindLayerById(value.layer_id) == nullptr) {
                 return A_Err_PARAMETER;
             }
             numbers.x = value.layer_id;

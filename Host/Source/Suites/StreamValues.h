@@ -14,7 +14,8 @@ A_Err WriteLayerStream(Layer& layer, int stream, const AEGP_StreamVal2& value);
 
 /// The type of an effect's stream; no-data for what has no value here.
 A_long GetParameterStreamType(const Parameter& parameter);
-A_Err ReadParameterStream(const Parameter& parameter, double seconds, bool preExpression, AEGP_StreamVal2& value);
-A_Err WriteParameterStream(Parameter& parameter, const AEGP_StreamVal2& value);
+A_Err ReadParameterStream(Host& host, const Parameter& parameter, double seconds, bool preExpression,
+                          AEGP_StreamVal2& value);
+A_Err WriteParameterStream(Host& host, Parameter& parameter, const AEGP_StreamVal2& value);
 
 }  // namespace nimbrel::host

@@ -7,20 +7,11 @@
 
 namespace nimbrel::host {
 
-void ReportUnserved(const char* suite, int slot) {
-    try {
-        Host::Active().GetDiagnostics().Report(fmt::format("{}: function {} is not served by this host", suite, slot));
-    } catch (...) {
-        // Without a host there is nobody to tell.
-    }
-}
-
-A_Err FindFault(const char* suite, const char* function) noexcept {
-    try {
-        return Host::Active().GetFaults().Enter(suite, function);
-    } catch (...) {
-        return 0;  // without a host nobody asked for a fault
-    }
+A_Err ReportUnserved(const char* suite, int slot) noexcept {
+    return Answer<A_Err>(kSuiteCodes, "", [&](Host& host) {
+        host.GetDiagnostics().Report(fmt::format("{}: function {} is not served by this host", suite, slot));
+        return A_Err_GENERIC;
+    });
 }
 
 A_Err CheckMayChangeProject() {
@@ -35,8 +26,8 @@ double ToSeconds(const A_Time* time) { return time == nullptr ? 0 : ToSeconds(ti
 
 namespace {
 
-AEGP_MemHandle NewMemory(const void* data, std::size_t size) {
-    void** const handle = Host::Active().GetMemory().New(size);
+AEGP_MemHandle NewMemory(Host& host, const void* data, std::size_t size) {
+    void** const handle = host.GetMemory().New(size);
     if (handle == nullptr) return nullptr;
     std::memcpy(*handle, data, size);
     return reinterpret_cast<AEGP_MemHandle>(handle);
@@ -44,13 +35,13 @@ AEGP_MemHandle NewMemory(const void* data, std::size_t size) {
 
 }  // namespace
 
-AEGP_MemHandle NewTextHandle(std::string_view text) {
+AEGP_MemHandle NewTextHandle(Host& host, std::string_view text) {
     const std::u16string wide = ToUtf16(text);
-    return NewMemory(wide.c_str(), (wide.size() + 1) * sizeof(char16_t));
+    return NewMemory(host, wide.c_str(), (wide.size() + 1) * sizeof(char16_t));
 }
 
-AEGP_MemHandle NewNarrowTextHandle(std::string_view text) {
-    return NewMemory(std::string(text).c_str(), text.size() + 1);
+AEGP_MemHandle NewNarrowTextHandle(Host& host, std::string_view text) {
+    return NewMemory(host, std::string(text).c_str(), text.size() + 1);
 }
 
 A_Matrix4 ToRowMatrix(const glm::dmat4& matrix) {

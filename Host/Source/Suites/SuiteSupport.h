@@ -1,13 +1,12 @@
 #pragma once
 
 #include <cstring>
-#include <exception>
-#include <new>
 #include <string>
 #include <string_view>
 #include <type_traits>
 #include <utility>
 
+#include "Commands/Boundary.h"
 #include "HostInterface/HostInterface.h"
 #include "NimbrelHost/Commands/Host.h"
 #include "NimbrelHost/Commands/SuiteFaults.h"
@@ -15,24 +14,26 @@
 
 namespace nimbrel::host {
 
-/// Reports a call of a slot that the host doesn't serve.
-void ReportUnserved(const char* suite, int slot);
-
+/// What is known of a table: the suite's name and the codes of its failures.
 template <class Table>
-struct TableName {
+struct TableOf {
     static inline const char* sName = "";
+    static inline FailureCodes sCodes = kSuiteCodes;
 };
+
+/// Reports a call of a slot that the host doesn't serve.
+A_Err ReportUnserved(const char* suite, int slot) noexcept;
 
 template <class Table, int Slot>
 A_Err Unserved() {
-    ReportUnserved(TableName<Table>::sName, Slot);
-    return A_Err_GENERIC;
+    return ReportUnserved(TableOf<Table>::sName, Slot);
 }
 
 /// A function table whose slots all answer an error. All arguments go unread, which both calling conventions allow.
 template <class Table>
-Table MakeTable(const char* name) {
-    TableName<Table>::sName = name;
+Table MakeTable(const char* name, const FailureCodes& codes = kSuiteCodes) {
+    TableOf<Table>::sName = name;
+    TableOf<Table>::sCodes = codes;
     constexpr std::size_t slots = sizeof(Table) / sizeof(A_Err(*)());
     Table table;
     const auto fill = [&]<int... Slot>(std::integer_sequence<int, Slot...>) {
@@ -44,64 +45,51 @@ Table MakeTable(const char* name) {
     return table;
 }
 
-/// The code that a call of a suite shall answer instead of being served, 0 for none: see SuiteFaults.
-A_Err FindFault(const char* suite, const char* function) noexcept;
-
-/// A served slot: what the effect calls, so that each call can be counted and made to fail.
-template <auto Slot, auto Function>
+/// A served slot: what the effect calls, so that each call can be counted and made to fail (SuiteFaults). `Function`
+/// takes the host and the slot's arguments; what it throws is answered by the table's codes.
+template <class Table, auto Slot, auto Function>
 struct Served {
-    static inline const char* sSuite = "";
     static inline const char* sName = "";
 
     template <class Result, class... Arguments>
-    static Result Call(Arguments... arguments) {
-        constexpr bool tellsFailure = std::is_same_v<Result, A_Err> || std::is_pointer_v<Result>;
-        if constexpr (!tellsFailure) {
-            return Function(arguments...);
-        } else {
-            const A_Err fault = FindFault(sSuite, sName);
-            if (fault == 0) return Function(arguments...);
-            if (SuiteFaults::GivesBack(sName)) Function(arguments...);
-            if constexpr (std::is_pointer_v<Result>) {
-                return nullptr;
-            } else {
-                return fault;
-            }
-        }
+    static Result Call(Arguments... arguments) noexcept {
+        return Answer<Result>(TableOf<Table>::sCodes, sName, [&](Host& host) {
+            constexpr bool tellsFailure = std::is_same_v<Result, A_Err> || std::is_pointer_v<Result>;
+            const A_Err fault = tellsFailure ? host.GetFaults().Enter(TableOf<Table>::sName, sName) : A_Err{0};
+            const auto call = [&] {
+                if constexpr (std::is_void_v<decltype(Function(host, arguments...))>) {
+                    Function(host, arguments...);
+                    if constexpr (!std::is_void_v<Result>) return Result{};
+                } else {
+                    return static_cast<Result>(Function(host, arguments...));
+                }
+            };
+            if (fault == 0) return call();
+            if (SuiteFaults::GivesBack(sName)) call();
+            if constexpr (std::is_same_v<Result, A_Err>) return fault;
+            if constexpr (!std::is_void_v<Result> && !std::is_same_v<Result, A_Err>) return Result{};
+        });
     }
 
-    template <class Table, class Result, class... Arguments>
+    template <class Result, class... Arguments>
     static void Into(Table& table, Result (*Table::*slot)(Arguments...), const char* name) {
-        sSuite = TableName<Table>::sName;
         sName = name;
         table.*slot = Call<Result, Arguments...>;
     }
 };
 
 // Enters a function into a table that MakeTable made.
-#define NIMBREL_SERVE(table, slot, function)                                 \
-    Served<&std::remove_reference_t<decltype(table)>::slot, function>::Into( \
+#define NIMBREL_SERVE(table, slot, function)                                                                           \
+    Served<std::remove_reference_t<decltype(table)>, &std::remove_reference_t<decltype(table)>::slot, function>::Into( \
         table, &std::remove_reference_t<decltype(table)>::slot, #slot)
-
-/// Runs the body of a suite function: no exception may cross into the effect.
-template <class Body>
-A_Err Guarded(Body body) noexcept {
-    try {
-        return body();
-    } catch (const std::bad_alloc&) {
-        return A_Err_ALLOC;
-    } catch (...) {
-        return A_Err_GENERIC;
-    }
-}
 
 /// 0 where the running command may change the project, else why not: on no command of this thread 5, on a render
 /// thread 6.
 A_Err CheckMayChangeProject();
 
 /// Called by a suite before it changes what the user can take back.
-inline UndoHistory& BeforeChange() {
-    UndoHistory& undo = Host::Active().GetUndo();
+inline UndoHistory& BeforeChange(Host& host) {
+    UndoHistory& undo = host.GetUndo();
     undo.CountEffectChange();
     return undo;
 }
@@ -111,24 +99,23 @@ double ToSeconds(const A_Time* time);
 double ToSeconds(A_long value, A_u_long scale);
 
 /// UTF-16 text in a new memory handle, with its terminator; null without memory.
-AEGP_MemHandle NewTextHandle(std::string_view text);
+AEGP_MemHandle NewTextHandle(Host& host, std::string_view text);
 
 /// The same of UTF-8 text.
-AEGP_MemHandle NewNarrowTextHandle(std::string_view text);
+AEGP_MemHandle NewNarrowTextHandle(Host& host, std::string_view text);
 
 /// A matrix for row vectors, as the interface has it.
 A_Matrix4 ToRowMatrix(const glm::dmat4& matrix);
 
 // Handles of the interface and the objects behind them. Unknown handles give null.
-inline Project& TheProject() { return Host::Active().GetProject(); }
-inline Layer* ToLayer(AEGP_LayerH handle) { return TheProject().FindLayer(handle); }
-inline Item* ToItem(AEGP_ItemH handle) { return TheProject().FindItem(handle); }
-inline bool IsComp(AEGP_CompH handle) {
-    return static_cast<const void*>(handle) == static_cast<const void*>(TheProject().GetCompositionItem());
+inline Layer* ToLayer(Host& host, AEGP_LayerH handle) { return host.GetProject().FindLayer(handle); }
+inline Item* ToItem(Host& host, AEGP_ItemH handle) { return host.GetProject().FindItem(handle); }
+inline bool IsComp(Host& host, AEGP_CompH handle) {
+    return static_cast<const void*>(handle) == static_cast<const void*>(host.GetProject().GetCompositionItem());
 }
 inline AEGP_LayerH ToHandle(Layer* layer) { return reinterpret_cast<AEGP_LayerH>(layer); }
 inline AEGP_ItemH ToHandle(Item* item) { return reinterpret_cast<AEGP_ItemH>(item); }
 inline AEGP_FootageH ToHandle(Footage* footage) { return reinterpret_cast<AEGP_FootageH>(footage); }
-inline AEGP_CompH TheComp() { return reinterpret_cast<AEGP_CompH>(TheProject().GetCompositionItem()); }
+inline AEGP_CompH TheComp(Host& host) { return reinterpret_cast<AEGP_CompH>(host.GetProject().GetCompositionItem()); }
 
 }  // namespace nimbrel::host

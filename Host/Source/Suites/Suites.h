@@ -1,11 +1,9 @@
 #pragma once
 
-#include "NimbrelHost/Commands/SuiteRegistry.h"
+#include "NimbrelHost/Commands/Host.h"
 
 namespace nimbrel::host {
 
-/// Enters the function tables that this host serves. Slots that it doesn't serve answer an error and report which
-/// they are.
 void AddEffectSuites(SuiteRegistry& suites);
 void AddPFInterfaceSuite(SuiteRegistry& suites);
 void AddLayerSuite(SuiteRegistry& suites);

@@ -4,60 +4,54 @@
 namespace nimbrel::host {
 namespace {
 
-A_Err ReportInfo(AEGP_PluginID, const A_char* text) {
-    return Guarded([&] {
-        if (text == nullptr) return A_Err_PARAMETER;
-        Host::Active().ShowMessage(text);
-        return A_Err_NONE;
-    });
+A_Err ReportInfo(Host& host, AEGP_PluginID, const A_char* text) {
+    if (text == nullptr) return A_Err_PARAMETER;
+    host.ShowMessage(text);
+    return A_Err_NONE;
 }
 
 // Groups must match: the command checks when it ends.
-A_Err StartUndoGroup(const A_char* name) {
-    return Guarded([&]() -> A_Err {
-        if (const A_Err error = CheckMayChangeProject()) return error;
-        Host::Active().GetUndo().StartGroup(name == nullptr ? "" : name);
-        return A_Err_NONE;
-    });
-}
-
-A_Err EndUndoGroup() {
+A_Err StartUndoGroup(Host& host, const A_char* name) {
     if (const A_Err error = CheckMayChangeProject()) return error;
-    return Host::Active().GetUndo().EndGroup() ? A_Err_NONE : A_Err_GENERIC;
+    host.GetUndo().StartGroup(name == nullptr ? "" : name);
+    return A_Err_NONE;
 }
 
-A_Err RegisterWithAEGP(AEGP_GlobalRefcon, const A_char* name, A_long* id) {
+A_Err EndUndoGroup(Host& host) {
+    if (const A_Err error = CheckMayChangeProject()) return error;
+    return host.GetUndo().EndGroup() ? A_Err_NONE : A_Err_GENERIC;
+}
+
+A_Err RegisterWithAEGP(Host&, AEGP_GlobalRefcon, const A_char* name, A_long* id) {
     if (name == nullptr || std::strlen(name) > 31 || id == nullptr) return A_Err_PARAMETER;
     *id = 1;  // the one plug-in of this host
     return A_Err_NONE;
 }
 
-A_Err IsScriptingAvailable(A_Boolean* available) {
+A_Err IsScriptingAvailable(Host& host, A_Boolean* available) {
     if (available == nullptr) return A_Err_PARAMETER;
     // Scripts are for showing something, so there must be somebody to show it to.
-    *available = Host::Active().GetOptions().mShowDialog ? 1 : 0;
+    *available = host.GetOptions().mShowDialog ? 1 : 0;
     return A_Err_NONE;
 }
 
 // Result and error are narrow texts that the effect frees; either may be left out.
-A_Err ExecuteScript(AEGP_PluginID, const A_char* script, A_Boolean, AEGP_MemHandle* result, AEGP_MemHandle* error) {
-    return Guarded([&]() -> A_Err {
-        Host& host = Host::Active();
-        if (script == nullptr) return A_Err_PARAMETER;
-        if (!host.GetOptions().mShowDialog) return A_Err_GENERIC;
-        if (result != nullptr) *result = nullptr;
-        if (error != nullptr) *error = nullptr;
-        try {
-            const ScriptOutcome outcome = RunDialogScript(script);
-            for (const ScriptDialog& dialog : outcome.mDialogs) host.ShowDialog(dialog.mTitle, dialog.mText);
-            if (result == nullptr) return A_Err_NONE;
-            *result = NewNarrowTextHandle(outcome.mResult);
-            return *result == nullptr ? A_Err_ALLOC : A_Err_NONE;
-        } catch (const ScriptError& failure) {
-            if (error != nullptr) *error = NewNarrowTextHandle(failure.what());
-            return A_Err_GENERIC;
-        }
-    });
+A_Err ExecuteScript(Host& host, AEGP_PluginID, const A_char* script, A_Boolean, AEGP_MemHandle* result,
+                    AEGP_MemHandle* error) {
+    if (script == nullptr) return A_Err_PARAMETER;
+    if (!host.GetOptions().mShowDialog) return A_Err_GENERIC;
+    if (result != nullptr) *result = nullptr;
+    if (error != nullptr) *error = nullptr;
+    try {
+        const ScriptOutcome outcome = RunDialogScript(script);
+        for (const ScriptDialog& dialog : outcome.mDialogs) host.ShowDialog(dialog.mTitle, dialog.mText);
+        if (result == nullptr) return A_Err_NONE;
+        *result = NewNarrowTextHandle(host, outcome.mResult);
+        return *result == nullptr ? A_Err_ALLOC : A_Err_NONE;
+    } catch (const ScriptError& failure) {
+        if (error != nullptr) *error = NewNarrowTextHandle(host, failure.what());
+        return A_Err_GENERIC;
+    }
 }
 
 template <class Table>

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "NimbrelHost/Output/Picture.h"
+#include "NimbrelHost/Pictures/Picture.h"
 
 namespace nimbrel::host {
 

@@ -7,13 +7,14 @@
 #include <cstdio>
 
 #include "NimbrelHost/Commands/Host.h"
-#include "NimbrelHost/Drawing/Panel.h"
 #include "NimbrelHost/Output/Output.h"
 #include "NimbrelHost/Output/RenderJob.h"
-#include "NimbrelHost/Parameters/Settings.h"
+#include "NimbrelHost/Panel/Panel.h"
 #include "NimbrelHost/Scene/PlyBounds.h"
+#include "NimbrelHost/Suites/AddSuites.h"
 #include "NimbrelHost/Support/Errors.h"
 #include "NimbrelHost/Support/Text.h"
+#include "NimbrelHost/User/Settings.h"
 #include "ProgressBar.h"
 
 namespace nimbrel::host {
@@ -170,7 +171,7 @@ void ApplySettings(Host& host, const CommandLine& line, const Scene& scene) {
 
 // The table is printed even when the effect found no device to its liking: that is when it is needed.
 int ListGpus(const CommandLine& line) {
-    Host host(MakeHostOptions(line), Composition{}, std::nullopt, {});
+    Host host(MakeHostOptions(line), Composition{}, std::nullopt, {}, AddSuites);
     int code = kExitDone;
     try {
         host.StartGlobal();
@@ -318,7 +319,7 @@ int RunSession(const CommandLine& line) {
         bar.Clear();
         fmt::print("{}\n", text);
     };
-    Host host(options, scene.mComposition, scene.mCamera, ReadCatalogue(line));
+    Host host(options, scene.mComposition, scene.mCamera, ReadCatalogue(line), AddSuites);
     try {
         const Clock::time_point start = Clock::now();
         host.Start();

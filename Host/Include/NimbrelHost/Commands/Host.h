@@ -57,19 +57,23 @@ struct StreamReference {
     Parameter* mParameter = nullptr;  ///< of an effect's stream
 };
 
+class OpenDoor;
+
+/// Enters the function tables that a host with these options serves.
+using AddSuitesFunction = void (*)(SuiteRegistry& suites, const HostOptions& options);
+
 /// The host: loads one effect, applies it to a layer, keeps what its suites serve, and drives its commands.
 ///
-/// Suite functions carry no context, so there is one host per process at a time. All functions are for the main thread,
-/// except what suites and render threads read: the stores, the project and the parameters.
+/// The effect's calls carry no context, so there is one host per process at a time. All functions are for the main
+/// thread, except what suites and render threads read: the stores, the project and the parameters.
 class Host {
 public:
-    Host(HostOptions options, const Composition& composition, const std::optional<Camera>& camera, Catalogue catalogue);
+    /// Throws std::logic_error while the process has another host.
+    Host(HostOptions options, const Composition& composition, const std::optional<Camera>& camera, Catalogue catalogue,
+         AddSuitesFunction addSuites);
     ~Host();
     Host(const Host&) = delete;
     Host& operator=(const Host&) = delete;
-
-    /// The process's host. Throws std::logic_error if there is none.
-    static Host& Active();
 
     /// Loads the library and brings the effect up, as when a user applies it: global setup, parameters, sequence.
     /// Throws EffectError, UsageError.
@@ -139,7 +143,10 @@ private:
     PF_Handle ResumeSequence(PF_Handle flat);
     void ExerciseSequence();
     void ReportLeaks();
+    /// Of a custom value; a failure is reported.
+    void Dispose(const Parameter& parameter, PF_Handle value);
 
+    std::unique_ptr<OpenDoor> mDoor;  ///< how the effect's calls find this host
     HostOptions mOptions;
     Catalogue mCatalogue;
     TimeBase mTimeBase;
@@ -153,7 +160,7 @@ private:
     Project mProject;
     ParameterTable mParameters;
     CustomUI mCustomUI{mHandles, mDiagnostics};
-    UndoHistory mUndo{*this};
+    UndoHistory mUndo{mProject, [this](const Parameter& parameter, PF_Handle value) { Dispose(parameter, value); }};
     LiveObjects<StreamReference> mStreams;
     LiveObjects<EffectReference> mEffectReferences;
     LiveObjects<Footage> mLooseFootage;  ///< made by the effect and not in the project yet

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "HostInterface/HostInterface.h"
-#include "NimbrelHost/Output/Picture.h"
+#include "NimbrelHost/Pictures/Picture.h"
 
 namespace nimbrel::host {
 

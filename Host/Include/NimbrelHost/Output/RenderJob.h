@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "NimbrelHost/Commands/Host.h"
-#include "NimbrelHost/Output/Picture.h"
+#include "NimbrelHost/Pictures/Picture.h"
 
 namespace nimbrel::host {
 

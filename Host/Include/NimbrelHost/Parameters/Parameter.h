@@ -7,8 +7,8 @@
 
 #include "HostInterface/HostInterface.h"
 #include "NimbrelHost/Parameters/Catalogue.h"
-#include "NimbrelHost/Project/Project.h"
 #include "NimbrelHost/Scene/Animation.h"
+#include "NimbrelHost/Scene/Scene.h"
 
 namespace nimbrel::host {
 

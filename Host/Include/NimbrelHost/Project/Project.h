@@ -31,11 +31,6 @@ struct Item {
     std::unique_ptr<Footage> mFootage;
 };
 
-struct Expression {
-    std::string mText;
-    bool mEnabled = false;
-};
-
 /// Where a layer is at one time: pixels, degrees about x, y, z, percent.
 struct Pose {
     glm::dvec3 mPosition{0};

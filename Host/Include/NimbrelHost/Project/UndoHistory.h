@@ -1,17 +1,17 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "NimbrelHost/Parameters/Parameter.h"
 #include "NimbrelHost/Project/Project.h"
 
 namespace nimbrel::host {
-
-class Host;
 
 /// What the user can take back: a list of steps, each of which holds what its objects were before it.
 ///
@@ -21,7 +21,10 @@ class Host;
 /// render.
 class UndoHistory {
 public:
-    explicit UndoHistory(Host& host) : mHost(host) {}
+    /// Disposes of a custom value that nothing holds any more; must not throw.
+    using DisposeFunction = std::function<void(const Parameter& parameter, PF_Handle value)>;
+
+    UndoHistory(Project& project, DisposeFunction dispose) : mProject(project), mDispose(std::move(dispose)) {}
     UndoHistory(const UndoHistory&) = delete;
     UndoHistory& operator=(const UndoHistory&) = delete;
 
@@ -61,7 +64,7 @@ public:
     int CountLooseChanges() const { return mDone.empty() ? 0 : mDone.back().mLooseChanges; }
     /// Forgets all steps.
     void Clear();
-    /// Disposes of a custom value that its parameter has no longer, unless a step holds it. A failure is reported.
+    /// Disposes of a custom value that its parameter has no longer, unless a step holds it.
     void Release(const Parameter& parameter, PF_Handle custom);
 
 private:
@@ -88,7 +91,8 @@ private:
     void Drop(std::vector<Step>& steps);
     bool IsHeld(PF_Handle custom) const;
 
-    Host& mHost;
+    Project& mProject;
+    DisposeFunction mDispose;
     std::vector<Step> mDone;
     std::vector<Step> mUndone;  ///< newest last
     std::unique_ptr<Step> mCurrent;

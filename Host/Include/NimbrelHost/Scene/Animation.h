@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 #include <glm/vec3.hpp>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -16,6 +17,12 @@ struct KeySpan {
     std::size_t mLeft = 0;
     std::size_t mRight = 0;
     double mFraction = 0;
+};
+
+/// A script that gives a value anew at each time, from what keyframes say and from the project.
+struct Expression {
+    std::string mText;
+    bool mEnabled = false;
 };
 
 /// A value over time: keyframes in ascending time, linear or held between them, held outside. One keyframe is a

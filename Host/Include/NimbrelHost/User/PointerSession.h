@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "NimbrelHost/Drawing/EffectWindow.h"
+#include "NimbrelHost/User/EffectWindow.h"
 
 namespace nimbrel::host {
 

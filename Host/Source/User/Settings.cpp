@@ -1,11 +1,11 @@
-#include "NimbrelHost/Parameters/Settings.h"
+#include "NimbrelHost/User/Settings.h"
 
 #include <fmt/format.h>
 
 #include <cmath>
 #include <limits>
 
-#include "NimbrelHost/Parameters/CustomData.h"
+#include "NimbrelHost/Commands/CustomData.h"
 #include "NimbrelHost/Scene/Fit.h"
 #include "NimbrelHost/Scene/PlyBounds.h"
 #include "NimbrelHost/Support/Errors.h"

@@ -1,8 +1,8 @@
 #include <cmath>
 #include <numbers>
 
-#include "Drawing/Panel/Canvas.h"
 #include "HostInterface/Drawbot.h"
+#include "Panel/Canvas.h"
 
 // What effects draw, played on Cairo.
 

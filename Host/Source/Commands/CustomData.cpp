@@ -1,4 +1,4 @@
-#include "NimbrelHost/Parameters/CustomData.h"
+#include "NimbrelHost/Commands/CustomData.h"
 
 #include <fmt/format.h>
 

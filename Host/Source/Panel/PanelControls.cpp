@@ -1,9 +1,9 @@
-#include "Drawing/Panel/PanelControls.h"
+#include "Panel/PanelControls.h"
 
 #include <cmath>
 #include <numbers>
 
-#include "Drawing/Panel/PanelText.h"
+#include "Panel/PanelText.h"
 
 namespace nimbrel::host::panel {
 namespace {

@@ -1,13 +1,13 @@
-#include "NimbrelHost/Drawing/EffectWindow.h"
+#include "NimbrelHost/User/EffectWindow.h"
 
 #include <fmt/format.h>
 
 #include <exception>
 #include <utility>
 
+#include "Commands/ParameterRecords.h"
 #include "NimbrelHost/Commands/Command.h"
 #include "NimbrelHost/Support/Errors.h"
-#include "Parameters/ParameterRecords.h"
 
 namespace nimbrel::host {
 namespace {

@@ -1,9 +1,9 @@
-#include "Parameters/ParameterRecords.h"
+#include "Commands/ParameterRecords.h"
 
 #include <exception>
 #include <utility>
 
-#include "NimbrelHost/Parameters/CustomData.h"
+#include "NimbrelHost/Commands/CustomData.h"
 
 namespace nimbrel::host {
 

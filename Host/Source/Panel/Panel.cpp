@@ -1,14 +1,14 @@
-#include "NimbrelHost/Drawing/Panel.h"
+#include "NimbrelHost/Panel/Panel.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 
-#include "Drawing/Panel/Canvas.h"
-#include "Drawing/Panel/PanelControls.h"
-#include "Drawing/Panel/PanelLayout.h"
-#include "NimbrelHost/Drawing/EffectWindow.h"
 #include "NimbrelHost/Support/Errors.h"
+#include "NimbrelHost/User/EffectWindow.h"
+#include "Panel/Canvas.h"
+#include "Panel/PanelControls.h"
+#include "Panel/PanelLayout.h"
 
 namespace nimbrel::host {
 namespace panel {

@@ -1,4 +1,4 @@
-#include "Drawing/Panel/PanelText.h"
+#include "Panel/PanelText.h"
 
 #include <fmt/format.h>
 

@@ -8,7 +8,7 @@
 
 #include "NimbrelHost/Drawing/Drawing.h"
 #include "NimbrelHost/Drawing/Theme.h"
-#include "NimbrelHost/Output/Picture.h"
+#include "NimbrelHost/Pictures/Picture.h"
 
 namespace nimbrel::host::panel {
 

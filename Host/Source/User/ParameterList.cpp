@@ -3,9 +3,9 @@
 #include <cmath>
 #include <limits>
 
-#include "NimbrelHost/Parameters/CustomData.h"
-#include "NimbrelHost/Parameters/Settings.h"
+#include "NimbrelHost/Commands/CustomData.h"
 #include "NimbrelHost/Support/Text.h"
+#include "NimbrelHost/User/Settings.h"
 
 // Parameters and scenes as JSON, for people and programs to read.
 

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "NimbrelHost/Drawing/Panel.h"
+#include "NimbrelHost/Panel/Panel.h"
 
 namespace nimbrel::host::panel {
 

@@ -1,4 +1,4 @@
-#include "Drawing/Panel/Canvas.h"
+#include "Panel/Canvas.h"
 
 #include <fmt/format.h>
 
@@ -8,7 +8,7 @@
 #include <numbers>
 #include <stdexcept>
 
-#include "NimbrelHost/Drawing/DrawingPicture.h"
+#include "NimbrelHost/Panel/DrawingPicture.h"
 
 namespace nimbrel::host {
 namespace panel {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Drawing/Panel/Canvas.h"
 #include "NimbrelHost/Commands/Host.h"
+#include "Panel/Canvas.h"
 
 namespace nimbrel::host::panel {
 

@@ -1,4 +1,4 @@
-#include "NimbrelHost/Drawing/PointerSession.h"
+#include "NimbrelHost/User/PointerSession.h"
 
 #include <cmath>
 

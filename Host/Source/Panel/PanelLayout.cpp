@@ -1,4 +1,4 @@
-#include "Drawing/Panel/PanelLayout.h"
+#include "Panel/PanelLayout.h"
 
 #include <fmt/format.h>
 
