@@ -64,13 +64,19 @@ DigitCounts NoCounts() {
     return counts;
 }
 
-uint CountIn(uint digit, uint word) { return (digit >> 1) == word ? 1u << ((digit & 1u) * 16u) : 0u; }
+uint CountIn(uint digit, uint word, uint count) {
+    return (digit >> 1) == word ? count << ((digit & 1u) * 16u) : 0u;
+}
 
-DigitCounts AddDigit(DigitCounts counts, uint digit) {
-    counts.low += uint4(CountIn(digit, 0u), CountIn(digit, 1u), CountIn(digit, 2u), CountIn(digit, 3u));
-    counts.high += uint4(CountIn(digit, 4u), CountIn(digit, 5u), CountIn(digit, 6u), CountIn(digit, 7u));
+DigitCounts AddDigits(DigitCounts counts, uint digit, uint count) {
+    counts.low += uint4(CountIn(digit, 0u, count), CountIn(digit, 1u, count), CountIn(digit, 2u, count),
+                        CountIn(digit, 3u, count));
+    counts.high += uint4(CountIn(digit, 4u, count), CountIn(digit, 5u, count), CountIn(digit, 6u, count),
+                         CountIn(digit, 7u, count));
     return counts;
 }
+
+DigitCounts AddDigit(DigitCounts counts, uint digit) { return AddDigits(counts, digit, 1u); }
 
 // Counter of a bin out of its word.
 uint CounterOf(uint word, uint bin) { return (word >> ((bin & 1u) * 16u)) & 0xFFFFu; }

@@ -82,8 +82,10 @@ void FfxParallelSortReduce(uint3 groupId : SV_GroupID, uint3 threadId : SV_Group
     uint block = groupId.x % numReduceThreadgroupPerBin;
     uint sum = 0u;
     for (uint i = 0u; i < KEYS_PER_THREAD; ++i) {
+        // Columns beyond the last repeat it and count for nothing: all threads go one way to the waves' operations.
         uint column = block * BLOCK_SIZE + t + i * GROUP_SIZE;
-        if (column < numThreadGroups) sum += rw_sum_table[ZEB_ELEMENT(6, bin * numThreadGroups + column)];
+        uint entry = rw_sum_table[ZEB_ELEMENT(6, bin * numThreadGroups + min(column, numThreadGroups - 1u))];
+        sum += column < numThreadGroups ? entry : 0u;
     }
     sum = GroupSum(sum, t);
     if (t == 0u) rw_reduce_table[ZEB_ELEMENT(7, groupId.x)] = sum;
@@ -96,8 +98,8 @@ void ScanBlock(uint base, uint first, uint limit, uint offset, uint t) {
     uint values[KEYS_PER_THREAD];
     uint total = 0u;
     for (uint i = 0u; i < KEYS_PER_THREAD; ++i) {
-        values[i] = 0u;
-        if (entry + i < limit) values[i] = rw_scan_source[ZEB_ELEMENT(8, base + entry + i)];
+        uint value = rw_scan_source[ZEB_ELEMENT(8, base + min(entry + i, limit - 1u))];
+        values[i] = entry + i < limit ? value : 0u;
         total += values[i];
     }
     uint sum = GroupPrefixSum(total, t) + offset;

@@ -16,11 +16,11 @@ uint DigitOf(uint key) { return (key >> (shift & 31u)) & 15u; }
 
 uint FirstPlace(uint bin, uint group) { return rw_sum_table[ZEB_ELEMENT(6, bin * numThreadGroups + group)]; }
 
-// Moves key i to `place`. The bound holds for every sum table that Count and the scans made of the same keys.
-void MoveKey(uint i, uint key, uint place) {
+// The bound holds for every sum table that Count and the scans made of the same keys.
+void StoreKey(uint key, uint payload, uint place) {
     if (place >= numKeys) return;
     rw_dest_keys[ZEB_ELEMENT(3, place)] = key;
-    rw_dest_payloads[ZEB_ELEMENT(5, place)] = rw_source_payloads[ZEB_ELEMENT(4, i)];
+    rw_dest_payloads[ZEB_ELEMENT(5, place)] = payload;
 }
 
 #if defined(ZEB_SORT_SERIAL)
@@ -74,7 +74,7 @@ void ScatterRun(uint first, uint end, uint run) {
         uint digit = DigitOf(key);
         uint place = places[digit];
         places[digit] = place + 1u;
-        MoveKey(i, key, place);
+        StoreKey(key, rw_source_payloads[ZEB_ELEMENT(4, i)], place);
     }
 }
 
@@ -111,7 +111,11 @@ void FfxParallelSortScatter(uint3 groupId : SV_GroupID, uint3 threadId : SV_Grou
 
 groupshared uint Counts[COUNTER_WORDS * GROUP_SIZE];  // word * GROUP_SIZE + thread
 groupshared uint PartSums[COUNTER_WORDS * 16u];       // word * part count + part
-groupshared uint BinOffsetCache[BIN_COUNT];
+groupshared uint TotalWords[COUNTER_WORDS];           // counters of the whole block
+groupshared uint BlockStart[BIN_COUNT];               // first place of each digit within the ordered block
+groupshared uint BinOffsetCache[BIN_COUNT];           // the same within the output
+groupshared uint OrderedKeys[BLOCK_SIZE];
+groupshared uint OrderedPayloads[BLOCK_SIZE];
 
 void StoreCounts(DigitCounts counts, uint t) {
     Counts[0u * GROUP_SIZE + t] = counts.low.x;
@@ -184,48 +188,80 @@ void ScanParts(DigitCounts counts, uint t) {
 
 #endif
 
-// Keys of the group's current block before this thread's with the digit.
-uint EarlierInBlock(uint digit, uint t) {
-    uint word = digit >> 1;
-    uint sum = Counts[word * GROUP_SIZE + t];
-    uint parts = PartCount();
-    for (uint part = 0u; part < PartOf(t); ++part) sum += PartSums[word * parts + part];
-    return CounterOf(sum, digit);
+// After ScanParts: turns PartSums into sums over the earlier parts, and fills TotalWords and BlockStart.
+void ScanBlockCounts(uint t) {
+    if (t < COUNTER_WORDS) {
+        uint parts = PartCount();
+        uint sum = 0u;
+        for (uint part = 0u; part < parts; ++part) {
+            uint value = PartSums[t * parts + part];
+            PartSums[t * parts + part] = sum;
+            sum += value;
+        }
+        TotalWords[t] = sum;
+    }
+    GroupMemoryBarrierWithGroupSync();
+    if (t < BIN_COUNT) {
+        uint start = 0u;
+        for (uint bin = 0u; bin < t; ++bin) start += CounterOf(TotalWords[bin >> 1], bin);
+        BlockStart[t] = start;
+    }
+    GroupMemoryBarrierWithGroupSync();
 }
 
-// Moves this thread's keys [first, end) of the block, at most four.
-void ScatterOwnKeys(uint first, uint end, uint t) {
-    DigitCounts own = NoCounts();
-    for (uint i = first; i < end; ++i) {
-        uint key = rw_source_keys[ZEB_ELEMENT(2, i)];
-        uint digit = DigitOf(key);
-        uint rank = 0u;
-        for (uint earlier = first; earlier < i; ++earlier)
-            rank += DigitOf(rw_source_keys[ZEB_ELEMENT(2, earlier)]) == digit ? 1u : 0u;
-        MoveKey(i, key, BinOffsetCache[digit] + EarlierInBlock(digit, t) + rank);
+// Keys of the block before this thread's with the digit.
+uint EarlierInBlock(uint digit, uint t) {
+    uint word = digit >> 1;
+    return CounterOf(Counts[word * GROUP_SIZE + t] + PartSums[word * PartCount() + PartOf(t)], digit);
+}
+
+// Puts the block's keys and payloads in the order of their digits into group-shared memory. A thread holds four
+// consecutive keys, read once. Reads beyond the end repeat the last key and count for nothing: no thread takes another
+// way than its neighbours before the waves' operations.
+void OrderBlock(uint block, uint end, uint t) {
+    uint keys[KEYS_PER_THREAD];
+    uint payloads[KEYS_PER_THREAD];
+    uint first = block + t * KEYS_PER_THREAD;
+    DigitCounts counts = NoCounts();
+    [unroll] for (uint i = 0u; i < KEYS_PER_THREAD; ++i) {
+        uint at = min(first + i, end - 1u);
+        keys[i] = rw_source_keys[ZEB_ELEMENT(2, at)];
+        payloads[i] = rw_source_payloads[ZEB_ELEMENT(4, at)];
+        counts = AddDigits(counts, DigitOf(keys[i]), first + i < end ? 1u : 0u);
     }
+    ScanParts(counts, t);
+    ScanBlockCounts(t);
+    [unroll] for (uint k = 0u; k < KEYS_PER_THREAD; ++k) {
+        uint digit = DigitOf(keys[k]);
+        uint place = BlockStart[digit] + EarlierInBlock(digit, t);
+        [unroll] for (uint earlier = 0u; earlier < k; ++earlier) place += DigitOf(keys[earlier]) == digit ? 1u : 0u;
+        if (first + k < end) {
+            OrderedKeys[place] = keys[k];
+            OrderedPayloads[place] = payloads[k];
+        }
+    }
+    GroupMemoryBarrierWithGroupSync();
 }
 
 // One group for each column of the sum table, 128 threads. Reads the group's keys and payloads and its column; writes
-// both outputs. Stable: a thread holds four consecutive keys of a block of 512, and blocks ascend.
+// both outputs, neighbouring threads to neighbouring places. Stable: a block of 512 is ordered stably, and blocks
+// ascend.
 [numthreads(128, 1, 1)]
 void FfxParallelSortScatter(uint3 groupId : SV_GroupID, uint3 threadId : SV_GroupThreadID) {
     uint t = threadId.x;
     KeyRange range = KeysOfGroup(groupId.x);
     if (t < BIN_COUNT) BinOffsetCache[t] = FirstPlace(t, groupId.x);
+    GroupMemoryBarrierWithGroupSync();
     for (uint block = range.first; block < range.end; block += BLOCK_SIZE) {
-        uint first = min(block + t * KEYS_PER_THREAD, range.end);
-        uint end = min(first + KEYS_PER_THREAD, range.end);
-        DigitCounts counts = NoCounts();
-        for (uint i = first; i < end; ++i) counts = AddDigit(counts, DigitOf(rw_source_keys[ZEB_ELEMENT(2, i)]));
-        ScanParts(counts, t);
-        ScatterOwnKeys(first, end, t);
-        GroupMemoryBarrierWithGroupSync();
-        if (t < BIN_COUNT) {
-            uint sum = 0u;
-            for (uint part = 0u; part < PartCount(); ++part) sum += PartSums[(t >> 1) * PartCount() + part];
-            BinOffsetCache[t] += CounterOf(sum, t);
+        uint end = min(block + BLOCK_SIZE, range.end);
+        OrderBlock(block, end, t);
+        for (uint q = t; q < end - block; q += GROUP_SIZE) {
+            uint key = OrderedKeys[q];
+            uint digit = DigitOf(key);
+            StoreKey(key, OrderedPayloads[q], BinOffsetCache[digit] + q - BlockStart[digit]);
         }
+        GroupMemoryBarrierWithGroupSync();
+        if (t < BIN_COUNT) BinOffsetCache[t] += CounterOf(TotalWords[t >> 1], t);
         GroupMemoryBarrierWithGroupSync();
     }
 }
