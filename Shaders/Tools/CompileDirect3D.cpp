@@ -113,7 +113,9 @@ public:
     }
 
     std::string Compile(const Job& job, const std::string& source) const {
-        std::vector<std::string> options = {"-E", job.mEntry, "-T", Target(job, "6_0"), "-Gis", "-WX", "-O3"};
+        // Made for the first validator of this shader model: a runtime refuses what is made for one newer than its own.
+        std::vector<std::string> options = {"-E",  job.mEntry,           "-T", Target(job, "6_0"), "-Gis", "-WX",
+                                            "-O3", "-validator-version", "1.0"};
         for (const std::string& define : job.mDefines) options.push_back("-D" + define);
         std::vector<std::wstring> wide;
         for (const std::string& option : options) wide.emplace_back(option.begin(), option.end());

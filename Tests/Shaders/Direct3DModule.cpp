@@ -11,6 +11,7 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "ContainerDigest.h"
 #include "Shaders/Tools/DxcInterfaces.h"
 #include "SpirvModule.h"
 
@@ -142,6 +143,20 @@ void CountArithmetic(const std::string& listing, bool isDxil, StageInfo& stage) 
     }
 }
 
+bool IsSigned(const void* code, std::size_t size) {
+    const auto* const container = static_cast<const std::uint8_t*>(code);
+    const ContainerDigest digest = CalcContainerDigest(container, size);
+    return std::equal(digest.begin(), digest.end(), container + 4);
+}
+
+std::string FindValidator(const std::string& listing) {
+    std::smatch entry;
+    if (!std::regex_search(listing, entry, std::regex(R"(!dx\.valver = !\{!(\d+)\})"))) return {};
+    const std::string number = entry[1];
+    if (!std::regex_search(listing, entry, std::regex("!" + number + R"( = !\{i32 (\d+), i32 (\d+)\})"))) return {};
+    return entry[1].str() + "." + entry[2].str();
+}
+
 }  // namespace
 
 StageInfo InspectStage(const void* code, std::size_t size) {
@@ -163,6 +178,8 @@ StageInfo InspectStage(const void* code, std::size_t size) {
     }
     stage.mUsesWaves = (reflection->GetRequiresFlags() & kUsesWaves) != 0;
     CountArithmetic(listing, IsDxil(code, size), stage);
+    stage.mIsSigned = IsSigned(code, size);
+    stage.mValidator = FindValidator(listing);
     reflection->Release();
     return stage;
 }
