@@ -12,6 +12,7 @@
 #include "PluginBase/AE/ArbHandlerAE.h"
 #include "PluginBase/AE/ComputeCacheAE.h"
 #include "PluginBase/AE/TextAE.h"
+#include "PluginBase/Misc/UserFolders.h"
 #include "Render.h"
 #include "Shaders/RegisterShaders.h"
 #ifndef _WIN32
@@ -67,6 +68,8 @@ zeb::render::RenderOptions Plugin::GetRenderOptions() {
     options.mShaderListFile = "Shaders.yaml";
     options.mShaderFolders = {"Shaders/", "plugin-base/Shaders/"};
     options.mHeapSizes = {1024, 32, 128};
+    const std::filesystem::path cache = zeb::GetUserCacheFolder();
+    if (!cache.empty()) options.mPipelineCacheFolder = cache / "nimbrel";
     return options;
 }
 

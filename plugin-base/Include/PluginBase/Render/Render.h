@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
@@ -51,6 +52,8 @@ struct RenderOptions {
     std::string mRequestedDevice;
     /// Runs with the API's validation layer; each error goes to `mReportValidation`, from any thread.
     bool mValidation = false;
+    /// Where a back end that can keeps compiled pipelines for the next process; empty: nowhere. Need not exist.
+    std::filesystem::path mPipelineCacheFolder;
     std::function<void(const DeviceCandidate&)> mReportDevice;
     std::function<void(const std::string&)> mReportValidation;
 };

@@ -43,7 +43,8 @@ int ScoreMemoryType(VkMemoryPropertyFlags flags, std::uint64_t heapSize, MemoryK
 
 }  // namespace
 
-DeviceContext::DeviceContext(std::shared_ptr<const InstanceVulkan> instance, const PhysicalDevice& physicalDevice)
+DeviceContext::DeviceContext(std::shared_ptr<const InstanceVulkan> instance, const PhysicalDevice& physicalDevice,
+                             const std::filesystem::path& pipelineCacheFolder)
     : mInstance(std::move(instance)),
       mPhysicalDevice(physicalDevice.mDevice),
       mQueueFamily(physicalDevice.mQueueFamily) {
@@ -61,15 +62,48 @@ DeviceContext::DeviceContext(std::shared_ptr<const InstanceVulkan> instance, con
         mQueues.push_back(std::make_unique<QueueSlot>());
         mApi.vkGetDeviceQueue(mDevice, mQueueFamily, i, &mQueues.back()->mQueue);
     }
-    const VkPipelineCacheCreateInfo info = {VK_STRUCTURE_TYPE_PIPELINE_CACHE_CREATE_INFO};
-    const VkResult result = mApi.vkCreatePipelineCache(mDevice, &info, nullptr, &mPipelineCache);
-    if (result != VK_SUCCESS) mPipelineCache = VK_NULL_HANDLE;  // a cache is a gain, not a need
+    CreatePipelineCache(pipelineCacheFolder);
 }
 
 DeviceContext::~DeviceContext() {
     mApi.vkDeviceWaitIdle(mDevice);
+    try {
+        SavePipelines();
+    } catch (...) {  // no memory for it, or no folder that the system can name
+    }
     mApi.vkDestroyPipelineCache(mDevice, mPipelineCache, nullptr);
     mApi.vkDestroyDevice(mDevice, nullptr);
+}
+
+// A cache is a gain, not a need: without one pipelines are made all the same.
+void DeviceContext::CreatePipelineCache(const std::filesystem::path& folder) {
+    mPipelineFile.emplace(folder, mProperties);
+    std::vector<std::byte> kept = mPipelineFile->Read();
+    VkPipelineCacheCreateInfo info = {VK_STRUCTURE_TYPE_PIPELINE_CACHE_CREATE_INFO};
+    info.initialDataSize = kept.size();
+    info.pInitialData = kept.data();
+    VkResult result = mApi.vkCreatePipelineCache(mDevice, &info, nullptr, &mPipelineCache);
+    if (result != VK_SUCCESS && !kept.empty()) {
+        kept.clear();
+        info.initialDataSize = 0;
+        result = mApi.vkCreatePipelineCache(mDevice, &info, nullptr, &mPipelineCache);
+    }
+    if (result != VK_SUCCESS) mPipelineCache = VK_NULL_HANDLE;
+    mKeptPipelineBytes = kept.size();
+}
+
+// The driver's data only grow, so that another size tells of new pipelines.
+void DeviceContext::SavePipelines() const {
+    std::size_t size = 0;
+    if (mPipelineCache == VK_NULL_HANDLE ||
+        mApi.vkGetPipelineCacheData(mDevice, mPipelineCache, &size, nullptr) != VK_SUCCESS)
+        return;
+    std::vector<std::byte> data(size);
+    // Incomplete data are good as far as they go.
+    const VkResult result = mApi.vkGetPipelineCacheData(mDevice, mPipelineCache, &size, data.data());
+    if ((result != VK_SUCCESS && result != VK_INCOMPLETE) || size == mKeptPipelineBytes) return;
+    data.resize(size);
+    mPipelineFile->Write(data);
 }
 
 void DeviceContext::QueryProperties(const PhysicalDevice& physicalDevice) {

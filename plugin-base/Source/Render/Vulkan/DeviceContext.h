@@ -2,17 +2,24 @@
 
 #include <atomic>
 #include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "Instance.h"
+#include "PipelineCacheFile.h"
 #include "PluginBase/Render/Types.h"
+#include "SharedObjects.h"
 #include "VulkanApi.h"
 
 namespace zeb::render {
+
+class GraphicsPipelines;
+struct PipelineResource;
 
 /// A queue of the device and the lock around it: there are fewer queues than threads.
 struct QueueSlot {
@@ -32,7 +39,9 @@ struct MemoryBlock {
 /// them. Thread: any.
 class DeviceContext {
 public:
-    DeviceContext(std::shared_ptr<const InstanceVulkan> instance, const PhysicalDevice& physicalDevice);
+    /// With a folder compiled pipelines are kept in it from one device to the next.
+    DeviceContext(std::shared_ptr<const InstanceVulkan> instance, const PhysicalDevice& physicalDevice,
+                  const std::filesystem::path& pipelineCacheFolder);
     ~DeviceContext();
     DeviceContext(const DeviceContext&) = delete;
     DeviceContext& operator=(const DeviceContext&) = delete;
@@ -43,6 +52,9 @@ public:
     const InstanceVulkan& GetInstance() const { return *mInstance; }
     VkPhysicalDevice GetPhysicalDevice() const { return mPhysicalDevice; }
     VkPipelineCache GetPipelineCache() const { return mPipelineCache; }
+    /// Pipelines that threads have in common.
+    SharedObjects<PipelineResource>& ComputePipelines() { return mComputePipelines; }
+    SharedObjects<GraphicsPipelines>& DrawPipelines() { return mDrawPipelines; }
     std::uint32_t GetQueueFamily() const { return mQueueFamily; }
     /// Descriptors that a draw or dispatch can carry along; 0 where the driver has no such way.
     std::uint32_t GetMaxPushDescriptors() const { return mMaxPushDescriptors; }
@@ -71,6 +83,8 @@ public:
 
 private:
     void CreateDevice(const PhysicalDevice& physicalDevice);
+    void CreatePipelineCache(const std::filesystem::path& folder);
+    void SavePipelines() const;
     void QueryProperties(const PhysicalDevice& physicalDevice);
     std::vector<std::uint32_t> RankMemoryTypes(std::uint32_t allowed, MemoryKind kind) const;
     void SetObjectName(VkObjectType type, std::uint64_t handle, const std::string& name) const;
@@ -89,6 +103,10 @@ private:
     VkDevice mDevice = VK_NULL_HANDLE;
     VolkDeviceTable mApi = {};
     VkPipelineCache mPipelineCache = VK_NULL_HANDLE;
+    std::optional<PipelineCacheFile> mPipelineFile;
+    std::size_t mKeptPipelineBytes = 0;  ///< of the file, as it was read
+    SharedObjects<PipelineResource> mComputePipelines;
+    SharedObjects<GraphicsPipelines> mDrawPipelines;
     PFN_vkSetDebugUtilsObjectNameEXT mSetObjectName = nullptr;
     std::vector<std::unique_ptr<QueueSlot>> mQueues;
     std::atomic<std::uint32_t> mNextQueue = 0;

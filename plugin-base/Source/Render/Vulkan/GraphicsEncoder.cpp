@@ -91,7 +91,7 @@ void GraphicsCommandEncoderVulkan::AddAttachmentUses(PendingUse& use) const {
 void GraphicsCommandEncoderVulkan::PrepareDraw(Topology topology, bool isIndexed) {
     PipelineVariant variant = {topology, {}};
     for (std::size_t slot = 0; slot < kMaxVertexSlots; ++slot) variant.mStrides[slot] = mVertexSlots[slot].mStride;
-    const std::shared_ptr<PipelineResource>& pipeline = mPipelineState->Get(variant);
+    const std::shared_ptr<PipelineResource> pipeline = mPipelineState->Get(variant);
     PendingUse use = GatherUses(isIndexed);
     if (mIsRendering && mList.GetUses().NeedsBarrier(use)) EndRendering();
     if (!mIsRendering) AddAttachmentUses(use);

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "EnumTables.h"
+#include "SharedObjects.h"
 
 namespace zeb::render {
 namespace {
@@ -65,20 +66,58 @@ VkPipelineRasterizationStateCreateInfo GetRasterState(const GraphicsPipelineDesc
     return state;
 }
 
-}  // namespace
+void AddShader(ObjectKey& key, const Shader& shader) { key.AddBytes(shader.GetData(), shader.GetSize()); }
 
-PipelineResource::~PipelineResource() {
-    const DeviceContext& context = *mLayout->GetContext();
-    context.Api().vkDestroyPipeline(context.Get(), mPipeline, nullptr);
+void AddSignature(ObjectKey& key, const RootSignature& signature) {
+    key.Add(signature.GetName());  // failures name it
+    for (const RootParameter& parameter : signature.GetParameters()) {
+        key.Add(parameter.mKind);
+        key.Add(parameter.mVisibility);
+        key.Add(parameter.mRegister);
+        key.Add(parameter.mSpace);
+        key.Add(parameter.mConstantCount);
+        key.Add(parameter.mRanges.size());
+        for (const DescriptorTableRange& range : parameter.mRanges) {
+            key.Add(range.mType);
+            key.Add(range.mCount);
+            key.Add(range.mRegister);
+        }
+    }
 }
 
-ComputePipelineStateVulkan::ComputePipelineStateVulkan(const std::shared_ptr<DeviceContext>& context, std::string name,
-                                                       const ComputePipelineDescription& description)
-    : ComputePipelineState(std::move(name), description) {
-    const auto layout = std::make_shared<PipelineLayout>(context, GetName());
+// What a native pipeline is made from.
+ObjectKey MakeKey(const std::string& name, const GraphicsPipelineDescription& description) {
+    ObjectKey key;
+    key.Add(name);
+    AddShader(key, *description.mVertexShader);
+    AddShader(key, *description.mPixelShader);
+    AddSignature(key, *description.mRootSignature);
+    for (const VertexElement& element : description.mVertexElements) {
+        key.Add(element.mFormat);
+        key.Add(element.mInputSlot);
+        key.Add(element.mAlignedByteOffset);
+    }
+    key.Add(description.mBlendEnabled);
+    for (const BlendFactor factor : {description.mSourceColorFactor, description.mDestinationColorFactor,
+                                     description.mSourceAlphaFactor, description.mDestinationAlphaFactor})
+        key.Add(factor);
+    key.Add(description.mColorOperation);
+    key.Add(description.mAlphaOperation);
+    key.Add(description.mFillMode);
+    key.Add(description.mCullMode);
+    key.Add(description.mFrontFace);
+    key.Add(description.mTopologyType);
+    for (std::int32_t i = 0; i < description.mRenderTargetCount; ++i) key.Add(description.mRenderTargetFormats[i]);
+    return key;
+}
+
+std::shared_ptr<PipelineResource> CreateComputePipeline(const std::shared_ptr<DeviceContext>& context,
+                                                        const std::string& name,
+                                                        const ComputePipelineDescription& description) {
+    const auto layout = std::make_shared<PipelineLayout>(context, name);
     layout->AddStage(*description.mComputeShader, VK_SHADER_STAGE_COMPUTE_BIT);
     layout->Build(ToVulkan(*description.mRootSignature));
-    mResource = std::make_shared<PipelineResource>(layout);
+    auto resource = std::make_shared<PipelineResource>(layout);
 
     const PipelineStage& stage = layout->GetStages().front();
     VkPipelineShaderStageRequiredSubgroupSizeCreateInfo waveSize = {
@@ -92,22 +131,43 @@ ComputePipelineStateVulkan::ComputePipelineStateVulkan(const std::shared_ptr<Dev
     }
     info.layout = layout->Get();
     ZEB_VK_CHECK_FOR(context->Api().vkCreateComputePipelines(context->Get(), context->GetPipelineCache(), 1, &info,
-                                                             nullptr, &mResource->mPipeline),
-                     GetName());
-    context->SetName(VK_OBJECT_TYPE_PIPELINE, mResource->mPipeline, GetName());
+                                                             nullptr, &resource->mPipeline),
+                     name);
+    context->SetName(VK_OBJECT_TYPE_PIPELINE, resource->mPipeline, name);
+    return resource;
+}
+
+}  // namespace
+
+PipelineResource::~PipelineResource() {
+    const DeviceContext& context = *mLayout->GetContext();
+    context.Api().vkDestroyPipeline(context.Get(), mPipeline, nullptr);
+}
+
+ComputePipelineStateVulkan::ComputePipelineStateVulkan(const std::shared_ptr<DeviceContext>& context, std::string name,
+                                                       const ComputePipelineDescription& description)
+    : ComputePipelineState(std::move(name), description) {
+    ObjectKey key;
+    key.Add(GetName());
+    AddShader(key, *description.mComputeShader);
+    AddSignature(key, *description.mRootSignature);
+    mResource =
+        context->ComputePipelines().Get(key, [&] { return CreateComputePipeline(context, GetName(), description); });
 }
 
 GraphicsPipelineStateVulkan::GraphicsPipelineStateVulkan(const std::shared_ptr<DeviceContext>& context,
                                                          std::string name,
                                                          const GraphicsPipelineDescription& description)
     : GraphicsPipelineState(std::move(name), description) {
-    mLayout = std::make_shared<PipelineLayout>(context, GetName());
-    mLayout->AddStage(*description.mVertexShader, VK_SHADER_STAGE_VERTEX_BIT);
-    mLayout->AddStage(*description.mPixelShader, VK_SHADER_STAGE_FRAGMENT_BIT);
-    mLayout->Build(ToVulkan(*description.mRootSignature));
+    mPipelines = context->DrawPipelines().Get(MakeKey(GetName(), description), [&] {
+        const auto layout = std::make_shared<PipelineLayout>(context, GetName());
+        layout->AddStage(*description.mVertexShader, VK_SHADER_STAGE_VERTEX_BIT);
+        layout->AddStage(*description.mPixelShader, VK_SHADER_STAGE_FRAGMENT_BIT);
+        layout->Build(ToVulkan(*description.mRootSignature));
+        return std::make_shared<GraphicsPipelines>(layout);
+    });
     CheckDescription();
-    const Topology list = GetListTopology(description.mTopologyType);
-    if (GetVertexSlots() == 0) Get({list, {}});
+    if (GetVertexSlots() == 0) Get({GetListTopology(description.mTopologyType), {}});
 }
 
 void GraphicsPipelineStateVulkan::CheckDescription() const {
@@ -117,25 +177,31 @@ void GraphicsPipelineStateVulkan::CheckDescription() const {
     const GraphicsPipelineDescription& description = GetDescription();
     for (std::int32_t i = 0; i < description.mRenderTargetCount; ++i)
         GetFormatVulkan(description.mRenderTargetFormats[i]);
-    if (description.mFillMode == FillMode::Wireframe && !mLayout->GetContext()->HasWireframe())
+    if (description.mFillMode == FillMode::Wireframe && !GetLayout().GetContext()->HasWireframe())
         fail("the device draws no wireframes");
-    for (const std::uint32_t location : mLayout->GetStages().front().mReflection.mInputLocations) {
+    for (const std::uint32_t location : GetLayout().GetStages().front().mReflection.mInputLocations) {
         if (location >= description.mVertexElements.size())
             fail(fmt::format("its program reads vertex element {}, which the description lacks", location));
     }
 }
 
-const std::shared_ptr<PipelineResource>& GraphicsPipelineStateVulkan::Get(PipelineVariant variant) {
+std::shared_ptr<PipelineResource> GraphicsPipelineStateVulkan::Get(PipelineVariant variant) const {
     for (std::size_t slot = 0; slot < kMaxVertexSlots; ++slot) {
         if ((GetVertexSlots() & (1U << slot)) == 0) variant.mStrides[slot] = 0;
     }
+    return mPipelines->Get(variant, GetDescription());
+}
+
+std::shared_ptr<PipelineResource> GraphicsPipelines::Get(const PipelineVariant& variant,
+                                                         const GraphicsPipelineDescription& description) {
+    const std::lock_guard lock(mMutex);
     auto& pipeline = mVariants[variant];
-    if (!pipeline) pipeline = Create(variant);
+    if (!pipeline) pipeline = Create(variant, description);
     return pipeline;
 }
 
-std::shared_ptr<PipelineResource> GraphicsPipelineStateVulkan::Create(const PipelineVariant& variant) const {
-    const GraphicsPipelineDescription& description = GetDescription();
+std::shared_ptr<PipelineResource> GraphicsPipelines::Create(const PipelineVariant& variant,
+                                                            const GraphicsPipelineDescription& description) const {
     std::vector<VkPipelineShaderStageCreateInfo> stages;
     for (const PipelineStage& stage : mLayout->GetStages()) stages.push_back(GetStageInfo(stage));
     const VertexInput vertexInput(description, variant);
@@ -186,8 +252,8 @@ std::shared_ptr<PipelineResource> GraphicsPipelineStateVulkan::Create(const Pipe
     const DeviceContext& context = *mLayout->GetContext();
     ZEB_VK_CHECK_FOR(context.Api().vkCreateGraphicsPipelines(context.Get(), context.GetPipelineCache(), 1, &info,
                                                              nullptr, &resource->mPipeline),
-                     GetName());
-    context.SetName(VK_OBJECT_TYPE_PIPELINE, resource->mPipeline, GetName());
+                     mLayout->GetName());
+    context.SetName(VK_OBJECT_TYPE_PIPELINE, resource->mPipeline, mLayout->GetName());
     return resource;
 }
 

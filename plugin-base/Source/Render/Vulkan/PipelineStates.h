@@ -3,6 +3,7 @@
 #include <array>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -41,22 +42,39 @@ struct PipelineVariant {
     auto operator<=>(const PipelineVariant&) const = default;
 };
 
-/// One native pipeline for each topology and set of vertex strides that is drawn with, made at first use. Programs
-/// without vertex buffers get that of their list topology at once.
+/// What states that draw alike have in common, of whatever thread: the layout, and one native pipeline for each
+/// topology and set of vertex strides that is drawn with, made at first use. Thread: any.
+class GraphicsPipelines {
+public:
+    explicit GraphicsPipelines(std::shared_ptr<const PipelineLayout> layout) : mLayout(std::move(layout)) {}
+
+    const PipelineLayout& GetLayout() const { return *mLayout; }
+    /// `description` is that of any of the states.
+    std::shared_ptr<PipelineResource> Get(const PipelineVariant& variant,
+                                          const GraphicsPipelineDescription& description);
+
+private:
+    std::shared_ptr<PipelineResource> Create(const PipelineVariant& variant,
+                                             const GraphicsPipelineDescription& description) const;
+
+    std::shared_ptr<const PipelineLayout> mLayout;
+    std::mutex mMutex;
+    std::map<PipelineVariant, std::shared_ptr<PipelineResource>> mVariants;
+};
+
+/// Programs without vertex buffers get the pipeline of their list topology at once.
 class GraphicsPipelineStateVulkan final : public GraphicsPipelineState {
 public:
     GraphicsPipelineStateVulkan(const std::shared_ptr<DeviceContext>& context, std::string name,
                                 const GraphicsPipelineDescription& description);
 
-    const std::shared_ptr<PipelineResource>& Get(PipelineVariant variant);
-    const PipelineLayout& GetLayout() const { return *mLayout; }
+    std::shared_ptr<PipelineResource> Get(PipelineVariant variant) const;
+    const PipelineLayout& GetLayout() const { return mPipelines->GetLayout(); }
 
 private:
     void CheckDescription() const;
-    std::shared_ptr<PipelineResource> Create(const PipelineVariant& variant) const;
 
-    std::shared_ptr<PipelineLayout> mLayout;
-    std::map<PipelineVariant, std::shared_ptr<PipelineResource>> mVariants;
+    std::shared_ptr<GraphicsPipelines> mPipelines;
 };
 
 ComputePipelineStateVulkan& ToVulkan(ComputePipelineState& state);

@@ -10,7 +10,8 @@ class RenderVulkan final : public Render {
 public:
     RenderVulkan(const std::shared_ptr<const InstanceVulkan>& instance, const PhysicalDevice& device,
                  const RenderOptions& options)
-        : mDevice(std::make_shared<DeviceContext>(instance, device), device.mName, options.mHeapSizes) {}
+        : mDevice(std::make_shared<DeviceContext>(instance, device, options.mPipelineCacheFolder), device.mName,
+                  options.mHeapSizes) {}
 
     std::vector<std::string> GetDefines() const override {
         std::vector<std::string> defines = Render::GetDefines();
