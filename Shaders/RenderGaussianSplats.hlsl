@@ -9,7 +9,47 @@ cbuffer TextureConstants : register(b9) {
     float2 _ScreenParams;  // target's size in pixels
     int _StartIndex;
     int _Count;
+#if defined(ZEB_VIEW_WINDOWS)
+    uint _WindowSize;
+#endif
 };
+
+// ZEB_VIEW_WINDOWS is the form for more records than a device binds at once: windows of one buffer, of _WindowSize
+// records each, begin at t8 and go on at t10. Those that a frame does not need repeat the first.
+#if defined(ZEB_VIEW_WINDOWS)
+#define DECLARE_WINDOW(n) StructuredBuffer<SplatViewData> _SplatViewData##n : register(t##n);
+DECLARE_WINDOW(10)
+DECLARE_WINDOW(11)
+DECLARE_WINDOW(12)
+DECLARE_WINDOW(13)
+DECLARE_WINDOW(14)
+DECLARE_WINDOW(15)
+DECLARE_WINDOW(16)
+DECLARE_WINDOW(17)
+DECLARE_WINDOW(18)
+DECLARE_WINDOW(19)
+
+SplatViewData LoadRecord(uint i) {
+    uint window = i / _WindowSize;
+    uint k = i % _WindowSize;
+    if (window == 0u) return _SplatViewData[k];
+    if (window == 1u) return _SplatViewData10[k];
+    if (window == 2u) return _SplatViewData11[k];
+    if (window == 3u) return _SplatViewData12[k];
+    if (window == 4u) return _SplatViewData13[k];
+    if (window == 5u) return _SplatViewData14[k];
+    if (window == 6u) return _SplatViewData15[k];
+    if (window == 7u) return _SplatViewData16[k];
+    if (window == 8u) return _SplatViewData17[k];
+    if (window == 9u) return _SplatViewData18[k];
+    return _SplatViewData19[k];
+}
+
+#else
+
+SplatViewData LoadRecord(uint i) { return _SplatViewData[ZEB_ELEMENT(8, i)]; }
+
+#endif
 
 struct Varyings {
     float4 color : COLOR;
@@ -25,7 +65,7 @@ float4 DroppedPosition() {
 // Vertices 0 to 3 of an instance are the corners of its splat's quad, two semi-axes from the centre each way. Reads
 // _OrderBuffer and _SplatViewData. A splat with pos.w of 0 or less gets no place.
 Varyings vert(uint vertex : SV_VertexID, uint instance : SV_InstanceID) {
-    SplatViewData record = _SplatViewData[ZEB_ELEMENT(8, _OrderBuffer[ZEB_ELEMENT(7, instance)])];
+    SplatViewData record = LoadRecord(_OrderBuffer[ZEB_ELEMENT(7, instance)]);
     Varyings output;
     float w = record.pos[3];
     if (w <= 0.0) {

@@ -2,7 +2,10 @@
 
 #include <new>
 
+#include <fmt/format.h>
+
 #include "Nimbrel/PLYFileReader.h"
+#include "Nimbrel/SplatLimits.h"
 #include "PluginBase/Exception.h"
 
 namespace {
@@ -13,6 +16,13 @@ constexpr std::uint32_t kModelQuality = 2;
 
 CacheableAsset::CacheableAsset(const Options& options) {
     try {
+        // A file that no device draws is not read to its end.
+        const auto header = GaussianSplatAssetCreator::CreateAsset(options.path, options.settings, false);
+        if (header->splatCount > static_cast<std::int32_t>(nimbrel::kMaxFileSplats)) {
+            error = fmt::format("It has {} splats; no more than {} of a file can be drawn", header->splatCount,
+                                nimbrel::kMaxFileSplats);
+            return;
+        }
         asset = GaussianSplatAssetCreator::CreateAsset(options.path, options.settings, true);
     } catch (const PLYFileReader::LoadModelException& exception) {
         error = exception.message;

@@ -1,6 +1,7 @@
 #include "Nimbrel/GaussianSplatRenderer.h"
 
 #include <algorithm>
+#include <limits>
 
 #include <fmt/format.h>
 #include <glm/matrix.hpp>
@@ -8,6 +9,7 @@
 #include "Nimbrel/CommonCpp.h"
 #include "Nimbrel/EffectSwitches.h"
 #include "Nimbrel/ProgramRegisters.h"
+#include "Nimbrel/SplatLimits.h"
 #include "PluginBase/Exception.h"
 
 using namespace zeb::render;
@@ -18,8 +20,11 @@ namespace {
 
 constexpr std::uint32_t kConstantsStride = 256;
 constexpr std::uint32_t kViewDataConstantsStride = 768;
-/// Groups of one dispatch that every device runs, times the splats of a group.
-constexpr std::uint64_t kMaxSplats = std::uint64_t{65535} * kSplatGroupSize;
+/// Splats whose records every Vulkan device binds at once: 128 MiB hold 3,355,443, taken down to whole rows of tiles.
+/// One dispatch covers them on every device.
+constexpr std::uint32_t kSplatsAtOnce = 102 * nimbrel::gpu::kSplatsPerTileRow;
+static_assert(kSplatsAtOnce * sizeof(nimbrel::gpu::SplatViewData) <= (1U << 27));
+static_assert(kSplatsAtOnce / kSplatGroupSize <= ComputeProgram::kMaxGroups);
 
 std::uint32_t GetSplatCount(const GaussianSplatAsset& asset) {
     return static_cast<std::uint32_t>(std::max(asset.splatCount, 0));
@@ -46,31 +51,15 @@ void FillFromPacked(StructuredBuffer<T>& buffer, const char* name, const zeb::Pa
     });
 }
 
-/// The splats of one instance in a frame.
-struct InstanceSplats {
-    std::size_t mGroupIndex;
-    const GaussianSplatAsset& mAsset;
-    std::uint32_t mSlot;
-    std::uint64_t mInstanceIndex;
-    std::uint64_t mOffset;  ///< splats of all instances before
-    std::uint32_t mCount;
-};
+/// A part of an asset's block, `stride` bytes a splat, as offset and size in the buffer of all assets.
+struct BlockPart {
+    BlockPart(std::uint64_t place, std::uint64_t stride, std::uint32_t first, std::uint32_t count)
+        // Programs read whole words.
+        : mOffset(place + stride * first), mSize((stride * count + 3) / 4 * 4) {}
 
-/// Calls `visit(splats)` for every instance that has some, in the frame's order.
-template <class Visitor>
-void ForEachWithSplats(const std::vector<ModelGroup>& models, const Visitor& visit) {
-    std::uint64_t offset = 0;
-    std::uint64_t instanceIndex = 0;
-    for (std::size_t group = 0; group < models.size(); ++group) {
-        const GaussianSplatAsset& asset = *models[group].asset;
-        const std::uint32_t count = GetSplatCount(asset);
-        for (const ModelInstance& instance : models[group].instances) {
-            if (count != 0) visit(InstanceSplats{group, asset, instance.modelIndex, instanceIndex, offset, count});
-            offset += count;
-            ++instanceIndex;
-        }
-    }
-}
+    std::uint64_t mOffset;
+    std::uint64_t mSize;
+};
 
 bool MovesSplats(const zeb::PackedParameters& packed, std::uint32_t slot) {
     return nimbrel::MovesSplats(packed.Read<nimbrel::gpu::NoiseConstants1>(fmt::format("NoiseConstants{}", slot), 0));
@@ -91,6 +80,10 @@ zeb::UniquePtr<CommandList> BeginList(Device& device) {
 
 GaussianSplatRenderer::GaussianSplatRenderer(Device& device, const RendererPrograms& programs)
     : mLeaveOutEffects(programs.mLeaveOutEffects),
+      mStorageRange(programs.mSplatsAtOnce == 0
+                        ? device.GetStorageRange()
+                        : std::uint64_t{programs.mSplatsAtOnce} * sizeof(nimbrel::gpu::SplatViewData)),
+      mSplatsAtOnce(programs.mSplatsAtOnce == 0 ? kSplatsAtOnce : programs.mSplatsAtOnce),
       mSetIndices(device, "CSSetIndices", kSplatGroupSize),
       mNoiseConstants(device, "NoiseConstantsBuffer", kUploadBuffer, kConstantsStride),
       mCalcDistances(MakeKernel(device, "CSCalcDistances")),
@@ -186,20 +179,48 @@ zeb::UniquePtr<CommandList> GaussianSplatRenderer::RenderStage(Device& device, S
 
 GaussianSplatRenderer::Frame GaussianSplatRenderer::MakeFrame(const glm::mat4& projection,
                                                               const zeb::DrawInfo& drawInfo,
-                                                              const std::vector<ModelGroup>& models) {
-    std::uint64_t splatCount = 0;
+                                                              const std::vector<ModelGroup>& models) const {
     Frame frame{projection, drawInfo, models};
-    for (const ModelGroup& group : models) {
+    std::uint64_t splatCount = 0;
+    for (const ModelGroup& group : models)
         splatCount += std::uint64_t{GetSplatCount(*group.asset)} * group.instances.size();
-        frame.mInstanceCount += static_cast<std::uint32_t>(group.instances.size());
-    }
-    if (splatCount > kMaxSplats) {
-        ZEB_THROW(zeb::kInternalError,
-                  fmt::format("The models of this frame have {} splats; no more than {} can be drawn", splatCount,
-                              kMaxSplats));
-    }
+    CheckLimits(splatCount, models);
     frame.mSplatCount = static_cast<std::uint32_t>(splatCount);
+    std::uint64_t offset = 0;
+    for (std::size_t group = 0; group < models.size(); ++group) {
+        const GaussianSplatAsset& asset = *models[group].asset;
+        for (const ModelInstance& instance : models[group].instances) {
+            const std::uint32_t number = frame.mInstanceCount++;
+            const std::uint32_t total = GetSplatCount(asset);
+            for (std::uint32_t first = 0; first < total; first += mSplatsAtOnce) {
+                const std::uint32_t count = std::min(mSplatsAtOnce, total - first);
+                frame.mTurns.push_back({group, asset, instance, number, first, count, offset});
+                offset += count;
+            }
+        }
+    }
     return frame;
+}
+
+// Told before anything of the frame is uploaded.
+void GaussianSplatRenderer::CheckLimits(std::uint64_t splatCount, const std::vector<ModelGroup>& models) const {
+    const std::uint64_t inWindows = std::uint64_t{SplatPass::kMaxWindows} * mSplatsAtOnce;
+    const std::uint64_t records = std::max(mStorageRange / sizeof(nimbrel::gpu::SplatViewData), inWindows);
+    const std::uint64_t limit =
+        std::min({mStorageRange / sizeof(std::uint32_t), records, std::uint64_t{std::numeric_limits<int>::max()}});
+    if (splatCount > limit) {
+        ZEB_THROW(zeb::kInternalError,
+                  fmt::format("The models of this frame have {} splats; no more than {} can be drawn on this device",
+                              splatCount, limit));
+    }
+    std::uint64_t rows = 0;
+    for (const ModelGroup& group : models) rows += static_cast<std::uint64_t>(group.asset->colorHeight);
+    if (rows > nimbrel::kMaxColorRows) {
+        ZEB_THROW(zeb::kInternalError,
+                  fmt::format("The files of this frame have more than {} splats together; that many can be drawn, "
+                              "each as often as wanted",
+                              nimbrel::kMaxFileSplats));
+    }
 }
 
 void GaussianSplatRenderer::Upload(CommandList& commandList, const Frame& frame) {
@@ -219,7 +240,8 @@ void GaussianSplatRenderer::FillSortKeys(ComputeCommandEncoder& encoder, const F
     encoder.BufferUnorderedAccessBarrier(mSortKeys.Get());
     mSetIndices.Use(encoder);
     mSetIndices.SetConstant(encoder, kSetIndicesConstants, frame.mSplatCount);
-    mSetIndices.SetUnorderedAccess(encoder, kSortKeys, mSortKeys.Get(), 0);
+    mSetIndices.SetUnorderedAccess(encoder, kSortKeys, mSortKeys.Get(), 0,
+                                   std::uint64_t{frame.mSplatCount} * mSortKeys.GetStride());
     mSetIndices.DispatchItems(encoder, frame.mSplatCount);
 
     CalcDistances(encoder, frame);
@@ -238,16 +260,17 @@ void GaussianSplatRenderer::FillCalcDistancesConstants(const Frame& frame) {
     glm::mat4 view = frame.mDrawInfo.mCamera;
     for (int row = 0; row < 3; ++row) view[row][3] = -view[row][3];
 
-    mCalcDistancesConstants.SetCount(frame.mInstanceCount);
+    mCalcDistancesConstants.SetCount(frame.mTurns.size());
     const MappedBuffer mapped(mCalcDistancesConstants);
-    ForEachInstance(frame.mModels, [&](const ModelGroup& group, const ModelInstance& instance, std::uint32_t index) {
+    for (std::size_t i = 0; i < frame.mTurns.size(); ++i) {
+        const SplatTurn& turn = frame.mTurns[i];
         nimbrel::gpu::CalcDistancesConstants constants{};
-        constants._CalcDistancesMatrixAlign = instance.localMatrix;
-        constants._CalcDistancesMatrixVP = view * instance.modelMatrix;
-        constants._CalcDistancesSplatCount = GetSplatCount(*group.asset);
-        constants._CalcDistancesInstanceIndex = index;
-        mCalcDistancesConstants.Store(mapped.Get(), index, constants);
-    });
+        constants._CalcDistancesMatrixAlign = turn.mInstance.localMatrix;
+        constants._CalcDistancesMatrixVP = view * turn.mInstance.modelMatrix;
+        constants._CalcDistancesSplatCount = turn.mCount;
+        constants._CalcDistancesInstanceIndex = turn.mNumber;
+        mCalcDistancesConstants.Store(mapped.Get(), i, constants);
+    }
 }
 
 GaussianSplatRenderer::KernelForms GaussianSplatRenderer::MakeKernel(Device& device, const std::string& name) {
@@ -261,48 +284,64 @@ void GaussianSplatRenderer::Use(ComputeCommandEncoder& encoder, ComputeProgram& 
     program.SetDescriptorRange(encoder, kSampler, *mSamplerRange, 0);
 }
 
-void GaussianSplatRenderer::BindGroup(ComputeCommandEncoder& encoder, const ComputeProgram& program,
-                                      const GaussianSplatAsset& asset, const AssetUploader::Place& place) const {
-    program.SetShaderResource(encoder, kChunks, mAssets.GetChunks(), place.mChunks);
-    program.SetShaderResource(encoder, kPos, mAssets.GetPos(), place.mPos);
+void GaussianSplatRenderer::BindPlaces(ComputeCommandEncoder& encoder, const ComputeProgram& program,
+                                       const SplatTurn& turn) const {
+    const GaussianSplatAsset& asset = turn.mAsset;
+    const AssetUploader::Place& place = mAssets.GetPlaces()[turn.mGroup];
+    constexpr std::uint32_t kChunkSize = nimbrel::gpu::kSplatsPerChunk;
+    const BlockPart chunks(place.mChunks, sizeof(GaussianSplatAsset::ChunkInfo), turn.mFirst / kChunkSize,
+                           (turn.mCount + kChunkSize - 1) / kChunkSize);
+    const BlockPart pos(place.mPos, GaussianSplatAsset::GetVectorSize(asset.posFormat), turn.mFirst, turn.mCount);
+    program.SetShaderResource(encoder, kChunks, mAssets.GetChunks(), chunks.mOffset, chunks.mSize);
+    program.SetShaderResource(encoder, kPos, mAssets.GetPos(), pos.mOffset, pos.mSize);
     nimbrel::gpu::SplatConstants constants{};
     constants._SplatFormat = static_cast<std::uint32_t>(asset.posFormat) |
                              static_cast<std::uint32_t>(asset.scaleFormat) << 8 |
                              static_cast<std::uint32_t>(asset.shFormat) << 16;
-    constants._SplatColorYOffset = place.mColorRow;
+    constants._SplatColorYOffset =
+        place.mColorRow + turn.mFirst / nimbrel::gpu::kSplatsPerTileRow * nimbrel::gpu::kRowsPerTileRow;
     program.SetConstants(encoder, kSplatConstants, sizeof(constants) / 4, &constants);
 }
 
-void GaussianSplatRenderer::BindAllOfGroup(ComputeCommandEncoder& encoder, const ComputeProgram& program,
-                                           const GaussianSplatAsset& asset, const AssetUploader::Place& place) {
+void GaussianSplatRenderer::BindAsset(ComputeCommandEncoder& encoder, const ComputeProgram& program,
+                                      const SplatTurn& turn) {
+    const GaussianSplatAsset& asset = turn.mAsset;
+    const AssetUploader::Place& place = mAssets.GetPlaces()[turn.mGroup];
     encoder.TextureTransitionBarrier(mAssets.GetColorTexture(asset.colorFormat), TextureState::ShaderRead);
-    BindGroup(encoder, program, asset, place);
-    program.SetShaderResource(encoder, kOther, mAssets.GetOther(), place.mOther);
-    program.SetShaderResource(encoder, kSH, mAssets.GetSH(), place.mSH);
+    BindPlaces(encoder, program, turn);
+    const BlockPart other(place.mOther, GaussianSplatAsset::GetOtherSize(asset.scaleFormat), turn.mFirst, turn.mCount);
+    program.SetShaderResource(encoder, kOther, mAssets.GetOther(), other.mOffset, other.mSize);
+    // A clustered form has one table for all splats.
+    const bool hasOwn = GaussianSplatAsset::GetSHCount(asset.shFormat, 1) == 1;
+    const auto records = static_cast<std::uint32_t>(GaussianSplatAsset::GetSHCount(asset.shFormat, asset.splatCount));
+    const BlockPart sh(place.mSH, GaussianSplatAsset::CalcSHDataSize(1, asset.shFormat) / (hasOwn ? 1 : records),
+                       hasOwn ? turn.mFirst : 0, hasOwn ? turn.mCount : records);
+    program.SetShaderResource(encoder, kSH, mAssets.GetSH(), sh.mOffset, sh.mSize);
     program.SetDescriptorRange(encoder, kColor, mAssets.GetColorRange(), static_cast<std::uint32_t>(asset.colorFormat));
 }
 
+// Turns write ranges of the result that do not overlap, so no barrier stands between them. Direct3D binds no sizes, and
+// a tool that takes each binding to reach to the buffer's end reports hazards that are none.
 void GaussianSplatRenderer::CalcDistances(ComputeCommandEncoder& encoder, const Frame& frame) {
     FillCalcDistancesConstants(frame);
     const zeb::PackedParameters& packed = *frame.mDrawInfo.mPackedParameters;
     const ComputeProgram* used = nullptr;
-    std::size_t group = 0;
-    ForEachWithSplats(frame.mModels, [&](const InstanceSplats& splats) {
-        const bool full = !mLeaveOutEffects || MovesSplats(packed, splats.mSlot);
+    for (std::size_t i = 0; i < frame.mTurns.size(); ++i) {
+        const SplatTurn& turn = frame.mTurns[i];
+        const bool full = !mLeaveOutEffects || MovesSplats(packed, turn.mInstance.modelIndex);
         ComputeProgram& program = full ? mCalcDistances.mFull : mCalcDistances.mNoEffects;
         if (&program != used) Use(encoder, program);
-        if (&program != used || group != splats.mGroupIndex)
-            BindGroup(encoder, program, splats.mAsset, mAssets.GetPlaces()[splats.mGroupIndex]);
+        if (&program != used || !turn.HasSplatsOf(frame.mTurns[i - 1])) BindPlaces(encoder, program, turn);
         used = &program;
-        group = splats.mGroupIndex;
-        program.SetUnorderedAccess(encoder, kSortDistances, mSortDistances.Get(),
-                                   splats.mOffset * mSortDistances.GetStride());
+        const std::uint64_t stride = mSortDistances.GetStride();
+        program.SetUnorderedAccess(encoder, kSortDistances, mSortDistances.Get(), turn.mOffset * stride,
+                                   turn.mCount * stride);
         program.SetConstantBuffer(encoder, kNoiseConstants, mNoiseConstants.Get(),
-                                  splats.mInstanceIndex * kConstantsStride);
+                                  std::uint64_t{turn.mNumber} * kConstantsStride);
         program.SetConstantBuffer(encoder, kCalcDistancesConstants, mCalcDistancesConstants.Get(),
-                                  splats.mInstanceIndex * kConstantsStride);
-        program.DispatchItems(encoder, splats.mCount);
-    });
+                                  i * kConstantsStride);
+        program.DispatchItems(encoder, turn.mCount);
+    }
 }
 
 void GaussianSplatRenderer::FillCalcViewDataConstants(const Frame& frame) {
@@ -326,18 +365,19 @@ void GaussianSplatRenderer::FillCalcViewDataConstants(const Frame& frame) {
     constants._ZDepthNear = common._zDepthNear;
     constants._ZDepthFar = common._zDepthFar;
 
-    mCalcViewDataConstants.SetCount(frame.mInstanceCount);
+    mCalcViewDataConstants.SetCount(frame.mTurns.size());
     const MappedBuffer mapped(mCalcViewDataConstants);
-    ForEachInstance(frame.mModels, [&](const ModelGroup& group, const ModelInstance& instance, std::uint32_t index) {
+    for (std::size_t i = 0; i < frame.mTurns.size(); ++i) {
+        const ModelInstance& instance = frame.mTurns[i].mInstance;
         constants._MatrixAlign = instance.localMatrix;
         constants._MatrixTransform = instance.modelMatrix;
         constants._MatrixWorldToObject = instance.thirdMatrix;
         constants._MatrixMV = view * instance.modelMatrix * instance.localMatrix;
-        constants._SHOrder = group.asset->shLevel;
-        constants._SplatCount = GetSplatCount(*group.asset);
-        constants._DrawingIndex = index;
-        mCalcViewDataConstants.Store(mapped.Get(), index, constants);
-    });
+        constants._SHOrder = frame.mTurns[i].mAsset.shLevel;
+        constants._SplatCount = frame.mTurns[i].mCount;
+        constants._DrawingIndex = frame.mTurns[i].mNumber;
+        mCalcViewDataConstants.Store(mapped.Get(), i, constants);
+    }
 }
 
 void GaussianSplatRenderer::CalcViewData(ComputeCommandEncoder& encoder, const Frame& frame) {
@@ -348,30 +388,30 @@ void GaussianSplatRenderer::CalcViewData(ComputeCommandEncoder& encoder, const F
 
     encoder.BufferTransitionBarrier(mViewData.Get(), BufferState::UnorderedAccess);
     const ComputeProgram* used = nullptr;
-    std::size_t group = 0;
-    ForEachWithSplats(frame.mModels, [&](const InstanceSplats& splats) {
-        const bool full = !mLeaveOutEffects || MovesSplats(packed, splats.mSlot) || ChangesLook(packed, splats.mSlot);
+    for (std::size_t i = 0; i < frame.mTurns.size(); ++i) {
+        const SplatTurn& turn = frame.mTurns[i];
+        const std::uint32_t slot = turn.mInstance.modelIndex;
+        const bool full = !mLeaveOutEffects || MovesSplats(packed, slot) || ChangesLook(packed, slot);
         ComputeProgram& program = full ? mCalcViewData.mFull : mCalcViewData.mNoEffects;
         if (&program != used) Use(encoder, program);
-        if (&program != used || group != splats.mGroupIndex)
-            BindAllOfGroup(encoder, program, splats.mAsset, mAssets.GetPlaces()[splats.mGroupIndex]);
+        if (&program != used || !turn.HasSplatsOf(frame.mTurns[i - 1])) BindAsset(encoder, program, turn);
         used = &program;
-        group = splats.mGroupIndex;
         program.SetConstantBuffer(encoder, kCalcViewDataConstants, mCalcViewDataConstants.Get(),
-                                  splats.mInstanceIndex * kViewDataConstantsStride);
-        program.SetConstantBuffer(encoder, kModelConstants, mModelConstants.Get(),
-                                  splats.mInstanceIndex * kConstantsStride);
-        program.SetConstantBuffer(encoder, kNoiseConstants, mNoiseConstants.Get(),
-                                  splats.mInstanceIndex * kConstantsStride);
-        program.SetUnorderedAccess(encoder, kViewData, mViewData.Get(), splats.mOffset * mViewData.GetStride());
-        program.DispatchItems(encoder, splats.mCount);
-    });
+                                  i * kViewDataConstantsStride);
+        const std::uint64_t ofInstance = std::uint64_t{turn.mNumber} * kConstantsStride;
+        program.SetConstantBuffer(encoder, kModelConstants, mModelConstants.Get(), ofInstance);
+        program.SetConstantBuffer(encoder, kNoiseConstants, mNoiseConstants.Get(), ofInstance);
+        const std::uint64_t stride = mViewData.GetStride();
+        program.SetUnorderedAccess(encoder, kViewData, mViewData.Get(), turn.mOffset * stride, turn.mCount * stride);
+        program.DispatchItems(encoder, turn.mCount);
+    }
     encoder.BufferTransitionBarrier(mViewData.Get(), BufferState::GenericRead);
 }
 
 void GaussianSplatRenderer::Draw(CommandList& commandList, const Frame& frame, Texture& target) {
     SplatPass::Splats splats;
     if (frame.mSplatCount != 0) splats = {&mSortKeys.Get(), &mViewData.Get(), frame.mSplatCount};
+    if (frame.mSplatCount > mStorageRange / sizeof(nimbrel::gpu::SplatViewData)) splats.mWindowSize = mSplatsAtOnce;
     mSplatPass.Record(commandList, frame.mDrawInfo, splats, target, *mSamplerRange);
     const ShapesInfo shapes = ShapesInfo::Collect(*frame.mDrawInfo.mPackedParameters, frame.mModels);
     mShapesPass.Record(commandList, frame.mProjection, frame.mDrawInfo, shapes, target);

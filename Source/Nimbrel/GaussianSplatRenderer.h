@@ -23,6 +23,9 @@ struct RendererPrograms {
     /// The splat kernels' form "NoEffects" for instances whose effects are off; else the full form for all.
     bool mLeaveOutEffects = true;
     ParallelSort::Form mSort = ParallelSort::Form::ForDevice;
+    /// Splats that a kernel sees at once and records that the draw does, a multiple of kSplatsPerTileRow; 0 for as many
+    /// as every device takes, and all records in one where this device binds them so.
+    std::uint32_t mSplatsAtOnce = 0;
 };
 
 /// Turns a list of models and one tile's camera and parameters into one recorded command list: upload,
@@ -61,6 +64,20 @@ public:
     zeb::render::Buffer& GetViewData() const { return mViewData.Get(); }
 
 private:
+    /// Splats of one instance that one dispatch takes: all, or a part of those of a large model. Parts begin with a row
+    /// of tiles of the colour texture, so that a kernel counts from its own first splat.
+    struct SplatTurn {
+        std::size_t mGroup;
+        const GaussianSplatAsset& mAsset;
+        const ModelInstance& mInstance;
+        std::uint32_t mNumber;  ///< of the instance, in the frame's order
+        std::uint32_t mFirst;   ///< within the asset
+        std::uint32_t mCount;
+        std::uint64_t mOffset;  ///< splats of all turns before
+
+        bool HasSplatsOf(const SplatTurn& other) const { return mGroup == other.mGroup && mFirst == other.mFirst; }
+    };
+
     /// What the steps of one frame share.
     struct Frame {
         const glm::mat4& mProjection;
@@ -68,10 +85,12 @@ private:
         const std::vector<ModelGroup>& mModels;
         std::uint32_t mSplatCount = 0;     ///< sum over groups of splats times instances
         std::uint32_t mInstanceCount = 0;  ///< over all groups; an instance's number runs in frame order
+        std::vector<SplatTurn> mTurns = {};
     };
 
-    static Frame MakeFrame(const glm::mat4& projection, const zeb::DrawInfo& drawInfo,
-                           const std::vector<ModelGroup>& models);
+    Frame MakeFrame(const glm::mat4& projection, const zeb::DrawInfo& drawInfo,
+                    const std::vector<ModelGroup>& models) const;
+    void CheckLimits(std::uint64_t splatCount, const std::vector<ModelGroup>& models) const;
     void Upload(zeb::render::CommandList& commandList, const Frame& frame);
     void FillSortKeys(zeb::render::ComputeCommandEncoder& encoder, const Frame& frame);
     void SortSplats(zeb::render::ComputeCommandEncoder& encoder, const Frame& frame);
@@ -87,12 +106,13 @@ private:
     };
     static KernelForms MakeKernel(zeb::render::Device& device, const std::string& name);
     void Use(zeb::render::ComputeCommandEncoder& encoder, ComputeProgram& program);
-    void BindGroup(zeb::render::ComputeCommandEncoder& encoder, const ComputeProgram& program,
-                   const GaussianSplatAsset& asset, const AssetUploader::Place& place) const;
-    void BindAllOfGroup(zeb::render::ComputeCommandEncoder& encoder, const ComputeProgram& program,
-                        const GaussianSplatAsset& asset, const AssetUploader::Place& place);
+    void BindPlaces(zeb::render::ComputeCommandEncoder& encoder, const ComputeProgram& program,
+                    const SplatTurn& turn) const;
+    void BindAsset(zeb::render::ComputeCommandEncoder& encoder, const ComputeProgram& program, const SplatTurn& turn);
 
     bool mLeaveOutEffects;
+    std::uint64_t mStorageRange;  ///< bytes of a buffer that a program sees at once
+    std::uint32_t mSplatsAtOnce;
     ComputeProgram mSetIndices;
     StructuredBuffer<nimbrel::gpu::NoiseConstants1> mNoiseConstants;
     KernelForms mCalcDistances;

@@ -18,6 +18,9 @@ namespace nimbrel::gpu {
 inline constexpr std::uint32_t kSplatGroupSize = 256;
 /// Splats of a chunk.
 inline constexpr std::uint32_t kSplatsPerChunk = 256;
+/// Splats of a row of 128 tiles of 16 by 16 texels of the colour texture: where parts of an asset may begin.
+inline constexpr std::uint32_t kSplatsPerTileRow = 32768;
+inline constexpr std::uint32_t kRowsPerTileRow = 16;
 /// Samples of a row of the ramp and gradient textures, and rows of ramps of one model instance.
 inline constexpr std::uint32_t kCurveSamples = 1024;
 inline constexpr std::uint32_t kRampRows = 7;
@@ -248,6 +251,13 @@ struct TextureConstants {
     std::int32_t _Count;
 };
 static_assert(sizeof(TextureConstants) == 16);
+
+/// The same for the form "Windows", which sees the records in parts of so many.
+struct WindowedTextureConstants {
+    TextureConstants mTexture;
+    std::uint32_t _WindowSize;
+};
+static_assert(sizeof(WindowedTextureConstants) == 20);
 
 /// b0 of the gizmos; "RenderCube" has only a matrix there.
 struct VertexShaderConstants {

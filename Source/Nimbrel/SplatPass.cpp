@@ -18,6 +18,7 @@ constexpr std::uint32_t kQuadIndexCount = 6;
 constexpr std::uint32_t kOrderParameter = 0;
 constexpr std::uint32_t kViewDataParameter = 1;
 constexpr std::uint32_t kScreenParameter = 2;
+constexpr std::uint32_t kFurtherWindows = 3;
 constexpr std::uint32_t kBackgroundParameter = 0;
 constexpr std::uint32_t kSamplerParameter = 1;
 
@@ -98,24 +99,54 @@ void SplatPass::DrawSplats(CommandList& commandList, const zeb::DrawInfo& drawIn
     mDevice.CreateRenderTargetView(*mTargetRange, kSplatsTargetIndex, target);
     const auto encoder = BeginPass(commandList, target, *mTargetRange, kSplatsTargetIndex);
     if (splats.mCount != 0) {
-        const CommonCpp common = CommonCpp::Read(*drawInfo.mPackedParameters);
-        const auto total = static_cast<std::int32_t>(splats.mCount);
-        nimbrel::gpu::TextureConstants constants{};
-        constants._ScreenParams = {static_cast<float>(drawInfo.mOutputWidth),
-                                   static_cast<float>(drawInfo.mOutputHeight)};
-        constants._StartIndex = std::min(common.debug_startSplatIndex, total - 1);
-        constants._Count = total - constants._StartIndex;
-        if (common.debug_splatsCount != -1) constants._Count = std::min(common.debug_splatsCount, constants._Count);
-
         SetArea(*encoder, drawInfo.mOutputWidth, drawInfo.mOutputHeight);
-        mSplats.Use(*encoder, target.GetFormat());
-        encoder->SetRootShaderResourceBufferView(kOrderParameter, *splats.mOrder, 0);
-        encoder->SetRootShaderResourceBufferView(kViewDataParameter, *splats.mViewData, 0);
-        encoder->SetRootConstants(kScreenParameter, sizeof(constants) / 4, &constants);
+        BindSplats(*encoder, drawInfo, splats, target.GetFormat());
         encoder->SetIndexBuffer({&mIndexBuffer.Get(), sizeof(kCubeIndices), IndexFormat::UInt16});
         encoder->DrawIndexedInstanced(Topology::TriangleList, 0, kQuadIndexCount, 0, splats.mCount);
     }
     encoder->End();
+}
+
+void SplatPass::BindSplats(GraphicsCommandEncoder& encoder, const zeb::DrawInfo& drawInfo, const Splats& splats,
+                           Format format) {
+    const CommonCpp common = CommonCpp::Read(*drawInfo.mPackedParameters);
+    const auto total = static_cast<std::int32_t>(splats.mCount);
+    nimbrel::gpu::TextureConstants constants{};
+    constants._ScreenParams = {static_cast<float>(drawInfo.mOutputWidth), static_cast<float>(drawInfo.mOutputHeight)};
+    constants._StartIndex = std::min(common.debug_startSplatIndex, total - 1);
+    constants._Count = total - constants._StartIndex;
+    if (common.debug_splatsCount != -1) constants._Count = std::min(common.debug_splatsCount, constants._Count);
+
+    const bool isWindowed = splats.mWindowSize != 0;
+    GraphicsProgram& program = isWindowed ? GetWindowed() : mSplats;
+    program.Use(encoder, format);
+    constexpr std::uint64_t kStride = sizeof(nimbrel::gpu::SplatViewData);
+    encoder.SetRootShaderResourceBufferView(kOrderParameter, *splats.mOrder, 0, splats.mCount * sizeof(std::uint32_t));
+    if (!isWindowed) {
+        encoder.SetRootShaderResourceBufferView(kViewDataParameter, *splats.mViewData, 0, splats.mCount * kStride);
+        encoder.SetRootConstants(kScreenParameter, sizeof(constants) / 4, &constants);
+        return;
+    }
+    const nimbrel::gpu::WindowedTextureConstants windowed = {constants, splats.mWindowSize};
+    encoder.SetRootConstants(kScreenParameter, sizeof(windowed) / 4, &windowed);
+    for (std::uint32_t i = 0; i < kMaxWindows; ++i) {
+        std::uint64_t first = std::uint64_t{i} * splats.mWindowSize;
+        if (first >= splats.mCount) first = 0;
+        const std::uint64_t count = std::min<std::uint64_t>(splats.mWindowSize, splats.mCount - first);
+        encoder.SetRootShaderResourceBufferView(i == 0 ? kViewDataParameter : kFurtherWindows + i - 1,
+                                                *splats.mViewData, first * kStride, count * kStride);
+    }
+}
+
+GraphicsProgram& SplatPass::GetWindowed() {
+    if (mWindowed) return *mWindowed;
+    mWindowed.emplace(mDevice, "RenderGaussianSplats.Windows", MakeFrontToBack());
+    RootSignature& signature = mWindowed->GetRootSignature();
+    signature.AddRootShaderResourceBufferView(7);
+    signature.AddRootShaderResourceBufferView(8);
+    signature.AddRootConstants(sizeof(nimbrel::gpu::WindowedTextureConstants) / 4, 9);
+    for (std::uint32_t i = 1; i < kMaxWindows; ++i) signature.AddRootShaderResourceBufferView(9 + i);
+    return *mWindowed;
 }
 
 void SplatPass::FillBackground(CommandList& commandList, Texture& target, DescriptorRange& sampler) {

@@ -1,5 +1,6 @@
 #include "RenderHelper/ComputeProgram.h"
 
+#include <algorithm>
 #include <utility>
 
 #include <fmt/format.h>
@@ -65,13 +66,13 @@ void ComputeProgram::SetDescriptorRange(Encoder& encoder, std::uint32_t shaderRe
 }
 
 void ComputeProgram::SetShaderResource(Encoder& encoder, std::uint32_t shaderRegister, Buffer& buffer,
-                                       std::uint64_t byteOffset) const {
-    encoder.SetRootShaderResourceBufferView(GetParameterIndex(shaderRegister), buffer, byteOffset);
+                                       std::uint64_t byteOffset, std::uint64_t sizeInBytes) const {
+    encoder.SetRootShaderResourceBufferView(GetParameterIndex(shaderRegister), buffer, byteOffset, sizeInBytes);
 }
 
 void ComputeProgram::SetUnorderedAccess(Encoder& encoder, std::uint32_t shaderRegister, Buffer& buffer,
-                                        std::uint64_t byteOffset) const {
-    encoder.SetRootUnorderedAccessBufferView(GetParameterIndex(shaderRegister), buffer, byteOffset);
+                                        std::uint64_t byteOffset, std::uint64_t sizeInBytes) const {
+    encoder.SetRootUnorderedAccessBufferView(GetParameterIndex(shaderRegister), buffer, byteOffset, sizeInBytes);
 }
 
 std::uint32_t ComputeProgram::GetParameterIndex(std::uint32_t shaderRegister) const {
@@ -96,5 +97,6 @@ void ComputeProgram::Use(Encoder& encoder) {
 
 void ComputeProgram::DispatchItems(Encoder& encoder, std::uint32_t count) const {
     const std::uint32_t groups = count / mThreadGroupSize + (count % mThreadGroupSize != 0 ? 1 : 0);
-    encoder.Dispatch(groups, 1, 1, mThreadGroupSize, 1, 1);
+    const std::uint32_t rows = groups / kMaxGroups + (groups % kMaxGroups != 0 ? 1 : 0);
+    encoder.Dispatch(std::min(groups, kMaxGroups), rows, 1, mThreadGroupSize, 1, 1);
 }

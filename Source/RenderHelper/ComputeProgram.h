@@ -14,6 +14,9 @@
 /// throws zeb::Exception with its number. Thread: that of the device's record it was made for.
 class ComputeProgram {
 public:
+    /// Groups of one dispatch along x that every device runs.
+    static constexpr std::uint32_t kMaxGroups = 65535;
+
     /// `name` is that of an embedded program; `threadGroupSize` its threads of a group in x, or 0 where
     /// the caller of Dispatch states them.
     ComputeProgram(zeb::render::Device& device, std::string name, std::uint32_t threadGroupSize);
@@ -32,10 +35,11 @@ public:
                            std::uint64_t byteOffset) const;
     void SetDescriptorRange(Encoder& encoder, std::uint32_t shaderRegister, zeb::render::DescriptorRange& range,
                             std::uint32_t index) const;
+    /// `sizeInBytes` of what the program touches; 0 for all that is left of the buffer.
     void SetShaderResource(Encoder& encoder, std::uint32_t shaderRegister, zeb::render::Buffer& buffer,
-                           std::uint64_t byteOffset) const;
+                           std::uint64_t byteOffset, std::uint64_t sizeInBytes = 0) const;
     void SetUnorderedAccess(Encoder& encoder, std::uint32_t shaderRegister, zeb::render::Buffer& buffer,
-                            std::uint64_t byteOffset) const;
+                            std::uint64_t byteOffset, std::uint64_t sizeInBytes = 0) const;
 
     std::uint32_t GetParameterIndex(std::uint32_t shaderRegister) const;
     /// Made at the first call and kept.
@@ -45,7 +49,8 @@ public:
     void Use(Encoder& encoder);
 
     const std::string& GetName() const { return mName; }
-    /// Dispatches one thread for each of `count` items, in groups of the program's size.
+    /// Dispatches one thread for each of `count` items, in groups of the program's size. Where they are more than
+    /// every device takes along x, they go on along y, and each row has kMaxGroups of them.
     void DispatchItems(Encoder& encoder, std::uint32_t count) const;
 
 private:

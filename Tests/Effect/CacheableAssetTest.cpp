@@ -1,6 +1,9 @@
 #include "Nimbrel/CacheableAsset.h"
 
 #include <bit>
+#include <filesystem>
+#include <fstream>
+#include <random>
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -48,6 +51,20 @@ TEST(CacheableAsset, AFileThatCannotBeReadIsCachedWithItsError) {
     EXPECT_TRUE(cache.DoHasValue(kModelCacheName, options));
     EXPECT_THAT(FormatModelInfo("no/such/file.ply", *result, "GPU"),
                 "Failed to load model \"no/such/file.ply\": " + result->error);
+}
+
+TEST(CacheableAsset, MoreSplatsThanCanBeDrawnAreToldFromTheHeader) {
+    const auto file =
+        std::filesystem::temp_directory_path() / fmt::format("nimbrel-many-{}.ply", std::random_device()());
+    std::string header = "ply\nformat binary_little_endian 1.0\nelement vertex 33554433\n";
+    for (const char* name : {"x", "y", "z", "f_dc_0", "f_dc_1", "f_dc_2", "opacity", "scale_0", "scale_1", "scale_2",
+                             "rot_0", "rot_1", "rot_2", "rot_3"})
+        header += fmt::format("property float {}\n", name);
+    std::ofstream(file) << header << "end_header\n";  // and no body, which would be 1.9 GB
+    const CacheableAsset model(MakeOptions(file.u16string()));
+    std::filesystem::remove(file);
+    EXPECT_EQ(model.error, "It has 33554433 splats; no more than 33554432 of a file can be drawn");
+    EXPECT_FALSE(model.IsLoaded());
 }
 
 TEST(ModelInfo, CountsAndSizes) {

@@ -101,8 +101,8 @@ public:
         std::memcpy(words.data(), data, count * sizeof(std::uint32_t));
         this->mDevice.Log(fmt::format("constants {} {}", parameter, fmt::join(words, " ")));
     }
-    void DoSetRootBufferView(std::uint32_t parameter, RootParameterKind kind, Buffer& buffer,
-                             std::uint64_t offset) override {
+    void DoSetRootBufferView(std::uint32_t parameter, RootParameterKind kind, Buffer& buffer, std::uint64_t offset,
+                             std::uint64_t) override {
         const char* const name = kind == RootParameterKind::ConstantBuffer   ? "cbv"
                                  : kind == RootParameterKind::ReadOnlyBuffer ? "srv"
                                                                              : "uav";

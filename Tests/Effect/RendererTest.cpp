@@ -171,16 +171,22 @@ TEST_F(RendererTest, BuffersStayWhenModelsLeaveAndGrowWhenTheyCome) {
     EXPECT_THAT(mDevice.mCreated, Not(Contains(HasSubstr("buffer SplatPos"))));
 }
 
-TEST_F(RendererTest, MoreSplatsThanADispatchTakesAreRefused) {
+TEST_F(RendererTest, MoreSplatsThanADeviceTakesAreRefused) {
     GaussianSplatAsset asset = MakeAsset(1, 0);
-    asset.splatCount = 4000000;
-    try {
-        Record({{&asset, std::vector<ModelInstance>(5, MakeInstance(1))}});
-        FAIL();
-    } catch (const zeb::Exception& exception) {
-        EXPECT_THAT(exception.what(), HasSubstr("20000000 splats; no more than 16776960"));
-    }
-    EXPECT_THAT(mDevice.Find("dispatch"), IsEmpty());
+    const auto failure = [&](std::size_t instances) {
+        try {
+            Record({{&asset, std::vector<ModelInstance>(instances, MakeInstance(1))}});
+        } catch (const zeb::Exception& exception) {
+            EXPECT_THAT(mDevice.Find("dispatch"), IsEmpty());
+            return std::string(exception.what());
+        }
+        return std::string("no failure");
+    };
+    asset.splatCount = 500000000;
+    EXPECT_THAT(failure(5), HasSubstr("2500000000 splats; no more than 2147483647 can be drawn on this device"));
+    asset.splatCount = 40000000;
+    asset.colorHeight = 19552;
+    EXPECT_THAT(failure(1), HasSubstr("more than 33554432 splats together"));
     // An asset whose blocks do not hold what its count says is not read past its end.
     EXPECT_THROW(Record({{&asset, {MakeInstance(1)}}}), zeb::Exception);
 }

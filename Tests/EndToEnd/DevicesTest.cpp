@@ -47,6 +47,24 @@ TEST_P(Devices, SortAlikeAndDrawTheSameBytes) {
     EXPECT_LE(static_cast<double>(differing), 0.001 * static_cast<double>(cpu.mTexels.size()) / 4);
 }
 
+TEST(LargeModels, ComeOutTheSameInTurns) {
+    // Two files and three instances; parts of the larger file, and of the records, of 32768 splats.
+    Shot shot = MakeFrameShots().back();
+    shot.mModels.resize(1);
+    shot.mModels[0].mFile = GetModelFile(70000, 2);
+    shot.mModels.push_back(shot.mModels[0]);
+    shot.mModels[1].mPosition.x += 40.0;
+    shot.mModels.push_back(MakeFrameShots()[0].mModels[0]);
+    const CapturedFrame whole = RenderInProcess(shot, "vulkan");
+    RendererPrograms programs;
+    programs.mSplatsAtOnce = 32768;
+    const CapturedFrame inTurns = RenderInProcess(shot, "vulkan", programs);
+    ASSERT_EQ(whole.mKeys.size(), 146000U);
+    EXPECT_EQ(inTurns.mKeys, whole.mKeys);
+    EXPECT_EQ(inTurns.mOrder, whole.mOrder);
+    EXPECT_EQ(inTurns.mTexels, whole.mTexels);
+}
+
 TEST_P(GizmoDevices, DrawTheSameLines) {
     const Shot shot = GetParam();
     const Shot plain = WithoutGizmos(shot);

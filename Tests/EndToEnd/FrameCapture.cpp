@@ -81,7 +81,7 @@ std::vector<T> ReadBuffer(Device& device, zeb::render::Buffer& buffer, std::uint
 
 }  // namespace
 
-CapturedFrame DrawCapture(const FrameCapture& capture, const std::string& name) {
+CapturedFrame DrawCapture(const FrameCapture& capture, const std::string& name, const RendererPrograms& programs) {
     const std::vector<ModelGroup> models = ReadModels(capture.at("models"));
     const auto& packed = capture.at("parameters").get_binary();
     const zeb::PackedParameters parameters(reinterpret_cast<const std::byte*>(packed.data()), packed.size());
@@ -103,7 +103,7 @@ CapturedFrame DrawCapture(const FrameCapture& capture, const std::string& name) 
     description.mHeight = info.mFullHeight;
     description.mUsage = kTextureUsageRenderTarget | kTextureUsageShaderRead;
     const auto target = device.CreateTexture("Target", description, 0, TextureState::RenderTarget);
-    GaussianSplatRenderer renderer(device);
+    GaussianSplatRenderer renderer(device, programs);
     device.GetThreadData()
         .mCommandQueue->Execute(renderer.Render(device, ReadMatrix(capture.at("projection")), info, models, *target))
         ->Wait();

@@ -7,6 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "Nimbrel/GaussianSplatRenderer.h"
 #include "Nimbrel/ShaderConstants.h"
 
 /// One frame drawn by the renderer alone, so that tests reach the inside of it, on this machine or another.
@@ -25,6 +26,7 @@ struct CapturedFrame {
 };
 
 /// `device` as for --gpu. Throws when there is none, and on a document that lacks something.
-CapturedFrame DrawCapture(const FrameCapture& capture, const std::string& device);
+CapturedFrame DrawCapture(const FrameCapture& capture, const std::string& device,
+                          const RendererPrograms& programs = {});
 
 }  // namespace nimbrel::endtoend

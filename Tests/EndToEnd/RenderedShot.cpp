@@ -55,8 +55,8 @@ FrameCapture MakeCapture(const Shot& shot) {
             {"models", models}};
 }
 
-CapturedFrame RenderInProcess(const Shot& shot, const std::string& device) {
-    return DrawCapture(MakeCapture(shot), device);
+CapturedFrame RenderInProcess(const Shot& shot, const std::string& device, const RendererPrograms& programs) {
+    return DrawCapture(MakeCapture(shot), device, programs);
 }
 
 }  // namespace nimbrel::endtoend

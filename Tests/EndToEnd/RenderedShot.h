@@ -12,6 +12,6 @@ namespace nimbrel::endtoend {
 FrameCapture MakeCapture(const Shot& shot);
 
 /// `device` as for --gpu. Throws when there is none.
-CapturedFrame RenderInProcess(const Shot& shot, const std::string& device);
+CapturedFrame RenderInProcess(const Shot& shot, const std::string& device, const RendererPrograms& programs = {});
 
 }  // namespace nimbrel::endtoend

@@ -63,10 +63,10 @@ protected:
     void DoSetRootConstants(std::uint32_t parameter, std::uint32_t count, const void* data) override {
         mArguments.SetConstants(parameter, count, data);
     }
-    void DoSetRootBufferView(std::uint32_t parameter, RootParameterKind, Buffer& buffer,
-                             std::uint64_t byteOffset) override {
+    void DoSetRootBufferView(std::uint32_t parameter, RootParameterKind, Buffer& buffer, std::uint64_t byteOffset,
+                             std::uint64_t sizeInBytes) override {
         mArguments.SetBuffer(parameter, ToOwn<typename Classes::BufferObject>(buffer, "buffer").GetResource(),
-                             byteOffset);
+                             byteOffset, sizeInBytes);
     }
 
     RootArgumentsOf<Classes> mArguments;

@@ -101,13 +101,19 @@ void GraphicsAndComputeCommandEncoderBase::SetRootConstants(std::uint32_t parame
 }
 
 void GraphicsAndComputeCommandEncoderBase::SetRootBufferView(std::uint32_t parameter, RootParameterKind kind,
-                                                             Buffer& buffer, std::uint64_t byteOffset) {
+                                                             Buffer& buffer, std::uint64_t byteOffset,
+                                                             std::uint64_t sizeInBytes) {
     constexpr std::uint64_t kConstantAlignment = 256;
     constexpr std::uint64_t kWord = 4;
     CheckParameter(parameter, kind);
     if (byteOffset >= buffer.GetSizeInBytes()) {
         ZEB_RENDER_THROW("Offset {} lies outside the buffer \"{}\" of {} bytes", byteOffset, buffer.GetName(),
                          buffer.GetSizeInBytes());
+    }
+    const std::uint64_t rest = buffer.GetSizeInBytes() - byteOffset;
+    if (sizeInBytes > rest) {
+        ZEB_RENDER_THROW("{} bytes at {} lie outside the buffer \"{}\" of {} bytes", sizeInBytes, byteOffset,
+                         buffer.GetName(), buffer.GetSizeInBytes());
     }
     const bool isConstants = kind == RootParameterKind::ConstantBuffer;
     const std::uint64_t alignment = isConstants ? kConstantAlignment : kWord;
@@ -116,23 +122,25 @@ void GraphicsAndComputeCommandEncoderBase::SetRootBufferView(std::uint32_t param
                          byteOffset, isConstants ? "constant " : "", buffer.GetName(), mSignature->GetName(),
                          alignment);
     }
-    DoSetRootBufferView(parameter, kind, buffer, byteOffset);
+    DoSetRootBufferView(parameter, kind, buffer, byteOffset, sizeInBytes == 0 ? rest : sizeInBytes);
     mIsSet[parameter] = true;
 }
 
 void GraphicsAndComputeCommandEncoderBase::SetRootConstantBufferView(std::uint32_t parameter, Buffer& buffer,
                                                                      std::uint64_t byteOffset) {
-    SetRootBufferView(parameter, RootParameterKind::ConstantBuffer, buffer, byteOffset);
+    SetRootBufferView(parameter, RootParameterKind::ConstantBuffer, buffer, byteOffset, 0);
 }
 
 void GraphicsAndComputeCommandEncoderBase::SetRootShaderResourceBufferView(std::uint32_t parameter, Buffer& buffer,
-                                                                           std::uint64_t byteOffset) {
-    SetRootBufferView(parameter, RootParameterKind::ReadOnlyBuffer, buffer, byteOffset);
+                                                                           std::uint64_t byteOffset,
+                                                                           std::uint64_t sizeInBytes) {
+    SetRootBufferView(parameter, RootParameterKind::ReadOnlyBuffer, buffer, byteOffset, sizeInBytes);
 }
 
 void GraphicsAndComputeCommandEncoderBase::SetRootUnorderedAccessBufferView(std::uint32_t parameter, Buffer& buffer,
-                                                                            std::uint64_t byteOffset) {
-    SetRootBufferView(parameter, RootParameterKind::ReadWriteBuffer, buffer, byteOffset);
+                                                                            std::uint64_t byteOffset,
+                                                                            std::uint64_t sizeInBytes) {
+    SetRootBufferView(parameter, RootParameterKind::ReadWriteBuffer, buffer, byteOffset, sizeInBytes);
 }
 
 void GraphicsAndComputeCommandEncoderBase::CheckArguments(const std::string& pipeline, std::uint64_t signature) const {

@@ -34,9 +34,10 @@ public:
         std::memcpy(constants.data(), data, count * sizeof(std::uint32_t));
     }
     void SetBuffer(std::uint32_t parameter, std::shared_ptr<typename Classes::BufferResource> buffer,
-                   std::uint64_t byteOffset) {
+                   std::uint64_t byteOffset, std::uint64_t sizeInBytes) {
         mArguments[parameter].mBuffer = std::move(buffer);
         mArguments[parameter].mOffset = byteOffset;
+        mArguments[parameter].mSize = sizeInBytes;
     }
 
     /// Null unless the register is fed by root constants.
@@ -47,7 +48,7 @@ public:
         if (GetKind(place) == RootParameterKind::Table)
             return GetDescriptor<BufferViewOf<Classes>>(place, pipeline, "no view of a buffer is bound to");
         const Argument& argument = mArguments[place.mParameter];
-        return {argument.mBuffer, argument.mOffset, argument.mBuffer->mSize - argument.mOffset};
+        return {argument.mBuffer, argument.mOffset, argument.mSize};
     }
     const TextureViewOf<Classes>& GetTexture(const RegisterPlace& place, const std::string& pipeline,
                                              TextureViewKind kind) const {
@@ -65,6 +66,7 @@ private:
         std::vector<std::uint32_t> mConstants;
         std::shared_ptr<typename Classes::BufferResource> mBuffer;
         std::uint64_t mOffset = 0;
+        std::uint64_t mSize = 0;
         const Range* mRange = nullptr;
         std::uint32_t mIndex = 0;
     };

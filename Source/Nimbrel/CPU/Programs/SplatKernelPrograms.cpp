@@ -20,10 +20,10 @@ namespace {
 /// Groups of the least piece of work that is worth handing to another thread.
 constexpr std::uint32_t kGroupGrain = 4;
 
-/// Runs `body(begin, end)` for the threads of all groups.
+/// Runs `body(begin, end)` for the threads of all groups, row by row.
 template <class Body>
 void ForEachThread(const glm::uvec3& groups, const Body& body) {
-    ParallelFor(groups.x, kGroupGrain, [&](std::uint32_t begin, std::uint32_t end) {
+    ParallelFor(groups.x * groups.y, kGroupGrain, [&](std::uint32_t begin, std::uint32_t end) {
         body(begin * gpu::kSplatGroupSize, end * gpu::kSplatGroupSize);
     });
 }

@@ -63,9 +63,13 @@ public:
     void SetRootConstants(std::uint32_t parameter, std::uint32_t count, const void* data);
     /// Offsets of constant buffers are multiples of 256.
     void SetRootConstantBufferView(std::uint32_t parameter, Buffer& buffer, std::uint64_t byteOffset);
-    /// Offsets are multiples of 4 and, for structured data, of its stride.
-    void SetRootShaderResourceBufferView(std::uint32_t parameter, Buffer& buffer, std::uint64_t byteOffset);
-    void SetRootUnorderedAccessBufferView(std::uint32_t parameter, Buffer& buffer, std::uint64_t byteOffset);
+    /// Offsets are multiples of 4 and, for structured data, of its stride. A size other than 0 promises that programs
+    /// touch no more than so many bytes from there on, which lie in the buffer: a device that binds ranges of limited
+    /// size (Device::GetStorageRange) takes a larger buffer so.
+    void SetRootShaderResourceBufferView(std::uint32_t parameter, Buffer& buffer, std::uint64_t byteOffset,
+                                         std::uint64_t sizeInBytes = 0);
+    void SetRootUnorderedAccessBufferView(std::uint32_t parameter, Buffer& buffer, std::uint64_t byteOffset,
+                                          std::uint64_t sizeInBytes = 0);
 
 protected:
     using CommandEncoder::CommandEncoder;
@@ -76,12 +80,14 @@ protected:
     virtual void DoSetRootSignature(RootSignature& signature) = 0;
     virtual void DoSetRootDescriptorTable(std::uint32_t parameter, DescriptorRange& range, std::uint32_t index) = 0;
     virtual void DoSetRootConstants(std::uint32_t parameter, std::uint32_t count, const void* data) = 0;
+    /// `sizeInBytes` is what is left of the buffer where the caller gave none.
     virtual void DoSetRootBufferView(std::uint32_t parameter, RootParameterKind kind, Buffer& buffer,
-                                     std::uint64_t byteOffset) = 0;
+                                     std::uint64_t byteOffset, std::uint64_t sizeInBytes) = 0;
 
 private:
     const RootParameter& CheckParameter(std::uint32_t parameter, RootParameterKind kind) const;
-    void SetRootBufferView(std::uint32_t parameter, RootParameterKind kind, Buffer& buffer, std::uint64_t byteOffset);
+    void SetRootBufferView(std::uint32_t parameter, RootParameterKind kind, Buffer& buffer, std::uint64_t byteOffset,
+                           std::uint64_t sizeInBytes);
 
     RootSignature* mSignature = nullptr;
     std::vector<bool> mIsSet;

@@ -102,6 +102,9 @@ public:
     /// Largest side of a tile, in pixels.
     std::uint32_t GetTileSize() const { return mTileSize; }
 
+    /// Most bytes of a buffer that a program gets bound as storage at once.
+    std::uint64_t GetStorageRange() const { return mStorageRange; }
+
     /// The calling thread's record, made on its first request with a queue named "Thread {}". The table
     /// of records is guarded; a record itself is used by its own thread only.
     ThreadData& GetThreadData();
@@ -110,6 +113,10 @@ protected:
     /// For a device whose textures are smaller than the usual tile.
     void LimitTileSize(std::uint32_t limit) {
         if (limit < mTileSize) mTileSize = limit;
+    }
+    /// For a device that does not bind buffers of any size.
+    void LimitStorageRange(std::uint64_t limit) {
+        if (limit < mStorageRange) mStorageRange = limit;
     }
     // Arguments are checked when these are called.
     virtual UniquePtr<RootSignature> DoCreateRootSignature(std::string name) = 0;
@@ -142,6 +149,7 @@ private:
                            std::uint32_t neededUsage, DescriptorHeapType heap);
 
     std::uint32_t mTileSize = 16384;
+    std::uint64_t mStorageRange = UINT64_MAX;
     DescriptorHeapSizes mHeapSizes;
     UniquePtr<FontManager> mFontManager;
     std::mutex mThreadDataMutex;

@@ -58,8 +58,9 @@ protected:
     void DoSetRootConstants(std::uint32_t parameter, std::uint32_t count, const void* data) override {
         (GetNative()->*kCalls.mSetConstants)(parameter, count, data, 0);
     }
-    void DoSetRootBufferView(std::uint32_t parameter, RootParameterKind, Buffer& buffer,
-                             std::uint64_t byteOffset) override {
+    // Direct3D binds addresses, without a size.
+    void DoSetRootBufferView(std::uint32_t parameter, RootParameterKind, Buffer& buffer, std::uint64_t byteOffset,
+                             std::uint64_t) override {
         mArguments.SetBuffer(parameter, ToDX12(buffer).GetResource(), byteOffset);
     }
 

@@ -17,6 +17,7 @@ DeviceVulkan::DeviceVulkan(std::shared_ptr<DeviceContext> context, std::string n
          {limits.maxImageDimension2D, limits.maxFramebufferWidth, limits.maxFramebufferHeight,
           limits.maxViewportDimensions[0], limits.maxViewportDimensions[1]})
         LimitTileSize(limit);
+    LimitStorageRange(limits.maxStorageBufferRange);
 }
 
 DeviceVulkan::~DeviceVulkan() = default;
