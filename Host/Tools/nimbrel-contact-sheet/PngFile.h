@@ -10,7 +10,7 @@ namespace nimbrel::sheet {
 /// Throws std::runtime_error that names the file, also for pictures of more than 2^26 pixels.
 Image ReadPng(const std::string& file, Color background);
 
-/// Writes with the strongest compression, beside the file first: it appears under its name only when it is whole.
+/// Writes beside the file first: it appears under its name only when it is whole.
 /// Throws std::runtime_error that names the file.
 void WritePng(const std::string& file, const Image& image);
 
