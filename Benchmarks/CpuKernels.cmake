@@ -1,1 +1,3 @@
-nimbrel_benchmark(CpuKernelsBenchmark SOURCES ${CMAKE_CURRENT_LIST_DIR}/CpuKernelsBenchmark.cpp LIBS nimbrel_cpu)
+nimbrel_benchmark(CpuKernelsBenchmark SOURCES ${CMAKE_CURRENT_LIST_DIR}/CpuKernelsBenchmark.cpp LIBS nimbrel_cpu pluginbase_render_cpu_programs)
+nimbrel_benchmark(CaptureBenchmark SOURCES ${CMAKE_CURRENT_LIST_DIR}/CaptureBenchmark.cpp
+  LIBS nimbrel_assets nimbrel_cpu pluginbase_render_cpu_programs)

@@ -16,8 +16,8 @@
 #include "Nimbrel/CPU/CalcDistances.h"
 #include "Nimbrel/CPU/CalcViewData.h"
 #include "Nimbrel/CPU/FastRenderGaussianSplats.h"
-#include "Nimbrel/CPU/FastSort.h"
 #include "Nimbrel/CPU/RenderGaussianSplats.h"
+#include "Render/CPU/Sort.h"
 
 namespace {
 
@@ -118,7 +118,7 @@ void BM_Sort(benchmark::State& state) {
         keys = source;
         std::iota(payloads.begin(), payloads.end(), 0U);
     };
-    Measure(state, std::size_t{16} * kSplats, prepare, [&] { FastSort(keys, payloads); });
+    Measure(state, std::size_t{16} * kSplats, prepare, [&] { zeb::render::cpu::Sort(keys, payloads); });
 }
 
 /// Random blocks in the formats of compression level 2.

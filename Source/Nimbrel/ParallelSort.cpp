@@ -57,7 +57,7 @@ ComputeProgram MakeProgram(Device& device, ParallelSort::Form form, const char* 
 
 }  // namespace
 
-ParallelSort::ParallelSort(Device& device, Form form)
+ParallelSort::Programs::Programs(Device& device, Form form)
     : mReduce(MakeProgram(device, form, "FfxParallelSortReduce", false, {kSumTable, kReduceTable})),
       mScanAdd(
           MakeProgram(device, form, "FfxParallelSortScanAdd", false, {kScanSource, kScanDestination, kScanScratch})),
@@ -71,6 +71,10 @@ ParallelSort::ParallelSort(Device& device, Form form)
       mScratch(device, "ScratchBuffer", kGpuBuffer),
       mReducedScratch(device, "ReducedScratchBuffer", kGpuBuffer) {
     mConstants.SetCount(1);
+}
+
+ParallelSort::ParallelSort(Device& device, Form form) {
+    if (!device.CanSort()) mPrograms.emplace(device, form);
 }
 
 SortConstants ParallelSort::MakeConstants(std::uint32_t numKeys) {
@@ -93,6 +97,14 @@ SortConstants ParallelSort::MakeConstants(std::uint32_t numKeys) {
 void ParallelSort::Sort(ComputeCommandEncoder& encoder, std::uint32_t numKeys, zeb::render::Buffer& keys,
                         zeb::render::Buffer& payload) {
     if (numKeys == 0) return;
+    if (mPrograms)
+        mPrograms->Sort(encoder, numKeys, keys, payload);
+    else
+        encoder.Sort(keys, payload, numKeys);
+}
+
+void ParallelSort::Programs::Sort(ComputeCommandEncoder& encoder, std::uint32_t numKeys, zeb::render::Buffer& keys,
+                                  zeb::render::Buffer& payload) {
     const std::uint32_t blocks = DivideUp(numKeys, kSortBlockSize);
     mSortScratch.SetCount(numKeys);
     mPayloadScratch.SetCount(numKeys);
@@ -115,13 +127,13 @@ void ParallelSort::Sort(ComputeCommandEncoder& encoder, std::uint32_t numKeys, z
     }
 }
 
-void ParallelSort::Run(ComputeCommandEncoder& encoder, ComputeProgram& program, std::uint32_t groups) {
+void ParallelSort::Programs::Run(ComputeCommandEncoder& encoder, ComputeProgram& program, std::uint32_t groups) {
     program.SetConstantBuffer(encoder, kSortConstants, mConstants.Get(), 0);
     encoder.Dispatch(groups, 1, 1, kSortGroupSize, 1, 1);
 }
 
-void ParallelSort::Pass(ComputeCommandEncoder& encoder, const SortConstants& constants, std::uint32_t shift,
-                        zeb::render::Buffer* const (&keys)[2], zeb::render::Buffer* const (&payload)[2]) {
+void ParallelSort::Programs::Pass(ComputeCommandEncoder& encoder, const SortConstants& constants, std::uint32_t shift,
+                                  zeb::render::Buffer* const (&keys)[2], zeb::render::Buffer* const (&payload)[2]) {
     zeb::render::Buffer& sums = mScratch.Get();
     zeb::render::Buffer& reduced = mReducedScratch.Get();
 

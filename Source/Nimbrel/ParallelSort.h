@@ -1,15 +1,16 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 #include "Nimbrel/ShaderConstants.h"
 #include "PluginBase/Render/Device.h"
 #include "RenderHelper/Buffer.h"
 #include "RenderHelper/ComputeProgram.h"
 
-/// Records a radix sort of 32-bit keys with a 32-bit payload, after the parallel sort of AMD's FidelityFX
-/// (GPUOpen): eight passes of four bits, each counting, reducing, scanning and scattering. Stable, so
-/// equal keys keep their payload's order.
+/// Records a stable sort of 32-bit keys with a 32-bit payload: the device's own where it can sort, else a radix sort by
+/// programs, after the parallel sort of AMD's FidelityFX (GPUOpen): eight passes of four bits, each counting, reducing,
+/// scanning and scattering.
 ///
 /// The programs come in several forms with equal results.
 class ParallelSort {
@@ -32,18 +33,27 @@ public:
     static nimbrel::gpu::SortConstants MakeConstants(std::uint32_t numKeys);
 
 private:
-    void Pass(zeb::render::ComputeCommandEncoder& encoder, const nimbrel::gpu::SortConstants& constants,
-              std::uint32_t shift, zeb::render::Buffer* const (&keys)[2], zeb::render::Buffer* const (&payload)[2]);
-    void Run(zeb::render::ComputeCommandEncoder& encoder, ComputeProgram& program, std::uint32_t groups);
+    /// The programs and what lies between their passes.
+    struct Programs {
+        Programs(zeb::render::Device& device, Form form);
 
-    ComputeProgram mReduce;
-    ComputeProgram mScanAdd;
-    ComputeProgram mScan;
-    ComputeProgram mScatter;
-    ComputeProgram mCount;
-    StructuredBuffer<nimbrel::gpu::SortConstants> mConstants;
-    StructuredBuffer<std::uint32_t> mSortScratch;
-    StructuredBuffer<std::uint32_t> mPayloadScratch;
-    StructuredBuffer<std::uint32_t> mScratch;         ///< the sum table: one count per bin and thread group
-    StructuredBuffer<std::uint32_t> mReducedScratch;  ///< the reduced sum table
+        ComputeProgram mReduce;
+        ComputeProgram mScanAdd;
+        ComputeProgram mScan;
+        ComputeProgram mScatter;
+        ComputeProgram mCount;
+        StructuredBuffer<nimbrel::gpu::SortConstants> mConstants;
+        StructuredBuffer<std::uint32_t> mSortScratch;
+        StructuredBuffer<std::uint32_t> mPayloadScratch;
+        StructuredBuffer<std::uint32_t> mScratch;         ///< the sum table: one count per bin and thread group
+        StructuredBuffer<std::uint32_t> mReducedScratch;  ///< the reduced sum table
+
+        void Sort(zeb::render::ComputeCommandEncoder& encoder, std::uint32_t numKeys, zeb::render::Buffer& keys,
+                  zeb::render::Buffer& payload);
+        void Pass(zeb::render::ComputeCommandEncoder& encoder, const nimbrel::gpu::SortConstants& constants,
+                  std::uint32_t shift, zeb::render::Buffer* const (&keys)[2], zeb::render::Buffer* const (&payload)[2]);
+        void Run(zeb::render::ComputeCommandEncoder& encoder, ComputeProgram& program, std::uint32_t groups);
+    };
+
+    std::optional<Programs> mPrograms;  ///< none where the device sorts
 };

@@ -17,8 +17,8 @@
 #include "Nimbrel/CPU/CalcViewData.h"
 #include "Nimbrel/CPU/Exp2.h"
 #include "Nimbrel/CPU/FastRenderGaussianSplats.h"
-#include "Nimbrel/CPU/FastSort.h"
 #include "Nimbrel/CPU/RenderGaussianSplats.h"
+#include "Render/CPU/Sort.h"
 #include "SplatScene.h"
 
 // Forms with vectors and threads against the scalar ones, bit for bit, for every vector width of the machine.
@@ -186,7 +186,7 @@ TEST(FastKernels, ThreadsAndFramesAtOnceGiveTheSameBits) {
         std::vector<std::uint32_t> sorted = keys;
         result.mPayloads.resize(keys.size());
         std::iota(result.mPayloads.begin(), result.mPayloads.end(), 0U);
-        FastSort(sorted, result.mPayloads);
+        zeb::render::cpu::Sort(sorted, result.mPayloads);
     };
     Result expected;
     {
@@ -266,7 +266,7 @@ TEST(FastKernels, SortIsStable) {
             ForEachTarget([&] {
                 std::vector<std::uint32_t> sorted = keys;
                 std::vector<std::uint32_t> moved = payloads;
-                FastSort(sorted, moved);
+                zeb::render::cpu::Sort(sorted, moved);
                 EXPECT_EQ(moved, expected) << count << ", " << mask << ", " << others;
                 EXPECT_TRUE(std::is_sorted(sorted.begin(), sorted.end()));
             });

@@ -1,16 +1,15 @@
 #include "ReferenceFrame.h"
 
 #include <algorithm>
+#include <numeric>
 #include <span>
 
 #include <glm/matrix.hpp>
 
 #include "Nimbrel/CPU/CalcDistances.h"
 #include "Nimbrel/CPU/CalcViewData.h"
-#include "Nimbrel/CPU/FfxParallelSort.h"
 #include "Nimbrel/CPU/FillBackground.h"
 #include "Nimbrel/CPU/RenderGaussianSplats.h"
-#include "Nimbrel/CPU/SetIndices.h"
 #include "ReferenceGizmos.h"
 #include "Render/CPU/Convert.h"
 #include "Render/CPU/Copy.h"
@@ -126,8 +125,9 @@ FrameRecords CalcFrameRecords(const Frame& frame) {
     }
     const auto total = static_cast<std::uint32_t>(keys.size());
     records.mOrder.resize(total);
-    cpu::SetIndices({total}, 0, total, records.mOrder);
-    cpu::FfxParallelSort(keys, records.mOrder);
+    std::iota(records.mOrder.begin(), records.mOrder.end(), 0U);
+    std::stable_sort(records.mOrder.begin(), records.mOrder.end(),
+                     [&](std::uint32_t a, std::uint32_t b) { return keys[a] < keys[b]; });
     return records;
 }
 

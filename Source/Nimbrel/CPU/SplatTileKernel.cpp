@@ -167,14 +167,11 @@ HWY_INLINE void BlendPixels(SplatTile& tile, std::size_t at, const Shade& shade,
     for (int channel = 0; channel < 3; ++channel) {
         auto source = hn::Mul(shade.mColor[channel], alpha);
         if constexpr (kClamped) source = convert::VectorSaturate(d, source);
-        if constexpr (kIsNormalised<kRounding>) source = Rounded<kRounding>(source);
         const auto before = hn::Load(d, tile.mChannels[channel] + at);
         const auto after = Rounded<kRounding>(hn::Add(hn::Mul(source, share), before));
         hn::Store(hn::IfThenElse(shown, after, before), d, tile.mChannels[channel] + at);
     }
-    auto source = alpha;
-    if constexpr (kIsNormalised<kRounding>) source = Rounded<kRounding>(alpha);
-    const auto after = Rounded<kRounding>(hn::Add(hn::Mul(source, share), alphaBefore));
+    const auto after = Rounded<kRounding>(hn::Add(hn::Mul(alpha, share), alphaBefore));
     hn::Store(hn::IfThenElse(shown, after, alphaBefore), d, tile.mChannels[3] + at);
 }
 

@@ -176,6 +176,20 @@ void ComputeCommandEncoder::Dispatch(std::uint32_t groupsX, std::uint32_t groups
     DoDispatch(groupsX, groupsY, groupsZ, threadsX);
 }
 
+void ComputeCommandEncoder::Sort(Buffer& keys, Buffer& payload, std::uint32_t count) {
+    CheckOpen();
+    for (const Buffer* buffer : {&keys, &payload}) {
+        if (buffer->GetSizeInBytes() < std::uint64_t{4} * count)
+            ZEB_RENDER_THROW("A sort of {} words reaches beyond the buffer \"{}\"", count, buffer->GetName());
+    }
+    if (&keys == &payload) ZEB_RENDER_THROW("A sort has the buffer \"{}\" for keys and payload", keys.GetName());
+    if (count != 0) DoSort(keys, payload, count);
+}
+
+void ComputeCommandEncoder::DoSort(Buffer& keys, Buffer&, std::uint32_t) {
+    ZEB_RENDER_THROW("The device cannot sort the buffer \"{}\"", keys.GetName());
+}
+
 GraphicsCommandEncoder::GraphicsCommandEncoder(CommandList& list, const RenderPassDescription& description)
     : GraphicsAndComputeCommandEncoderBase(list) {
     for (const ColorAttachment& attachment : description.mColorAttachments) mTargets.push_back(attachment.mTexture);

@@ -10,7 +10,6 @@ void RegisterCpuPrograms() {
     static std::once_flag registered;
     std::call_once(registered, [] {
         cpu::RegisterSplatKernels();
-        cpu::RegisterSortKernels();
         cpu::RegisterSplatDrawings();
     });
 }

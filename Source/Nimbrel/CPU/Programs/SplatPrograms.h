@@ -4,7 +4,6 @@
 namespace nimbrel::cpu {
 
 void RegisterSplatKernels();   ///< the four CS programs
-void RegisterSortKernels();    ///< the five FfxParallelSort programs
 void RegisterSplatDrawings();  ///< splats, boxes, the background and the gizmos
 
 }  // namespace nimbrel::cpu

@@ -164,6 +164,9 @@ public:
     /// The thread counts state the group size as the program has it. A group count of zero records nothing.
     void Dispatch(std::uint32_t groupsX, std::uint32_t groupsY, std::uint32_t groupsZ, std::uint32_t threadsX,
                   std::uint32_t threadsY, std::uint32_t threadsZ);
+    /// Sorts the first `count` 32-bit words of `keys` ascending and as many of `payload` with them, in place; equal
+    /// keys keep their order. For devices that can sort. A count of zero records nothing.
+    void Sort(Buffer& keys, Buffer& payload, std::uint32_t count);
 
 protected:
     using GraphicsAndComputeCommandEncoderBase::GraphicsAndComputeCommandEncoderBase;
@@ -171,6 +174,7 @@ protected:
     virtual void DoSetPipelineState(ComputePipelineState& state) = 0;
     virtual void DoDispatch(std::uint32_t groupsX, std::uint32_t groupsY, std::uint32_t groupsZ,
                             std::uint32_t threadsX) = 0;
+    virtual void DoSort(Buffer& keys, Buffer& payload, std::uint32_t count);
 
 private:
     ComputePipelineState* mPipeline = nullptr;

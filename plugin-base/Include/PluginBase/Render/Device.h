@@ -98,6 +98,8 @@ public:
     /// Whether a barrier inside a thread group is costly, as where programs run on the processor's cores;
     /// programs that get by without them are then the better choice.
     virtual bool AreGroupBarriersCostly() const = 0;
+    /// Whether compute encoders take ComputeCommandEncoder::Sort. Where not, a sort is made of programs.
+    virtual bool CanSort() const { return false; }
 
     /// Largest side of a tile, in pixels.
     std::uint32_t GetTileSize() const { return mTileSize; }

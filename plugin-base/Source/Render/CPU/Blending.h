@@ -50,18 +50,12 @@ inline float CombineChannel(BlendOperation operation, float source, float source
     return source;
 }
 
-/// `value` clamped and rounded to a multiple of 1 / `steps`.
-inline float RoundToStep(float value, float steps) {
-    return static_cast<float>(static_cast<std::int32_t>(Saturate(value) * steps + 0.5F)) / steps;
-}
-
-/// The new colour of a texel of `format`, before it is rounded to that format. Targets of a normalised format clamp
-/// the source to 0..1 and round it first, as devices do that blend in the format's own precision.
+/// The new colour of a texel of `format`, before it is rounded to that format, which is the only rounding. Targets of a
+/// normalised format clamp the source to 0..1 first, as graphics interfaces have it.
 inline glm::vec4 Blend(const BlendState& state, Format format, const glm::vec4& pixel, const glm::vec4& destination) {
     glm::vec4 source = pixel;
     if (format == Format::RGBA8Unorm || format == Format::RGBA16Unorm) {
-        const float steps = format == Format::RGBA8Unorm ? 255.0F : 65535.0F;
-        for (int channel = 0; channel < 4; ++channel) source[channel] = RoundToStep(pixel[channel], steps);
+        for (int channel = 0; channel < 4; ++channel) source[channel] = Saturate(pixel[channel]);
     }
     if (!state.mEnabled) return source;
     glm::vec4 result(0.0F);

@@ -50,30 +50,7 @@ void CommandListCPU::DoSetDescriptorHeaps(DescriptorHeap& textureHeap, Descripto
 }
 
 void CommandListCPU::Run() const {
-    for (std::size_t i = 0; i < mCommands.size();) {
-        if (mCommands[i].mDispatch != nullptr) {
-            i += RunDispatches(i);
-        } else {
-            mCommands[i].mFunction();
-            ++i;
-        }
-    }
-}
-
-std::size_t CommandListCPU::RunDispatches(std::size_t first) const {
-    const BoundWork& work = *mCommands[first].mDispatch;
-    const Program& program = work.mPipeline->mProgram;
-    if (program.mSequence != nullptr) {
-        std::vector<Dispatch> dispatches;
-        for (std::size_t i = first; i < mCommands.size() && mCommands[i].mDispatch != nullptr; ++i) {
-            const BoundWork& next = *mCommands[i].mDispatch;
-            dispatches.push_back({next.mPipeline->mProgram, next.mBindings, mCommands[i].mGroups});
-        }
-        const std::size_t done = program.mSequence(dispatches);
-        if (done != 0) return done;
-    }
-    program.mCompute(work.mBindings, mCommands[first].mGroups);
-    return 1;
+    for (const std::function<void()>& command : mCommands) command();
 }
 
 UniquePtr<CommandList> CommandQueueCPU::DoCreateCommandList(std::string name) {

@@ -5,24 +5,16 @@
 #include <string>
 #include <vector>
 
-#include <glm/vec3.hpp>
-
 #include "Render/CPU/Resources.h"
 
 namespace zeb::render::cpu {
 
-struct BoundWork;
-
-/// One recording: closures and dispatches that the queue runs in order. They hold what they use.
+/// One recording: closures that the queue runs in order. They hold what they use.
 class CommandListCPU final : public CommandList {
 public:
     explicit CommandListCPU(std::string name) : CommandList(std::move(name)) {}
 
-    void Record(std::function<void()> command) { mCommands.push_back({std::move(command), nullptr, {}}); }
-    void Record(std::shared_ptr<const BoundWork> work, const glm::uvec3& groups) {
-        mCommands.push_back({nullptr, std::move(work), groups});
-    }
-    /// Dispatches recorded one after another may run as one piece of work (see SequenceFunction).
+    void Record(std::function<void()> command) { mCommands.push_back(std::move(command)); }
     void Run() const;
     /// The wait is over: calls those who wait for that, then releases what was kept.
     void Finish() {
@@ -39,15 +31,7 @@ protected:
     void DoClose() override {}
 
 private:
-    struct Command {
-        std::function<void()> mFunction;
-        std::shared_ptr<const BoundWork> mDispatch;  ///< null for a closure
-        glm::uvec3 mGroups;
-    };
-
-    std::size_t RunDispatches(std::size_t first) const;
-
-    std::vector<Command> mCommands;
+    std::vector<std::function<void()>> mCommands;
 };
 
 /// Runs lists on the thread that hands them over, which shares out the work inside them over the cores. Lists of

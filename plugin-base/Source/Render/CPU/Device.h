@@ -21,6 +21,7 @@ public:
     // There are no waves, and a group is a loop: programs are chosen that need neither waves nor barriers.
     std::uint32_t GetWaveLaneCount() const override { return 0; }
     bool AreGroupBarriersCostly() const override { return true; }
+    bool CanSort() const override { return true; }
 
 protected:
     UniquePtr<ShaderLibrary> DoCreateShaderLibraryFromEmbeddedData(std::string name) override;

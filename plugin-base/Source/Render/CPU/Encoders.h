@@ -17,6 +17,7 @@ protected:
     void DoSetPipelineState(ComputePipelineState& state) override;
     void DoDispatch(std::uint32_t groupsX, std::uint32_t groupsY, std::uint32_t groupsZ,
                     std::uint32_t threadsX) override;
+    void DoSort(Buffer& keys, Buffer& payload, std::uint32_t count) override;
 
 private:
     std::shared_ptr<const Pipeline> mPipeline;

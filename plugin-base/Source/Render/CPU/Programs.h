@@ -127,29 +127,13 @@ struct DrawCall {
 using ComputeFunction = void (*)(const Bindings& bindings, const glm::uvec3& groups);
 using DrawFunction = void (*)(const DrawCall& call);
 
-struct Program;
-
-/// A dispatch that a command list is about to run.
-struct Dispatch {
-    const Program& mProgram;
-    const Bindings& mBindings;
-    glm::uvec3 mGroups;
-};
-
-/// Runs as many dispatches from the first of `dispatches` on as it knows how to do at once, and returns their number; 0
-/// if it does not know these, which then run one by one. Buffers that the sequence as a whole reads or leaves a result
-/// in hold the same as if it had run so. Those that only pass values from one of its dispatches to the next, and are
-/// written before they are read, may keep what they held.
-using SequenceFunction = std::size_t (*)(std::span<const Dispatch> dispatches);
-
 /// A compute program runs all its groups, a graphics program a whole draw; both may use several threads and return
 /// when all is done. They are called from any thread.
 struct Program {
     std::vector<ProgramBinding> mBindings;
     ComputeFunction mCompute = nullptr;
     DrawFunction mDraw = nullptr;
-    std::uint32_t mVertexElements = 0;     ///< that the vertex stage reads
-    SequenceFunction mSequence = nullptr;  ///< for dispatches of this program and of those recorded right behind it
+    std::uint32_t mVertexElements = 0;  ///< that the vertex stage reads
 };
 
 /// Enters a program. A name that is taken throws.

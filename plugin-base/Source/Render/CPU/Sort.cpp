@@ -1,4 +1,4 @@
-#include "Nimbrel/CPU/FastSort.h"
+#include "Render/CPU/Sort.h"
 
 #include <algorithm>
 #include <bit>
@@ -15,14 +15,14 @@
 #include "Render/CPU/VectorTargets.h"
 
 #undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "Nimbrel/CPU/FastSort.cpp"
+#define HWY_TARGET_INCLUDE "Render/CPU/Sort.cpp"
 #include <hwy/foreach_target.h>
 // Behind it, once for each target:
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 HWY_BEFORE_NAMESPACE();
-namespace nimbrel::cpu {
+namespace zeb::render::cpu {
 namespace HWY_NAMESPACE {
 
 namespace hn = hwy::HWY_NAMESPACE;
@@ -74,16 +74,14 @@ void StorePairs(const std::uint64_t* pairs, std::size_t count, std::uint32_t lea
 }
 
 }  // namespace HWY_NAMESPACE
-}  // namespace nimbrel::cpu
+}  // namespace zeb::render::cpu
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
-namespace nimbrel::cpu {
+namespace zeb::render::cpu {
 
 HWY_EXPORT(FindRange);
 HWY_EXPORT(StorePairs);
-
-using namespace zeb::render::cpu;
 
 namespace {
 
@@ -270,7 +268,7 @@ private:
 
 }  // namespace
 
-void FastSort(std::span<std::uint32_t> keys, std::span<std::uint32_t> payloads) {
+void Sort(std::span<std::uint32_t> keys, std::span<std::uint32_t> payloads) {
     static ScratchPool<SortScratch> pool;
     const std::size_t count = std::min(keys.size(), payloads.size());
     if (count < 2) return;
@@ -278,5 +276,5 @@ void FastSort(std::span<std::uint32_t> keys, std::span<std::uint32_t> payloads) 
     Sorter(keys.first(count), payloads.first(count), *scratch).Run();
 }
 
-}  // namespace nimbrel::cpu
+}  // namespace zeb::render::cpu
 #endif
