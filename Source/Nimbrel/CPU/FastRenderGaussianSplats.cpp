@@ -36,6 +36,18 @@ bool GetRounding(Format format, TileRounding& rounding) {
     }
 }
 
+/// SplatTile::mLeastChange. Halves and floats keep their bits where alpha is 1. Floats stop earlier: what still shines
+/// through 2^-17 of a pixel, all of it together, is 102 dB below a white one.
+float GetLeastChange(TileRounding rounding) {
+    switch (rounding) {
+        case TileRounding::Unorm8: return 0.48F / 255.0F;
+        case TileRounding::Unorm16: return 0.48F / 65535.0F;
+        case TileRounding::Half: return std::numeric_limits<float>::min();
+        case TileRounding::None: break;
+    }
+    return 0x1p-17F;
+}
+
 bool IsFrontToBack(const BlendState& blend) {
     const BlendState expected = GaussianSplatsBlend();
     return blend.mEnabled && blend.mSourceColor == expected.mSourceColor &&
@@ -209,7 +221,7 @@ private:
                GetBytesPerPixel(target.GetFormat());
     }
 
-    /// A pixel of alpha 1 keeps its bits but for a channel of -0, to which a splat adds 0; with one of those in
+    /// A full pixel keeps its bits but for a channel of -0, to which a splat adds 0; with one of those in
     /// the tile no pixel counts as full. Pixels outside the scissor count as full and are not stored.
     void LoadTile(const Scissor& scissor, SplatTile& tile) const {
         constexpr std::size_t kRow = std::size_t{4} * kSplatTileSize;
@@ -228,7 +240,7 @@ private:
             for (const float value : rgba) negativeZeros += static_cast<std::uint32_t>(FloatBits(value) == 0x80000000U);
             LoadTileRow(rgba, y, tile);
         }
-        tile.mFull = negativeZeros != 0 ? std::numeric_limits<float>::quiet_NaN() : 1.0F;
+        tile.mLeastChange = negativeZeros != 0 ? -1.0F : GetLeastChange(mRounding);
     }
 
     void StoreTile(const Scissor& scissor, const SplatTile& tile) const {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <limits>
 
 #include "Nimbrel/CPU/Exp2.h"
 #include "Render/CPU/VectorTargets.h"
@@ -32,7 +33,8 @@ using PixelMask = hn::Mask<FloatTag>;
 
 constexpr float kLeastAlpha = 0.00392156886F;  // 1/255
 constexpr float kMinusLog2E = -1.44269502F;
-constexpr std::size_t kFullTestInterval = 64;
+/// Splats between two looks at how much the blocks still let through.
+constexpr std::size_t kShareInterval = 32;
 constexpr std::size_t kBlockPixels = 16;
 constexpr std::size_t kLanes = hn::MaxLanes(FloatTag());
 constexpr std::size_t kVectors = kBlockPixels / kLanes;  ///< of a block
@@ -124,8 +126,22 @@ struct Shade {
     Floats mOpacity;
     Floats mInner;
     Floats mOuter;
-    Floats mFull;
+    Floats mLeastChange;
 };
+
+/// What a splat's brightest channel is of its alpha: sources are clamped to 1, and none is brighter than that.
+HWY_INLINE float FindBrightest(const PreparedSplat& splat) {
+    return std::max({1.0F, splat.mColor[0], splat.mColor[1], splat.mColor[2]});
+}
+
+/// Those of `shown` that a splat changes, by its alpha and the share that it is blended with. Bytes and words keep
+/// their value where all that is added is less than half a step; floats are left alone where next to nothing shines
+/// through.
+template <TileRounding kRounding>
+HWY_INLINE PixelMask KeepChanged(PixelMask shown, Floats alpha, Floats share, Floats leastChange) {
+    if constexpr (kIsNormalised<kRounding>) return hn::And(shown, hn::Ge(hn::Mul(alpha, share), leastChange));
+    return hn::AndNot(hn::Lt(hn::Abs(share), leastChange), shown);
+}
 
 /// Those of `pixels` that the quad covers, by its corners. `at` is the vector's first pixel in the tile.
 HWY_NOINLINE PixelMask KeepCovered(const SplatTile& tile, const SplatQuad& quad, std::size_t at, PixelMask pixels) {
@@ -155,15 +171,14 @@ HWY_INLINE void BlendPixels(SplatTile& tile, std::size_t at, const Shade& shade,
     const auto alpha = hn::Min(hn::Mul(gaussian, shade.mOpacity), one);
     // Outside the quad the power may have run over: the first condition must hold alone.
     auto shown = hn::And(hn::Lt(farther, shade.mOuter), hn::Ge(alpha, hn::Set(d, kLeastAlpha)));
-    // Not Ne: whether that holds for NaN differs between processors.
-    shown = hn::AndNot(hn::Eq(alphaBefore, shade.mFull), shown);
+    const auto share = hn::Sub(one, alphaBefore);
+    shown = KeepChanged<kRounding>(shown, alpha, share, shade.mLeastChange);
     if (hn::AllFalse(d, shown)) return;
     const auto unsure = hn::And(hn::Gt(farther, shade.mInner), shown);
     if (HWY_UNLIKELY(!hn::AllFalse(d, unsure))) {
         const auto covered = keepCovered(at, unsure);
         shown = hn::Or(hn::AndNot(unsure, shown), covered);
     }
-    const auto share = hn::Sub(one, alphaBefore);
     for (int channel = 0; channel < 3; ++channel) {
         auto source = hn::Mul(shade.mColor[channel], alpha);
         if constexpr (kClamped) source = convert::VectorSaturate(d, source);
@@ -181,11 +196,12 @@ HWY_INLINE void DrawSplat(SplatTile& tile, const SplatSource& source, const Prep
     const FloatTag d;
     const IntTag di;
     const float* const color = splat.mColor;
+    const float least = kIsNormalised<kRounding> ? tile.mLeastChange / FindBrightest(splat) : tile.mLeastChange;
     const Shade shade{{hn::Set(d, color[0]), hn::Set(d, color[1]), hn::Set(d, color[2])},
                       hn::Set(d, color[3]),
                       hn::Set(d, splat.mInner),
                       hn::Set(d, 4.0F - splat.mInner),
-                      hn::Set(d, tile.mFull)};
+                      hn::Set(d, least)};
     const auto alongXx = hn::Set(d, splat.mAlongXx);
     const auto alongXy = hn::Set(d, splat.mAlongXy);
     const auto alongYx = hn::Set(d, splat.mAlongYx);
@@ -226,14 +242,31 @@ HWY_INLINE void DrawSplat(SplatTile& tile, const SplatSource& source, const Prep
     }
 }
 
-/// Blocks with a pixel that splats may still change.
-HWY_INLINE std::uint64_t FindLiveBlocks(const SplatTile& tile) {
+/// The largest share of each block's pixels that is still free, 1 for what is no number.
+HWY_INLINE void FindShares(const SplatTile& tile, float (&shares)[kSplatTileBlockCount]) {
     const FloatTag d;
-    const auto full = hn::Set(d, tile.mFull);
+    const auto one = hn::Set(d, 1.0F);
+    for (std::size_t block = 0; block < kSplatTileBlockCount; ++block) {
+        auto most = hn::Zero(d);
+        for (std::size_t at = block * kBlockPixels; at < (block + 1) * kBlockPixels; at += kLanes) {
+            const auto share = hn::Abs(hn::Sub(one, hn::Load(d, tile.mChannels[3] + at)));
+            most = hn::Max(most, hn::IfThenElse(hn::Eq(share, share), share, one));
+        }
+        shares[block] = hn::GetLane(hn::MaxOfLanes(d, most));
+    }
+}
+
+/// Blocks whose share times `weight` is at least `least`, a bit each.
+HWY_INLINE std::uint64_t FindLiveBlocks(const float (&shares)[kSplatTileBlockCount], float weight, float least) {
+    const FloatTag d;
     std::uint64_t live = 0;
-    for (std::size_t at = 0; at < kSplatTilePixels; at += kLanes) {
-        const bool isFull = hn::AllTrue(d, hn::Eq(hn::Load(d, tile.mChannels[3] + at), full));
-        live |= std::uint64_t{!isFull} << (at / kBlockPixels);
+    for (std::size_t block = 0; block < kSplatTileBlockCount; block += kLanes) {
+        const auto change = hn::Mul(hn::Load(d, shares + block), hn::Set(d, weight));
+        std::uint8_t bytes[8] = {};
+        hn::StoreMaskBits(d, hn::Ge(change, hn::Set(d, least)), bytes);
+        std::uint16_t bits = 0;
+        std::memcpy(&bits, bytes, sizeof bits);
+        live |= std::uint64_t{bits} << block;
     }
     return live;
 }
@@ -242,13 +275,21 @@ template <TileRounding kRounding>
 std::size_t DrawRounded(SplatTile& tile, const SplatSource& source, std::span<const std::uint32_t> entries,
                         const PreparedSplat* splats) {
     constexpr std::size_t kAhead = 8;
-    std::uint64_t live = ~std::uint64_t{0};
+    alignas(64) float shares[kSplatTileBlockCount];
+    bool isAnyLive = true;
     for (std::size_t i = 0; i < entries.size(); ++i) {
-        if (i % kFullTestInterval == 0) live = FindLiveBlocks(tile);
-        if (live == 0 && !tile.mExpectScalar) break;
+        if (i % kShareInterval == 0) {
+            constexpr float kAny = std::numeric_limits<float>::min();
+            FindShares(tile, shares);
+            isAnyLive = FindLiveBlocks(shares, 1.0F, kIsNormalised<kRounding> ? kAny : tile.mLeastChange) != 0;
+        }
+        if (!isAnyLive && !tile.mExpectScalar) break;
         if (i + kAhead < entries.size()) hwy::Prefetch(splats + entries[i + kAhead]);
         const PreparedSplat& splat = splats[entries[i]];
         if (splat.IsScalar()) return i;
+        if (!isAnyLive) continue;
+        const float weight = kIsNormalised<kRounding> ? std::min(splat.mColor[3], 1.0F) * FindBrightest(splat) : 1.0F;
+        const std::uint64_t live = FindLiveBlocks(shares, weight, tile.mLeastChange);
         if (live == 0) continue;
         const std::uint64_t blocks = FindBlocks(tile, splat) & live;
         const auto inRange = [](float value) { return value >= 0.0F && value <= 1.0F; };

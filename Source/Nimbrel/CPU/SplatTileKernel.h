@@ -16,6 +16,7 @@ inline constexpr std::size_t kSplatTilePixels = 1024;
 /// A tile's pixels lie in blocks of 4 x 4, blocks and the pixels in them row by row.
 inline constexpr std::int32_t kSplatBlockSize = 4;
 inline constexpr std::int32_t kSplatTileBlocks = kSplatTileSize / kSplatBlockSize;
+inline constexpr std::size_t kSplatTileBlockCount = std::size_t{kSplatTileBlocks} * kSplatTileBlocks;
 
 /// How a target's format rounds what is stored.
 enum class TileRounding { None, Unorm8, Unorm16, Half };
@@ -62,7 +63,9 @@ struct SplatTile {
     std::int32_t mLeft;
     std::int32_t mTop;
     TileRounding mRounding;
-    float mFull;         ///< alpha of a pixel that no splat changes any more: 1, or NaN if there is none
+    /// The least that a splat must add to be blended: half a step of bytes and words, with room for rounding. Of floats
+    /// the least share that must still be free; below 0 for all.
+    float mLeastChange;
     bool mExpectScalar;  ///< there may be splats for the scalar form
 };
 
