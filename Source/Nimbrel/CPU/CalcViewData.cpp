@@ -127,7 +127,7 @@ HWY_INLINE WordsOf<N> PackHalves(MaskOf<N> hidden, N high, N low) {
 }
 
 HWY_INLINE void StoreRecords(const ViewData<float>& data, gpu::SplatViewData* record) {
-    const auto shown = [&](float v) { return ZeroWhere(data.mHidden, v); };
+    const auto shown = [&](float v) HWY_ATTR { return ZeroWhere(data.mHidden, v); };
     *record = {{data.mPosition[0], data.mPosition[1], data.mPosition[2], data.mPosition[3]},
                {shown(data.mAxes.mMajorX), shown(data.mAxes.mMajorY)},
                {shown(data.mAxes.mMinorX), shown(data.mAxes.mMinorY)},

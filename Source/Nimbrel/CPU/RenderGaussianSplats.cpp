@@ -98,8 +98,8 @@ void FillHalf(const RenderPass& pass, const SplatQuad& quad, int a, int b, int c
             const glm::vec2 q = quad.At(quad.FromMiddleX(x), quad.FromMiddleY(y));
             const glm::vec4& color = quad.mColor;
             const std::array attributes = {color.x, color.y, color.z, color.w, q.x, q.y};
-            detail::ShadePixel(pass, static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y), attributes,
-                               RenderGaussianSplatsPixel);
+            ShadePixel(pass, static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y), attributes,
+                       RenderGaussianSplatsPixel);
         }
     }
 }

@@ -417,7 +417,7 @@ TileBox FindScalarBox(const SplatSource& source, const Scissor& scissor, const g
     bool isFinite = true;
     for (std::uint32_t corner = 0; corner < 4; ++corner) {
         const glm::vec4 position = RenderGaussianSplatsVertex(record, corner, source.mConstants).mPosition;
-        isFinite = isFinite && detail::IsFinite(position);
+        isFinite = isFinite && IsFinite(position);
         if (!isFinite) break;
         const Viewport& viewport = source.mViewport;
         const float pixels[2] = {viewport.mX + (position.x / position.w + 1.0F) * 0.5F * viewport.mWidth,

@@ -17,10 +17,9 @@ constexpr std::int64_t kFarthest = 1 << 24;
 /// Nothing where a clip plane has all corners outside, Triangles where it has some.
 SplatQuadKind Clip(const SplatVertex* corners) {
     bool inside = true;
-    for (int plane = 0; plane < detail::kClipPlanes; ++plane) {
+    for (int plane = 0; plane < kClipPlanes; ++plane) {
         int outside = 0;
-        for (int i = 0; i < 4; ++i)
-            outside += static_cast<int>(!(detail::ClipDistance(corners[i].mPosition, plane) >= 0));
+        for (int i = 0; i < 4; ++i) outside += static_cast<int>(!(ClipDistance(corners[i].mPosition, plane) >= 0));
         if (outside == 4) return SplatQuadKind::Nothing;
         inside = inside && outside == 0;
     }
@@ -90,14 +89,14 @@ bool SplatQuad::Covers(std::int32_t x, std::int32_t y) const {
 
 SplatQuadKind MakeSplatQuad(const gpu::SplatViewData& record, const gpu::TextureConstants& constants,
                             const Viewport& viewport, SplatQuad& quad) {
-    if (!detail::CanDivide(record.pos) || !(record.pos.z >= 0.0F) || !(record.pos.w - record.pos.z >= 0.0F)) {
+    if (!CanDivide(record.pos) || !(record.pos.z >= 0.0F) || !(record.pos.w - record.pos.z >= 0.0F)) {
         return SplatQuadKind::Nothing;
     }
     SplatVertex corners[4];
     bool finite[4];
     for (std::uint32_t corner = 0; corner < 4; ++corner) {
         corners[corner] = RenderGaussianSplatsVertex(record, corner, constants);
-        finite[corner] = detail::IsFinite(corners[corner].mPosition);
+        finite[corner] = IsFinite(corners[corner].mPosition);
     }
     if (!finite[1] || !finite[2]) return SplatQuadKind::Nothing;  // corners of both triangles
     if (!finite[0] || !finite[3]) return SplatQuadKind::Triangles;

@@ -32,8 +32,6 @@ struct RenderPass {
     BlendState mBlend;
 };
 
-namespace detail {
-
 inline constexpr int kClipPlanes = 6;
 
 /// Distance from a clip plane, not negative inside: depth first, then the guard band.
@@ -54,6 +52,18 @@ inline bool CanDivide(const glm::vec4& p) { return p.w >= std::numeric_limits<fl
 inline bool IsFinite(const glm::vec4& p) {
     return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z) && std::isfinite(p.w);
 }
+
+/// Runs the pixel program for a pixel and blends what it gives.
+template <std::size_t N, class PixelProgram>
+void ShadePixel(const RenderPass& pass, std::uint32_t x, std::uint32_t y, const std::array<float, N>& attributes,
+                const PixelProgram& program) {
+    glm::vec4 color(0.0F);
+    if (!program(attributes, color)) return;
+    Image& target = *pass.mTarget;
+    target.Store(x, y, Blend(pass.mBlend, target.GetFormat(), color, target.Load(x, y)));
+}
+
+namespace detail {
 
 template <std::size_t N>
 Vertex<N> Interpolate(const Vertex<N>& a, const Vertex<N>& b, float t) {
@@ -90,15 +100,6 @@ Polygon<N> ClipAtPlane(const Polygon<N>& polygon, int plane) {
         if (d0 < 0.0F && d1 >= 0.0F) result.Add(Interpolate(to, from, d1 / (d1 - d0)));
     }
     return result;
-}
-
-template <std::size_t N, class PixelProgram>
-void ShadePixel(const RenderPass& pass, std::uint32_t x, std::uint32_t y, const std::array<float, N>& attributes,
-                const PixelProgram& program) {
-    glm::vec4 color(0.0F);
-    if (!program(attributes, color)) return;
-    Image& target = *pass.mTarget;
-    target.Store(x, y, Blend(pass.mBlend, target.GetFormat(), color, target.Load(x, y)));
 }
 
 template <std::size_t N, class PixelProgram>
@@ -142,12 +143,12 @@ void FillTriangle(const RenderPass& pass, const Vertex<N>& a, const Vertex<N>& b
 template <std::size_t N, class PixelProgram>
 void DrawTriangle(const RenderPass& pass, const Vertex<N>& a, const Vertex<N>& b, const Vertex<N>& c,
                   const PixelProgram& program) {
-    if (!detail::IsFinite(a.mPosition) || !detail::IsFinite(b.mPosition) || !detail::IsFinite(c.mPosition)) return;
-    bool inside = detail::CanDivide(a.mPosition) && detail::CanDivide(b.mPosition) && detail::CanDivide(c.mPosition);
-    for (int plane = 0; plane < detail::kClipPlanes; ++plane) {
-        const bool insideA = detail::ClipDistance(a.mPosition, plane) >= 0.0F;
-        const bool insideB = detail::ClipDistance(b.mPosition, plane) >= 0.0F;
-        const bool insideC = detail::ClipDistance(c.mPosition, plane) >= 0.0F;
+    if (!IsFinite(a.mPosition) || !IsFinite(b.mPosition) || !IsFinite(c.mPosition)) return;
+    bool inside = CanDivide(a.mPosition) && CanDivide(b.mPosition) && CanDivide(c.mPosition);
+    for (int plane = 0; plane < kClipPlanes; ++plane) {
+        const bool insideA = ClipDistance(a.mPosition, plane) >= 0.0F;
+        const bool insideB = ClipDistance(b.mPosition, plane) >= 0.0F;
+        const bool insideC = ClipDistance(c.mPosition, plane) >= 0.0F;
         if (!insideA && !insideB && !insideC) return;
         inside = inside && insideA && insideB && insideC;
     }
@@ -159,11 +160,11 @@ void DrawTriangle(const RenderPass& pass, const Vertex<N>& a, const Vertex<N>& b
     polygon.Add(a);
     polygon.Add(b);
     polygon.Add(c);
-    for (int plane = 0; plane < detail::kClipPlanes && polygon.mCount > 0; ++plane) {
+    for (int plane = 0; plane < kClipPlanes && polygon.mCount > 0; ++plane) {
         polygon = detail::ClipAtPlane(polygon, plane);
     }
     for (std::size_t i = 0; i < polygon.mCount; ++i) {
-        if (!detail::CanDivide(polygon.mVertices[i].mPosition)) return;
+        if (!CanDivide(polygon.mVertices[i].mPosition)) return;
     }
     for (std::size_t i = 2; i < polygon.mCount; ++i) {
         detail::FillTriangle(pass, polygon.mVertices[0], polygon.mVertices[i - 1], polygon.mVertices[i], program);
@@ -173,12 +174,12 @@ void DrawTriangle(const RenderPass& pass, const Vertex<N>& a, const Vertex<N>& b
 /// Clips and draws one aliased line, one pixel wide, without its last pixel.
 template <std::size_t N, class PixelProgram>
 void DrawLine(const RenderPass& pass, const Vertex<N>& a, const Vertex<N>& b, const PixelProgram& program) {
-    if (!detail::IsFinite(a.mPosition) || !detail::IsFinite(b.mPosition)) return;
+    if (!IsFinite(a.mPosition) || !IsFinite(b.mPosition)) return;
     float from = 0.0F;
     float to = 1.0F;
-    for (int plane = 0; plane < detail::kClipPlanes; ++plane) {
-        const float d0 = detail::ClipDistance(a.mPosition, plane);
-        const float d1 = detail::ClipDistance(b.mPosition, plane);
+    for (int plane = 0; plane < kClipPlanes; ++plane) {
+        const float d0 = ClipDistance(a.mPosition, plane);
+        const float d1 = ClipDistance(b.mPosition, plane);
         if (d0 < 0.0F && d1 < 0.0F) return;
         if (d0 < 0.0F) from = Max(from, d0 / (d0 - d1));
         if (d1 < 0.0F) to = Min(to, d0 / (d0 - d1));
@@ -186,7 +187,7 @@ void DrawLine(const RenderPass& pass, const Vertex<N>& a, const Vertex<N>& b, co
     if (!(from < to)) return;
     const Vertex<N> first = from > 0.0F ? detail::Interpolate(a, b, from) : a;
     const Vertex<N> last = to < 1.0F ? detail::Interpolate(a, b, to) : b;
-    if (!detail::CanDivide(first.mPosition) || !detail::CanDivide(last.mPosition)) return;
+    if (!CanDivide(first.mPosition) || !CanDivide(last.mPosition)) return;
 
     const GridPoint gridA = ToGrid(first.mPosition, pass.mViewport);
     const GridPoint gridB = ToGrid(last.mPosition, pass.mViewport);
@@ -206,7 +207,7 @@ void DrawLine(const RenderPass& pass, const Vertex<N>& a, const Vertex<N>& b, co
         for (std::size_t i = 0; i < N; ++i) {
             attributes[i] = Lerp(first.mAttributes[i], last.mAttributes[i], t);
         }
-        detail::ShadePixel(pass, static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y), attributes, program);
+        ShadePixel(pass, static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y), attributes, program);
     }
 }
 
