@@ -1,4 +1,4 @@
-#include "NimbrelHost/Scene/Animation.h"
+#include "NimbrelHost/Scene/AnimationJson.h"
 
 #include "TestSupport.h"
 

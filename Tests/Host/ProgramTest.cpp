@@ -1,5 +1,6 @@
 // nimbrel-render as its user meets it: arguments in, files, messages and exit codes out.
 #include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
 
 #include <array>
 #include <cstdio>

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <limits>
+#include <nlohmann/json.hpp>
 #include <numeric>
 
 #include "NimbrelHost/Support/JsonView.h"

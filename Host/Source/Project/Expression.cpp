@@ -1,6 +1,7 @@
 #include "NimbrelHost/Project/Expression.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <cmath>
 #include <glm/matrix.hpp>

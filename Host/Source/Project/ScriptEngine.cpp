@@ -1,6 +1,7 @@
 #include "NimbrelHost/Project/ScriptEngine.h"
 
 #include <duktape.h>
+#include <nlohmann/json.hpp>
 
 #include <memory>
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "NimbrelHost/Scene/AnimationJson.h"
 #include "NimbrelHost/Support/Errors.h"
 #include "NimbrelHost/Support/Text.h"
 

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "NimbrelHost/Commands/CustomData.h"
+#include "NimbrelHost/Scene/AnimationJson.h"
 #include "NimbrelHost/Support/Text.h"
 #include "NimbrelHost/User/Settings.h"
 

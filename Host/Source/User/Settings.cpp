@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "NimbrelHost/Commands/CustomData.h"
+#include "NimbrelHost/Scene/AnimationJson.h"
 #include "NimbrelHost/Scene/Fit.h"
 #include "NimbrelHost/Scene/PlyBounds.h"
 #include "NimbrelHost/Support/Errors.h"

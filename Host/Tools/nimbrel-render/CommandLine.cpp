@@ -1,6 +1,7 @@
 #include "CommandLine.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>

@@ -20,7 +20,8 @@
 #include "NimbrelHost/Parameters/Parameter.h"
 #include "NimbrelHost/Project/Project.h"
 #include "NimbrelHost/Project/UndoHistory.h"
-#include "NimbrelHost/Scene/Scene.h"
+#include "NimbrelHost/Scene/Camera.h"
+#include "NimbrelHost/Scene/Composition.h"
 #include "NimbrelHost/Support/HandleStore.h"
 #include "NimbrelHost/Support/LiveObjects.h"
 

@@ -8,7 +8,8 @@
 #include "HostInterface/HostInterface.h"
 #include "NimbrelHost/Parameters/Catalogue.h"
 #include "NimbrelHost/Scene/Animation.h"
-#include "NimbrelHost/Scene/Scene.h"
+#include "NimbrelHost/Scene/Camera.h"
+#include "NimbrelHost/Scene/Composition.h"
 
 namespace nimbrel::host {
 

@@ -8,7 +8,8 @@
 #include <string_view>
 #include <vector>
 
-#include "NimbrelHost/Scene/Scene.h"
+#include "NimbrelHost/Scene/Camera.h"
+#include "NimbrelHost/Scene/Composition.h"
 
 namespace nimbrel::host {
 

@@ -8,8 +8,6 @@
 #include <utility>
 #include <vector>
 
-#include "NimbrelHost/Support/JsonView.h"
-
 namespace nimbrel::host {
 
 /// Where a time falls between keyframes: the value is `left` mixed with `right` by `fraction` (0 to below 1).
@@ -80,40 +78,6 @@ inline glm::dvec3 Evaluate(const Animation<glm::dvec3>& animation, double second
     const KeySpan span = animation.Find(seconds);
     const glm::dvec3 left = animation.mKeys[span.mLeft].mValue;
     return left + (animation.mKeys[span.mRight].mValue - left) * span.mFraction;
-}
-
-/// Whether the JSON value is of the animated form, { "keyframes": [...] }.
-bool IsAnimated(const JsonView& view);
-
-/// Checks the outer form of an animated value and gives the keyframe array; `hold` answers its "interpolation".
-JsonView ReadKeyframes(const JsonView& view, bool& hold);
-
-/// Reads a constant or animated value; `read` turns one JSON value into a T. Throws UsageError.
-template <class T, class Read>
-Animation<T> ReadAnimation(const JsonView& view, Read read) {
-    if (!IsAnimated(view)) return Animation<T>::Constant(read(view));
-    Animation<T> animation;
-    const JsonView keys = ReadKeyframes(view, animation.mHold);
-    for (std::size_t i = 0; i < keys.Value().size(); ++i) {
-        const JsonView key = keys.Element(i);
-        const double seconds = key.Element(0).Number("a time in seconds");
-        if (i > 0 && seconds <= animation.mKeys.back().mSeconds) {
-            key.Element(0).Fail("a time later than the keyframe before");
-        }
-        animation.mKeys.push_back({seconds, read(key.Element(1))});
-    }
-    return animation;
-}
-
-/// The JSON form that ReadAnimation reads; `write` turns one T into a JSON value.
-template <class T, class Write>
-Json WriteAnimation(const Animation<T>& animation, Write write) {
-    if (animation.IsConstant()) return write(animation.mKeys.front().mValue);
-    Json keys = Json::array();
-    for (const auto& key : animation.mKeys) keys.push_back(Json::array({key.mSeconds, write(key.mValue)}));
-    Json value = {{"keyframes", std::move(keys)}};
-    if (animation.mHold) value["interpolation"] = "hold";
-    return value;
 }
 
 }  // namespace nimbrel::host

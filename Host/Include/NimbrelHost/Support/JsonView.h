@@ -3,13 +3,14 @@
 #include <filesystem>
 #include <glm/vec3.hpp>
 #include <initializer_list>
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 
 namespace nimbrel::host {
 
-/// Keeps the order of keys, so that what is written reads like what a person would write.
+/// Keeps the order of keys, so that what is written reads like what a person would write. Whoever looks into one
+/// includes <nlohmann/json.hpp>, a large header, which this one does without.
 using Json = nlohmann::ordered_json;
 
 /// Parses a JSON text. `origin` names it in messages. Texts nested deeper than 64 levels are refused, since values

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "NimbrelHost/Commands/Host.h"
+#include "NimbrelHost/Scene/Scene.h"
 
 namespace nimbrel::host {
 
