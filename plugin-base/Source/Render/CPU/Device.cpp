@@ -1,7 +1,5 @@
 #include "Render/CPU/Device.h"
 
-#include <new>
-
 #include "Render/CPU/CommandQueue.h"
 #include "Render/CPU/Pipelines.h"
 #include "Render/CPU/Resources.h"
@@ -10,15 +8,12 @@
 namespace zeb::render::cpu {
 
 DeviceCPU::DeviceCPU(std::string name, const RenderOptions& options)
-    : DeviceOf(std::make_shared<const DeviceReport>(options.mReportValidation), std::move(name), options.mHeapSizes),
-      mThreads(oneapi::tbb::attach{}) {
+    : DeviceOf(std::make_shared<const DeviceReport>(options.mReportValidation), std::move(name), options.mHeapSizes) {
     RegisterFrameworkPrograms();
 }
 
-DeviceCPU::~DeviceCPU() {
-    ReleaseThreadData();
-    oneapi::tbb::finalize(mThreads, std::nothrow);
-}
+// The records go before the threads that their work runs on.
+DeviceCPU::~DeviceCPU() { ReleaseThreadData(); }
 
 UniquePtr<ShaderLibrary> DeviceCPU::DoCreateShaderLibraryFromEmbeddedData(std::string name) {
     return MakeUnique<ShaderLibraryCPU>(std::move(name));

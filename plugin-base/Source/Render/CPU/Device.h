@@ -2,10 +2,9 @@
 
 #include <string>
 
-#include <oneapi/tbb/global_control.h>
-
 #include "PluginBase/Render/Render.h"
 #include "Render/CPU/Classes.h"
+#include "Render/CPU/ThreadPool.h"
 #include "Render/DeviceOf.h"
 
 namespace zeb::render::cpu {
@@ -15,7 +14,6 @@ namespace zeb::render::cpu {
 class DeviceCPU final : public DeviceOf<ClassesCPU> {
 public:
     DeviceCPU(std::string name, const RenderOptions& options);
-    /// Ends the pool's threads, as far as no one else uses it.
     ~DeviceCPU() override;
 
     // There are no waves, and a group is a loop: programs are chosen that need neither waves nor barriers.
@@ -32,7 +30,7 @@ protected:
     void DoCreateSamplerView(DescriptorRange& range, std::uint32_t index, Sampler& sampler) override;
 
 private:
-    oneapi::tbb::task_scheduler_handle mThreads;
+    ThreadPool mThreads;
 };
 
 }  // namespace zeb::render::cpu

@@ -1,0 +1,80 @@
+#include "Render/CPU/ThreadPool.h"
+
+#include <atomic>
+#include <exception>
+#include <new>
+#include <vector>
+
+#include <oneapi/tbb/task_arena.h>
+#include <oneapi/tbb/task_group.h>
+
+#include "PluginBase/Misc/LoadedLibrary.h"
+#include "Render/CPU/Parallel.h"
+
+namespace zeb::render::cpu {
+namespace {
+
+/// Whether a worker could not be started, after which the pool is never ended.
+std::atomic<bool> sIsBroken = false;
+
+/// Asks for one worker and holds it until told to let it go.
+class HeldWorker {
+public:
+    /// Throws when the worker cannot be started.
+    void Hold(const std::atomic<bool>& isOver) {
+        mArena.execute([&] { mGroup.run([&isOver] { isOver.wait(false); }); });
+    }
+    /// `isOver` is set by now.
+    void LetGo() noexcept {
+        try {
+            mArena.execute([this] { mGroup.wait(); });
+        } catch (const std::exception&) {  // where not even the arena could be made
+        }
+    }
+
+private:
+    oneapi::tbb::task_arena mArena{2, 1};
+    oneapi::tbb::task_group mGroup;
+};
+
+/// Starts up to `count` workers; how many there are.
+std::uint32_t StartWorkers(std::uint32_t count) {
+    std::vector<HeldWorker> workers(count);
+    std::atomic<bool> isOver = false;
+    std::uint32_t started = 0;
+    try {
+        // While all others are held, each further one is started by this thread: a failure is met here and nowhere
+        // else.
+        for (; started < count; ++started) workers[started].Hold(isOver);
+    } catch (const std::exception&) {  // of the library: no thread or no memory
+    }
+    isOver = true;
+    isOver.notify_all();
+    // The one that failed left its task behind.
+    for (std::uint32_t i = 0; i <= started && i < count; ++i) workers[i].LetGo();
+    return started;
+}
+
+}  // namespace
+
+ThreadPool::ThreadPool() : mHandle(oneapi::tbb::attach{}), mThreadCount(GetConcurrency()) {
+    const std::uint32_t wanted = mThreadCount - 1;
+    const std::uint32_t started = StartWorkers(wanted);
+    if (started == wanted) return;
+    sIsBroken = true;
+    mThreadCount = started + 1;
+    mLimit = std::make_unique<oneapi::tbb::global_control>(oneapi::tbb::global_control::max_allowed_parallelism,
+                                                           mThreadCount);
+}
+
+ThreadPool::~ThreadPool() {
+    if (!sIsBroken) {
+        oneapi::tbb::finalize(mHandle, std::nothrow);
+        return;
+    }
+    // Its threads may run the library's code at any time from now on.
+    KeepLibraryLoaded(reinterpret_cast<const void*>(&oneapi::tbb::detail::r1::max_concurrency));
+    mHandle.release();
+}
+
+}  // namespace zeb::render::cpu
