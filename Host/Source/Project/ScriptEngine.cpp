@@ -1,16 +1,14 @@
 #include "NimbrelHost/Project/ScriptEngine.h"
 
-#include <duktape.h>
+#include <ScriptHeap.h>
+#include <new>
 #include <nlohmann/json.hpp>
+#include <stdexcept>
 
-#include <memory>
+#include <ScriptHeap.h>
 
 namespace nimbrel::host {
 namespace {
-
-struct HeapDeleter {
-    void operator()(duk_context* context) const { duk_destroy_heap(context); }
-};
 
 /// What the protected call works on. Nothing in here is destroyed by a script's error, which jumps.
 struct Run {
@@ -57,16 +55,22 @@ constexpr const char* kRunDialogScript =
 
 }  // namespace
 
-Json RunScript(const std::string& prelude, const Json& data, const std::string& code) {
-    const std::unique_ptr<duk_context, HeapDeleter> heap(duk_create_heap_default());
-    if (!heap) throw ScriptError("there is no memory for a script");
+Json RunScript(const std::string& prelude, const Json& data, const std::string& code) try {
     const std::string dataText = data.dump(-1, ' ', false, Json::error_handler_t::replace);
+    const ScriptHeap heap;
+    duk_context* const context = heap.Get();
     Run run{prelude.c_str(), dataText.c_str(), code.c_str()};
-    const bool failed = duk_safe_call(heap.get(), RunProtected, &run, 0, 1) != DUK_EXEC_SUCCESS;
-    const char* const text = duk_safe_to_string(heap.get(), -1);
+    const bool failed = duk_safe_call(context, RunProtected, &run, 0, 1) != DUK_EXEC_SUCCESS;
+    const char* const text = duk_safe_to_string(context, -1);
     if (failed) throw ScriptError(text);
     Json result = Json::parse(text, nullptr, false);
     return result.is_discarded() ? Json(nullptr) : result;
+} catch (const std::bad_alloc&) {
+    throw ScriptError("there is no memory for a script");
+} catch (const ScriptError&) {
+    throw;
+} catch (const std::runtime_error& failure) {  // of the engine, outside the script
+    throw ScriptError(failure.what());
 }
 
 ScriptOutcome RunDialogScript(const std::string& script) {

@@ -2,6 +2,7 @@
 // to the blob. What a structure holds is the catalogue's business, member by member.
 #include "PluginBase/Parameters/ParameterPacker.h"
 
+#include <algorithm>
 #include <array>
 #include <new>
 
@@ -146,14 +147,7 @@ const ParameterPacker::Struct& ParameterPacker::GetPack(std::string_view name) c
 class ParameterPacker::UsedScript {
 public:
     explicit UsedScript(const ParameterPacker& packer) : mPacker(packer), mContext(packer.TakeScript()) {}
-    ~UsedScript() {
-        const std::lock_guard lock(mPacker.mMutex);
-        try {
-            mPacker.mIdleContexts[std::this_thread::get_id()].push_back(std::move(mContext));
-        } catch (const std::bad_alloc&) {
-            // Without room to keep it the context goes; the next frame makes another.
-        }
-    }
+    ~UsedScript() { mPacker.GiveBackScript(std::move(mContext)); }
     UsedScript(const UsedScript&) = delete;
     UsedScript& operator=(const UsedScript&) = delete;
     JSContext& Get() const { return *mContext; }
@@ -187,7 +181,8 @@ void ParameterPacker::PackFromGetter(BlobWriter& writer, const ParameterCurrentV
 std::unique_ptr<JSContext> ParameterPacker::TakeScript() const {
     {
         const std::lock_guard lock(mMutex);
-        auto& idle = mIdleContexts[std::this_thread::get_id()];
+        auto& [idle, lastUse] = mIdleContexts[std::this_thread::get_id()];
+        lastUse = ++mUseCount;
         if (!idle.empty()) {
             std::unique_ptr<JSContext> context = std::move(idle.back());
             idle.pop_back();
@@ -198,6 +193,24 @@ std::unique_ptr<JSContext> ParameterPacker::TakeScript() const {
     auto context = std::make_unique<JSContext>();
     LoadScripts(*context);
     return context;
+}
+
+void ParameterPacker::GiveBackScript(std::unique_ptr<JSContext> context) const noexcept {
+    // Threads that take turns keep theirs; one that packs no more, or has ended, does not.
+    constexpr std::uint64_t kIdleUses = 32;
+    constexpr std::uint64_t kIdleTurns = 4;
+    decltype(mIdleContexts)::node_type forgotten;
+    const std::lock_guard lock(mMutex);
+    const std::uint64_t patience = kIdleUses + kIdleTurns * mIdleContexts.size();
+    const auto idle = std::find_if(mIdleContexts.begin(), mIdleContexts.end(),
+                                   [&](const auto& entry) { return mUseCount - entry.second.mLastUse > patience; });
+    if (idle != mIdleContexts.end()) forgotten = mIdleContexts.extract(idle);
+    if (context->IsBroken()) return;
+    try {
+        mIdleContexts[std::this_thread::get_id()].mContexts.push_back(std::move(context));
+    } catch (const std::bad_alloc&) {
+        // Without room to keep it the context goes; the next frame makes another.
+    }
 }
 
 void ParameterPacker::LoadScripts(JSContext& context) const {

@@ -1,7 +1,9 @@
 #include "PluginBase/Script/JSContext.h"
 
 #include <iterator>
+#include <new>
 
+#include <ScriptHeap.h>
 #include <fmt/format.h>
 #include <utf8.h>
 
@@ -15,25 +17,30 @@ ScriptException::ScriptException(std::string_view file, int line, std::string_vi
                                  std::string_view message, std::string stack)
     : Exception(file, line, function, errorCode, fmt::format("{}: {}", message, stack)), mStack(std::move(stack)) {}
 
-JSContext::JSContext() : mContext(duk_create_heap(nullptr, nullptr, nullptr, nullptr, nullptr)), mOwns(true) {
-    if (mContext == nullptr) ZEB_THROW(kInternalError, "Failed to create a script heap");
+namespace {
+
+std::unique_ptr<ScriptHeap> MakeHeap() {
     try {
-        script::RunProtected(mContext, 0, "Failed to define the script environment",
-                             [](duk_context* inner) -> duk_ret_t {
-                                 script::DefineVectors(inner);
-                                 script::DefineMatrix(inner);
-                                 script::DefineGetter(inner);
-                                 return 0;
-                             });
-    } catch (...) {
-        duk_destroy_heap(mContext);
-        throw;
+        return std::make_unique<ScriptHeap>();
+    } catch (const std::bad_alloc&) {
+        ZEB_THROW(kInternalError, "Failed to create a script heap");
     }
 }
 
-JSContext::~JSContext() {
-    if (mOwns) duk_destroy_heap(mContext);
+}  // namespace
+
+JSContext::JSContext() : mHeap(MakeHeap()), mContext(mHeap->Get()) {
+    script::RunProtected(mContext, 0, "Failed to define the script environment", [](duk_context* inner) -> duk_ret_t {
+        script::DefineVectors(inner);
+        script::DefineMatrix(inner);
+        script::DefineGetter(inner);
+        return 0;
+    });
 }
+
+JSContext::~JSContext() = default;
+
+bool JSContext::IsBroken() const { return mHeap->IsBroken(); }
 
 void JSContext::PCompile(const TextFileLoader& loader, std::u16string_view fileName, unsigned flags) {
     // The name goes with the code, so that stack texts can tell the file.

@@ -113,6 +113,7 @@ private:
     /// A context of the calling thread, with the scripts loaded, that nobody else uses; given back at its end.
     class UsedScript;
     std::unique_ptr<JSContext> TakeScript() const;
+    void GiveBackScript(std::unique_ptr<JSContext> context) const noexcept;
     void LoadScripts(JSContext& context) const;
     void WriteDirectory(BlobWriter& writer) const;
     /// Both work on the script object at `objectIndex` of the context's stack.
@@ -125,7 +126,12 @@ private:
     std::unordered_map<std::string, Struct, StringHash, std::equal_to<>> mPacks;
     std::vector<std::string> mScriptFiles;
     mutable std::mutex mMutex;
-    mutable std::unordered_map<std::thread::id, std::vector<std::unique_ptr<JSContext>>> mIdleContexts;
+    struct IdleContexts {
+        std::vector<std::unique_ptr<JSContext>> mContexts;
+        std::uint64_t mLastUse = 0;
+    };
+    mutable std::unordered_map<std::thread::id, IdleContexts> mIdleContexts;
+    mutable std::uint64_t mUseCount = 0;  ///< contexts taken
 };
 
 }  // namespace zeb

@@ -2,12 +2,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
 #include "PluginBase/Exception.h"
 
 struct duk_hthread;
+class ScriptHeap;
 
 namespace zeb {
 
@@ -35,6 +37,8 @@ public:
     JSContext& operator=(const JSContext&) = delete;
 
     duk_hthread* Get() const { return mContext; }
+    /// After an error that the engine could tell to nobody: the object can only be destroyed.
+    bool IsBroken() const;
 
     /// Compiles the stored text named `fileName` and leaves the function on the stack.
     void PCompile(const TextFileLoader& loader, std::u16string_view fileName, unsigned flags);
@@ -49,8 +53,8 @@ public:
     float* GetHiddenData(int index, std::size_t count) const;
 
 private:
+    std::unique_ptr<ScriptHeap> mHeap;
     duk_hthread* mContext = nullptr;
-    bool mOwns = false;
 };
 
 }  // namespace zeb
