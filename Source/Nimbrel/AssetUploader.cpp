@@ -86,6 +86,11 @@ void AssetUploader::Upload(CommandList& commandList, const std::vector<ModelGrou
         UploadColors(commandList, groups, static_cast<ColorFormat>(format));
 }
 
+void AssetUploader::UploadNothing() {
+    for (::Buffer* buffer : {&mPos, &mOther, &mSH, &mColorData, static_cast<::Buffer*>(&mChunks)})
+        buffer->SetByteSize(0);
+}
+
 void AssetUploader::CopyBlocks(const std::vector<ModelGroup>& groups) {
     mPlaces.assign(groups.size(), Place{});
     CopyBlock(mPos, kPos, groups, mPlaces);

@@ -29,6 +29,9 @@ public:
     /// destinations. Throws zeb::Exception for an asset whose blocks are shorter than its counts say.
     void Upload(zeb::render::CommandList& commandList, const std::vector<ModelGroup>& groups);
 
+    /// A frame that uploads nothing; after several, large buffers are given back.
+    void UploadNothing();
+
     /// Places of the uploaded groups, in their order.
     const std::vector<Place>& GetPlaces() const { return mPlaces; }
 

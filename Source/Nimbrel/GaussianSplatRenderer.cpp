@@ -153,6 +153,10 @@ zeb::UniquePtr<CommandList> GaussianSplatRenderer::Render(Device& device, const 
         SortSplats(*encoder, frame);
         CalcViewData(*encoder, frame);
         encoder->End();
+    } else {
+        mAssets.UploadNothing();
+        for (StructuredBuffer<std::uint32_t>* buffer : {&mSortDistances, &mSortKeys}) buffer->SetCount(0);
+        mViewData.SetCount(0);
     }
     Draw(*commandList, frame, target);
     return commandList;

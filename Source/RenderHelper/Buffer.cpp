@@ -12,6 +12,7 @@ Buffer::Buffer(zeb::render::Device& device, std::string name, std::uint32_t stri
 bool Buffer::SetCount(std::uint64_t count) {
     mCount = count;
     const std::uint64_t size = count * GetElementSize();
+    if (mBuffer != nullptr && mRoom.IsTooLarge(mBuffer->GetSizeInBytes(), size)) mBuffer.reset();
     if (size == 0 || (mBuffer != nullptr && mBuffer->GetSizeInBytes() >= size)) return false;
     mBuffer.reset();  // before the new one: both at once might not fit
     mBuffer = mDevice.CreateBuffer(mName, size, mKind.heap, mKind.access, mKind.unordered);

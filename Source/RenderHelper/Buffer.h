@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "PluginBase/Misc/RoomRule.h"
 #include "PluginBase/Render/Device.h"
 
 /// What a `Buffer` is created with each time it grows.
@@ -22,8 +23,8 @@ inline constexpr BufferKind kGpuBuffer = {zeb::render::MemoryKind::Default, zeb:
 inline constexpr BufferKind kReadbackBuffer = {
     zeb::render::MemoryKind::Readback, zeb::render::BufferState::CopyDestination, zeb::render::BufferUsage::None};
 
-/// A named GPU buffer that grows on demand and never shrinks. Growing drops the contents. Nothing is
-/// created before it has an element.
+/// A named GPU buffer that grows on demand, and shrinks after several uses that need far less than it has. Both drop
+/// the contents. Nothing is created before it has an element.
 class Buffer {
 public:
     /// `stride` is the bytes of an element, 0 for blocks of bytes, which are counted by four.
@@ -51,6 +52,7 @@ private:
     std::uint32_t mStride;
     BufferKind mKind;
     zeb::UniquePtr<zeb::render::Buffer> mBuffer;
+    zeb::RoomRule mRoom;
     std::uint64_t mCount = 0;
 };
 

@@ -22,6 +22,9 @@ public:
     std::uint32_t GetWaveLaneCount() const override { return mWaveLanes; }
     bool AreGroupBarriersCostly() const override { return mCostlyBarriers; }
 
+    using Device::LimitMemory;
+    using Device::LimitStorageRange;
+
     void Log(std::string line);
     /// Lines that begin with `prefix`, in order.
     std::vector<std::string> Find(const std::string& prefix) const;

@@ -17,6 +17,8 @@
 #include "DX12/Device.h"
 #include "DX12/RootSignature.h"
 #include "DeviceFixture.h"
+#include "PluginBase/Render/DeviceKeeper.h"
+#include "PluginBase/Render/Failures.h"
 
 namespace zeb::render {
 namespace {
@@ -248,6 +250,83 @@ TEST_F(DX12FaultTest, WhatFailsWithAListIsQuotedAndTheQueueGoesOn) {
                 HasSubstr(std::string(call) + "): Device removed DXGI_ERROR_DEVICE_HUNG\""));
     TakeMessages();
     queue->Execute(queue->CreateCommandList("L"))->Wait();
+}
+
+TEST_F(DX12FaultTest, AListWhoseWaitFailedIsKeptUntilItsWorkIsDone) {
+    UniquePtr<CommandQueue> queue;
+    {
+        const Replaced device(GetNative(), kDeviceFunctions, {{kCreateFence, Address(KeepFence)}});
+        gDevice = &device;
+        queue = GetDevice().CreateCommandQueue("Q");
+    }
+    const auto target = MakeBuffer(400);
+    const auto executeAndFail = [&] {
+        auto source = MakeUpload(std::vector<std::uint32_t>(100, 7));
+        auto list = queue->CreateCommandList("L");
+        const auto encoder = list->CreateCopyCommandEncoder();
+        encoder->CopyBuffer(*target, 0, *source, 0, 400);
+        encoder->End();
+        const auto event = queue->Execute(std::move(list));
+        gCompleted = 0;
+        gResult = E_OUTOFMEMORY;
+        const Replaced failing(gFence, kFenceFunctions,
+                               {{kGetCompletedValue, Address(TellCompleted)}, {kSetEventOnCompletion, Address(Fail)}});
+        EXPECT_THROW(event->Wait(), OutOfMemoryException);
+    };
+    const std::uint32_t resources = kTestedDevice.mGetLiveBlocks(GetDevice());
+    executeAndFail();
+    EXPECT_EQ(kTestedDevice.mGetLiveBlocks(GetDevice()), resources + 1) << "its buffer is still there";
+    queue->Execute(queue->CreateCommandList("Next"))->Wait();
+    queue->CreateCommandList("After");
+    EXPECT_EQ(kTestedDevice.mGetLiveBlocks(GetDevice()), resources);
+    // It ends with its queue as well.
+    executeAndFail();
+    queue.reset();
+    EXPECT_EQ(kTestedDevice.mGetLiveBlocks(GetDevice()), resources);
+    EXPECT_EQ(TakeMessages().size(), 2U) << "each event's own wait failed too";
+}
+
+ULONG CountReferences(IUnknown* object) {
+    object->AddRef();
+    return object->Release();
+}
+
+TEST_F(DX12FaultTest, ALostDeviceIsLetGoByItsLastFrameAndOpenedAgain) {
+    ID3D12Device* const native = GetNative();
+    const ULONG references = CountReferences(native);
+    {
+        RenderOptions options;
+        options.mRequestedDevice = GetDevice().GetName();
+        DeviceKeeper keeper([&] { return Render::Create(0, options); });
+        const auto draw = [](Device& device) {
+            CommandQueue& queue = *device.GetThreadData().mCommandQueue;
+            queue.Execute(queue.CreateCommandList("Frame"))->Wait();
+        };
+        const auto drawOnThreads = [&] {
+            std::vector<std::thread> threads;
+            std::vector<std::string> messages(3);
+            for (std::string& message : messages) {
+                threads.emplace_back([&] { message = GetFailure([&] { keeper.DrawFrame(draw); }); });
+            }
+            for (std::thread& thread : threads) thread.join();
+            return messages;
+        };
+        EXPECT_THAT(drawOnThreads(), testing::Each("no failure"));
+        {
+            gResult = DXGI_ERROR_DEVICE_REMOVED;
+            const Replaced lost(native, kDeviceFunctions,
+                                {{kCreateCommandQueue, Address(Fail)},
+                                 {kCreateCommandList, Address(Fail)},
+                                 {kGetDeviceRemovedReason, Address(TellReason)}});
+            EXPECT_THAT(GetFailure([&] { keeper.DrawFrame(draw); }),
+                        HasSubstr("Device removed DXGI_ERROR_DEVICE_HUNG"));
+        }
+        // One of the same adapter is the same to Direct3D: all that was ours must be gone.
+        EXPECT_EQ(CountReferences(native), references);
+        EXPECT_THAT(drawOnThreads(), testing::Each("no failure"));
+        EXPECT_GT(CountReferences(native), references);
+    }
+    EXPECT_EQ(CountReferences(native), references);
 }
 
 // Data may change until it is bound, so what a barrier guards is bound behind it, and anew for each dispatch.

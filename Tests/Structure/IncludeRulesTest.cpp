@@ -28,7 +28,8 @@ const std::vector<Room> kRooms = {
     // The framework: no host but in `ae`, no graphics interface but in the back ends.
     {"misc", "plugin-base/(Misc/.*|Exception|ImageInfo)", "system"},
     {"values", "plugin-base/Parameters/(Values|Custom)/.*", "misc"},
-    {"script", "plugin-base/Script/.*", "misc values duktape"},
+    {"script-heap", "plugin-base/Script/Heap/.*", "duktape"},
+    {"script", "plugin-base/Script/.*", "misc values script-heap duktape"},
     {"ui", "plugin-base/UI/.*", "misc values"},
     {"parameters", "plugin-base/Parameters/[^/]*", "misc values script ui"},
     {"render", "plugin-base/Render/[^/]*", "misc freetype"},
@@ -59,7 +60,7 @@ const std::vector<Room> kRooms = {
     {"pictures", "Host/Pictures/.*", "host-support picture-files"},
     {"scene", "Host/Scene/.*", "host-support"},
     {"host-parameters", "Host/Parameters/.*", "interface host-support scene"},
-    {"project", "Host/Project/.*", "interface host-support scene host-parameters duktape"},
+    {"project", "Host/Project/.*", "interface host-support scene host-parameters script-heap duktape"},
     {"drawing", "Host/Drawing/.*", "interface host-support"},
     {"commands", "Host/Commands/.*", "interface host-support pictures scene host-parameters project drawing system"},
     {"suites", "Host/Suites/.*", "interface host-support scene host-parameters project drawing commands"},
@@ -68,9 +69,10 @@ const std::vector<Room> kRooms = {
     {"output", "Host/Output/.*", "host-support pictures scene commands system"},
     // What the options of every program have in common.
     {"program-options", "Host/Program/.*", "command-line"},
-    {"render-program", "Host/Tools/nimbrel-render/.*",
-     "host-support pictures scene commands suites user panel output program-options system command-line"},
     {"model-maker", "Host/Tools/nimbrel-make-model/.*", "host-support program-options command-line"},
+    {"render-program", "Host/Tools/nimbrel-render/.*",
+     "host-support pictures scene host-parameters commands suites user panel output program-options model-maker system "
+     "command-line"},
     {"contact-sheet", "Host/Tools/nimbrel-contact-sheet/.*",
      "misc host-support pictures picture-files program-options command-line"},
 };
@@ -100,6 +102,7 @@ const std::vector<Library> kLibraries = {
 const std::vector<fs::path> kRoots = {"plugin-base/Include",
                                       "plugin-base/Source",
                                       "plugin-base/Source/Render",
+                                      "plugin-base/Source/Script/Heap",
                                       "Source",
                                       "Source/Nimbrel",
                                       "Host/Include",

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -16,7 +17,7 @@
 #include "PluginBase/Parameters/ParametersManagerBase.h"
 #include "PluginBase/Parameters/Values/ParameterAccess.h"
 #include "PluginBase/PluginState.h"
-#include "PluginBase/Render/Render.h"
+#include "PluginBase/Render/DeviceKeeper.h"
 
 namespace zeb {
 
@@ -106,7 +107,7 @@ protected:
     std::atomic<std::uint8_t> mCaptureGAPICallsRequested{0};
     std::atomic<std::uint8_t> mCaptureRenderStateRequested{0};
     UniquePtr<TextFileLoader> mTextFileLoader;
-    UniquePtr<render::Render> mRender;
+    std::unique_ptr<render::DeviceKeeper> mRender;
 };
 
 }  // namespace zeb

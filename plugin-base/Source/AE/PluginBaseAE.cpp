@@ -31,8 +31,8 @@ glm::mat4 InvertCamera(const A_Matrix4& cameraToWorld) {
         for (glm::length_t column = 0; column < 4; ++column) matrix[row][column] = cameraToWorld.mat[row][column];
     }
     const double determinant = glm::determinant(matrix);
-    if (!(std::abs(determinant) > 0.0) || !std::isfinite(determinant))
-        ZEB_THROW(kInternalError, "The camera's matrix cannot be inverted");
+    // A parent of scale 0, say: the camera sees nothing.
+    if (!(std::abs(determinant) > 0.0) || !std::isfinite(determinant)) return glm::mat4(0.0F);
     return glm::mat4(glm::inverse(matrix));
 }
 
@@ -76,7 +76,11 @@ void PluginBaseAE::Init() {
     outData->out_flags2 = GetOutFlags2();
     render::RenderOptions options = GetRenderOptions();
     ReadDeviceSuite(options);
-    mRender = render::Render::Create(0, options);
+    mRender = std::make_unique<render::DeviceKeeper>([options]() mutable {
+        auto made = render::Render::Create(0, options);
+        options.mReportDevice = nullptr;  // the host is told once: of the device that it began with
+        return made;
+    });
 }
 
 void PluginBaseAE::Deinit() {
@@ -113,7 +117,8 @@ void PluginBaseAE::ReadDeviceSuite(render::RenderOptions& options) {
 void PluginBaseAE::ReleaseDeviceSuite() noexcept {
     if (mDeviceSuite == nullptr) return;
     mDeviceSuite = nullptr;
-    mDeviceSuiteHost->ReleaseSuite(kNimbrelDeviceSuite, kNimbrelDeviceSuiteVersion1);
+    if (mDeviceSuiteHost->ReleaseSuite(kNimbrelDeviceSuite, kNimbrelDeviceSuiteVersion1) != 0)
+        ReportReleaseFailure(kNimbrelDeviceSuite);
 }
 
 void PluginBaseAE::GetRenderInfo(std::string& text) const {
@@ -179,6 +184,7 @@ void PluginBaseAE::UserChangedParam(PF_ParamDef* params[], PF_UserChangedParamEx
     ParametersManagerBase& manager = GetParametersManager();
     const std::int32_t index = manager.FindIndexByParameterIndex(extra->param_index);
     if (index < 0) return;
+    NeedFromHost(params, "parameters");
     const ParameterCurrentValueGetterAE getter(manager, params);
     ParameterValueSetterAE setter(manager, params, *this);
     manager.OnParameterChanged(getter, setter, index);
@@ -186,7 +192,7 @@ void PluginBaseAE::UserChangedParam(PF_ParamDef* params[], PF_UserChangedParamEx
 
 void PluginBaseAE::UpdateParamsUI(PF_ParamDef* params[]) {
     const ParametersManagerBase& manager = GetParametersManager();
-    ParameterPropertiesAE properties(manager, params);
+    ParameterPropertiesAE properties(manager, NeedFromHost(params, "parameters"));
     manager.UpdateUI(ParameterCurrentValueGetterAE(manager, params), properties);
     if (properties.IsChanged()) OutData()->out_flags |= PF_OutFlag_FORCE_RERENDER;
 }

@@ -50,6 +50,7 @@ PF_LRect Intersect(const PF_LRect& a, const PF_LRect& b) {
 
 ImageInfo CheckoutOutput() {
     PF_EffectWorld* world = nullptr;
+    NeedFromHost(NeedFromHost(zeb::SmartRenderExtra()->cb, "callbacks")->checkout_output, "callbacks");
     ZEB_CHECK_TEXT(zeb::SmartRenderExtra()->cb->checkout_output(zeb::InData()->effect_ref, &world),
                    "Failed to call zeb::SmartRenderExtra()->cb->checkout_output( zeb::InData()->effect_ref, &mWorld)");
     if (world == nullptr) ZEB_THROW(kInternalError, "The host gave no output world");
@@ -110,7 +111,8 @@ void PluginBaseAE::SmartPreRender(PF_PreRenderExtra* extra) {
         const DownsampleAE downsample = GetDownsample(inData);
         rect = {0, 0, ScaleSize(inData.width, downsample.mX), ScaleSize(inData.height, downsample.mY)};
     }
-    PF_PreRenderOutput& output = *extra->output;
+    PF_PreRenderOutput& output = *NeedFromHost(extra->output, "place for the result");
+    NeedFromHost(extra->input, "request");
     output.max_result_rect = ToLRect(rect);
     output.result_rect = Intersect(output.max_result_rect, extra->input->output_request.rect);
 }
@@ -119,6 +121,7 @@ void PluginBaseAE::SmartRender(PF_SmartRenderExtra*) {
     const ImageInfo image = CheckoutOutput();
     // Nothing to write, and no target of size zero.
     if (image.mWidth <= 0 || image.mHeight <= 0) return;
+    NeedFromHost(image.mData, "pixels of the output world");
 
     const FrameValues values(GetParametersManager());
     const PluginState state =
@@ -133,7 +136,7 @@ void PluginBaseAE::SmartRender(PF_SmartRenderExtra*) {
     drawInfo.mDrawBinary = state.GetPart(PluginStatePart::DrawBinary);
 
     if (!mRender) ZEB_THROW(kInternalError, "Failed to get a render");
-    DrawFrame(mRender->GetAnyDevice(), drawInfo, image, state);
+    mRender->DrawFrame([&](render::Device& device) { DrawFrame(device, drawInfo, image, state); });
 }
 
 void PluginBaseAE::DrawFrame(render::Device& device, const DrawInfo& drawInfo, const ImageInfo& image,

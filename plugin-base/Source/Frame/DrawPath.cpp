@@ -1,6 +1,8 @@
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
-#include <limits>
+#include <utility>
+#include <vector>
 
 #include <fmt/format.h>
 
@@ -25,48 +27,124 @@ std::uint32_t GetChannelBytes(ChannelFormat format) {
     return render::GetBytesPerPixel(PluginBaseCommon::GetRGBARenderFormat(format)) / 4;
 }
 
-/// The image as it is read back. Rows stand as close as the copy programs allow, which store whole
+using Layout = render::CopyFromTextureToBuffer::Layout;
+
+/// A rectangle of the image, in pixels.
+struct Area {
+    std::uint32_t mX, mY, mWidth, mHeight;
+};
+
+/// A part of the image as it is read back. Rows stand as close as the copy programs allow, which store whole
 /// 32-bit words of up to four pixels; the host's own distance of rows need not be a multiple of that.
-render::CopyFromTextureToBuffer::Layout GetReadBackLayout(const ImageInfo& image) {
+Layout GetReadBackLayout(const ImageInfo& image, std::uint64_t width, std::uint64_t height) {
     const std::uint64_t channelBytes = GetChannelBytes(image.mChannelFormat);
     const std::uint64_t pixelsPerStore = 4 / channelBytes;
-    const auto width = static_cast<std::uint64_t>(image.mWidth);
-    const auto height = static_cast<std::uint64_t>(image.mHeight);
     const std::uint64_t pitch = (width + pixelsPerStore - 1) / pixelsPerStore * pixelsPerStore *
                                 GetChannelCount(image.mPixelChannels) * channelBytes;
-    // The programs address the buffer by 32-bit byte addresses.
-    if (pitch * height > std::numeric_limits<std::uint32_t>::max()) {
-        ZEB_THROW(kInternalError, fmt::format("An image of {} by {} pixels is too large to be read back: {} bytes",
-                                              width, height, pitch * height));
+    return {static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height), static_cast<std::uint32_t>(pitch),
+            pitch * height};
+}
+
+std::size_t GetPixelBytes(const ImageInfo& image) {
+    return std::size_t{GetChannelCount(image.mPixelChannels)} * GetChannelBytes(image.mChannelFormat);
+}
+
+/// Largest buffer that a frame is read back through. All devices beyond the smallest give as much; more would only take
+/// more memory.
+std::uint64_t GetBufferLimit(const render::Device& device) {
+    constexpr std::uint64_t kMost = std::uint64_t{1} << 30;
+    return std::min({kMost, device.GetStorageRange(), device.GetMemoryLimit()});
+}
+
+/// Brings a finished frame from its tiles to the host. What the device can read back at once goes through one buffer at
+/// the end. A larger frame goes tile by tile and strip by strip through one of the largest size, into memory of the
+/// process: the host's is written when nothing can fail any more.
+class FrameReadBack {
+public:
+    FrameReadBack(render::Device& device, render::CopyFromTextureToBuffer& copyUtil, const ImageInfo& image,
+                  std::uint32_t tileWidth)
+        : mThreadData(device.GetThreadData()),
+          mQueue(*mThreadData.mCommandQueue),
+          mCopyUtil(copyUtil),
+          mImage(image),
+          mLayout(GetReadBackLayout(image, static_cast<std::uint64_t>(image.mWidth),
+                                    static_cast<std::uint64_t>(image.mHeight))) {
+        if (mLayout.mTotalSize > GetBufferLimit(device)) {
+            const std::uint64_t pitch = GetReadBackLayout(image, tileWidth, 1).mRowPitch;
+            mStripHeight = static_cast<std::uint32_t>(
+                std::clamp<std::uint64_t>(GetBufferLimit(device) / pitch, 1, mLayout.mHeight));
+            mPixels.resize(GetPixelBytes(image) * mLayout.mWidth * mLayout.mHeight);
+            mCopyUtil.SetLayout(GetReadBackLayout(image, tileWidth, mStripHeight));
+        } else {
+            mCopyUtil.SetLayout(mLayout);
+        }
     }
-    render::CopyFromTextureToBuffer::Layout layout;
-    layout.mWidth = static_cast<std::uint32_t>(width);
-    layout.mHeight = static_cast<std::uint32_t>(height);
-    layout.mRowPitch = static_cast<std::uint32_t>(pitch);
-    layout.mTotalSize = pitch * height;
-    return layout;
-}
 
-/// Submits the transfer to read-back memory, waits, and writes the pixels, and nothing else, to the host.
-void ReadBack(render::CommandQueue& queue, render::CopyFromTextureToBuffer& copyUtil,
-              const render::CopyFromTextureToBuffer::Layout& layout, const ImageInfo& image) {
-    render::Buffer& source = copyUtil.GetReadWriteBuffer();
-    render::Buffer& readBack = copyUtil.GetReadbackBuffer();
-    auto commandList = queue.CreateCommandList("ReadbackPixels");
-    const auto encoder = commandList->CreateCopyCommandEncoder();
-    encoder->BufferTransitionBarrier(source, render::BufferState::CopySource);
-    encoder->CopyBuffer(readBack, 0, source, 0, layout.mTotalSize);
-    encoder->End();
-    queue.Execute(std::move(commandList))->Wait();
+    /// Executes the list that draws a tile, and takes the tile's pixels out of `output`.
+    void TakeTile(UniquePtr<render::CommandList> drawing, const Area& tile, render::Texture& output) {
+        if (mStripHeight == 0) {
+            Copy(*drawing, mLayout, tile, 0, tile.mHeight, output, tile.mX, tile.mY);
+            mQueue.Execute(std::move(drawing))->Wait();
+            return;
+        }
+        mQueue.Execute(std::move(drawing))->Wait();
+        for (std::uint32_t y = 0; y < tile.mHeight; y += mStripHeight) {
+            const std::uint32_t height = std::min(mStripHeight, tile.mHeight - y);
+            const Layout layout = GetReadBackLayout(mImage, tile.mWidth, height);
+            auto commandList = mQueue.CreateCommandList("CopyStrip");
+            commandList->SetDescriptorHeaps(*mThreadData.mShaderResourceHeap, mThreadData.mSamplerHeap.get());
+            Copy(*commandList, layout, tile, y, height, output, 0, 0);
+            mQueue.Execute(std::move(commandList))->Wait();
+            const std::size_t rowBytes = GetPixelBytes(mImage) * mLayout.mWidth;
+            Read(layout, mPixels.data() + rowBytes * (tile.mY + y) + GetPixelBytes(mImage) * tile.mX,
+                 static_cast<std::ptrdiff_t>(rowBytes));
+        }
+    }
 
-    const std::size_t rowSize = static_cast<std::size_t>(layout.mWidth) * GetChannelCount(image.mPixelChannels) *
-                                GetChannelBytes(image.mChannelFormat);
-    const std::byte* row = readBack.Map(0, layout.mTotalSize);
-    auto* out = static_cast<std::byte*>(image.mData);
-    for (std::uint32_t y = 0; y < layout.mHeight; ++y, row += layout.mRowPitch, out += image.mRowBytes)
-        std::memcpy(out, row, rowSize);
-    readBack.Unmap();
-}
+    /// Writes the pixels, and nothing else, to the host.
+    void Finish() {
+        auto* const out = static_cast<std::byte*>(mImage.mData);
+        if (mStripHeight == 0)
+            Read(mLayout, out, mImage.mRowBytes);
+        else
+            CopyRows(mPixels.data(), GetPixelBytes(mImage) * mLayout.mWidth, mLayout, out, mImage.mRowBytes);
+    }
+
+private:
+    void Copy(render::CommandList& commandList, const Layout& layout, const Area& tile, std::uint32_t y,
+              std::uint32_t height, render::Texture& output, std::uint32_t toX, std::uint32_t toY) {
+        mCopyUtil.Copy(commandList, layout, mImage.mPixelChannels, mImage.mChannelFormat, toX, toY, output, 0, y,
+                       tile.mWidth, height, true, render::TextureState::RenderTarget);
+    }
+
+    void CopyRows(const std::byte* from, std::size_t pitch, const Layout& layout, std::byte* out,
+                  std::ptrdiff_t rowBytes) const {
+        for (std::uint32_t y = 0; y < layout.mHeight; ++y, from += pitch, out += rowBytes)
+            std::memcpy(out, from, GetPixelBytes(mImage) * layout.mWidth);
+    }
+
+    /// Submits the transfer to read-back memory, waits, and writes the rows to `out`.
+    void Read(const Layout& layout, std::byte* out, std::ptrdiff_t rowBytes) {
+        render::Buffer& source = mCopyUtil.GetReadWriteBuffer();
+        render::Buffer& readBack = mCopyUtil.GetReadbackBuffer();
+        auto commandList = mQueue.CreateCommandList("ReadbackPixels");
+        const auto encoder = commandList->CreateCopyCommandEncoder();
+        encoder->BufferTransitionBarrier(source, render::BufferState::CopySource);
+        encoder->CopyBuffer(readBack, 0, source, 0, layout.mTotalSize);
+        encoder->End();
+        mQueue.Execute(std::move(commandList))->Wait();
+        CopyRows(readBack.Map(0, layout.mTotalSize), layout.mRowPitch, layout, out, rowBytes);
+        readBack.Unmap();
+    }
+
+    render::ThreadData& mThreadData;
+    render::CommandQueue& mQueue;
+    render::CopyFromTextureToBuffer& mCopyUtil;
+    const ImageInfo& mImage;
+    Layout mLayout;                  ///< of the whole image
+    std::uint32_t mStripHeight = 0;  ///< 0: the image is read back at once
+    std::vector<std::byte> mPixels;  ///< of all strips, rows without gaps
+};
 
 }  // namespace
 
@@ -80,31 +158,30 @@ void PluginBaseCommon::DrawTiledToOutput(render::Device& device, const DrawInfo&
     const bool unmultiply = image.mPreMultiplication == PreMultiplication::UnPreMultiplied;
     const render::Format outputFormat = GetRGBARenderFormat(image.mChannelFormat);
     const render::Format pluginFormat = GetPluginRenderFormat(image.mPixelChannels, image.mChannelFormat);
-    const auto layout = GetReadBackLayout(image);
+    GetChannelCount(image.mPixelChannels);  // throws for channels that are none
     if (width == 0 || height == 0) return;
 
-    const std::uint32_t tileSize = device.GetTileSize();
+    const std::uint32_t tileWidth = std::min(width, device.GetTileSize());
+    const std::uint64_t rowBytes = std::uint64_t{tileWidth} * std::max(render::GetBytesPerPixel(outputFormat),
+                                                                       render::GetBytesPerPixel(pluginFormat));
+    const auto tileHeight = static_cast<std::uint32_t>(
+        std::clamp<std::uint64_t>(device.GetMemoryLimit() / rowBytes, 1, std::min(height, device.GetTileSize())));
     PluginBaseCache& cache = PluginBaseCache::Get(device);
-    render::Texture& output =
-        cache.GetOutputTarget(outputFormat, std::min(width, tileSize), std::min(height, tileSize));
-    render::CopyFromTextureToBuffer& copyUtil = cache.GetCopyUtil();
-    copyUtil.SetLayout(layout);
-    render::CommandQueue& queue = *device.GetThreadData().mCommandQueue;
+    render::Texture& output = cache.GetOutputTarget(outputFormat, tileWidth, tileHeight);
+    FrameReadBack readBack(device, cache.GetCopyUtil(), image, tileWidth);
 
-    for (std::uint32_t x = 0; x < width; x += tileSize) {
-        for (std::uint32_t y = 0; y < height; y += tileSize) {
+    for (std::uint32_t x = 0; x < width; x += tileWidth) {
+        for (std::uint32_t y = 0; y < height; y += tileHeight) {
             DrawInfo tile = drawInfo;
             tile.mPivotX += static_cast<std::int32_t>(x);
             tile.mPivotY += static_cast<std::int32_t>(y);
-            tile.mOutputWidth = std::min(tileSize, width - x);
-            tile.mOutputHeight = std::min(tileSize, height - y);
-            auto commandList = DefaultMainDraw(device, tile, output, pluginFormat, unmultiply);
-            copyUtil.Copy(*commandList, layout, image.mPixelChannels, image.mChannelFormat, x, y, output, 0, 0,
-                          tile.mOutputWidth, tile.mOutputHeight, true, render::TextureState::RenderTarget);
-            queue.Execute(std::move(commandList))->Wait();
+            tile.mOutputWidth = std::min(tileWidth, width - x);
+            tile.mOutputHeight = std::min(tileHeight, height - y);
+            readBack.TakeTile(DefaultMainDraw(device, tile, output, pluginFormat, unmultiply),
+                              {x, y, tile.mOutputWidth, tile.mOutputHeight}, output);
         }
     }
-    ReadBack(queue, copyUtil, layout, image);
+    readBack.Finish();
 }
 
 UniquePtr<render::CommandList> PluginBaseCommon::DefaultMainDraw(render::Device& device, const DrawInfo& drawInfo,

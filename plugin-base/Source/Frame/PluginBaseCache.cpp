@@ -10,6 +10,10 @@ namespace {
 constexpr std::uint32_t kSizeParameter = 0;
 constexpr std::uint32_t kSourceParameter = 1;
 
+std::uint64_t GetBytes(const render::Texture& texture) {
+    return std::uint64_t{texture.GetWidth()} * texture.GetHeight() * render::GetBytesPerPixel(texture.GetFormat());
+}
+
 }  // namespace
 
 ConversionPipeline::ConversionPipeline(render::Device& device, const std::string& name)
@@ -61,9 +65,20 @@ PluginBaseCache& PluginBaseCache::Get(render::Device& device) {
     return static_cast<PluginBaseCache&>(*slot);
 }
 
+void PluginBaseCache::GiveBackUnused(Targets& targets, std::uint32_t width, std::uint32_t height,
+                                     render::Format format) {
+    for (auto& [number, target] : targets) {
+        if (target.mTexture == nullptr) continue;
+        const bool isUsed = number == static_cast<std::uint32_t>(format);
+        const std::uint64_t needed = isUsed ? std::uint64_t{width} * height * render::GetBytesPerPixel(format) : 0;
+        if (target.mRoom.IsTooLarge(GetBytes(*target.mTexture), needed)) target.mTexture.reset();
+    }
+}
+
 render::Texture& PluginBaseCache::GetTarget(Targets& targets, const char* name, render::Format format,
                                             std::uint32_t width, std::uint32_t height) {
-    UniquePtr<render::Texture>& target = targets[static_cast<std::uint32_t>(format)];
+    GiveBackUnused(targets, width, height, format);
+    UniquePtr<render::Texture>& target = targets[static_cast<std::uint32_t>(format)].mTexture;
     if (target != nullptr && target->GetWidth() >= width && target->GetHeight() >= height) return *target;
     render::TextureDescription description;
     description.mFormat = format;

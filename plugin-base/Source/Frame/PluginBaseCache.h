@@ -7,6 +7,7 @@
 #include <unordered_map>
 
 #include "PluginBase/Misc/Hash.h"
+#include "PluginBase/Misc/RoomRule.h"
 #include "PluginBase/Render/Device.h"
 #include "PluginBase/RenderUtils/CopyFromTextureToBuffer.h"
 #include "PluginBase/RenderUtils/MultiformatGraphicsPipelineState.h"
@@ -35,8 +36,9 @@ private:
     std::unique_ptr<render::MultiformatGraphicsPipelineState> mPipelineStates;
 };
 
-/// What the frame keeps for one thread on one device: targets, which only grow, the read-back and the
-/// conversion passes. Lives in ThreadData::mFrameworkCache; used by its own thread only.
+/// What the frame keeps for one thread on one device: targets, which grow and are given back when several frames need
+/// far less, the read-back and the conversion passes. Lives in ThreadData::mFrameworkCache; used by its own thread
+/// only.
 class PluginBaseCache final : public render::DeviceCache {
 public:
     explicit PluginBaseCache(render::Device& device);
@@ -55,7 +57,12 @@ public:
     render::DescriptorRange& GetConversionRange() { return *mConversionRange; }
 
 private:
-    using Targets = std::unordered_map<std::uint32_t, UniquePtr<render::Texture>, IntegerHash>;
+    struct Target {
+        UniquePtr<render::Texture> mTexture;
+        RoomRule mRoom;
+    };
+    using Targets = std::unordered_map<std::uint32_t, Target, IntegerHash>;
+    static void GiveBackUnused(Targets& targets, std::uint32_t width, std::uint32_t height, render::Format format);
     render::Texture& GetTarget(Targets& targets, const char* name, render::Format format, std::uint32_t width,
                                std::uint32_t height);
 

@@ -4,6 +4,7 @@
 #include <bit>
 
 #include "FontManager.h"
+#include "PluginBase/Misc/ThreadLife.h"
 #include "PluginBase/Misc/ThreadNumber.h"
 #include "RenderFailure.h"
 #include "ShaderLibrary.h"
@@ -141,14 +142,14 @@ void Device::CreateSamplerView(DescriptorRange& range, std::uint32_t index, Samp
     DoCreateSamplerView(range, index, sampler);
 }
 
-ThreadData& Device::GetThreadData() {
-    const std::uint32_t thread = GetCurrentThreadNumber();
-    {
-        const std::lock_guard lock(mThreadDataMutex);
-        const auto found = mThreadData.find(thread);
-        if (found != mThreadData.end()) return *found->second;
-    }
-    // Made outside the lock: only this thread enters this key, and other threads need not wait for it.
+struct Device::ThreadEntry {
+    ThreadLife mLife;
+    std::vector<std::unique_ptr<ThreadData>> mRecords;
+    std::size_t mFrames = 0;       ///< under way, one within the other
+    std::uint64_t mLastFrame = 0;  ///< the device's frame that began last on this thread, counted from 1
+};
+
+std::unique_ptr<ThreadData> Device::MakeThreadData(std::uint32_t thread) {
     auto data = std::make_unique<ThreadData>();
     data->mCommandQueue = CreateCommandQueue(fmt::format("Thread {}", thread));
     data->mShaderResourceHeap = CreateDescriptorHeap("PluginBase_CB_SR_UA_Heap", DescriptorHeapType::ShaderResources,
@@ -157,15 +158,101 @@ ThreadData& Device::GetThreadData() {
                                                    mHeapSizes.mRenderTargets);
     data->mSamplerHeap =
         CreateDescriptorHeap("PluginBaseSamplerHeap", DescriptorHeapType::Samplers, mHeapSizes.mSamplers);
+    return data;
+}
+
+ThreadData& Device::GetThreadData() {
+    const std::uint32_t thread = GetCurrentThreadNumber();
+    std::size_t index = 0;
+    {
+        const std::lock_guard lock(mThreadDataMutex);
+        const auto found = mThreadEntries.find(thread);
+        if (found != mThreadEntries.end()) {
+            const ThreadEntry& entry = *found->second;
+            index = std::max<std::size_t>(entry.mFrames, 1) - 1;
+            if (index < entry.mRecords.size() && entry.mRecords[index] != nullptr) return *entry.mRecords[index];
+        }
+    }
+    // Made outside the lock: only this thread enters this key, and other threads need not wait for it.
+    std::unique_ptr<ThreadData> data = MakeThreadData(thread);
     const std::lock_guard lock(mThreadDataMutex);
-    return *mThreadData.emplace(thread, std::move(data)).first->second;
+    ThreadEntry& entry = GetThreadEntry(thread);
+    if (index >= entry.mRecords.size()) entry.mRecords.resize(index + 1);
+    entry.mRecords[index] = std::move(data);
+    return *entry.mRecords[index];
+}
+
+// Under the lock.
+Device::ThreadEntry& Device::GetThreadEntry(std::uint32_t thread) {
+    const auto found = mThreadEntries.find(thread);
+    if (found != mThreadEntries.end()) return *found->second;
+    return *mThreadEntries.emplace(thread, std::make_unique<ThreadEntry>()).first->second;
+}
+
+std::size_t Device::GetThreadDataCount() {
+    const std::lock_guard lock(mThreadDataMutex);
+    std::size_t count = 0;
+    for (const auto& [thread, entry] : mThreadEntries) {
+        for (const auto& record : entry->mRecords) count += record != nullptr ? 1 : 0;
+    }
+    return count;
+}
+
+void Device::BeginFrame() {
+    const std::lock_guard lock(mThreadDataMutex);
+    ThreadEntry& entry = GetThreadEntry(GetCurrentThreadNumber());
+    ++entry.mFrames;
+    entry.mLastFrame = ++mFrameCount;
+}
+
+void Device::EndFrame() noexcept {
+    // Threads that take turns keep what they have.
+    constexpr std::uint64_t kIdleFrames = 32;
+    constexpr std::uint64_t kIdleTurns = 4;
+    std::unique_ptr<ThreadData> inner;
+    std::uint64_t limit = 0;
+    {
+        const std::lock_guard lock(mThreadDataMutex);
+        ThreadEntry& entry = *mThreadEntries.find(GetCurrentThreadNumber())->second;
+        if (entry.mFrames > 1 && entry.mRecords.size() == entry.mFrames) {
+            inner = std::move(entry.mRecords.back());
+            entry.mRecords.pop_back();
+        }
+        --entry.mFrames;
+        const std::uint64_t idle = kIdleFrames + kIdleTurns * mThreadEntries.size();
+        limit = mFrameCount > idle ? mFrameCount - idle : 0;
+    }
+    inner.reset();
+    ReleaseEntries([limit](const ThreadEntry& entry) {
+        return (entry.mLastFrame != 0 && entry.mLastFrame <= limit) || entry.mLife.HasEnded();
+    });
+}
+
+void Device::ReleaseIdleThreadData() {
+    ReleaseEntries([](const ThreadEntry& entry) { return entry.mLastFrame != 0; });
+}
+
+template <class Condition>
+void Device::ReleaseEntries(const Condition& condition) noexcept {
+    // One after the other, for which no memory is needed; each is destroyed outside the lock.
+    for (;;) {
+        Entries::node_type released;
+        {
+            const std::lock_guard lock(mThreadDataMutex);
+            const auto found = std::ranges::find_if(mThreadEntries, [&](const auto& entry) {
+                return entry.second->mFrames == 0 && condition(*entry.second);
+            });
+            if (found == mThreadEntries.end()) return;
+            released = mThreadEntries.extract(found);
+        }
+    }
 }
 
 void Device::ReleaseThreadData() {
-    std::unordered_map<std::uint32_t, std::unique_ptr<ThreadData>, IntegerHash> released;
+    Entries released;
     {
         const std::lock_guard lock(mThreadDataMutex);
-        released.swap(mThreadData);
+        released.swap(mThreadEntries);
     }
 }
 

@@ -50,11 +50,18 @@ CopyFromTextureToBuffer::CopyFromTextureToBuffer(Device& device, std::string nam
 }
 
 void CopyFromTextureToBuffer::SetLayout(const Layout& layout) {
+    if (mReadWriteBuffer && mRoom.IsTooLarge(mReadWriteBuffer->GetSizeInBytes(), layout.mTotalSize)) {
+        mReadWriteBuffer.reset();
+        mReadbackBuffer.reset();
+    }
+    // An old one goes before the new one is made: both at once might not fit.
     if (!mReadWriteBuffer || mReadWriteBuffer->GetSizeInBytes() < layout.mTotalSize) {
+        mReadWriteBuffer.reset();
         mReadWriteBuffer = mDevice.CreateBuffer(mName + "RW", layout.mTotalSize, MemoryKind::Default,
                                                 BufferState::Common, BufferUsage::UnorderedAccess);
     }
     if (!mReadbackBuffer || mReadbackBuffer->GetSizeInBytes() < layout.mTotalSize) {
+        mReadbackBuffer.reset();
         mReadbackBuffer = mDevice.CreateBuffer(mName + "Readback", layout.mTotalSize, MemoryKind::Readback,
                                                BufferState::CopyDestination, BufferUsage::DenyShaderResource);
     }

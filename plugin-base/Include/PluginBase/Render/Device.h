@@ -33,9 +33,9 @@ enum class TextureViewKind : std::uint32_t { Read, ReadWrite, RenderTarget };
 
 class FontManager;
 
-/// What one host thread needs to render on a device; made at the thread's first request and kept for
-/// the device's life. Members are destroyed in reverse order, so the caches, which hold objects of the
-/// heaps and the queue, go first.
+/// What one host thread needs to render on a device; made at the thread's first request. It goes with the device, when
+/// the thread has ended, or when the thread has drawn none of many frames (FrameScope). Members are destroyed in
+/// reverse order, so the caches, which hold objects of the heaps and the queue, go first.
 struct ThreadData {
     UniquePtr<CommandQueue> mCommandQueue;
     UniquePtr<DescriptorHeap> mShaderResourceHeap;
@@ -103,13 +103,19 @@ public:
 
     /// Largest side of a tile, in pixels.
     std::uint32_t GetTileSize() const { return mTileSize; }
-
+    /// Most bytes that the device gives to one buffer or texture.
+    std::uint64_t GetMemoryLimit() const { return mMemoryLimit; }
     /// Most bytes of a buffer that a program gets bound as storage at once.
     std::uint64_t GetStorageRange() const { return mStorageRange; }
 
     /// The calling thread's record, made on its first request with a queue named "Thread {}". The table
-    /// of records is guarded; a record itself is used by its own thread only.
+    /// of records is guarded; a record itself is used by its own thread only. A frame within a frame has a record of
+    /// its own, so that it replaces nothing that the outer one still uses.
     ThreadData& GetThreadData();
+    /// Lets the records go of all threads that are in no frame and have drawn one, the calling thread among them.
+    void ReleaseIdleThreadData();
+    /// Records that live now.
+    std::size_t GetThreadDataCount();
 
 protected:
     /// For a device whose textures are smaller than the usual tile.
@@ -119,6 +125,10 @@ protected:
     /// For a device that does not bind buffers of any size.
     void LimitStorageRange(std::uint64_t limit) {
         if (limit < mStorageRange) mStorageRange = limit;
+    }
+    /// For a device that gives no more than so many bytes at once.
+    void LimitMemory(std::uint64_t limit) {
+        if (limit < mMemoryLimit) mMemoryLimit = limit;
     }
     // Arguments are checked when these are called.
     virtual UniquePtr<RootSignature> DoCreateRootSignature(std::string name) = 0;
@@ -145,6 +155,18 @@ protected:
     void ReleaseThreadData();
 
 private:
+    friend class FrameScope;
+
+    /// A thread's records: the first outside frames and in a frame, one more for each frame within another.
+    struct ThreadEntry;
+    using Entries = std::unordered_map<std::uint32_t, std::unique_ptr<ThreadEntry>, IntegerHash>;
+
+    void BeginFrame();
+    void EndFrame() noexcept;
+    ThreadEntry& GetThreadEntry(std::uint32_t thread);
+    std::unique_ptr<ThreadData> MakeThreadData(std::uint32_t thread);
+    template <class Condition>
+    void ReleaseEntries(const Condition& condition) noexcept;
     void CreateBufferView(DescriptorRange& range, std::uint32_t index, Buffer& buffer,
                           const BufferViewDescription& view);
     void CreateTextureView(DescriptorRange& range, std::uint32_t index, Texture& texture, TextureViewKind kind,
@@ -152,10 +174,25 @@ private:
 
     std::uint32_t mTileSize = 16384;
     std::uint64_t mStorageRange = UINT64_MAX;
+    std::uint64_t mMemoryLimit = UINT64_MAX;
     DescriptorHeapSizes mHeapSizes;
     UniquePtr<FontManager> mFontManager;
     std::mutex mThreadDataMutex;
-    std::unordered_map<std::uint32_t, std::unique_ptr<ThreadData>, IntegerHash> mThreadData;
+    Entries mThreadEntries;
+    std::uint64_t mFrameCount = 0;  ///< frames begun
+};
+
+/// A frame of the calling thread on a device. While it lives the thread's record is left alone; at its end, records of
+/// threads that have ended, or that drew none of the last frames, are let go.
+class FrameScope {
+public:
+    explicit FrameScope(Device& device) : mDevice(device) { mDevice.BeginFrame(); }
+    ~FrameScope() { mDevice.EndFrame(); }
+    FrameScope(const FrameScope&) = delete;
+    FrameScope& operator=(const FrameScope&) = delete;
+
+private:
+    Device& mDevice;
 };
 
 }  // namespace zeb::render

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "PluginBase/ImageInfo.h"
+#include "PluginBase/Misc/RoomRule.h"
 #include "PluginBase/Render/Device.h"
 
 namespace zeb::render {
@@ -23,7 +24,8 @@ public:
 
     CopyFromTextureToBuffer(Device& device, std::string name);
 
-    /// Makes sure that the read-write and the read-back buffer hold the layout; they never shrink.
+    /// Makes sure that the read-write and the read-back buffer hold the layout. They grow, and shrink after several
+    /// layouts that need far less.
     void SetLayout(const Layout& layout);
 
     /// Records the copy of width x height texels at (srcX, srcY) to pixel (dstX, dstY) of the layout.
@@ -48,6 +50,7 @@ private:
     std::string mName;
     UniquePtr<RootSignature> mRootSignature;
     UniquePtr<DescriptorRange> mTextureRange;
+    RoomRule mRoom;
     UniquePtr<Buffer> mReadWriteBuffer;
     UniquePtr<Buffer> mReadbackBuffer;
     UniquePtr<Buffer> mConstantsBuffer;

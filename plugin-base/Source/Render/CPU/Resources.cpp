@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "PluginBase/Render/Failures.h"
+
 namespace zeb::render::cpu {
 namespace {
 
@@ -36,7 +38,9 @@ BufferResource::BufferResource(const std::string& name, std::uint64_t size) : mN
     if (size > kMaxBufferSize)
         ZEB_RENDER_THROW("Failed to create {}: the device's limit is {} bytes", owner, kMaxBufferSize);
     mData.reset(static_cast<std::byte*>(std::calloc(static_cast<std::size_t>(size), 1)));
-    if (!mData) ZEB_RENDER_THROW("Failed to create {}: out of memory", owner);
+    if (!mData) {
+        ZEB_THROW_AS(OutOfMemoryException, kInternalError, fmt::format("Failed to create {}: out of memory", owner));
+    }
 }
 
 BufferCPU::BufferCPU(std::shared_ptr<const DeviceReport> report, std::string name, std::uint64_t sizeInBytes,

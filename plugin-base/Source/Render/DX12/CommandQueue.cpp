@@ -1,6 +1,7 @@
 #include "CommandQueue.h"
 
 #include "CommandList.h"
+#include "PluginBase/Render/Failures.h"
 
 namespace zeb::render {
 
@@ -42,6 +43,7 @@ void QueueState::Cleanup() {
 }
 
 ComPointer<ID3D12CommandAllocator> QueueState::GetAllocatorFromCache() {
+    ReleaseFinished();
     const std::lock_guard lock(mAllocatorMutex);
     ComPointer<ID3D12CommandAllocator> commandAllocator;
     if (!mAllocators.empty()) {
@@ -63,6 +65,43 @@ ComPointer<ID3D12CommandAllocator> QueueState::GetAllocatorFromCache() {
 void QueueState::GiveBack(ComPointer<ID3D12CommandAllocator> allocator) {
     const std::lock_guard lock(mAllocatorMutex);
     mAllocators.push_back(std::move(allocator));
+}
+
+void QueueState::KeepUnfinished(UniquePtr<CommandList> list, std::uint64_t fenceValue) noexcept {
+    const std::lock_guard lock(mUnfinishedMutex);
+    try {
+        mUnfinished.reserve(mUnfinished.size() + 1);
+        mUnfinished.push_back({std::move(list), fenceValue});
+    } catch (const std::bad_alloc&) {
+        static_cast<void>(list.release());  // better lost than freed under the device's hands
+    }
+}
+
+void QueueState::ReleaseFinished() {
+    std::vector<UniquePtr<CommandList>> finished;
+    const std::lock_guard lock(mUnfinishedMutex);
+    finished.reserve(mUnfinished.size());
+    std::erase_if(mUnfinished, [&](Unfinished& unfinished) {
+        if (!IsCompleted(unfinished.mFenceValue)) return false;
+        finished.push_back(std::move(unfinished.mList));
+        return true;
+    });
+}
+
+void QueueState::FinishAll() noexcept {
+    std::vector<Unfinished> unfinished;
+    {
+        const std::lock_guard lock(mUnfinishedMutex);
+        unfinished.swap(mUnfinished);
+    }
+    if (unfinished.empty()) return;
+    try {
+        Cleanup();
+    } catch (const DeviceLostException&) {  // there is nothing left that could use them
+    } catch (const std::exception& failure) {
+        mContext->Report(failure.what());
+        for (Unfinished& one : unfinished) static_cast<void>(one.mList.release());
+    }
 }
 
 std::uint64_t QueueState::Submit(ID3D12CommandList* list) {
@@ -141,11 +180,16 @@ CommandQueueCompletionEventDX12::CommandQueueCompletionEventDX12(std::shared_ptr
     : mQueue(std::move(queue)), mOwner(std::move(list)), mList(static_cast<CommandListDX12&>(*mOwner)) {}
 
 CommandQueueCompletionEventDX12::~CommandQueueCompletionEventDX12() {
+    if (mIsDone || !mList.IsSubmitted()) return;
+    bool isLost = false;
     try {
-        if (mList.IsSubmitted()) Wait();
+        Wait();
+    } catch (const DeviceLostException&) {  // told where the loss was met first
+        isLost = true;
     } catch (const std::exception& failure) {
         mQueue->GetContext()->Report(failure.what());
     }
+    if (!mIsDone && !isLost) mQueue->KeepUnfinished(std::move(mOwner), mFenceValue);
 }
 
 void CommandQueueCompletionEventDX12::Wait() {

@@ -34,7 +34,19 @@ public:
     bool IsCompleted(std::uint64_t fenceValue) const;
     void Wait(std::uint64_t fenceValue);
 
+    /// Takes over a list whose work may still be running, since the wait for it failed. It goes when its work is done,
+    /// which is asked for with each new list, or with the queue.
+    void KeepUnfinished(UniquePtr<CommandList> list, std::uint64_t fenceValue) noexcept;
+    /// Waits for all work of the queue and lets the unfinished lists go. Where that cannot be told either, they and the
+    /// device stay for the life of the process.
+    void FinishAll() noexcept;
+
 private:
+    struct Unfinished {
+        UniquePtr<CommandList> mList;
+        std::uint64_t mFenceValue;
+    };
+    void ReleaseFinished();
     void Init();
     void Cleanup();
     void WaitOnEvent(std::uint64_t fenceValue);
@@ -50,11 +62,16 @@ private:
     std::uint32_t mNextAllocator = 0;
     std::mutex mEventMutex;
     std::vector<HANDLE> mEvents;
+    std::mutex mUnfinishedMutex;
+    std::vector<Unfinished> mUnfinished;
 };
 
 class CommandQueueDX12 final : public CommandQueue {
 public:
     CommandQueueDX12(const std::shared_ptr<DeviceContext>& context, std::string name);
+    ~CommandQueueDX12() override { mState->FinishAll(); }
+    CommandQueueDX12(const CommandQueueDX12&) = delete;
+    CommandQueueDX12& operator=(const CommandQueueDX12&) = delete;
 
 protected:
     UniquePtr<CommandList> DoCreateCommandList(std::string name) override;
@@ -64,7 +81,8 @@ private:
     std::shared_ptr<QueueState> mState;
 };
 
-/// Owns the submitted list. Destroyed without a Wait it waits itself, since the list's resources are in use until then.
+/// Owns the submitted list. Destroyed without a Wait it waits itself, since the list's resources are in use until then;
+/// if that fails the queue keeps the list.
 class CommandQueueCompletionEventDX12 final : public CommandQueueCompletionEvent {
 public:
     CommandQueueCompletionEventDX12(std::shared_ptr<QueueState> queue, UniquePtr<CommandList> list);

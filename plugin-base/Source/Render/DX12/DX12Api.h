@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <utility>
 
 #if !defined(NOMINMAX)
@@ -79,6 +80,11 @@ std::string GetResultText(HRESULT result, ID3D12Device* device);
 /// The same for a call that failed in `context`, which may be null. What the debug layer says of it is reported first.
 std::string GetFailureText(HRESULT result, const DeviceContext* context);
 
+/// Throws "Failed to call DX12 function ({}): {}" with the call's text and GetFailureText. A lost device and a lack of
+/// memory have exceptions of their own (PluginBase/Render/Failures.h).
+[[noreturn]] void ThrowDX12Failure(std::string_view file, int line, std::string_view function, std::string_view call,
+                                   HRESULT result, const DeviceContext* context);
+
 std::wstring ToWide(const std::string& text);
 std::string ToUtf8(const wchar_t* text);
 /// Names an object for debuggers.
@@ -87,12 +93,10 @@ void SetNativeName(ID3D12Object* object, const std::string& name);
 }  // namespace zeb::render
 
 /// Evaluates a call; a failing result is thrown with the call's text. `context` is the DeviceContext, or null.
-#define ZEB_DX12_CHECK_TEXT(call, text, context)                                 \
-    do {                                                                         \
-        if (const HRESULT zebResult = (call); FAILED(zebResult)) {               \
-            ZEB_RENDER_THROW("Failed to call DX12 function ({}): {}", text,      \
-                             ::zeb::render::GetFailureText(zebResult, context)); \
-        }                                                                        \
+#define ZEB_DX12_CHECK_TEXT(call, text, context)                                                              \
+    do {                                                                                                      \
+        if (const HRESULT zebResult = (call); FAILED(zebResult))                                              \
+            ::zeb::render::ThrowDX12Failure(__FILE__, __LINE__, ZEB_FUNCTION_NAME, text, zebResult, context); \
     } while (false)
 
 /// The same with the call's own source text.

@@ -1,7 +1,11 @@
 #include "DeviceContext.h"
 
+#include <algorithm>
+#include <array>
 #include <iterator>
 #include <vector>
+
+#include "PluginBase/Render/Failures.h"
 
 namespace zeb::render {
 namespace {
@@ -81,6 +85,20 @@ std::string GetFailureText(HRESULT result, const DeviceContext* context) {
     if (context == nullptr) return GetResultText(result);
     context->ReportMessages();
     return GetResultText(result, context->Get());
+}
+
+void ThrowDX12Failure(std::string_view file, int line, std::string_view function, std::string_view call, HRESULT result,
+                      const DeviceContext* context) {
+    const std::string message =
+        fmt::format("Failed to call DX12 function ({}): {}", call, GetFailureText(result, context));
+    constexpr std::array kLosses = {DXGI_ERROR_DEVICE_REMOVED, DXGI_ERROR_DEVICE_RESET, DXGI_ERROR_DEVICE_HUNG,
+                                    DXGI_ERROR_DRIVER_INTERNAL_ERROR};
+    // Whatever a call on a device that is gone answers, that is why.
+    if (std::ranges::count(kLosses, result) != 0 ||
+        (context != nullptr && FAILED(context->Get()->GetDeviceRemovedReason())))
+        throw DeviceLostException(file, line, function, kInternalError, message);
+    if (result == E_OUTOFMEMORY) throw OutOfMemoryException(file, line, function, kInternalError, message);
+    throw RenderException(file, line, function, kInternalError, message);
 }
 
 ComPointer<ID3D12Debug> FindDebugLayer() {

@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include "CommandList.h"
+#include "PluginBase/Render/Failures.h"
 
 namespace zeb::render {
 namespace {
@@ -120,6 +121,7 @@ QueueState::QueueState(std::shared_ptr<DeviceContext> context, std::string name)
     : mContext(std::move(context)), mName(std::move(name)), mSlot(mContext->GetNextQueue()) {}
 
 std::unique_ptr<CommandAllocator> QueueState::TakeAllocator() {
+    ReleaseFinished();
     std::unique_ptr<CommandAllocator> allocator;
     std::uint32_t number = 0;
     {
@@ -151,6 +153,42 @@ void QueueState::Submit(VkCommandBuffer commandBuffer, VkFence fence) {
     ZEB_VK_CHECK_FOR(mContext->Api().vkQueueSubmit(mSlot.mQueue, 1, &info, fence), mName);
 }
 
+void QueueState::KeepUnfinished(UniquePtr<CommandList> list) noexcept {
+    const std::lock_guard lock(mMutex);
+    try {
+        mUnfinished.reserve(mUnfinished.size() + 1);
+        mUnfinished.push_back(std::move(list));
+    } catch (const std::bad_alloc&) {
+        static_cast<void>(list.release());  // better lost than freed under the device's hands
+    }
+}
+
+void QueueState::ReleaseFinished() {
+    std::vector<UniquePtr<CommandList>> finished;  // destroyed after the lock, which their allocators' return takes
+    const std::lock_guard lock(mMutex);
+    finished.reserve(mUnfinished.size());
+    std::erase_if(mUnfinished, [&](UniquePtr<CommandList>& list) {
+        const VkFence fence = static_cast<CommandListVulkan&>(*list).GetFence();
+        const VkResult status = mContext->Api().vkGetFenceStatus(mContext->Get(), fence);
+        if (status != VK_SUCCESS && status != VK_ERROR_DEVICE_LOST) return false;
+        finished.push_back(std::move(list));
+        return true;
+    });
+}
+
+void QueueState::FinishAll() noexcept {
+    std::vector<UniquePtr<CommandList>> unfinished;
+    {
+        const std::lock_guard lock(mMutex);
+        unfinished.swap(mUnfinished);
+    }
+    if (unfinished.empty()) return;
+    const std::lock_guard lock(mSlot.mMutex);
+    const VkResult result = mContext->Api().vkQueueWaitIdle(mSlot.mQueue);
+    if (result == VK_SUCCESS || result == VK_ERROR_DEVICE_LOST) return;
+    for (UniquePtr<CommandList>& list : unfinished) static_cast<void>(list.release());
+}
+
 CommandQueueVulkan::CommandQueueVulkan(const std::shared_ptr<DeviceContext>& context, std::string name)
     : CommandQueue(std::move(name)), mState(std::make_shared<QueueState>(context, GetName())) {}
 
@@ -172,11 +210,16 @@ CommandQueueCompletionEventVulkan::CommandQueueCompletionEventVulkan(std::shared
     : mQueue(std::move(queue)), mOwner(std::move(list)), mList(static_cast<CommandListVulkan&>(*mOwner)) {}
 
 CommandQueueCompletionEventVulkan::~CommandQueueCompletionEventVulkan() {
+    if (mIsDone || !mList.IsSubmitted()) return;
+    bool isLost = false;
     try {
-        if (mList.IsSubmitted()) Wait();
+        Wait();
+    } catch (const DeviceLostException&) {  // told where the loss was met first
+        isLost = true;
     } catch (const std::exception& failure) {
         mQueue->GetContext()->GetInstance().Report(failure.what());
     }
+    if (!mIsDone && !isLost) mQueue->KeepUnfinished(std::move(mOwner));
 }
 
 bool CommandQueueCompletionEventVulkan::IsCompleted() {

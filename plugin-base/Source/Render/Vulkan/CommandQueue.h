@@ -65,18 +65,31 @@ public:
     /// Submits under the native queue's lock.
     void Submit(VkCommandBuffer commandBuffer, VkFence fence);
 
+    /// Takes over a list whose work may still be running, since the wait for it failed. It goes when its work is done,
+    /// which is asked for with each new list, or with the queue.
+    void KeepUnfinished(UniquePtr<CommandList> list) noexcept;
+    /// Waits for all work of the native queue and lets the unfinished lists go. Where that cannot be told either, they
+    /// and the device stay for the life of the process.
+    void FinishAll() noexcept;
+
 private:
+    void ReleaseFinished();
+
     std::shared_ptr<DeviceContext> mContext;
     std::string mName;
     QueueSlot& mSlot;
     std::mutex mMutex;
     std::vector<std::unique_ptr<CommandAllocator>> mFree;
+    std::vector<UniquePtr<CommandList>> mUnfinished;
     std::uint32_t mNextNumber = 0;
 };
 
 class CommandQueueVulkan final : public CommandQueue {
 public:
     CommandQueueVulkan(const std::shared_ptr<DeviceContext>& context, std::string name);
+    ~CommandQueueVulkan() override { mState->FinishAll(); }
+    CommandQueueVulkan(const CommandQueueVulkan&) = delete;
+    CommandQueueVulkan& operator=(const CommandQueueVulkan&) = delete;
 
 protected:
     UniquePtr<CommandList> DoCreateCommandList(std::string name) override;
@@ -86,7 +99,8 @@ private:
     std::shared_ptr<QueueState> mState;
 };
 
-/// Owns the submitted list. Destroyed without a Wait it waits itself, since the list's resources are in use until then.
+/// Owns the submitted list. Destroyed without a Wait it waits itself, since the list's resources are in use until then;
+/// if that fails the queue keeps the list.
 class CommandQueueCompletionEventVulkan final : public CommandQueueCompletionEvent {
 public:
     CommandQueueCompletionEventVulkan(std::shared_ptr<QueueState> queue, UniquePtr<CommandList> list);

@@ -18,6 +18,7 @@ DeviceVulkan::DeviceVulkan(std::shared_ptr<DeviceContext> context, std::string n
           limits.maxViewportDimensions[0], limits.maxViewportDimensions[1]})
         LimitTileSize(limit);
     LimitStorageRange(limits.maxStorageBufferRange);
+    LimitMemory(GetContext()->GetMaxAllocationSize());
 }
 
 DeviceVulkan::~DeviceVulkan() = default;

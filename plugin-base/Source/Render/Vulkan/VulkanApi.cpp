@@ -6,6 +6,8 @@
 
 #include <fmt/format.h>
 
+#include "PluginBase/Render/Failures.h"
+
 namespace zeb::render {
 namespace {
 
@@ -61,7 +63,14 @@ void ThrowVulkanFailure(std::string_view file, int line, std::string_view functi
     if (result == VK_ERROR_DEVICE_LOST) text.insert(0, "Device lost ");
     std::string message = fmt::format("Failed to call Vulkan function ({}): {}", call, text);
     if (!object.empty()) message += fmt::format(" for {}", object);
-    throw RenderException(file, line, function, kInternalError, message);
+    switch (result) {
+        case VK_ERROR_DEVICE_LOST: throw DeviceLostException(file, line, function, kInternalError, message);
+        case VK_ERROR_OUT_OF_HOST_MEMORY:
+        case VK_ERROR_OUT_OF_DEVICE_MEMORY:
+        case VK_ERROR_OUT_OF_POOL_MEMORY:
+        case VK_ERROR_TOO_MANY_OBJECTS: throw OutOfMemoryException(file, line, function, kInternalError, message);
+        default: throw RenderException(file, line, function, kInternalError, message);
+    }
 }
 
 void LoadVulkanLibrary() {

@@ -17,7 +17,8 @@ namespace zeb::render {
 std::string GetResultText(VkResult result);
 
 /// Throws "Failed to call Vulkan function ({}): {}" with the call's source text and the result. `object` is
-/// added when it is not empty, to say for what the call was made.
+/// added when it is not empty, to say for what the call was made. A lost device and a lack of memory have exceptions of
+/// their own (PluginBase/Render/Failures.h).
 [[noreturn]] void ThrowVulkanFailure(std::string_view file, int line, std::string_view function, std::string_view call,
                                      VkResult result, std::string_view object = {});
 
