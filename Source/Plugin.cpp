@@ -1,6 +1,7 @@
 #include "Plugin.h"
 
 #include <algorithm>
+#include <new>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -47,6 +48,8 @@ zeb::render::Format Plugin::GetPluginRenderFormat(zeb::PixelChannels, zeb::Chann
 
 void Plugin::Draw(zeb::UniquePtr<zeb::render::CommandList>& result, zeb::render::Device& device,
                   const zeb::DrawInfo& drawInfo, zeb::render::Texture& target) {
+    // A camera that cannot be inverted sees nothing, as one that looks along a layer's edge.
+    if (drawInfo.mCamera == glm::mat4(0.0F)) return;
     const ModelList models = ModelList::Load(*this, drawInfo);
     result = Render(device, drawInfo, models.GetGroups(), target);
     models.EndProgress(*this);
@@ -83,8 +86,12 @@ zeb::ComputeCacheResult<CacheableAsset> Plugin::GetAsset(const std::u16string& p
     CacheableAsset::Options options;
     options.path = path;
     options.settings = settings;
-    return zeb::ComputeCacheResult<CacheableAsset>(
-        mComputeCache->DoComputeIfNeededAndCheckout(kModelCacheName, options));
+    try {
+        return zeb::ComputeCacheResult<CacheableAsset>(
+            mComputeCache->DoComputeIfNeededAndCheckout(kModelCacheName, options));
+    } catch (const std::bad_alloc&) {
+        ZEB_THROW(zeb::kInternalError, fmt::format("\"{}\": There is not enough memory to load it", zeb::ToUtf8(path)));
+    }
 }
 
 bool Plugin::IsAssetCached(const std::u16string& path, const GaussianSplatAssetCreator::Settings& settings) {

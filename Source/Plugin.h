@@ -46,7 +46,8 @@ public:
     void SequenceFlatten() override;
     void SequenceResetup() override;
 
-    /// The model of a file, checked out; loads it when the cache lacks it. Inside a host command.
+    /// The model of a file, checked out; loads it when the cache lacks it. Throws naming the path for lack of memory.
+    /// Inside a host command.
     zeb::ComputeCacheResult<CacheableAsset> GetAsset(const std::u16string& path,
                                                      const GaussianSplatAssetCreator::Settings& settings);
     bool IsAssetCached(const std::u16string& path, const GaussianSplatAssetCreator::Settings& settings);

@@ -1,7 +1,5 @@
 #include "Nimbrel/CacheableAsset.h"
 
-#include <new>
-
 #include <fmt/format.h>
 
 #include "Nimbrel/PLYFileReader.h"
@@ -28,8 +26,6 @@ CacheableAsset::CacheableAsset(const Options& options) {
         error = exception.message;
     } catch (const zeb::Exception& exception) {
         error = exception.what();
-    } catch (const std::bad_alloc&) {
-        error = "There is not enough memory to load it";
     }
 }
 

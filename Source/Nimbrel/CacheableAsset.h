@@ -17,7 +17,7 @@ public:
         GaussianSplatAssetCreator::Settings settings;
     };
 
-    /// Loads the file. What is wrong with it, or a lack of memory, becomes `error`.
+    /// Loads the file. What is wrong with it becomes `error`. Throws std::bad_alloc, which is nothing to remember.
     explicit CacheableAsset(const Options& options);
 
     /// Bytes of the asset's blocks, 0 without one.

@@ -46,6 +46,8 @@ protected:
         sWorld.width = 20;
         sWorld.height = 10;
         sWorld.rowbytes = 256;
+        static PF_Pixel pixels[1];
+        sWorld.data = pixels;
         sWorld.origin_x = -3;
         sWorld.origin_y = 4;
         sOutputError = 0;
@@ -115,6 +117,25 @@ TEST_F(SmartRender, FailuresAndEmptyWorldsDrawNothing) {
     sOutputError = 0;
     mHost.mFailingParam = test::kPercent;
     EXPECT_EQ(Run(PF_Cmd_SMART_RENDER, &mExtra), 513);
+    EXPECT_EQ(test::CountDrawnFrames(), 0);
+}
+
+TEST_F(SmartRender, WhatTheHostOwesAndDoesNotGiveIsAnError) {
+    const auto expectError = [&](PF_Cmd command, void* extra, const char* what) {
+        EXPECT_EQ(Run(command, extra), PF_Err_BAD_CALLBACK_PARAM) << what;
+        EXPECT_THAT(mHost.GetMessage(), testing::HasSubstr(std::string("The host gave no ") + what));
+    };
+    sWorld.data = nullptr;
+    expectError(PF_Cmd_SMART_RENDER, &mExtra, "pixels");
+    PF_SmartRenderExtra noCallbacks{&mInput, nullptr};
+    expectError(PF_Cmd_SMART_RENDER, &noCallbacks, "callbacks");
+    mCallbacks.checkout_output = nullptr;
+    expectError(PF_Cmd_SMART_RENDER, &mExtra, "callbacks");
+    PF_PreRenderExtra noResult{&mPreInput, nullptr, &mPreCallbacks};
+    expectError(PF_Cmd_SMART_PRE_RENDER, &noResult, "place for the result");
+    PF_PreRenderExtra noRequest{nullptr, &mPreOutput, &mPreCallbacks};
+    expectError(PF_Cmd_SMART_PRE_RENDER, &noRequest, "request");
+    expectError(PF_Cmd_UPDATE_PARAMS_UI, nullptr, "parameters");
     EXPECT_EQ(test::CountDrawnFrames(), 0);
 }
 

@@ -87,17 +87,25 @@ TEST(ThreadContext, SuitesAreAcquiredOnceAndReleasedAtTheEnd) {
     EXPECT_THAT(Failure([] { zeb::WorldSuite(); }), HasSubstr("\"Failed to load the AEFX world suite.\""));
 }
 
-TEST(ThreadContext, AFailedReleaseOfTheWorldSuiteIsOnlyShown) {
+TEST(ThreadContext, WhatCannotBeGivenBackIsToldBehindWhatTheCommandSays) {
     test::FakeHost host;
     PF_WorldSuite2 world{};
     host.AddSuite(kPFWorldSuite, kPFWorldSuiteVersion2, &world);
-    {
-        const zeb::ThreadContextScope scope(&host.mInData, &host.mOutData, nullptr);
-        zeb::WorldSuite();
-        host.mReleaseError = 4;
+    for (const char* said : {"", "The command's own."}) {
+        host.mOutData = {};
+        {
+            const zeb::CleanupReport cleanups(&host.mOutData);
+            {
+                const zeb::ThreadContextScope scope(&host.mInData, &host.mOutData, nullptr);
+                zeb::WorldSuite();
+                host.mReleaseError = 4;
+            }
+            if (*said != '\0') zeb::ReportError(&host.mOutData, said);
+        }
+        EXPECT_EQ(host.GetMessage(), *said == '\0' ? "Failed to release the AEFX world suite." : said);
+        EXPECT_EQ(host.mOutData.out_flags, *said == '\0' ? 0 : 0x100);
+        host.mReleaseError = 0;
     }
-    EXPECT_EQ(host.GetMessage(), "Failed to release the AEFX world suite.");
-    EXPECT_EQ(host.mOutData.out_flags, 0);
 }
 
 TEST(ThreadContext, TheFirstMessageWinsAndIsCut) {

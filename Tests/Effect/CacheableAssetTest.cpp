@@ -3,12 +3,14 @@
 #include <bit>
 #include <filesystem>
 #include <fstream>
+#include <new>
 #include <random>
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include "ModelInfo.h"
+#include "ModelMaker.h"
 #include "PluginBase/ComputeCache/ComputeCache.h"
 #include "PluginBase/ComputeCache/Hasher.h"
 
@@ -65,6 +67,29 @@ TEST(CacheableAsset, MoreSplatsThanCanBeDrawnAreToldFromTheHeader) {
     std::filesystem::remove(file);
     EXPECT_EQ(model.error, "It has 33554433 splats; no more than 33554432 of a file can be drawn");
     EXPECT_FALSE(model.IsLoaded());
+}
+
+TEST(CacheableAsset, ALackOfMemoryIsNotRemembered) {
+    zeb::ComputeCache cache(zeb::MakeUnique<zeb::Hasher>());
+    cache.RegisterCacheable(zeb::MakeUnique<zeb::CacheableCreator<CacheableAsset>>());
+    const std::filesystem::path path = std::filesystem::temp_directory_path() / "nimbrel-much-memory.ply";
+    nimbrel::maker::ModelOptions box;
+    box.mCount = 10;
+    const std::vector<std::uint8_t> model = nimbrel::maker::MakeModel(box);
+    const auto write = [&](const auto& bytes) {
+        std::ofstream file(path, std::ios::binary);
+        file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    };
+    std::string huge(reinterpret_cast<const char*>(model.data()), model.size());
+    huge.replace(huge.find("vertex 10"), 9, "vertex -1");  // a count that no memory holds
+    write(huge);
+    const auto options = MakeOptions(path.u16string());
+    EXPECT_THROW(cache.DoComputeIfNeededAndCheckout(kModelCacheName, options), std::bad_alloc);
+    EXPECT_FALSE(cache.DoHasValue(kModelCacheName, options));
+    write(model);
+    EXPECT_TRUE(zeb::ComputeCacheResult<CacheableAsset>(cache.DoComputeIfNeededAndCheckout(kModelCacheName, options))
+                    ->IsLoaded());
+    std::filesystem::remove(path);
 }
 
 TEST(ModelInfo, CountsAndSizes) {

@@ -159,6 +159,13 @@ TEST_F(PluginTest, SlotsOfOneFileMakeOneGroupInSlotOrder) {
     Draw(state);
     EXPECT_THAT(mPlugin.mProgress, IsEmpty());
 
+    zeb::UniquePtr<zeb::render::CommandList> nothing;
+    zeb::DrawInfo blind;
+    blind.mCamera = glm::mat4(0.0F);  // cannot be inverted: sees nothing, and loads nothing for it
+    const zeb::render::TextureDescription small{{}, zeb::render::Format::RGBA8Unorm, 1, 1};
+    mPlugin.Draw(nothing, mDevice, blind, *mDevice.CreateTexture("Target", small, 0, {}));
+    EXPECT_EQ(nothing, nullptr);
+
     Draw(MakeState({}));
     EXPECT_THAT(mDevice.Find("draw"), IsEmpty());
     EXPECT_THAT(mDevice.Find("pass"), ElementsAre("pass Target clear"));

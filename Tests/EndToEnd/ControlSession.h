@@ -23,7 +23,7 @@ public:
     }
     ~ControlSession() {
         EXPECT_EQ(mStudio.mHost->GetCustomUI().GetObjects().Count(), 0U);
-        mWindow->Close();
+        if (mWindow->IsOpen()) mWindow->Close();
     }
     ControlSession(const ControlSession&) = delete;
     ControlSession& operator=(const ControlSession&) = delete;
@@ -45,6 +45,8 @@ public:
         return mPointer->Click(x * mScale, y * mScale, modifiers);
     }
     host::EventReport DoubleClick(int x, int y) { return mPointer->DoubleClick(x * mScale, y * mScale); }
+
+    void CloseWindow() { mWindow->Close(); }
 
     Studio mStudio;
     host::Parameter& mControl;

@@ -113,6 +113,13 @@ TEST_P(GradientSession, DoubleClicksOnAKeyAskForItsColour) {
     EXPECT_EQ(studio.mPicks[2].second, glm::vec4(0.25, 0.5, 0.75, 1));
 }
 
+TEST_P(GradientSession, TheWindowMayCloseWhileAColourIsPicked) {
+    mUser.mStudio.mOnPick = [&] { mUser.CloseWindow(); };
+    mUser.mStudio.mPick = glm::vec4(0.25, 0.5, 0.75, 1);
+    EXPECT_EQ(Report(mUser.Press(144, 20, 0, 2)), "hcr");
+    ExpectKeys({{0, kRed, 0}, {1, {0.25, 0.5, 0.75}, 0}});
+}
+
 TEST_P(GradientSession, OfNearKeysTheLastInARowIsHit) {
     // Less than 8 points apart: 0.05 are 6.9.
     SetKeys({{0.4, kRed, 0}, {0.45, kGreen, 0}, {0.5, kBlue, 0}, {0.6, kRed, 0}});

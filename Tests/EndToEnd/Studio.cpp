@@ -32,6 +32,7 @@ Studio::Studio(const host::Json& document, const std::string& name, const Option
     };
     hostOptions.mPickColor = [this](const std::string& title, const glm::vec4& color) {
         mPicks.emplace_back(title, color);
+        if (mOnPick) mOnPick();
         return mPick;
     };
     mHost = std::make_unique<host::Host>(hostOptions, scene.mComposition, scene.mCamera,

@@ -59,6 +59,7 @@ public:
     std::vector<std::string> mMessages;
     std::vector<std::pair<std::string, std::string>> mDialogs;  ///< title and text
     std::optional<glm::vec4> mPick;                             ///< what the user picks as a colour; nothing: cancels
+    std::function<void()> mOnPick;                              ///< what happens before
     std::vector<std::pair<std::string, glm::vec4>> mPicks;      ///< title and colour that picking began with
     std::unique_ptr<host::Host> mHost;
 };

@@ -15,8 +15,8 @@ WorldSuiteAE::WorldSuiteAE() : mBasic(AEGPSuites().GetBasicSuite()) {
 }
 
 WorldSuiteAE::~WorldSuiteAE() {
-    if (mBasic->ReleaseSuite(kPFWorldSuite, kPFWorldSuiteVersion2) != 0 && HasThreadContext())
-        SetMessage(OutData(), "Failed to release the AEFX world suite.");
+    if (mBasic->ReleaseSuite(kPFWorldSuite, kPFWorldSuiteVersion2) != 0)
+        ReportCleanupFailure("Failed to release the AEFX world suite.");
 }
 
 PF_PixelFormat WorldSuiteAE::GetPixelFormat(const PF_EffectWorld* worldP) const {

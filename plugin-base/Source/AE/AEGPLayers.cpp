@@ -126,9 +126,9 @@ Effect::~Effect() {
     if (mEffectHandle == nullptr) return;
     try {
         if (GetSuites().EffectSuite4()->AEGP_DisposeEffect(mEffectHandle) != 0)
-            LogFailure("Failed to dispose of an effect");
+            ReportCleanupFailure("Failed to dispose of an effect");
     } catch (const std::exception& exception) {
-        LogFailure(exception.what());
+        ReportCleanupFailure(exception.what());
     }
 }
 

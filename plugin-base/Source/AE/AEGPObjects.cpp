@@ -17,9 +17,9 @@ std::atomic<AEGP_PluginID> sPluginId{0};
 template <class Function>
 void Dispose(const char* what, Function&& function) noexcept {
     try {
-        if (function() != 0) LogFailure(what);
+        if (function() != 0) ReportCleanupFailure(what);
     } catch (const std::exception& exception) {
-        LogFailure(exception.what());
+        ReportCleanupFailure(exception.what());
     }
 }
 

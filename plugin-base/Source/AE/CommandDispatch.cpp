@@ -150,6 +150,7 @@ void Run(const Arguments& arguments) {
 
 PF_Err RunCommand(PF_Cmd command, PF_InData* inData, PF_OutData* outData, PF_ParamDef* params[], void* extra,
                   PluginFactory createPlugin) noexcept {
+    const CleanupReport cleanups(outData);  // outlives the context, whose end gives back too
     try {
         const ThreadContextScope scope(inData, outData, params);
         Run({command, params, extra, createPlugin});

@@ -27,6 +27,7 @@ NIMBREL_EXPORT PF_Err EffectMain(PF_Cmd command, PF_InData* inData, PF_OutData* 
 /// Names the library's one effect to the host.
 NIMBREL_EXPORT A_Err PluginDataEntryFunction(void* token, Registrar registrar, SPBasicSuite*, const char*,
                                              const char*) {
+    if (registrar == nullptr) return A_Err_PARAMETER;
     return registrar(token, ToHost(zeb::kPluginName), ToHost(zeb::kPluginMatchName), ToHost(zeb::kPluginCategory),
                      ToHost(zeb::kEntryPointName), zeb::kPluginKind, zeb::kInterfaceVersion, zeb::kInterfaceSubversion,
                      zeb::kReservedInfo);

@@ -1,7 +1,10 @@
 #include "PluginBase/AE/SuiteTableAE.h"
 
+#include <cstdio>
+
 #include <fmt/format.h>
 
+#include "PluginBase/AE/ThreadContextAE.h"
 #include "PluginBase/Exception.h"
 
 namespace zeb {
@@ -20,9 +23,17 @@ constexpr SuiteName kSuiteNames[] = {
 
 }  // namespace
 
+void ReportReleaseFailure(const char* name) noexcept {
+    char text[256];
+    std::snprintf(text, sizeof(text), "Failed to release suite %s", name);
+    ReportCleanupFailure(text);
+}
+
 SuiteTableAE::~SuiteTableAE() {
     for (std::size_t i = 0; i < mSuites.size(); ++i) {
-        if (mSuites[i] != nullptr) mBasic->ReleaseSuite(kSuiteNames[i].mName, kSuiteNames[i].mVersion);
+        if (mSuites[i] == nullptr) continue;
+        if (mBasic->ReleaseSuite(kSuiteNames[i].mName, kSuiteNames[i].mVersion) != 0)
+            ReportReleaseFailure(kSuiteNames[i].mName);
     }
 }
 

@@ -12,6 +12,7 @@ namespace zeb {
 namespace {
 
 thread_local std::vector<ThreadContextAE> tContexts;
+thread_local CleanupReport* tCleanup = nullptr;  ///< of the command in progress
 
 ThreadContextAE* GetTop() { return tContexts.empty() ? nullptr : &tContexts.back(); }
 
@@ -97,6 +98,20 @@ void ReportError(PF_OutData* outData, std::string_view text) noexcept {
 
 void LogFailure(std::string_view text) noexcept {
     std::fprintf(stderr, "%.*s\n", static_cast<int>(text.size()), text.data());
+}
+
+void ReportCleanupFailure(std::string_view text) noexcept {
+    LogFailure(text);
+    if (tCleanup == nullptr || tCleanup->mText[0] != '\0') return;
+    const std::string_view cut = CutUtf8(text, sizeof(tCleanup->mText) - 1);
+    std::memcpy(tCleanup->mText, cut.data(), cut.size());
+}
+
+CleanupReport::CleanupReport(PF_OutData* outData) noexcept : mOutData(outData), mOuter(tCleanup) { tCleanup = this; }
+
+CleanupReport::~CleanupReport() {
+    tCleanup = mOuter;
+    if (mText[0] != '\0') SetMessage(mOutData, mText);
 }
 
 }  // namespace zeb

@@ -7,6 +7,9 @@
 
 namespace zeb {
 
+/// ReportCleanupFailure for a suite that the host did not take back.
+void ReportReleaseFailure(const char* name) noexcept;
+
 // Accessor, table, name and version of every suite that is used through the table below.
 #define ZEB_AE_SUITES(X)                                                                                       \
     X(LayerSuite8, AEGP_LayerSuite8, kAEGPLayerSuite, kAEGPLayerSuiteVersion8)                                 \

@@ -59,4 +59,26 @@ void ReportError(PF_OutData* outData, std::string_view text) noexcept;
 /// For failures where nothing may be thrown: one line on the process's error stream.
 void LogFailure(std::string_view text) noexcept;
 
+/// LogFailure for something that could not be given back. Inside a command its user is told as well, unless the command
+/// itself has more to say.
+void ReportCleanupFailure(std::string_view text) noexcept;
+
+/// Keeps the first failure to give something back for the length of one command, and tells it at its end, behind
+/// whatever the command reports. Commands nest.
+class CleanupReport {
+public:
+    /// `outData` may be null.
+    explicit CleanupReport(PF_OutData* outData) noexcept;
+    ~CleanupReport();
+    CleanupReport(const CleanupReport&) = delete;
+    CleanupReport& operator=(const CleanupReport&) = delete;
+
+private:
+    friend void ReportCleanupFailure(std::string_view text) noexcept;
+
+    PF_OutData* mOutData;
+    CleanupReport* mOuter;
+    char mText[256] = {};  ///< taken without memory, of which there may be none
+};
+
 }  // namespace zeb

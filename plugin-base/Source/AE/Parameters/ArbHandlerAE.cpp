@@ -7,6 +7,7 @@
 
 #include <fmt/format.h>
 
+#include "../CheckAE.h"
 #include "PluginBase/AE/AllocatorAE.h"
 #include "PluginBase/AE/ThreadContextAE.h"
 #include "PluginBase/Exception.h"
@@ -136,6 +137,12 @@ std::string_view GetScanText(const char* text, std::uint32_t size) {
     return all.substr(0, all.find('\0'));
 }
 
+/// Where the host wants an answer, or has data.
+template <class T>
+T* NeedOut(T* pointer) {
+    return NeedFromHost(pointer, "place for custom data");
+}
+
 }  // namespace
 
 ArbHandlerBase& GetArbHandler(std::string_view valueType) { return GetCustomType(valueType).mHandler; }
@@ -152,37 +159,39 @@ void HandleArbitraryCallback(PF_ArbParamsExtra& extra) {
     const auto* handler = static_cast<const ArbHandlerBase*>(u.new_func_params.refconPV);
     if (handler == nullptr) ZEB_THROW(PF_Err_BAD_CALLBACK_PARAM, "Custom data without its handler");
     switch (extra.which_function) {
-        case PF_Arbitrary_NEW_FUNC: *u.new_func_params.arbPH = handler->New(); break;
+        case PF_Arbitrary_NEW_FUNC: *NeedOut(u.new_func_params.arbPH) = handler->New(); break;
         case PF_Arbitrary_DISPOSE_FUNC: handler->Dispose(u.dispose_func_params.arbH); break;
-        case PF_Arbitrary_COPY_FUNC: *u.copy_func_params.dst_arbPH = handler->Copy(u.copy_func_params.src_arbH); break;
+        case PF_Arbitrary_COPY_FUNC:
+            *NeedOut(u.copy_func_params.dst_arbPH) = handler->Copy(u.copy_func_params.src_arbH);
+            break;
         case PF_Arbitrary_FLAT_SIZE_FUNC:
-            *u.flat_size_func_params.flat_data_sizePLu = handler->GetFlatSize(u.flat_size_func_params.arbH);
+            *NeedOut(u.flat_size_func_params.flat_data_sizePLu) = handler->GetFlatSize(u.flat_size_func_params.arbH);
             break;
         case PF_Arbitrary_FLATTEN_FUNC:
             handler->Flatten(u.flatten_func_params.arbH, u.flatten_func_params.buf_sizeLu,
-                             u.flatten_func_params.flat_dataPV);
+                             NeedOut(u.flatten_func_params.flat_dataPV));
             break;
         case PF_Arbitrary_UNFLATTEN_FUNC:
-            *u.unflatten_func_params.arbPH =
-                handler->Unflatten(u.unflatten_func_params.buf_sizeLu, u.unflatten_func_params.flat_dataPV);
+            *NeedOut(u.unflatten_func_params.arbPH) =
+                handler->Unflatten(u.unflatten_func_params.buf_sizeLu, NeedOut(u.unflatten_func_params.flat_dataPV));
             break;
         case PF_Arbitrary_INTERP_FUNC:
-            *u.interp_func_params.interpPH = handler->Interpolate(
+            *NeedOut(u.interp_func_params.interpPH) = handler->Interpolate(
                 u.interp_func_params.left_arbH, u.interp_func_params.right_arbH, u.interp_func_params.tF);
             break;
         case PF_Arbitrary_COMPARE_FUNC:
-            *u.compare_func_params.compareP =
+            *NeedOut(u.compare_func_params.compareP) =
                 handler->Compare(u.compare_func_params.a_arbH, u.compare_func_params.b_arbH);
             break;
         case PF_Arbitrary_PRINT_SIZE_FUNC:
-            *u.print_size_func_params.print_sizePLu = handler->GetPrintSize(u.print_size_func_params.arbH);
+            *NeedOut(u.print_size_func_params.print_sizePLu) = handler->GetPrintSize(u.print_size_func_params.arbH);
             break;
         case PF_Arbitrary_PRINT_FUNC:
             handler->Print(u.print_func_params.arbH, u.print_func_params.print_sizeLu,
-                           u.print_func_params.print_bufferPC);
+                           NeedOut(u.print_func_params.print_bufferPC));
             break;
         case PF_Arbitrary_SCAN_FUNC:
-            *u.scan_func_params.arbPH =
+            *NeedOut(u.scan_func_params.arbPH) =
                 handler->Scan(GetScanText(u.scan_func_params.bufPC, u.scan_func_params.bytes_to_scanLu));
             break;
         default:

@@ -52,9 +52,9 @@ ParameterDefinerAE::~ParameterDefinerAE() {
         ZEB_CHECK_TEXT(inData->inter.register_ui(inData->effect_ref, &info),
                        "Failed to call PF_REGISTER_UI(zeb::InData(), &info)");
     } catch (const std::exception& exception) {
-        LogFailure(exception.what());
+        ReportCleanupFailure(exception.what());
     } catch (...) {
-        LogFailure("Unexpected exception");
+        ReportCleanupFailure("Unexpected exception");
     }
 }
 

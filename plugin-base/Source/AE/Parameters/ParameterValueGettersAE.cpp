@@ -60,9 +60,9 @@ public:
             ZEB_CHECK_TEXT(inData->inter.checkin_param(inData->effect_ref, &mDef),
                            "Failed to call PF_CHECKIN_PARAM(zeb::InData(), &mDef)");
         } catch (const std::exception& exception) {
-            LogFailure(exception.what());
+            ReportCleanupFailure(exception.what());
         } catch (...) {
-            LogFailure("Unexpected exception");
+            ReportCleanupFailure("Unexpected exception");
         }
     }
     DefLock(const DefLock&) = delete;

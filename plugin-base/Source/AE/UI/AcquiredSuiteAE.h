@@ -1,6 +1,7 @@
 #pragma once
 
 #include "HostInterface/HostInterface.h"
+#include "PluginBase/AE/SuiteTableAE.h"
 
 namespace zeb {
 
@@ -15,7 +16,9 @@ public:
         : mBasic(basic), mName(name), mVersion(version) {
         mSuite = static_cast<const T*>(AcquireSuite(basic, name, version));
     }
-    ~AcquiredSuiteAE() { mBasic->ReleaseSuite(mName, mVersion); }
+    ~AcquiredSuiteAE() {
+        if (mBasic->ReleaseSuite(mName, mVersion) != 0) ReportReleaseFailure(mName);
+    }
     AcquiredSuiteAE(const AcquiredSuiteAE&) = delete;
     AcquiredSuiteAE& operator=(const AcquiredSuiteAE&) = delete;
 

@@ -1,8 +1,11 @@
 #include "PluginBase/AE/EventAE.h"
 
+#include <memory>
 #include <new>
 #include <unordered_map>
+#include <utility>
 
+#include "../CheckAE.h"
 #include "AcquiredSuiteAE.h"
 #include "PluginBase/AE/AllocatorAE.h"
 #include "PluginBase/AE/GraphicsAE.h"
@@ -16,8 +19,13 @@
 namespace zeb {
 namespace {
 
-/// The controls of one window, by host parameter index; made at the first event of each.
-using ContextRecord = std::unordered_map<std::int32_t, UniquePtr<InteractBase>, IntegerHash>;
+/// The controls of one window, by host parameter index; made at the first event of each. An event in progress shares
+/// them: the user may close the window while a dialog of the event's is open.
+struct Controls {
+    std::unordered_map<std::int32_t, UniquePtr<InteractBase>, IntegerHash> mByParameter;
+    bool mIsClosed = false;
+};
+using ContextRecord = std::shared_ptr<Controls>;
 
 // The record lies in the host's memory, its address in the first of the four values that a context keeps for us.
 
@@ -31,6 +39,7 @@ void DestroyRecord(PF_EventExtra& extra) {
     ContextRecord* record = GetRecord(extra);
     if (record == nullptr) return;
     (*extra.contextH)->plugin_state[0] = 0;
+    if (*record != nullptr) (*record)->mIsClosed = true;
     record->~ContextRecord();
     Free(record);
 }
@@ -38,19 +47,21 @@ void DestroyRecord(PF_EventExtra& extra) {
 void CreateRecord(PF_EventExtra& extra) {
     if (extra.contextH == nullptr || *extra.contextH == nullptr) return;
     (*extra.contextH)->plugin_state[0] = 0;
+    auto controls = std::make_shared<Controls>();
     void* memory = Allocate(sizeof(ContextRecord));
-    (*extra.contextH)->plugin_state[0] = reinterpret_cast<A_intptr_t>(::new (memory) ContextRecord());
+    (*extra.contextH)->plugin_state[0] =
+        reinterpret_cast<A_intptr_t>(::new (memory) ContextRecord(std::move(controls)));
 }
 
 /// The control of the parameter that the event names, or null if it has none.
-InteractBase* FindInteract(const ParametersManagerBase& manager, ContextRecord& record, std::int32_t parameterIndex) {
-    const auto found = record.find(parameterIndex);
-    if (found != record.end()) return found->second.get();
+InteractBase* FindInteract(const ParametersManagerBase& manager, Controls& controls, std::int32_t parameterIndex) {
+    const auto found = controls.mByParameter.find(parameterIndex);
+    if (found != controls.mByParameter.end()) return found->second.get();
     const std::int32_t index = manager.FindIndexByParameterIndex(parameterIndex);
     if (index < 0) return nullptr;
     const auto& info = manager.GetTable()[static_cast<std::size_t>(index)].mInteractInfo;
     if (!info) return nullptr;
-    return record.emplace(parameterIndex, info->mMakeInteract(index)).first->second.get();
+    return controls.mByParameter.emplace(parameterIndex, info->mMakeInteract(index)).first->second.get();
 }
 
 std::uint32_t ToModifiers(PF_Modifiers modifiers) {
@@ -79,7 +90,7 @@ void RequestRedraw(const PF_EventExtra& extra) {
         return;
     const auto* suite = static_cast<const PFAppSuite6*>(acquired);
     if (suite->PF_InvalidateRect != nullptr) suite->PF_InvalidateRect(extra.contextH, &extra.effect_win.current_frame);
-    basic->ReleaseSuite(kPFAppSuite, kPFAppSuiteVersion6);
+    if (basic->ReleaseSuite(kPFAppSuite, kPFAppSuiteVersion6) != 0) ReportReleaseFailure(kPFAppSuite);
 }
 
 InteractResult PassOn(InteractBase& interact, const ParameterCurrentValueGetter& getter, ParameterValueSetter& setter,
@@ -141,16 +152,18 @@ void HandleEvent(PluginBaseAE& plugin, PF_ParamDef* params[], PF_EventExtra& ext
         case PF_Event_CLOSE_CONTEXT: DestroyRecord(extra); return;
         default: break;
     }
-    ContextRecord* record = GetRecord(extra);
+    const ContextRecord* record = GetRecord(extra);
     if (record == nullptr) return;
+    const ContextRecord controls = *record;
     const ParametersManagerBase& manager = plugin.GetParametersManager();
-    InteractBase* interact = FindInteract(manager, *record, extra.effect_win.index);
+    InteractBase* interact = FindInteract(manager, *controls, extra.effect_win.index);
     if (interact == nullptr) return;
+    NeedFromHost(params, "parameters");
     const ParameterCurrentValueGetterAE getter(manager, params);
     ParameterValueSetterAE setter(manager, params, plugin);
     const InteractResult result = PassOn(*interact, getter, setter, extra);
     if (result.mHandled) extra.evt_out_flags |= PF_EO_HANDLED_EVENT;
-    if (result.mChanged) RequestRedraw(extra);
+    if (result.mChanged && !controls->mIsClosed) RequestRedraw(extra);
 }
 
 }  // namespace zeb

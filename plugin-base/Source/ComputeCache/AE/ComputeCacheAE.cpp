@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <exception>
+#include <new>
 #include <optional>
 
 #include <fmt/format.h>
@@ -28,7 +29,9 @@ HeldSuiteAE::HeldSuiteAE(const char* name, A_long version)
         ZEB_THROW(error != 0 ? error : kInternalError, fmt::format("Failed to acquire suite {}", name));
 }
 
-HeldSuiteAE::~HeldSuiteAE() { mBasic->ReleaseSuite(mName, mVersion); }
+HeldSuiteAE::~HeldSuiteAE() {
+    if (mBasic->ReleaseSuite(mName, mVersion) != 0) ReportReleaseFailure(mName);
+}
 
 bool HeldSuiteAE::IsAvailable(const char* name, A_long version) {
     SPBasicSuite* basic = AEGPSuites().GetBasicSuite();
@@ -99,6 +102,7 @@ struct AEOptions {
     HasherBase* mHasher;
     CacheableCreatorBase* mCreator;
     const CacheableOptionsBase* mOptions;
+    bool mIsOutOfMemory = false;  ///< the computation was
 };
 
 /// What the host keeps for a value.
@@ -113,6 +117,9 @@ A_Err RunCallback(void* refcon, Work&& work) noexcept {
         if (!HasThreadContext()) scope.emplace(options.mInData, options.mOutData, nullptr);
         work(options);
         return A_Err_NONE;
+    } catch (const std::bad_alloc&) {
+        static_cast<AEOptions*>(refcon)->mIsOutOfMemory = true;
+        return A_Err_GENERIC;
     } catch (...) {
         return A_Err_GENERIC;
     }
@@ -122,6 +129,7 @@ extern "C" {
 
 static A_Err GenerateKey(AEGP_CCComputeOptionsRefconP refcon, AEGP_CCComputeKeyP outKey) {
     return RunCallback(refcon, [outKey](AEOptions& options) {
+        NeedFromHost(outKey, "place for a key");
         const CacheKey key = options.mCreator->GetHash(*options.mHasher, *options.mOptions);
         std::memcpy(outKey, key.data(), sizeof(key));
     });
@@ -129,7 +137,7 @@ static A_Err GenerateKey(AEGP_CCComputeOptionsRefconP refcon, AEGP_CCComputeKeyP
 
 static A_Err ComputeValue(AEGP_CCComputeOptionsRefconP refcon, AEGP_CCComputeValueRefconP* outValue) {
     return RunCallback(refcon, [outValue](AEOptions& options) {
-        *outValue = new Holder(options.mCreator->Create(*options.mOptions));
+        *NeedFromHost(outValue, "place for a value") = new Holder(options.mCreator->Create(*options.mOptions));
     });
 }
 
@@ -149,7 +157,7 @@ static void DeleteValue(AEGP_CCComputeValueRefconP value) { delete static_cast<H
 }  // extern "C"
 
 AEOptions MakeOptions(HasherBase& hasher, CacheableCreatorBase& creator, const CacheableOptionsBase& options) {
-    return {InData(), OutData(), &hasher, &creator, &options};
+    return {InData(), OutData(), &hasher, &creator, &options, false};
 }
 
 }  // namespace
@@ -164,7 +172,8 @@ ComputeCacheAE::ComputeCacheAE()
 ComputeCacheAE::~ComputeCacheAE() {
     // The host deletes the values through our callback while the class goes.
     for (const auto& [name, creator] : mCreators) {
-        if (mComputeCache->AEGP_ClassUnregister(name.c_str()) != 0) LogFailure("Failed to unregister a cache class");
+        if (mComputeCache->AEGP_ClassUnregister(name.c_str()) != 0)
+            ReportCleanupFailure("Failed to unregister a cache class");
     }
 }
 
@@ -190,13 +199,16 @@ ComputeCacheResultBase ComputeCacheAE::DoComputeIfNeededAndCheckout(const std::s
                                                                     const CacheableOptionsBase& options) {
     AEOptions optionsAE = MakeOptions(*mHasher, GetCreator(className), options);
     AEGP_CCCheckoutReceiptP receipt = nullptr;
-    ZEB_CHECK_TEXT(mComputeCache->AEGP_ComputeIfNeededAndCheckout(className.c_str(), &optionsAE, true, &receipt),
+    const A_Err computed =
+        mComputeCache->AEGP_ComputeIfNeededAndCheckout(className.c_str(), &optionsAE, true, &receipt);
+    if (computed != 0 && optionsAE.mIsOutOfMemory) throw std::bad_alloc();
+    ZEB_CHECK_TEXT(computed,
                    "Failed to call mComputeCache->AEGP_ComputeIfNeededAndCheckout( className.c_str(), &optionsAE, "
                    "true, &receipt)");
     if (receipt == nullptr) ZEB_THROW(kInternalError, "Failed to compute a cache value of type " + className);
     AEGP_CCComputeValueRefconP refcon = nullptr;
     if (const A_Err error = mComputeCache->AEGP_GetReceiptComputeValue(receipt, &refcon); error != 0) {
-        mComputeCache->AEGP_CheckinComputeReceipt(receipt);
+        Checkin(ComputeCacheResultBase(nullptr, nullptr, receipt));
         ZEB_THROW(error, "Failed to call mComputeCache->AEGP_GetReceiptComputeValue(receipt, &refcon)");
     }
     CacheableBase* value = refcon == nullptr ? nullptr : static_cast<Holder*>(refcon)->get();
@@ -215,8 +227,8 @@ bool ComputeCacheAE::DoHasValue(const std::string& className, const CacheableOpt
 
 void ComputeCacheAE::Checkin(const ComputeCacheResultBase& result) {
     void* receipt = result.GetReceipt();
-    if (receipt == nullptr) return;
-    ZEB_CHECK(mComputeCache->AEGP_CheckinComputeReceipt(receipt));
+    if (receipt != nullptr && mComputeCache->AEGP_CheckinComputeReceipt(receipt) != 0)
+        ReportCleanupFailure("Failed to call mComputeCache->AEGP_CheckinComputeReceipt(receipt)");
 }
 
 }  // namespace zeb
