@@ -5,6 +5,8 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 
 #include "NimbrelHost/Support/JsonView.h"
 #include "Shot.h"
@@ -207,6 +209,17 @@ TEST_F(Program, EndsWith130WhenInterrupted) {
     EXPECT_THAT(result.mOutput, HasSubstr("nimbrel-render: interrupted"));
     EXPECT_THAT(result.mOutput, HasSubstr("code 130"));
     EXPECT_FALSE(Has("f.0.png"));
+}
+
+TEST_F(Program, TestsADeviceAgainstTheProcessor) {
+    const Result result = Run("--self-test --gpu cpu --self-test-report report.txt");
+    EXPECT_EQ(result.mCode, 0) << result.mOutput;
+    EXPECT_THAT(result.mOutput, HasSubstr("All scenes are as they should be."));
+    std::ifstream report(mFolder / "report.txt");
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(report), {}), result.mOutput);
+    // An effect without a model's parameter is none that could be tested.
+    EXPECT_NE(RunBare("--self-test").mCode, 0);
+    EXPECT_EQ(Run("--self-test-report report.txt").mCode, 2);
 }
 
 }  // namespace

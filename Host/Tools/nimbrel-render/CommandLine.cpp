@@ -136,6 +136,11 @@ void AddEffectOptions(CLI::App& app, CommandLine& line) {
                    "device, a part of a name, or an index of --list-gpus; default: the best GPU, else the processor")
         ->type_name("cpu|vulkan|dx12|NAME|INDEX");
     app.add_flag("--list-gpus", line.mListGpus, "list all devices, the one that would be chosen and why");
+    app.add_flag("--self-test", line.mSelfTest,
+                 "render built-in scenes on the device and on the processor's cores and compare them; a scene that "
+                 "differs ends with code 1");
+    app.add_option("--self-test-report", line.mSelfTestReport, "write the self-test's table to a file, to be sent in")
+        ->type_name("FILE");
     app.add_option("--threads", line.mThreads, "frames to render at once")->type_name("N")->capture_default_str();
     app.add_flag("--validate", line.mValidate,
                  "run with the graphics API's validation layer; its errors end with code 1");
@@ -232,6 +237,8 @@ std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv) {
             fmt::format("--cache-limit: expected 0 to {}, but it is {}", maxMegabytes, line.mCacheMegabytes));
     }
     CheckPanel(line);
+    if (!line.mSelfTestReport.empty() && !line.mSelfTest)
+        throw UsageError("--self-test-report: expected --self-test with it");
     if (!background.empty()) line.mBackground = ParseColor(background);
     if (!alpha.empty()) {
         if (alpha != "straight" && alpha != "premultiplied") {

@@ -26,6 +26,8 @@ struct CommandLine {
     int mThreads = 1;
     std::string mPlugin, mCatalogue, mGpu;
     bool mListGpus = false;
+    bool mSelfTest = false;
+    std::string mSelfTestReport;
     bool mValidate = false;
     bool mListParameters = false;
     std::vector<std::string> mPresses;  ///< ids of buttons

@@ -16,6 +16,7 @@
 #include "NimbrelHost/Support/Text.h"
 #include "NimbrelHost/User/Settings.h"
 #include "ProgressBar.h"
+#include "SelfTest.h"
 
 namespace nimbrel::host {
 namespace {
@@ -287,6 +288,10 @@ int ReportFindings(Host& host) {
 
 int RunSession(const CommandLine& line) {
     if (line.mListGpus) return ListGpus(line);
+    if (line.mSelfTest) {
+        RequireFolder("--self-test-report", TextPath(line.mSelfTestReport));
+        return RunSelfTest(MakeHostOptions(line), ReadCatalogue(line), line.mSelfTestReport);
+    }
     const bool hasSideOutput = !line.mSaveScene.empty() || line.mInfo || !line.mPanel.empty();
     const bool needsNoScene = line.mListParameters || hasSideOutput;
     if (line.mScene.empty() && line.mModels.empty() && !needsNoScene) {
