@@ -1,11 +1,10 @@
 #include "NimbrelHost/Project/ScriptEngine.h"
 
 #include <ScriptHeap.h>
+
 #include <new>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
-
-#include <ScriptHeap.h>
 
 namespace nimbrel::host {
 namespace {
