@@ -153,24 +153,22 @@ struct Scene {
     CalcViewDataInputs mInputs;
 };
 
-void BM_ViewData(benchmark::State& state, bool fast) {
+void BM_ViewData(benchmark::State& state) {
     const Scene scene;
     std::vector<gpu::SplatViewData> records(kSplats);
     const std::size_t bytes = kSplats * (4 + 8 + 32 + 4 + sizeof(gpu::SplatViewData));
-    const auto calculate = fast ? &CalcViewData : &CalcViewData;
     Measure(
-        state, bytes, [] {}, [&] { calculate(scene.mInputs, 0, kSplats, records); });
+        state, bytes, [] {}, [&] { CalcViewData(scene.mInputs, 0, kSplats, records); });
 }
 
-void BM_Distances(benchmark::State& state, bool fast) {
+void BM_Distances(benchmark::State& state) {
     const Scene scene;
     CalcDistancesInputs inputs{scene.mInputs.mBlocks, {}, {}, {}};
     inputs.mConstants._CalcDistancesMatrixAlign = inputs.mConstants._CalcDistancesMatrixVP = glm::mat4(1.0F);
     inputs.mConstants._CalcDistancesSplatCount = kSplats;
     std::vector<std::uint32_t> keys(kSplats);
-    const auto calculate = fast ? &CalcDistances : &CalcDistances;
     Measure(
-        state, std::size_t{8} * kSplats, [] {}, [&] { calculate(inputs, 0, kSplats, keys); });
+        state, std::size_t{8} * kSplats, [] {}, [&] { CalcDistances(inputs, 0, kSplats, keys); });
 }
 
 #define NIMBREL_BENCHMARK(function, ...) \
@@ -181,10 +179,8 @@ NIMBREL_BENCHMARK(BM_Draw, small_8bit, Format::RGBA8Unorm, 3.0F, true);
 NIMBREL_BENCHMARK(BM_Draw, large_float, Format::RGBA32Float, 12.0F, true);
 NIMBREL_BENCHMARK(BM_Draw, small_float_scalar, Format::RGBA32Float, 3.0F, false);
 BENCHMARK(BM_Sort)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
-NIMBREL_BENCHMARK(BM_ViewData, vectors, true);
-NIMBREL_BENCHMARK(BM_ViewData, scalar, false);
-NIMBREL_BENCHMARK(BM_Distances, vectors, true);
-NIMBREL_BENCHMARK(BM_Distances, scalar, false);
+BENCHMARK(BM_ViewData)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Distances)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 
