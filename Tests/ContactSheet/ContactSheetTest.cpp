@@ -91,6 +91,19 @@ TEST(Caption, DrawsGlyphsAndLeavesOutWhatLiesOutside) {
     DrawText(image, "BIG", -7, -9, 3, kGreen);
 }
 
+TEST(Caption, OfSeveralLinesIsBrokenAtBlanks) {
+    using Lines = std::vector<std::string>;
+    EXPECT_EQ(BreakLines("one two three", 6 * 8, 9), (Lines{"one two", "three"}));
+    EXPECT_EQ(BreakLines("unbreakable", 6 * 4, 2), (Lines{"unbr", "eaka"}));
+    EXPECT_EQ(BreakLines("", 60, 3), Lines());
+    Picture picture{"a", Image(12, 2, kRed)};
+    picture.mLines = {"L", "L"};
+    const Image sheet = MakeSheet({picture, {"b", Image(12, 2)}}, SheetOptions());
+    EXPECT_EQ(sheet.mHeight, 6 + 2 + 2 * 12 + 2 * 6 + 6);
+    EXPECT_EQ(GetColor(sheet, 6, 6 + 2 + 6), SheetOptions().mCaption);
+    EXPECT_EQ(GetColor(sheet, 6, 6 + 2 + 6 + 12), SheetOptions().mCaption);
+}
+
 class PngFiles : public ::testing::Test {
 protected:
     PngFiles()

@@ -20,6 +20,7 @@ Studio::Studio(const host::Json& document, const std::string& name, const Option
     const host::Scene scene = host::ParseScene(document, name, GetScratchFolder());
     host::HostOptions hostOptions;
     hostOptions.mPlugin = options.mEffect;
+    if (!options.mImporter.empty()) hostOptions.mImporters = {options.mImporter};
     hostOptions.mDevice = options.mDevice;
     hostOptions.mProgress = options.mProgress;
     hostOptions.mValidate = true;

@@ -24,6 +24,7 @@ public:
         std::function<void(int current, int total)> mProgress;
         bool mServeComputeCache = true;
         std::uint64_t mCacheLimit = 0;
+        std::string mImporter = NIMBREL_IMPORTER_FILE;  ///< empty: none
     };
 
     explicit Studio(const Shot& shot) : Studio(shot, Options()) {}

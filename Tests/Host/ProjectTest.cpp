@@ -11,9 +11,14 @@ TEST(Project, ShowsEachFileThroughOneHiddenLayer) {
     ASSERT_EQ(project.GetLayers().size(), 2U);
     Layer* const effect = project.GetEffectLayer();
     Layer* const camera = project.GetCameraLayer();
-    Layer* const model = project.ImportModel("/m/a.ply");
-    EXPECT_EQ(project.ImportModel("/m/a.ply"), model);
-    Layer* const other = project.ImportModel("/m/b.ply");
+    const auto add = [&](const char* path) {
+        auto footage = std::make_unique<Footage>();
+        footage->mPath = path;
+        return project.AddModel(std::move(footage));
+    };
+    Layer* const model = add("/m/a.ply");
+    EXPECT_EQ(project.FindModel("/m/a.ply"), model);
+    Layer* const other = add("/m/b.ply");
     EXPECT_NE(other->mId, model->mId);
     EXPECT_EQ(project.GetIndex(camera), 0);
     EXPECT_EQ(project.GetIndex(effect), 1);

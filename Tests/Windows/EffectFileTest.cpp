@@ -79,10 +79,26 @@ TEST(EffectFile, ExportsTheTwoFunctionsOfAnEffectAndNoMore) {
     EXPECT_EQ(Image(NIMBREL_EFFECT_FILE).GetExports(), expected);
 }
 
+TEST(ImporterFile, ExportsAndDeclaresItsEntryPoint) {
+    const Image image(NIMBREL_IMPORTER_FILE);
+    EXPECT_EQ(image.GetExports(), std::set<std::string>{"EntryPointFunc"});
+    const std::string resource = image.GetResource(L"PiPL", 16000);
+    EXPECT_EQ(resource.substr(0, 10), std::string("\1\0\0\0\0\0\5\0\0\0", 10));
+    const std::vector<Property> expected = {
+        {"kind", "xgEA"},
+        {"name", Counted("Nimbrel Import")},
+        {"catg", Counted("velmaris")},
+        {"vers", Word(0x00010000)},
+        {"8664", std::string("EntryPointFunc\0\0", 16)},
+    };
+    EXPECT_EQ(ReadProperties(resource), expected);
+}
+
 TEST(EffectFile, NeedsOnlyTheSystemsLibraries) {
     const std::set<std::string> system = {"advapi32.dll", "kernel32.dll", "msvcrt.dll", "ole32.dll",
                                           "shell32.dll",  "user32.dll",   "d3d12.dll",  "dxgi.dll"};
-    for (const char* file : {NIMBREL_EFFECT_FILE, NIMBREL_RENDER_FILE, NIMBREL_MAKE_MODEL_FILE}) {
+    for (const char* file :
+         {NIMBREL_EFFECT_FILE, NIMBREL_IMPORTER_FILE, NIMBREL_RENDER_FILE, NIMBREL_MAKE_MODEL_FILE}) {
         const std::set<std::string> imports = Image(file).GetImports();
         EXPECT_EQ(imports.count("kernel32.dll"), 1U) << file;
         for (const std::string& name : imports)

@@ -36,6 +36,7 @@ protected:
         const host::Scene scene = host::ParseScene(document, "test", mFolder);
         host::HostOptions options;
         options.mPlugin = NIMBREL_EFFECT_FILE;
+        options.mImporters = {NIMBREL_IMPORTER_FILE};
         mHost = std::make_unique<host::Host>(options, scene.mComposition, scene.mCamera,
                                              host::Catalogue::Read(NIMBREL_CATALOGUE_FILE), host::AddSuites);
         mHost->Start();

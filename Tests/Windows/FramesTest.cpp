@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include "Lines.h"
+#include "NimbrelHost/Commands/Host.h"
+#include "NimbrelHost/Suites/AddSuites.h"
 #include "RenderedShot.h"
 #include "Shots.h"
 #include "WindowsRender.h"
@@ -38,6 +40,20 @@ TEST(WindowsSort, IsThatOfVulkan) {
         EXPECT_EQ(sorted[i].mKeys, vulkan.mKeys);
         EXPECT_EQ(sorted[i].mOrder, vulkan.mOrder);
     }
+}
+
+/// To a step of a byte: the libraries' exponentials differ in their last bits.
+TEST(WindowsThumbnail, IsThatOfTheNativeImporter) {
+    const std::filesystem::path model = GetModelFile(4000, 3);
+    host::HostOptions options;
+    options.mImporters = {NIMBREL_IMPORTER_FILE};
+    host::Host host(options, host::Composition{}, std::nullopt, host::Catalogue{}, host::AddSuites);
+    const auto footage = host.GetImporters().Import(model);
+    const host::Frame native = host.GetImporters().Draw(*footage->mSource, {{1, 1}, {1, 1}});
+    const host::Frame windows = DrawThumbnailOnWindows(model);
+    ASSERT_EQ(windows.mPixels.size(), native.mPixels.size());
+    EXPECT_GT(MeanAlpha(native), 0.9);
+    EXPECT_LE(DifferingPixels(windows, native, 1.0), 0.0);
 }
 
 TEST_P(WindowsLines, LieWhereVulkansDo) {

@@ -73,6 +73,13 @@ std::vector<std::uint32_t> ReadWords(const FrameCapture& bytes) {
 
 }  // namespace
 
+host::Frame DrawThumbnailOnWindows(const fs::path& model) {
+    const fs::path picture = GetScratchFolder() / "thumbnail.png";
+    RunOnWindows("nimbrel-render",
+                 fmt::format("--model '{}' --thumbnail '{}'", WindowsPath(model), WindowsPath(picture)), picture);
+    return ReadPng(picture);
+}
+
 host::Frame RenderOnWindows(const Shot& shot) {
     Shot moved = shot;
     for (ShotModel& model : moved.mModels) model.mFile = WindowsPath(model.mFile);

@@ -12,6 +12,9 @@ namespace nimbrel::endtoend {
 /// The shot's frame from nimbrel-render.
 host::Frame RenderOnWindows(const Shot& shot);
 
+/// The importer's picture of a model from nimbrel-render.
+host::Frame DrawThumbnailOnWindows(const std::filesystem::path& model);
+
 /// As of CapturedFrame.
 struct SortedSplats {
     std::vector<std::uint32_t> mKeys, mOrder;

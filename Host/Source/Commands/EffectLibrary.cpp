@@ -4,13 +4,12 @@
 
 #include <utility>
 
+#include "NimbrelHost/Commands/SharedLibrary.h"
 #include "NimbrelHost/Support/Errors.h"
 #include "NimbrelHost/Support/Text.h"
 
 #ifdef _WIN32
 #include <windows.h>
-#else
-#include <dlfcn.h>
 #endif
 
 namespace nimbrel::host {
@@ -19,27 +18,6 @@ namespace {
 constexpr A_long kEffectKind = 0x65464B54;  // 'eFKT'
 
 using RegisterFunction = A_Err (*)(PF_PluginDataPtr, PF_PluginDataCB, SPBasicSuite*, const char*, const char*);
-
-#ifdef _WIN32
-void* OpenLibrary(const std::filesystem::path& file, std::string& error) {
-    void* const library = LoadLibraryW(file.c_str());
-    if (library == nullptr) error = fmt::format("system error {}", GetLastError());
-    return library;
-}
-
-void* FindSymbol(void* library, const char* name) {
-    return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(library), name));
-}
-#else
-void* OpenLibrary(const std::filesystem::path& file, std::string& error) {
-    // Without a slash the loader would search its own folders.
-    void* const library = dlopen(std::filesystem::absolute(file).c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (library == nullptr) error = dlerror();
-    return library;
-}
-
-void* FindSymbol(void* library, const char* name) { return dlsym(library, name); }
-#endif
 
 struct Registration {
     int mCount = 0;
@@ -107,6 +85,14 @@ std::filesystem::path DefaultPluginName() {
     return "Nimbrel.aex";
 #else
     return "libNimbrel.so";
+#endif
+}
+
+std::filesystem::path DefaultImporterName() {
+#ifdef _WIN32
+    return "NimbrelImport.aex";
+#else
+    return "libNimbrelImport.so";
 #endif
 }
 

@@ -67,6 +67,7 @@ Host::Host(HostOptions options, const Composition& composition, const std::optio
     // All tables stand before the library loads: its registration may ask for suites already.
     mBasicSuite = {AcquireSuite, ReleaseSuite, IsEqual, AllocateBlock, FreeBlock, ReallocateBlock, Undefined};
     addSuites(mSuites, mOptions);
+    for (const std::filesystem::path& importer : mOptions.mImporters) mImporters.Load(importer);
 }
 
 Host::~Host() {

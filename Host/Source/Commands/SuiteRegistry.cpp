@@ -19,6 +19,13 @@ const void* SuiteRegistry::Acquire(const char* name, std::int32_t version) {
     return found->second.mTable;
 }
 
+const void* SuiteRegistry::Find(const char* name, std::int32_t version) const {
+    if (name == nullptr) return nullptr;
+    const std::scoped_lock lock(mMutex);
+    const auto found = mEntries.find({name, version});
+    return found == mEntries.end() ? nullptr : found->second.mTable;
+}
+
 // An effect may release on another thread than it acquired on, so counts are per suite and not per thread.
 bool SuiteRegistry::Release(const char* name, std::int32_t version) {
     if (name == nullptr) return false;

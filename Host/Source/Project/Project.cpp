@@ -254,15 +254,16 @@ int Project::GetIndex(const Layer* layer) const {
     return -1;
 }
 
-Layer* Project::ImportModel(const std::filesystem::path& file) {
-    // A file is imported once, however many slots show it.
+Layer* Project::FindModel(const std::filesystem::path& file) const {
     for (const auto& layer : mLayers) {
         if (layer->mSource != nullptr && layer->mSource->mFootage && layer->mSource->mFootage->mPath == file) {
             return layer.get();
         }
     }
-    auto footage = std::make_unique<Footage>();
-    footage->mPath = file;
+    return nullptr;
+}
+
+Layer* Project::AddModel(std::unique_ptr<Footage> footage) {
     Layer* const layer = AddLayer(AddFootage(std::move(footage), GetRoot()));
     // Never drawn itself: it only carries the file for the effect's layer parameter.
     layer->mFlags &= ~AEGP_LayerFlag_VIDEO_ACTIVE;

@@ -20,6 +20,7 @@ void AddSuites(SuiteRegistry& suites, const HostOptions& options) {
     AddCustomUISuite(suites);
     AddDrawbotSuites(suites);
     AddDeviceSuite(suites);
+    AddImportSuites(suites);
 }
 
 }  // namespace nimbrel::host

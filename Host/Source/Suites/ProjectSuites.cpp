@@ -40,32 +40,50 @@ A_Err GetMainFootageFromItem(Host& host, AEGP_ItemH handle, AEGP_FootageH* foota
     return A_Err_NONE;
 }
 
-// One file is all that footage has here: frame and file number don't matter. A solid's path is empty text.
-A_Err GetFootagePath(Host& host, AEGP_FootageH handle, A_long, A_long, AEGP_MemHandle* path) {
+// Frames count from 0; any other number than a frame's is as good as the first. A solid's path is empty text.
+A_Err GetFootagePath(Host& host, AEGP_FootageH handle, A_long frame, A_long, AEGP_MemHandle* path) {
     const Footage* const footage = ToFootage(host, handle);
     if (footage == nullptr || path == nullptr) return A_Err_PARAMETER;
-    *path = NewTextHandle(host, PathText(footage->mPath));
+    const auto place = static_cast<std::size_t>(frame);
+    const bool isFrame = frame >= 0 && place < footage->mFiles.size();
+    *path = NewTextHandle(host, PathText(isFrame ? footage->mFiles[place] : footage->mPath));
     return *path == nullptr ? A_Err_ALLOC : A_Err_NONE;
+}
+
+A_Err GetFootageNumFiles(Host& host, AEGP_FootageH handle, A_long* count, A_long* filesPerFrame) {
+    const Footage* const footage = ToFootage(host, handle);
+    if (footage == nullptr) return A_Err_PARAMETER;
+    if (count != nullptr) *count = static_cast<A_long>(footage->mFiles.size());
+    if (filesPerFrame != nullptr) *filesPerFrame = footage->mFiles.empty() ? 0 : 1;
+    return A_Err_NONE;
 }
 
 A_Err GetFootageSignature(Host& host, AEGP_FootageH handle, A_long* signature) {
     const Footage* const footage = ToFootage(host, handle);
     if (footage == nullptr || signature == nullptr) return A_Err_PARAMETER;
-    *signature = footage->mPath.empty() ? AEGP_FootageSignature_SOLID : AEGP_FootageSignature_NONE;
+    *signature = AEGP_FootageSignature_SOLID;
+    std::error_code ignored;
+    if (!footage->mPath.empty() && !std::filesystem::is_regular_file(footage->mPath, ignored))
+        *signature = AEGP_FootageSignature_MISSING;
+    else if (footage->mSource)
+        *signature = footage->mSource->GetModule().mInfo.sig;
     return A_Err_NONE;
 }
 
-// No dialog ever shows, so every way of interpreting files comes to the same; only the file must be there.
+// No dialog ever shows, so every way of interpreting files comes to the same. Without a sequence's options it is one
+// file.
 A_Err NewFootage(Host& host, AEGP_PluginID, const A_UTF16Char* path, const AEGP_FootageLayerKey*,
-                 const AEGP_FileSequenceImportOptions*, AEGP_InterpretationStyle, void*, AEGP_FootageH* footage) {
+                 const AEGP_FileSequenceImportOptions* sequence, AEGP_InterpretationStyle, void*,
+                 AEGP_FootageH* footage) {
     if (const A_Err error = CheckMayChangeProject()) return error;
     if (path == nullptr || footage == nullptr) return A_Err_PARAMETER;
-    auto made = std::make_unique<Footage>();
-    made->mPath = TextPath(ToUtf8(path));
-    std::error_code ignored;
-    if (!std::filesystem::is_regular_file(made->mPath, ignored)) return A_Err_PARAMETER;
-    *footage = ToHandle(host.GetLooseFootage().Add(std::move(made)));
-    return A_Err_NONE;
+    try {
+        auto made = host.GetImporters().Import(TextPath(ToUtf8(path)), sequence != nullptr);
+        *footage = ToHandle(host.GetLooseFootage().Add(std::move(made)));
+        return A_Err_NONE;
+    } catch (const ImportError& error) {
+        return error.GetCode();
+    }
 }
 
 // The project takes the footage over: disposing of it afterwards is an error.
@@ -125,6 +143,7 @@ void AddProjectSuites(SuiteRegistry& suites) {
     static const AEGP_FootageSuite5 footageSuite = [] {
         auto table = MakeTable<AEGP_FootageSuite5>(kAEGPFootageSuite);
         NIMBREL_SERVE(table, AEGP_GetMainFootageFromItem, GetMainFootageFromItem);
+        NIMBREL_SERVE(table, AEGP_GetFootageNumFiles, GetFootageNumFiles);
         NIMBREL_SERVE(table, AEGP_GetFootagePath, GetFootagePath);
         NIMBREL_SERVE(table, AEGP_GetFootageSignature, GetFootageSignature);
         NIMBREL_SERVE(table, AEGP_NewFootage, NewFootage);

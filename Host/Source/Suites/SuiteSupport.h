@@ -9,6 +9,7 @@
 #include "Commands/Boundary.h"
 #include "HostInterface/HostInterface.h"
 #include "NimbrelHost/Commands/Host.h"
+#include "NimbrelHost/Commands/Module.h"
 #include "NimbrelHost/Commands/SuiteFaults.h"
 #include "Suites/Suites.h"
 
@@ -55,7 +56,9 @@ struct Served {
     static Result Call(Arguments... arguments) noexcept {
         return Answer<Result>(TableOf<Table>::sCodes, sName, [&](Host& host) {
             constexpr bool tellsFailure = std::is_same_v<Result, A_Err> || std::is_pointer_v<Result>;
-            const A_Err fault = tellsFailure ? host.GetFaults().Enter(TableOf<Table>::sName, sName) : A_Err{0};
+            // Faults are for the effect: what an importer asks for in the middle of its work is another matter.
+            const bool mayFail = tellsFailure && ModuleCall::Current() == nullptr;
+            const A_Err fault = mayFail ? host.GetFaults().Enter(TableOf<Table>::sName, sName) : A_Err{0};
             const auto call = [&] {
                 if constexpr (std::is_void_v<decltype(Function(host, arguments...))>) {
                     Function(host, arguments...);

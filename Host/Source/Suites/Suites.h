@@ -18,6 +18,7 @@ void AddHashSuite(SuiteRegistry& suites);
 void AddAppSuite(SuiteRegistry& suites);
 void AddCustomUISuite(SuiteRegistry& suites);
 void AddDrawbotSuites(SuiteRegistry& suites);
+void AddImportSuites(SuiteRegistry& suites);
 void AddDeviceSuite(SuiteRegistry& suites);
 
 }  // namespace nimbrel::host

@@ -67,7 +67,14 @@ double ReadLayer(Host& host, const Setting& setting, const JsonView& view) {
         throw UsageError(fmt::format("{}: {}: expected a file, but there is none at \"{}\"", setting.mFile,
                                      setting.mKey, PathText(file)));
     }
-    return host.GetProject().ImportModel(file)->mId;
+    Project& project = host.GetProject();
+    // A file is imported once, however many slots show it.
+    if (const Layer* const layer = project.FindModel(file)) return layer->mId;
+    try {
+        return project.AddModel(host.GetImporters().Import(file))->mId;
+    } catch (const ImportError& error) {
+        throw UsageError(fmt::format("{}: {}: {}", setting.mFile, setting.mKey, error.what()));
+    }
 }
 
 // Whether the object makes sense only the effect can say.

@@ -14,6 +14,7 @@ namespace {
 constexpr std::int64_t kMaxPixels = std::int64_t{1} << 28;
 constexpr int kCaptionMargin = 6;  // above and below the line
 constexpr int kMaxCaptionScale = 2;
+constexpr int kLineHeight = zeb::dotfont::kGlyphHeight + 5;  // of captions of several lines
 
 void Paste(const Image& from, Image& to, int x, int y) {
     for (int row = 0; row < from.mHeight; ++row) {
@@ -56,6 +57,21 @@ Image Shrink(const Image& image, int width) {
     return small;
 }
 
+std::vector<std::string> BreakLines(const std::string& text, int width, std::size_t most) {
+    std::vector<std::string> lines;
+    const auto length = static_cast<std::size_t>(std::max(1, width / (zeb::dotfont::kGlyphWidth + 1)));
+    for (std::size_t begin = 0; begin < text.size() && lines.size() < most;) {
+        std::size_t end = text.size();
+        if (end - begin > length) {
+            end = text.rfind(' ', begin + length);
+            if (end == std::string::npos || end <= begin) end = begin + length;
+        }
+        lines.push_back(text.substr(begin, end - begin));
+        begin = std::min(text.size(), text.find_first_not_of(' ', end));
+    }
+    return lines;
+}
+
 Image MakeSheet(const std::vector<Picture>& pictures, const SheetOptions& options) {
     if (pictures.empty()) throw std::invalid_argument("a sheet needs one picture at least");
     const int count = static_cast<int>(pictures.size());
@@ -66,8 +82,11 @@ Image MakeSheet(const std::vector<Picture>& pictures, const SheetOptions& option
         width = std::max(width, picture.mImage.mWidth);
         height = std::max(height, picture.mImage.mHeight);
     }
-    const int captionHeight =
-        options.mCaptions ? zeb::dotfont::kGlyphHeight * kMaxCaptionScale + 2 * kCaptionMargin : 0;
+    std::size_t lines = 0;
+    for (const Picture& picture : pictures) lines = std::max(lines, picture.mLines.size());
+    const int textHeight =
+        lines > 0 ? static_cast<int>(lines) * kLineHeight : zeb::dotfont::kGlyphHeight * kMaxCaptionScale;
+    const int captionHeight = options.mCaptions ? textHeight + 2 * kCaptionMargin : 0;
     const std::int64_t stepX = std::int64_t{width} + options.mGap;
     const std::int64_t stepY = std::int64_t{height} + captionHeight + options.mGap;
     const std::int64_t sheetWidth = options.mGap + columns * stepX, sheetHeight = options.mGap + rows * stepY;
@@ -82,6 +101,14 @@ Image MakeSheet(const std::vector<Picture>& pictures, const SheetOptions& option
         Paste(picture.mImage, sheet, left + (width - picture.mImage.mWidth) / 2,
               top + (height - picture.mImage.mHeight) / 2);
         if (!options.mCaptions) continue;
+        if (lines > 0) {
+            int y = top + height + kCaptionMargin;
+            for (const std::string& line : picture.mLines) {
+                DrawText(sheet, line, left, y, 1, options.mCaption);
+                y += kLineHeight;
+            }
+            continue;
+        }
         const std::string caption = GetCaption(picture.mFile);
         int scale = kMaxCaptionScale;
         while (scale > 1 && zeb::dotfont::GetTextWidth(caption, scale) > width) --scale;

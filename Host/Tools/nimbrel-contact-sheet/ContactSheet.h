@@ -18,11 +18,15 @@ struct SheetOptions {
 struct Picture {
     std::string mFile;
     Image mImage;
+    std::vector<std::string> mLines = {};  ///< what stands under it; empty: its file's name
 };
 
 /// The picture at the given width, its height in proportion, each pixel the mean of those that it covers. A picture
 /// that is no wider stays as it is.
 Image Shrink(const Image& image, int width);
+
+/// A text in lines of at most `width` pixels, broken at blanks, at most `most` of them.
+std::vector<std::string> BreakLines(const std::string& text, int width, std::size_t most);
 
 /// Puts the pictures into rows, in their order, each in the middle of a cell as large as the largest picture.
 /// Throws std::invalid_argument if there is none, or a sheet of more than 2^28 pixels would come out.

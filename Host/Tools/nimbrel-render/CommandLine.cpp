@@ -109,6 +109,11 @@ void AddOutputOptions(CLI::App& app, CommandLine& line, std::string& alpha, std:
         ->type_name("R,G,B");
     app.add_option("--stats", line.mStats, "write per-frame times in milliseconds, splats and peak memory as JSON")
         ->type_name("FILE");
+    app.add_option(
+           "--thumbnail", line.mThumbnail,
+           "write the importer's picture of the first model, 320 pixels wide, print its three texts, and render "
+           "nothing else")
+        ->type_name("FILE.png");
     app.add_flag("--quiet", line.mQuiet, "no progress bar; it shows only on a terminal");
 }
 
@@ -150,6 +155,10 @@ void AddEffectOptions(CLI::App& app, CommandLine& line) {
                    "given too")
         ->type_name("SLOT");
     app.add_option("--plugin", line.mPlugin, "the effect library; default: the one beside this program")
+        ->type_name("FILE");
+    app.add_option("--importer", line.mImporter,
+                   "the importer library, by which model files become footage; default: the one beside the effect, "
+                   "without which they are refused")
         ->type_name("FILE");
     app.add_option("--catalogue", line.mCatalogue,
                    "the parameters' ids; default nimbrel-catalogue.json beside this program")
@@ -239,6 +248,9 @@ std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv) {
     CheckPanel(line);
     if (!line.mSelfTestReport.empty() && !line.mSelfTest)
         throw UsageError("--self-test-report: expected --self-test with it");
+    if (!line.mThumbnail.empty() && !line.mThumbnail.ends_with(".png")) {
+        throw UsageError(fmt::format("--thumbnail: expected a .png file, but it is \"{}\"", line.mThumbnail));
+    }
     if (!background.empty()) line.mBackground = ParseColor(background);
     if (!alpha.empty()) {
         if (alpha != "straight" && alpha != "premultiplied") {

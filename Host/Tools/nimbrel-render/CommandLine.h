@@ -24,7 +24,7 @@ struct CommandLine {
     std::optional<AlphaMode> mAlpha;
     std::optional<glm::dvec3> mBackground;
     int mThreads = 1;
-    std::string mPlugin, mCatalogue, mGpu;
+    std::string mPlugin, mImporter, mCatalogue, mGpu;
     bool mListGpus = false;
     bool mSelfTest = false;
     std::string mSelfTestReport;
@@ -33,6 +33,7 @@ struct CommandLine {
     std::vector<std::string> mPresses;  ///< ids of buttons
     std::optional<int> mInfo;           ///< slot
     std::string mSaveScene, mStats;
+    std::string mThumbnail;                 ///< file for the importer's picture of the first model
     std::string mPanel;                     ///< file for the picture of the panel
     std::vector<std::string> mPanelGroups;  ///< ids or names
     std::optional<int> mPanelSlot;

@@ -84,6 +84,15 @@ std::filesystem::path FindPlugin(const CommandLine& line) {
     return line.mPlugin.empty() ? FindBeside(DefaultPluginName(), "lib") : TextPath(line.mPlugin);
 }
 
+/// The importer that was named, or the one beside the effect if it is there.
+std::vector<std::filesystem::path> FindImporters(const CommandLine& line) {
+    if (!line.mImporter.empty()) return {TextPath(line.mImporter)};
+    const std::filesystem::path file = FindPlugin(line).parent_path() / DefaultImporterName();
+    std::error_code ignored;
+    if (!std::filesystem::exists(file, ignored)) return {};
+    return {file};
+}
+
 // Without a catalogue parameters go by their names and numbers.
 Catalogue ReadCatalogue(const CommandLine& line) {
     if (!line.mCatalogue.empty()) return Catalogue::Read(TextPath(line.mCatalogue));
@@ -97,6 +106,7 @@ Catalogue ReadCatalogue(const CommandLine& line) {
 HostOptions MakeHostOptions(const CommandLine& line) {
     HostOptions options;
     options.mPlugin = FindPlugin(line);
+    options.mImporters = FindImporters(line);
     options.mDevice = line.mGpu;
     options.mValidate = line.mValidate;
     options.mServeComputeCache = !line.mNoHostCache;
@@ -274,6 +284,24 @@ void WritePanel([[maybe_unused]] Host& host, const CommandLine& line, [[maybe_un
 #endif
 }
 
+/// The importer's picture of the first model as a file, and its texts, as a project panel would show them.
+void WriteThumbnail(Host& host, const std::string& option) {
+    constexpr A_u_long width = 320;
+    std::filesystem::path file;
+    for (int slot = 1; slot <= kModelSlots && file.empty(); ++slot) file = GetModelFile(host, slot, false);
+    const Layer* const layer = file.empty() ? nullptr : host.GetProject().FindModel(file);
+    if (layer == nullptr) throw UsageError("--thumbnail: expected a model (see --model)");
+    InSpec& source = *layer->mSource->mFootage->mSource;
+    const A_Ratio scale = {width, static_cast<A_u_long>(source.mWidth)};
+    const Frame picture = host.GetImporters().Draw(source, {scale, scale});
+    WriteWhole(TextPath(option), [&](const std::filesystem::path& part) {
+        WritePng(part, picture, {AlphaMode::Straight, {}});
+    });
+    SourceTexts texts;
+    source.GetTexts(texts);
+    fmt::print("{}\n{}\n{}\n", texts.mName, texts.mType, texts.mSubType);
+}
+
 /// Prints what the validation layer and the host's own checks found. Gives the exit code.
 int ReportFindings(Host& host) {
     for (const std::string& text : host.GetDiagnostics().Get()) fmt::print(stderr, "warning: {}\n", text);
@@ -293,7 +321,7 @@ int RunSession(const CommandLine& line) {
         return RunSelfTest(MakeHostOptions(line), ReadCatalogue(line), line.mSelfTestReport);
     }
     const bool hasSideOutput = !line.mSaveScene.empty() || line.mInfo || !line.mPanel.empty();
-    const bool needsNoScene = line.mListParameters || hasSideOutput;
+    const bool needsNoScene = line.mListParameters || hasSideOutput || !line.mThumbnail.empty();
     if (line.mScene.empty() && line.mModels.empty() && !needsNoScene) {
         throw UsageError("expected a SCENE.json or --model FILE (see --help)");
     }
@@ -304,13 +332,15 @@ int RunSession(const CommandLine& line) {
     else
         scene = ReadScene(TextPath(line.mScene), change);
     // What is asked for in words alone renders nothing.
-    const bool onlyText = line.mListParameters || (hasSideOutput && !line.mHasOutput && line.mFrames.empty());
+    const bool onlyText =
+        line.mListParameters || !line.mThumbnail.empty() || (hasSideOutput && !line.mHasOutput && line.mFrames.empty());
     const FramePattern pattern(line.mOutput);
     if (!onlyText) CheckOutput(pattern, scene.mComposition);
     // Not after hours of rendering.
     RequireFolder("--stats", TextPath(line.mStats));
     RequireFolder("--save-scene", TextPath(line.mSaveScene));
     RequireFolder("--panel", TextPath(line.mPanel));
+    RequireFolder("--thumbnail", TextPath(line.mThumbnail));
     const std::vector<int> frames = ChooseFrames(line, scene.mComposition, pattern);
 
     ProgressBar bar(frames.size(), line.mQuiet || onlyText);
@@ -333,6 +363,7 @@ int RunSession(const CommandLine& line) {
         host.UpdateParameterControls();
         PressButtons(host, line);
         const double setupMs = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+        if (!line.mThumbnail.empty()) WriteThumbnail(host, line.mThumbnail);
         WriteTexts(host, line);
         WritePanel(host, line, frames.front());
         if (!onlyText) {

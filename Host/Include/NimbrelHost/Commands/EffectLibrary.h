@@ -23,8 +23,9 @@ struct EffectLibrary {
     static EffectLibrary Load(const std::filesystem::path& file, SPBasicSuite* basicSuite);
 };
 
-/// The effect's file name on this system.
+/// The effect's file name on this system, and the importer's.
 std::filesystem::path DefaultPluginName();
+std::filesystem::path DefaultImporterName();
 /// The folder of the running program.
 std::filesystem::path ProgramFolder();
 

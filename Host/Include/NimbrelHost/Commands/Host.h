@@ -12,6 +12,7 @@
 #include "NimbrelHost/Commands/ComputeCache.h"
 #include "NimbrelHost/Commands/DeviceReport.h"
 #include "NimbrelHost/Commands/EffectLibrary.h"
+#include "NimbrelHost/Commands/Importers.h"
 #include "NimbrelHost/Commands/SuiteFaults.h"
 #include "NimbrelHost/Commands/SuiteRegistry.h"
 #include "NimbrelHost/Commands/World.h"
@@ -28,7 +29,9 @@
 namespace nimbrel::host {
 
 struct HostOptions {
-    std::filesystem::path mPlugin;   ///< the effect library
+    std::filesystem::path mPlugin;  ///< the effect library
+    /// The importers' libraries, entered before the effect comes up. Without one no file becomes footage.
+    std::vector<std::filesystem::path> mImporters;
     std::string mDevice;             ///< as for --gpu; empty: the effect chooses
     bool mValidate = false;          ///< ask for the graphics API's validation layer
     bool mServeComputeCache = true;  ///< without it the effect keeps its values itself
@@ -117,6 +120,7 @@ public:
     SuiteFaults& GetFaults() { return mFaults; }
     ComputeCache& GetCache() { return mCache; }
     DeviceReport& GetDevices() { return mDevices; }
+    Importers& GetImporters() { return mImporters; }
     Project& GetProject() { return mProject; }
     ParameterTable& GetParameters() { return mParameters; }
     CustomUI& GetCustomUI() { return mCustomUI; }
@@ -158,6 +162,7 @@ private:
     SuiteFaults mFaults;
     ComputeCache mCache;
     DeviceReport mDevices;
+    Importers mImporters{*this};  ///< outlives the footage that is read through it
     Project mProject;
     ParameterTable mParameters;
     CustomUI mCustomUI{mHandles, mDiagnostics};

@@ -20,6 +20,9 @@ public:
     /// False for a suite that is not held.
     bool Release(const char* name, std::int32_t version);
 
+    /// The same for those who keep suites for good: nothing has to be released.
+    const void* Find(const char* name, std::int32_t version) const;
+
     int CountHeld(const std::string& name, std::int32_t version) const;
     /// "AEGP Layer Suite 14 (held 2 times)" for each suite that was not given back.
     std::vector<std::string> ListHeld() const;

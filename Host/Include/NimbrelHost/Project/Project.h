@@ -14,10 +14,13 @@
 namespace nimbrel::host {
 
 struct Item;
+class InSpec;
 
 /// A media file, or nothing but a colour. Owned by its item once it is in the project.
 struct Footage {
-    std::filesystem::path mPath;  ///< empty for a solid
+    std::filesystem::path mPath;                ///< the first file; empty for a solid
+    std::vector<std::filesystem::path> mFiles;  ///< all of a sequence, by number
+    std::shared_ptr<InSpec> mSource;            ///< what its importer told; null for a solid
     Item* mItem = nullptr;
 };
 
@@ -111,9 +114,10 @@ public:
     /// By name, the topmost; null if there is none.
     Layer* FindLayerByName(std::string_view name) const;
 
-    /// The layer that shows a file, made if there is none: the file becomes footage in the project's root and a hidden
-    /// layer below the effect's own.
-    Layer* ImportModel(const std::filesystem::path& file);
+    /// The layer that shows a file, or null.
+    Layer* FindModel(const std::filesystem::path& file) const;
+    /// Puts footage into the project's root, and a hidden layer of it below the effect's own.
+    Layer* AddModel(std::unique_ptr<Footage> footage);
     /// The file behind a layer id; empty for none.
     std::filesystem::path GetLayerPath(int layerId) const;
 

@@ -4,11 +4,25 @@
 #include <cstddef>
 #include <cstdint>
 
+#ifndef _WIN32
 #include <oneapi/tbb/blocked_range.h>
 #include <oneapi/tbb/info.h>
 #include <oneapi/tbb/parallel_for.h>
+#endif
 
 namespace zeb::render::cpu {
+
+#ifdef _WIN32
+
+// The Windows build has no CPU device: what else draws there does so on the calling thread.
+template <class Body>
+void ParallelFor(std::uint32_t count, std::uint32_t, const Body& body) {
+    if (count > 0) body(std::uint32_t{0}, count);
+}
+
+inline std::uint32_t GetConcurrency() { return 1; }
+
+#else
 
 /// Calls `body(begin, end)` for parts of [0, count) that together make up all of it, on the kept pool of threads, the
 /// calling one included. Parts are at least `grain` long but for the last.
@@ -27,18 +41,20 @@ void ParallelFor(std::uint32_t count, std::uint32_t grain, const Body& body) {
     static_cast<void>(handedOver.load(std::memory_order_acquire));
 }
 
+/// Threads that a parallel loop of the calling thread may use.
+inline std::uint32_t GetConcurrency() {
+    const int threads = oneapi::tbb::info::default_concurrency();
+    return threads > 1 ? static_cast<std::uint32_t>(threads) : 1;
+}
+
+#endif
+
 /// Calls `body(i)` for every i of [0, count), several at a time.
 template <class Body>
 void ParallelForEach(std::size_t count, const Body& body) {
     ParallelFor(static_cast<std::uint32_t>(count), 1, [&](std::uint32_t begin, std::uint32_t end) {
         for (std::uint32_t i = begin; i < end; ++i) body(std::size_t{i});
     });
-}
-
-/// Threads that a parallel loop of the calling thread may use.
-inline std::uint32_t GetConcurrency() {
-    const int threads = oneapi::tbb::info::default_concurrency();
-    return threads > 1 ? static_cast<std::uint32_t>(threads) : 1;
 }
 
 }  // namespace zeb::render::cpu
