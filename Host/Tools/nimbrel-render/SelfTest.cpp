@@ -223,6 +223,7 @@ int RunSelfTest(HostOptions options, const Catalogue& catalogue, const std::stri
     }
     tell(failures == 0 ? "All scenes are as they should be."
                        : fmt::format("{} of {} scenes differ.", failures, kScenes.size()));
+    text.pop_back();  // a text file gets its last line end when it is written
     if (!report.empty()) WriteTextFile(TextPath(report), text);
     return failures == 0 ? kExitDone : kExitFailed;
 }
