@@ -54,6 +54,8 @@ const std::vector<Room> kRooms = {
      "interface misc values parameters render cache frame ae catalogue assets renderer splat-cpu system shaders"},
     // The importer: the model reader and the splat kernels alone; nobody knows it but through the host's interface.
     {"importer", "Import/.*", "interface misc assets splat-cpu cpu"},
+    // Files of other tools: knows neither effect nor framework nor host.
+    {"convert", "Convert/.*", "codecs"},
     // The headless host reaches the effect through the host's interface alone. Suites serve what the commands keep; a
     // user acts through commands.
     {"host-support", "Host/Support/.*", "system"},
@@ -62,14 +64,16 @@ const std::vector<Room> kRooms = {
     {"host-parameters", "Host/Parameters/.*", "interface host-support scene"},
     {"project", "Host/Project/.*", "interface host-support scene host-parameters script-heap duktape"},
     {"drawing", "Host/Drawing/.*", "interface host-support"},
-    {"commands", "Host/Commands/.*", "interface host-support pictures scene host-parameters project drawing system"},
+    {"commands", "Host/Commands/.*",
+     "interface convert host-support pictures scene host-parameters project drawing system"},
     {"suites", "Host/Suites/.*", "interface host-support scene host-parameters project drawing commands"},
-    {"user", "Host/User/.*", "interface host-support scene host-parameters project drawing commands"},
+    {"user", "Host/User/.*", "interface convert host-support scene host-parameters project drawing commands"},
     {"panel", "Host/Panel/.*", "interface host-support pictures scene host-parameters drawing commands user cairo"},
     {"output", "Host/Output/.*", "host-support pictures scene commands system"},
     // What the options of every program have in common.
     {"program-options", "Host/Program/.*", "command-line"},
-    {"model-maker", "Host/Tools/nimbrel-make-model/.*", "host-support program-options command-line"},
+    {"model-maker", "Host/Tools/nimbrel-make-model/.*", "convert host-support program-options command-line"},
+    {"convert-program", "Host/Tools/nimbrel-convert/.*", "convert host-support program-options command-line"},
     {"render-program", "Host/Tools/nimbrel-render/.*",
      "host-support pictures scene host-parameters commands suites user panel output program-options model-maker system "
      "command-line"},
@@ -94,6 +98,7 @@ const std::vector<Library> kLibraries = {
     {"duktape", "duktape\\.h"},
     {"picture-files", "png\\.h|Imf.*"},
     {"cairo", "cairo\\.h"},
+    {"codecs", "(zip|zlib|zstd|xxhash)\\.h|webp/.*"},
     {"command-line", "CLI/.*"},
     {"shaders", "Shaders/RegisterShaders\\.h"},
 };
@@ -105,6 +110,8 @@ const std::vector<fs::path> kRoots = {"plugin-base/Include",
                                       "plugin-base/Source/Script/Heap",
                                       "Source",
                                       "Source/Nimbrel",
+                                      "Convert/Include",
+                                      "Convert/Source",
                                       "Host/Include",
                                       "Host/Source",
                                       "HostInterface",
@@ -121,7 +128,7 @@ bool Names(const std::string& list, const std::string& name) {
 class Tree {
 public:
     Tree() {
-        for (const char* folder : {"HostInterface", "plugin-base", "Source", "Import", "Host"}) {
+        for (const char* folder : {"HostInterface", "plugin-base", "Source", "Import", "Convert", "Host"}) {
             for (const auto& entry : fs::recursive_directory_iterator(mRoot / folder)) {
                 const std::string extension = entry.path().extension().string();
                 if (extension != ".h" && extension != ".cpp") continue;

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "Commands/Boundary.h"
+#include "NimbrelConvert/ModelCache.h"
 #include "NimbrelHost/Commands/Command.h"
 #include "NimbrelHost/Commands/CustomData.h"
 #include "NimbrelHost/Support/Errors.h"
@@ -63,6 +64,7 @@ Host::Host(HostOptions options, const Composition& composition, const std::optio
       mCatalogue(std::move(catalogue)),
       mTimeBase(MakeTimeBase(composition.mFrameRate)),
       mCache(mDiagnostics, mOptions.mCacheLimit),
+      mModels(std::make_unique<convert::ModelCache>()),
       mProject(composition, camera) {
     // All tables stand before the library loads: its registration may ask for suites already.
     mBasicSuite = {AcquireSuite, ReleaseSuite, IsEqual, AllocateBlock, FreeBlock, ReallocateBlock, Undefined};

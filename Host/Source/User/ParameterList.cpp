@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 
+#include "NimbrelConvert/ModelCache.h"
 #include "NimbrelHost/Commands/CustomData.h"
 #include "NimbrelHost/Scene/AnimationJson.h"
 #include "NimbrelHost/Support/Text.h"
@@ -33,7 +34,8 @@ Json WriteValue(Host& host, const Parameter& parameter, const ParameterValue& va
         case PF_Param_ARBITRARY_DATA: return WriteCustom(host, parameter, value.mCustom);
         // Relative where possible, so that a scene can move with its models.
         case PF_Param_LAYER: {
-            const std::filesystem::path path = host.GetProject().GetLayerPath(static_cast<int>(numbers.x));
+            const std::filesystem::path path =
+                host.GetModels().GetOriginal(host.GetProject().GetLayerPath(static_cast<int>(numbers.x)));
             if (path.empty()) return nullptr;
             return PathText(folder.empty() ? path : std::filesystem::absolute(path).lexically_proximate(folder));
         }

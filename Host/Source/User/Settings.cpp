@@ -5,11 +5,14 @@
 #include <cmath>
 #include <limits>
 
+#include "NimbrelConvert/Errors.h"
+#include "NimbrelConvert/ModelCache.h"
 #include "NimbrelHost/Commands/CustomData.h"
 #include "NimbrelHost/Scene/AnimationJson.h"
 #include "NimbrelHost/Scene/Fit.h"
 #include "NimbrelHost/Scene/PlyBounds.h"
 #include "NimbrelHost/Support/Errors.h"
+#include "NimbrelHost/Support/Interrupt.h"
 #include "NimbrelHost/Support/Text.h"
 
 namespace nimbrel::host {
@@ -56,6 +59,25 @@ glm::dvec3 ReadColor(const JsonView& view) {
     return color;
 }
 
+// The effect reads plain PLY files alone; what else is a model becomes one.
+std::filesystem::path GetPlainModel(Host& host, const Setting& setting, const std::filesystem::path& file) {
+    const auto check = [] {
+        if (IsInterrupted()) throw Interrupted();
+    };
+    try {
+        const convert::ModelCache::Result model = host.GetModels().Get(file, check);
+        for (const std::string& note : model.mNotes) {
+            if (!host.GetOptions().mShowNote) continue;
+            host.GetOptions().mShowNote(model.mIsRefused ? fmt::format("{}: {}", setting.mId, note) : note);
+        }
+        return model.mFile;
+    } catch (const convert::FileError& error) {
+        throw OutputError(fmt::format("{}: {}: {}", setting.mFile, setting.mKey, error.what()));
+    } catch (const convert::ConvertError& error) {
+        throw UsageError(fmt::format("{}: {}: {}", setting.mFile, setting.mKey, error.what()));
+    }
+}
+
 double ReadLayer(Host& host, const Setting& setting, const JsonView& view) {
     if (view.Value().is_null()) return AEGP_LayerIDVal_NONE;
     const std::string text = setting.mBareText.empty() ? view.String("the path of a file") : setting.mBareText;
@@ -67,11 +89,12 @@ double ReadLayer(Host& host, const Setting& setting, const JsonView& view) {
         throw UsageError(fmt::format("{}: {}: expected a file, but there is none at \"{}\"", setting.mFile,
                                      setting.mKey, PathText(file)));
     }
+    const std::filesystem::path model = GetPlainModel(host, setting, file);
     Project& project = host.GetProject();
     // A file is imported once, however many slots show it.
-    if (const Layer* const layer = project.FindModel(file)) return layer->mId;
+    if (const Layer* const layer = project.FindModel(model)) return layer->mId;
     try {
-        return project.AddModel(host.GetImporters().Import(file))->mId;
+        return project.AddModel(host.GetImporters().Import(model))->mId;
     } catch (const ImportError& error) {
         throw UsageError(fmt::format("{}: {}: {}", setting.mFile, setting.mKey, error.what()));
     }

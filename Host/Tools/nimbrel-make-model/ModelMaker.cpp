@@ -13,28 +13,17 @@
 #include <glm/geometric.hpp>
 
 #include "KnotScene.h"
+#include "NimbrelConvert/RowLayout.h"
 
 namespace nimbrel::maker {
 namespace {
 
 constexpr std::string_view kShapeNames[] = {"knot", "box"};
 
-int GetCoefficientCount(int degree) { return (degree + 1) * (degree + 1) - 1; }
-
 std::string MakeHeader(const ModelOptions& options) {
-    std::string header = fmt::format(
-        "ply\nformat binary_little_endian 1.0\ncomment nimbrel-make-model: shape {}, seed {}\nelement vertex {}\n",
-        kShapeNames[static_cast<std::size_t>(options.mShape)], options.mSeed, options.mCount);
-    const auto add = [&](std::string_view name, int count) {
-        for (int i = 0; i < count; ++i) header += fmt::format("property float {}{}\n", name, i);
-    };
-    header += "property float x\nproperty float y\nproperty float z\n";
-    add("f_dc_", 3);
-    add("f_rest_", 3 * GetCoefficientCount(options.mDegree));
-    header += "property float opacity\n";
-    add("scale_", 3);
-    add("rot_", 4);
-    return header + "end_header\n";
+    const std::string comment = fmt::format("nimbrel-make-model: shape {}, seed {}",
+                                            kShapeNames[static_cast<std::size_t>(options.mShape)], options.mSeed);
+    return convert::MakePlyHeader(options.mCount, options.mDegree, {&comment, 1});
 }
 
 struct Quaternion {
@@ -74,7 +63,7 @@ void AppendSplat(const Splat& splat, int degree, std::string& block) {
     for (int c = 0; c < 3; ++c) add(splat.mColor.GetFileCoefficient(0)[c]);
     // All of red first, then green, then blue.
     for (int c = 0; c < 3; ++c) {
-        for (int k = 1; k <= GetCoefficientCount(degree); ++k) add(splat.mColor.GetFileCoefficient(k)[c]);
+        for (int k = 1; k <= convert::CoefficientCount(degree); ++k) add(splat.mColor.GetFileCoefficient(k)[c]);
     }
     add(Log(splat.mOpacity / (1.0 - splat.mOpacity)));
     for (int c = 0; c < 3; ++c) add(Log(splat.mSize[c]));

@@ -15,7 +15,8 @@ namespace nimbrel::host {
 namespace {
 
 constexpr const char* kDescription =
-    "nimbrel-render draws models of 3D Gaussian splats (binary PLY files) through the Nimbrel effect and writes the\n"
+    "nimbrel-render draws models of 3D Gaussian splats (PLY, SPZ, SOG, glTF and more) through the Nimbrel effect and "
+    "writes the\n"
     "frames as PNG or OpenEXR.\n";
 
 constexpr const char* kFooter = R"(
@@ -67,7 +68,8 @@ void AddSceneOptions(CLI::App& app, CommandLine& line) {
     app.add_option("scene", line.mScene, "scene file; may be left out when --model is given")->type_name("SCENE.json");
     // Each use takes one word, so that the scene's name may follow.
     app.add_option("--model", line.mModels,
-                   "put a PLY file into model slot 1 to 5; without a number the next free slot; repeatable")
+                   "put a model file into slot 1 to 5; without a number the next free slot; what is no plain PLY file "
+                   "is converted first, into the user's cache folder; repeatable")
         ->type_name("[SLOT=]FILE")
         ->allow_extra_args(false);
     app.add_option("--set", line.mSets, "set a parameter over what the scene says; JSON or bare text; repeatable")

@@ -350,6 +350,10 @@ int RunSession(const CommandLine& line) {
         bar.Clear();
         fmt::print(stderr, "{}\n", text);
     };
+    options.mShowNote = [&](const std::string& text) {
+        bar.Clear();
+        fmt::print(stderr, "nimbrel-render: {}\n", text);
+    };
     options.mShowDialog = [&](const std::string&, const std::string& text) {
         bar.Clear();
         fmt::print("{}\n", text);

@@ -26,6 +26,10 @@
 #include "NimbrelHost/Support/HandleStore.h"
 #include "NimbrelHost/Support/LiveObjects.h"
 
+namespace nimbrel::convert {
+class ModelCache;
+}
+
 namespace nimbrel::host {
 
 struct HostOptions {
@@ -47,6 +51,8 @@ struct HostOptions {
     /// Picks a colour for the effect (title and colour so far; red, green, blue, alpha), or nothing to cancel. Main
     /// thread. Without it every pick is cancelled.
     std::function<std::optional<glm::vec4>(const std::string& title, const glm::vec4& color)> mPickColor;
+    /// Says what the host did of its own, such as converting a model. Main thread.
+    std::function<void(const std::string&)> mShowNote;
     /// Hears of progress within a frame, such as loading models. Any thread, one at a time.
     std::function<void(int current, int total)> mProgress;
 };
@@ -121,6 +127,8 @@ public:
     ComputeCache& GetCache() { return mCache; }
     DeviceReport& GetDevices() { return mDevices; }
     Importers& GetImporters() { return mImporters; }
+    /// Makes plain PLY files of models of other formats.
+    convert::ModelCache& GetModels() { return *mModels; }
     Project& GetProject() { return mProject; }
     ParameterTable& GetParameters() { return mParameters; }
     CustomUI& GetCustomUI() { return mCustomUI; }
@@ -163,6 +171,7 @@ private:
     ComputeCache mCache;
     DeviceReport mDevices;
     Importers mImporters{*this};  ///< outlives the footage that is read through it
+    std::unique_ptr<convert::ModelCache> mModels;
     Project mProject;
     ParameterTable mParameters;
     CustomUI mCustomUI{mHandles, mDiagnostics};
