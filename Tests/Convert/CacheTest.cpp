@@ -112,12 +112,18 @@ TEST(Cache, RefusedModelsNameTheSceneAndTheFault) {
     EXPECT_TRUE(cut.Says("--model: ")) << cut.mOutcome.mText;
     EXPECT_TRUE(cut.Says("cut.spz\": its packed data ends after")) << cut.mOutcome.mText;
     EXPECT_EQ(cut.mPicture, "");
-    // What the effect refuses, too, is told in its words and in ours.
+    // Of what no importer takes, and of what the effect refuses, the kind is told too.
     const Render photo(place, place.Write("photo.jpg", "\xff\xd8\xff\xe0 and so on"));
-    EXPECT_EQ(photo.mOutcome.mCode, 1);
-    EXPECT_TRUE(photo.Says("Model1_model: ")) << photo.mOutcome.mText;
+    EXPECT_EQ(photo.mOutcome.mCode, 2);
     EXPECT_TRUE(photo.Says("it is a JPEG picture, none of the formats that are read")) << photo.mOutcome.mText;
-    EXPECT_TRUE(photo.Says("Unexpected file format.")) << photo.mOutcome.mText;
+    EXPECT_TRUE(photo.Says("no importer takes this \".jpg\" file")) << photo.mOutcome.mText;
+    const Render mesh(place, place.Write("mesh.ply",
+                                         "ply\nformat binary_little_endian 1.0\nelement vertex 1\nproperty float x\n"
+                                         "element face 0\nproperty list uchar int i\nend_header\n1234"));
+    EXPECT_EQ(mesh.mOutcome.mCode, 1);
+    EXPECT_TRUE(mesh.Says("Model1_model: ")) << mesh.mOutcome.mText;
+    EXPECT_TRUE(mesh.Says("it holds no splats: its vertices lack y, z")) << mesh.mOutcome.mText;
+    EXPECT_TRUE(mesh.Says("File doesn't contain gaussian splats.")) << mesh.mOutcome.mText;
     // The effect draws what there is of a plain file.
     const std::string plain = ReadFile(GetKnotFile(1000, 0));
     const Render half(place, place.Write("half.ply", plain.substr(0, plain.size() / 2)));

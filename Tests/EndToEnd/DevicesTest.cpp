@@ -44,7 +44,7 @@ TEST_P(Devices, SortAlikeAndDrawTheSameBytes) {
         squares += difference * difference;
     }
     const double mean = squares / static_cast<double>(cpu.mTexels.size());
-    EXPECT_LE(mean, 16.0) << "mean square of the steps between them";
+    EXPECT_LE(mean, 2.0) << "mean square of the steps between them";
 }
 
 TEST(LargeModels, ComeOutTheSameInTurns) {
