@@ -54,7 +54,10 @@ TEST(Scene, NamesFileKeyAndExpectation) {
     } cases[] = {
         {R"([1])", "s.json: expected an object, but it is an array of 1"},
         {R"({"colour": 1})",
-         "s.json: colour: unknown key, expected one of \"composition\", \"camera\", \"nulls\", \"parameters\""},
+         "s.json: colour: unknown key, expected one of \"composition\", \"layer\", \"camera\", \"nulls\", "
+         "\"parameters\""},
+        {R"({"layer": {"stretch": -0.5}})",
+         "s.json: layer.stretch: expected a percentage of at least 1, or at most -1"},
         {R"({"nulls": {}})", "s.json: nulls: expected an array of null objects"},
         {R"({"nulls": [{"position": [0, 0, 0]}]})", "s.json: nulls[0]: expected a null object with a \"name\""},
         {R"({"nulls": [{"name": "a", "size": 1}]})", "s.json: nulls[0].size: unknown key"},

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 #include "NimbrelHost/Commands/CustomData.h"
@@ -63,7 +64,7 @@ Command::~Command() { tCurrent = mOuter; }
 
 void Command::FillInData(int time) {
     const Composition& composition = mHost.GetProject().GetComposition();
-    const TimeBase& clock = mHost.GetTimeBase();
+    const TimeBase clock = mHost.GetLayerClock().GetUnits();
     PF_InData& in = mRecords->mIn;
     in.inter = GetInteractCallbacks();
     in.utils = GetUtilCallbacks();
@@ -76,14 +77,14 @@ void Command::FillInData(int time) {
     in.current_time = time;
     in.time_step = clock.mStep;
     in.local_time_step = clock.mStep;
-    // Times are 32-bit; a composition longer than that is cut in what it tells of its length only.
+    // The layer's own length is the composition's. Times are 32-bit; one longer than that is cut here alone.
     in.total_time = static_cast<A_long>(
-        std::min<std::int64_t>(INT32_MAX, static_cast<std::int64_t>(CountFrames(composition)) * clock.mStep));
+        std::min<double>(INT32_MAX, std::round(CountFrames(composition) / composition.mFrameRate * clock.mScale)));
     in.time_scale = static_cast<A_u_long>(clock.mScale);
     in.field = PF_Field_FRAME;
-    in.width = composition.mWidth;
-    in.height = composition.mHeight;
-    in.extent_hint = {0, 0, composition.OutputWidth(), composition.OutputHeight()};
+    in.width = composition.LayerWidth();
+    in.height = composition.LayerHeight();
+    in.extent_hint = {0, 0, composition.LayerOutputWidth(), composition.LayerOutputHeight()};
     in.downsample_x = {1, static_cast<A_u_long>(composition.mDownsample)};
     in.downsample_y = in.downsample_x;
     in.pixel_aspect_ratio = {1, 1};
@@ -188,10 +189,10 @@ PF_Err Command::CheckoutLayer(int index, int checkoutId, PF_CheckoutResult* resu
     *result = {};
     result->par = {1, 1};
     if (isThere) {
-        result->max_result_rect = {0, 0, composition.OutputWidth(), composition.OutputHeight()};
+        result->max_result_rect = {0, 0, composition.LayerOutputWidth(), composition.LayerOutputHeight()};
         result->result_rect = result->max_result_rect;
-        result->ref_width = composition.mWidth;
-        result->ref_height = composition.mHeight;
+        result->ref_width = composition.LayerWidth();
+        result->ref_height = composition.LayerHeight();
     }
     (*mLayerRequests)[checkoutId] = {result->result_rect.right, result->result_rect.bottom};
     return PF_Err_NONE;

@@ -21,12 +21,14 @@ void Host::UpdateParameterControls() {
 void Host::ChangeParameter(const Parameter& parameter, int frame) {
     {
         const UndoHistory::Action action(mUndo, parameter.mName);
-        Command command(*this, PF_Cmd_USER_CHANGED_PARAM, frame * mTimeBase.mStep);
+        const LayerClock clock = GetLayerClock();
+        const double seconds = clock.GetSeconds(frame);
+        Command command(*this, PF_Cmd_USER_CHANGED_PARAM, clock.GetTime(frame));
         ParameterRecords records(*this);
         PF_UserChangedParamExtra extra{};
         extra.param_index = parameter.mIndex;
-        command.Run(records.Fill(mTimeBase.Seconds(frame)), &extra);
-        records.Adopt(mTimeBase.Seconds(frame));
+        command.Run(records.Fill(seconds), &extra);
+        records.Adopt(seconds);
     }
     UpdateParameterControls();
 }
@@ -49,7 +51,7 @@ glm::dvec3 Host::EvaluateParameter(const Parameter& parameter, double seconds) {
     if (!expression.mEnabled || expression.mText.empty() || !TakesExpression(parameter)) return numbers;
     const bool isVector = parameter.GetType() == PF_Param_POINT_3D || parameter.GetType() == PF_Param_COLOR;
     try {
-        return RunExpression(expression.mText, mProject, {numbers, isVector, seconds});
+        return RunExpression(expression.mText, mProject, {numbers, isVector, GetLayerClock().ToComposition(seconds)});
     } catch (const ScriptError& error) {
         const std::string text = fmt::format("the expression of \"{}\" failed: {}", parameter.mName, error.what());
         const std::scoped_lock lock(mExpressionMutex);

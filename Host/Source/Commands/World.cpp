@@ -52,20 +52,20 @@ PF_PixelFormat World::GetFormat() const {
     }
 }
 
-// Origins are layer coordinates, so the world's place in the frame is its origin; what lies outside is cut off.
-void World::CopyInto(Frame& frame) const {
-    const int left = std::max(0, mLayout.mOriginX);
-    const int right = std::min(frame.mWidth, mLayout.mOriginX + mLayout.mWidth);
-    const int top = std::max(0, mLayout.mOriginY);
-    const int bottom = std::min(frame.mHeight, mLayout.mOriginY + mLayout.mHeight);
+// Origins are layer coordinates.
+void World::CopyInto(Frame& frame, int layerX, int layerY) const {
+    const int x = layerX + mLayout.mOriginX, y = layerY + mLayout.mOriginY;
+    const int left = std::max(0, x);
+    const int right = std::min(frame.mWidth, x + mLayout.mWidth);
+    const int top = std::max(0, y);
+    const int bottom = std::min(frame.mHeight, y + mLayout.mHeight);
     if (left >= right) return;
     const std::size_t pixel = frame.PixelSize();
-    for (int y = top; y < bottom; ++y) {
-        const std::uint8_t* from =
-            mMemory.data() +
-            static_cast<std::size_t>(y - mLayout.mOriginY) * static_cast<std::size_t>(mRecord.rowbytes) +
-            static_cast<std::size_t>(left - mLayout.mOriginX) * pixel;
-        std::uint8_t* to = frame.mPixels.data() + static_cast<std::size_t>(y) * frame.RowSize() +
+    for (int row = top; row < bottom; ++row) {
+        const std::uint8_t* from = mMemory.data() +
+                                   static_cast<std::size_t>(row - y) * static_cast<std::size_t>(mRecord.rowbytes) +
+                                   static_cast<std::size_t>(left - x) * pixel;
+        std::uint8_t* to = frame.mPixels.data() + static_cast<std::size_t>(row) * frame.RowSize() +
                            static_cast<std::size_t>(left) * pixel;
         std::memcpy(to, from, static_cast<std::size_t>(right - left) * pixel);
     }

@@ -146,17 +146,11 @@ void RehearsePreRenders(Host& host, int time, const PF_LRect& rect) {
     }
 }
 
-int GetTime(Host& host, int frame) {
-    const std::int64_t time = static_cast<std::int64_t>(frame) * host.GetTimeBase().mStep;
-    if (time > INT32_MAX)
-        throw UsageError(fmt::format("--frames: expected a frame within the host's time, not {}", frame));
-    return static_cast<int>(time);
-}
-
 }  // namespace
 
 void RenderPart(Host& host, int number, const PF_LRect& rect, Frame& frame, FrameTimes& times) {
-    const int time = GetTime(host, number);
+    const int time = host.GetLayerClock().GetTime(number);
+    const Composition& composition = host.GetProject().GetComposition();
     const bool strict = host.GetOptions().mStrict;
     RenderCall call(host, time, rect);
     Clock::time_point start = Clock::now();
@@ -178,24 +172,27 @@ void RenderPart(Host& host, int number, const PF_LRect& rect, Frame& frame, Fram
     call.Render(world);
     times.mRenderMs += MillisecondsSince(start);
     if (strict && !world.IsPaddingUntouched()) host.GetDiagnostics().Report("render: bytes behind a row were written");
-    world.CopyInto(frame);
+    world.CopyInto(frame, composition.LayerOutputX(), composition.LayerOutputY());
 }
 
 Frame RenderFrame(Host& host, int frame, FrameTimes& times) {
     const Composition& composition = host.GetProject().GetComposition();
     times.mFrame = frame;
     Frame picture(composition.OutputWidth(), composition.OutputHeight(), composition.mBitsPerChannel);
-    const PF_LRect whole{0, 0, picture.mWidth, picture.mHeight};
+    const int time = host.GetLayerClock().GetTime(frame);
+    // Within the composition the layer shows from the beginning of its own time on.
+    if (frame >= 0 && time < 0) return picture;
+    const PF_LRect whole{0, 0, composition.LayerOutputWidth(), composition.LayerOutputHeight()};
     // One pre-render and one render of the whole, as for a final output.
     if (!host.GetOptions().mStrict) {
         RenderPart(host, frame, whole, picture, times);
         return picture;
     }
-    RehearsePreRenders(host, GetTime(host, frame), whole);
+    RehearsePreRenders(host, time, whole);
     // Odd frames come in two parts, the second with its origin inside the layer.
-    const int split = frame % 2 == 1 ? picture.mWidth / 3 : 0;
-    if (split > 0) RenderPart(host, frame, {0, 0, split, picture.mHeight}, picture, times);
-    RenderPart(host, frame, {split, 0, picture.mWidth, picture.mHeight}, picture, times);
+    const int split = frame % 2 == 1 ? whole.right / 3 : 0;
+    if (split > 0) RenderPart(host, frame, {0, 0, split, whole.bottom}, picture, times);
+    RenderPart(host, frame, {split, 0, whole.right, whole.bottom}, picture, times);
     return picture;
 }
 

@@ -52,7 +52,7 @@ private:
         mCanvas.Text(badge.Right() + 10, y, mHost.GetEffect().mName, {theme::kText}, {14, true});
         const double right = GetWidth(mColumns) - kPadding;
         const std::string time = fmt::format("{}  \xc2\xb7  {:.2f} s", mHost.GetProject().GetEffectLayer()->mName,
-                                             mHost.GetTimeBase().Seconds(mOptions.mFrame));
+                                             mHost.GetLayerClock().GetSeconds(mOptions.mFrame));
         mCanvas.Text(right, y, time, {theme::kMutedText}, {}, Align::Right);
     }
 
@@ -113,7 +113,7 @@ private:
         }
         if (isCustom) return PaintCustom(parameter, box);
         const Box value{box.mX + kValueLeft, box.mY, kColumnWidth - kValueLeft - 12.0, box.mHeight};
-        DrawControl(mCanvas, mHost, parameter, value, mHost.GetTimeBase().Seconds(mOptions.mFrame), alpha);
+        DrawControl(mCanvas, mHost, parameter, value, mHost.GetLayerClock().GetSeconds(mOptions.mFrame), alpha);
     }
 
     /// The effect draws; a control without a place, or of an effect that takes no events, stays empty.

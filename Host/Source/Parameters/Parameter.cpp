@@ -64,8 +64,9 @@ glm::dvec3 ReadDefault(const PF_ParamDef& definition, const Composition& composi
         case PF_Param_POPUP: return glm::dvec3(u.pd.dephault - 1, 0, 0);
         case PF_Param_COLOR: return glm::dvec3(u.cd.dephault.red, u.cd.dephault.green, u.cd.dephault.blue) / 255.0;
         case PF_Param_POINT_3D:
-            return glm::dvec3(u.point3d_d.x_dephault * composition.mWidth, u.point3d_d.y_dephault * composition.mHeight,
-                              u.point3d_d.z_dephault * composition.mHeight) /
+            return glm::dvec3(u.point3d_d.x_dephault * composition.LayerWidth(),
+                              u.point3d_d.y_dephault * composition.LayerHeight(),
+                              u.point3d_d.z_dephault * composition.LayerHeight()) /
                    100.0;
         default: return glm::dvec3(0);
     }

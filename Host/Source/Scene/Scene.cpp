@@ -31,6 +31,21 @@ Composition ReadComposition(const JsonView& view) {
     return composition;
 }
 
+// The host's own limits of a layer's time.
+LayerPlacement ReadLayer(const JsonView& view) {
+    constexpr double maxStretch = 9900;
+    view.RequireObject({"start", "stretch", "width", "height"});
+    LayerPlacement layer;
+    if (view.Has("start")) layer.mStart = view.Member("start").NumberBetween(-kMaxDuration, kMaxDuration);
+    if (view.Has("stretch")) {
+        layer.mStretch = view.Member("stretch").NumberBetween(-maxStretch, maxStretch);
+        if (std::abs(layer.mStretch) < 1) view.Member("stretch").Fail("a percentage of at least 1, or at most -1");
+    }
+    if (view.Has("width")) layer.mWidth = ReadDimension(view.Member("width"));
+    if (view.Has("height")) layer.mHeight = ReadDimension(view.Member("height"));
+    return layer;
+}
+
 double ReadZoom(const JsonView& view) {
     const double zoom = view.Number("a zoom in pixels, above 0");
     if (!(zoom > 0)) view.Fail("a zoom in pixels, above 0");
@@ -130,9 +145,10 @@ int CountFrames(const Composition& composition) {
 Scene ParseScene(const Json& document, const std::string& file, const std::filesystem::path& folder,
                  const CompositionChange& change) {
     const JsonView root(document, file);
-    root.RequireObject({"composition", "camera", "nulls", "parameters"});
+    root.RequireObject({"composition", "layer", "camera", "nulls", "parameters"});
     Scene scene;
     if (root.Has("composition")) scene.mComposition = ReadComposition(root.Member("composition"));
+    if (root.Has("layer")) scene.mComposition.mLayer = ReadLayer(root.Member("layer"));
     if (change) change(scene.mComposition);
     if (root.Has("camera") && !root.Member("camera").Value().is_null()) {
         scene.mCamera = ReadCamera(root.Member("camera"), scene.mComposition);
@@ -165,6 +181,16 @@ Json WriteComposition(const Composition& composition) {
             {"duration", composition.mDuration},
             {"bitsPerChannel", composition.mBitsPerChannel},
             {"downsample", composition.mDownsample}};
+}
+
+Json WriteLayer(const LayerPlacement& layer) {
+    const LayerPlacement plain;
+    Json json;
+    if (layer.mStart != plain.mStart) json["start"] = layer.mStart;
+    if (layer.mStretch != plain.mStretch) json["stretch"] = layer.mStretch;
+    if (layer.mWidth != plain.mWidth) json["width"] = layer.mWidth;
+    if (layer.mHeight != plain.mHeight) json["height"] = layer.mHeight;
+    return json;
 }
 
 Json WriteCamera(const Camera& camera) {

@@ -20,10 +20,10 @@ A_Err GetNewEffectForEffect(Host& host, AEGP_PluginID, PF_ProgPtr effect, AEGP_E
     return A_Err_NONE;
 }
 
-// The effect's layer begins at time 0 and is not stretched.
-A_Err ConvertEffectToCompTime(Host&, PF_ProgPtr effect, A_long time, A_u_long scale, A_Time* compTime) {
+A_Err ConvertEffectToCompTime(Host& host, PF_ProgPtr effect, A_long time, A_u_long scale, A_Time* compTime) {
     if (Command::FromReference(effect) == nullptr || compTime == nullptr) return A_Err_PARAMETER;
-    *compTime = {time, scale};
+    const Moment moment = host.GetLayerClock().ToComposition({time, scale});
+    *compTime = {moment.mValue, moment.mScale};
     return A_Err_NONE;
 }
 

@@ -86,15 +86,17 @@ A_Err GetStreamType(Host& host, AEGP_StreamRefH reference, A_long* type) {
     return A_Err_NONE;
 }
 
-// Layer time and composition time are one.
-A_Err GetNewStreamValue(Host& host, AEGP_PluginID, AEGP_StreamRefH reference, A_short, const A_Time* time,
+// The effect's layer alone has a time of its own.
+A_Err GetNewStreamValue(Host& host, AEGP_PluginID, AEGP_StreamRefH reference, A_short mode, const A_Time* time,
                         A_Boolean preExpression, AEGP_StreamValue2* value) {
     const StreamReference* const stream = ToStream(host, reference);
     if (stream == nullptr || time == nullptr || value == nullptr) return A_Err_PARAMETER;
     *value = {};
     value->streamH = reference;
     if (stream->mParameter != nullptr) {
-        return ReadParameterStream(host, *stream->mParameter, ToSeconds(time), preExpression != 0, value->val);
+        const bool isLayerTime = mode != AEGP_LTimeMode_CompTime;
+        const double seconds = isLayerTime ? ToSeconds(time) : host.GetLayerClock().ToLayer(ToSeconds(time));
+        return ReadParameterStream(host, *stream->mParameter, seconds, preExpression != 0, value->val);
     }
     A_long type = 0;
     const bool good = ReadLayerStream(*stream->mLayer, stream->mStream, ToSeconds(time), value->val, type);

@@ -123,10 +123,11 @@ EventReport EffectWindow::Run(PF_EventExtra& event) {
     ui.mNeedsRedraw = false;
     // A click that comes again during a drag has asked already.
     const bool isClick = event.e_type == PF_Event_DO_CLICK && event.u.do_click.send_drag == 0;
-    const double seconds = mHost.GetTimeBase().Seconds(mFrame);
+    const LayerClock clock = mHost.GetLayerClock();
+    const double seconds = clock.GetSeconds(mFrame);
     EventReport report;
     {
-        Command command(mHost, PF_Cmd_EVENT, mFrame * mHost.GetTimeBase().mStep);
+        Command command(mHost, PF_Cmd_EVENT, clock.GetTime(mFrame));
         ParameterRecords records(mHost);
         command.Run(records.Fill(seconds), &event);
         if (MayChangeValues(event.e_type)) {

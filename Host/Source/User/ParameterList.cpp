@@ -98,6 +98,8 @@ Json ListParameters(Host& host) {
 
 Json WriteScene(Host& host, const std::filesystem::path& folder) {
     Json scene = {{"composition", WriteComposition(host.GetProject().GetComposition())}};
+    Json placement = WriteLayer(host.GetProject().GetComposition().mLayer);
+    if (!placement.is_null()) scene["layer"] = std::move(placement);
     const Layer* const camera = host.GetProject().GetCameraLayer();
     if (camera != nullptr) scene["camera"] = WriteCamera(*camera->mCamera);
     Json nulls = Json::array();

@@ -233,7 +233,7 @@ void FitModels(Host& host) {
         const std::optional<Bounds> bounds = ReadPlyBounds(file);
         if (!bounds) continue;
         // Each slot is framed for itself; two models in one picture share its middle.
-        const Fit fit = FitBounds(*bounds, composition.mWidth, composition.mHeight);
+        const Fit fit = FitBounds(*bounds, composition.LayerWidth(), composition.LayerHeight());
         SetNumbers(*anchor, fit.mAnchor);
         SetNumbers(*scale, glm::dvec3(fit.mScalePercent, 0, 0));
     }

@@ -21,13 +21,16 @@ constexpr const char* kDescription =
 
 constexpr const char* kFooter = R"(
 Scene file: JSON with "composition" (width, height, frameRate, duration in seconds, bitsPerChannel 8, 16 or 32,
-downsample), "camera" (type, zoom in pixels, position, pointOfInterest, orientation and rotation in degrees), "nulls"
-(each with name, position, orientation, rotation, scale in percent and parent, another layer's name) and "parameters"
-by id. World space is pixels: x right, y down, z into the picture; a file unit of a model is 1000 pixels.
-Values are as a user sees them: percent sliders in percent, angles in degrees, check boxes true or false, pop-ups an
-index from 0 or the choice's text, colours [r, g, b] from 0 to 1, 3D points in pixels, files a path. Anything that can
-be animated takes {"keyframes": [[seconds, value], ...]}, with "interpolation": "linear" or "hold". A number or a point
-may have an "expression" with its keyframes or its "value": {"value": 0, "expression": "value + time * 30"}.
+downsample), "layer" (of the effect: start in seconds, stretch in percent, below 0 backwards, width and height; its
+middle is the composition's), "camera" (type, zoom in pixels, position, pointOfInterest, orientation and rotation in
+degrees), "nulls" (each with name, position, orientation, rotation, scale in percent and parent, another layer's name)
+and "parameters" by id. World space is pixels: x right, y down, z into the picture; a file unit of a model is 1000
+pixels. Values are as a user sees them: percent sliders in percent, angles in degrees, check boxes true or false,
+pop-ups an index from 0 or the choice's text, colours [r, g, b] from 0 to 1, 3D points in pixels, files a path.
+Anything that can be animated takes {"keyframes": [[seconds, value], ...]}, with "interpolation": "linear" or "hold";
+keys of parameters count from the layer's start and stretch with it, all others, and the time of expressions, from the
+composition's. A number or a point may have an "expression" with its keyframes or its "value": {"value": 0,
+"expression": "value + time * 30"}.
 
 A parameter is named by its id, its shown name ("1 Align Scale") or # and its number; --list-parameters shows all.
 

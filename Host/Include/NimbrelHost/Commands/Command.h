@@ -14,7 +14,7 @@ namespace nimbrel::host {
 /// the calling thread; calls nest when the effect's own data needs a callback inside another command.
 class Command {
 public:
-    /// `time` in units of the host's clock.
+    /// `time` in units of the layer's clock.
     Command(Host& host, PF_Cmd command, int time = 0);
     ~Command();
     Command(const Command&) = delete;

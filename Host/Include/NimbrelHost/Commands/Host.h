@@ -23,6 +23,7 @@
 #include "NimbrelHost/Project/UndoHistory.h"
 #include "NimbrelHost/Scene/Camera.h"
 #include "NimbrelHost/Scene/Composition.h"
+#include "NimbrelHost/Scene/LayerClock.h"
 #include "NimbrelHost/Support/HandleStore.h"
 #include "NimbrelHost/Support/LiveObjects.h"
 
@@ -112,13 +113,14 @@ public:
     /// is nothing to take back. Throws EffectError.
     bool Undo();
     bool Redo();
-    /// The value's numbers at a time, as the effect and the user see them: with the expression, if one is on. One that
-    /// fails counts as off, and is reported. Any thread.
+    /// The value's numbers at a time of the effect's layer, in seconds, as the effect and the user see them: with the
+    /// expression, if one is on. One that fails counts as off, and is reported. Any thread.
     glm::dvec3 EvaluateParameter(const Parameter& parameter, double seconds);
 
     const HostOptions& GetOptions() const { return mOptions; }
     const EffectLibrary& GetEffect() const { return mEffect; }
-    const TimeBase& GetTimeBase() const { return mTimeBase; }
+    /// The clock of the layer that carries the effect, by which commands, checkouts and values count.
+    LayerClock GetLayerClock() const { return {mTimeBase, mProject.GetComposition().mLayer}; }
     Diagnostics& GetDiagnostics() { return mDiagnostics; }
     HandleStore& GetHandles() { return mHandles; }
     HandleStore& GetMemory() { return mMemory; }

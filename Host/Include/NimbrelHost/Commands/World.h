@@ -29,8 +29,9 @@ public:
     PF_EffectWorld* GetRecord() { return &mRecord; }
     PF_PixelFormat GetFormat() const;
 
-    /// Copies the pixels into a frame whose first pixel is the layer's first; what falls outside is left out.
-    void CopyInto(Frame& frame) const;
+    /// Copies the pixels into a frame in which the layer's first pixel lies at `layerX`, `layerY`; what falls outside
+    /// is left out.
+    void CopyInto(Frame& frame, int layerX = 0, int layerY = 0) const;
     /// Whether all bytes behind the rows still hold what they held at first.
     bool IsPaddingUntouched() const;
 

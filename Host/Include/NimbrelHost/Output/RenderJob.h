@@ -15,12 +15,13 @@ struct FrameTimes {
     double mWriteMs = 0;
 };
 
-/// Renders one frame: pre-render, then render. What lies outside the effect's result is transparent. Several threads
-/// may render at once. Throws EffectError, Interrupted.
+/// Renders one frame of the composition: pre-render, then render of the layer. What lies outside the effect's result,
+/// and the frame before the layer's start, is transparent. Several threads may render at once. Throws EffectError,
+/// Interrupted.
 Frame RenderFrame(Host& host, int frame, FrameTimes& times);
 
-/// Renders the part of a frame inside `rect` (pixels of the written frame) into `picture`, as when a real host asks for
-/// a region. Adds to `times`. Throws as RenderFrame.
+/// Renders the part of a frame inside `rect` (pixels of the layer as it is drawn) into `picture`, as when a real host
+/// asks for a region. Adds to `times`. Throws as RenderFrame.
 void RenderPart(Host& host, int frame, const PF_LRect& rect, Frame& picture, FrameTimes& times);
 
 /// Renders frames on `threads` threads, handed out in order, and has each written by the thread that rendered it.

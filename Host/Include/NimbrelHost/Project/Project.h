@@ -43,7 +43,8 @@ struct Pose {
     glm::dvec3 mScale{100};
 };
 
-/// A layer of the composition. All layers begin at time 0, so layer time and composition time are one.
+/// A layer of the composition. All but the effect's (LayerPlacement) begin at time 0, so that their time is the
+/// composition's.
 struct Layer {
     enum class Kind { Footage, Camera, Null };
 

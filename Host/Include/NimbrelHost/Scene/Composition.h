@@ -7,6 +7,14 @@
 /// What a scene is made of but for its settings.
 namespace nimbrel::host {
 
+/// The layer that carries the effect: where it lies in time and how large it is. Its middle is the composition's.
+struct LayerPlacement {
+    double mStart = 0;      ///< composition time in seconds at which the layer's own time is 0; at the nearest frame
+    double mStretch = 100;  ///< percent of its own length: 200 runs at half speed, below 0 backwards; never 0
+    int mWidth = 0;         ///< pixels; 0 for the composition's
+    int mHeight = 0;
+};
+
 struct Composition {
     int mWidth = 1920;
     int mHeight = 1080;
@@ -18,9 +26,25 @@ struct Composition {
     /// Size of the written frame: ceil(size / downsample).
     int OutputWidth() const { return (mWidth + mDownsample - 1) / mDownsample; }
     int OutputHeight() const { return (mHeight + mDownsample - 1) / mDownsample; }
+
+    LayerPlacement mLayer;
+    int LayerWidth() const { return mLayer.mWidth > 0 ? mLayer.mWidth : mWidth; }
+    int LayerHeight() const { return mLayer.mHeight > 0 ? mLayer.mHeight : mHeight; }
+    /// Size of what the effect draws, and where its first pixel lies in the written frame, perhaps outside it.
+    int LayerOutputWidth() const { return (LayerWidth() + mDownsample - 1) / mDownsample; }
+    int LayerOutputHeight() const { return (LayerHeight() + mDownsample - 1) / mDownsample; }
+    int LayerOutputX() const { return Middle(mWidth - LayerWidth()); }
+    int LayerOutputY() const { return Middle(mHeight - LayerHeight()); }
+
+private:
+    // Rounded down also below 0, so that a layer moves by whole pixels as it grows.
+    int Middle(int difference) const {
+        const int parts = 2 * mDownsample;
+        return (difference >= 0 ? difference : difference - (parts - 1)) / parts;
+    }
 };
 
-/// The host's clock: frame n is at n * mStep / mScale seconds, exactly.
+/// A clock: frames are mStep apart, in units of which mScale make a second.
 struct TimeBase {
     int mStep = 1;
     int mScale = 24;

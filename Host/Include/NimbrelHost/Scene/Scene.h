@@ -50,6 +50,8 @@ int ReadBitsPerChannel(const JsonView& view);
 int ReadDownsample(const JsonView& view);
 
 Json WriteComposition(const Composition& composition);
+/// What differs from a layer that begins and ends with the composition and is as large; null where nothing does.
+Json WriteLayer(const LayerPlacement& layer);
 Json WriteCamera(const Camera& camera);
 Json WriteNull(const NullSetting& null);
 
