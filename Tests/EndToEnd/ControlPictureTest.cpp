@@ -96,7 +96,7 @@ TEST(ControlPicture, BarsHaveTheGradientsColours) {
 TEST(ControlPicture, ThePanelHasTheControlsInTheirPlaces) {
     ControlSession user(kRamp, {});
     user.DoubleClick(75, 38);
-    user.Hover(-1, -1);
+    user.Hover(40, 100);  // off the keys
     host::PanelOptions options;
     options.mGroups = {"Model1_effects_splatOpacity"};
     const host::Frame panel = host::DrawPanel(*user.mStudio.mHost, options);

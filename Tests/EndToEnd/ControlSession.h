@@ -36,6 +36,11 @@ public:
 
     // Positions in points of the control; the pointer's own are in pixels of the view.
     host::EventReport Hover(int x, int y) { return mPointer->Hover(x * mScale, y * mScale); }
+    /// The window's other control.
+    host::EventReport HoverOverOther() {
+        const bool isRamp = mControl.mId == kRamp;
+        return host::PointerSession(*mWindow, mStudio.Get(isRamp ? kGradient : kRamp)).Hover(30, 20);
+    }
     host::EventReport Press(int x, int y, int modifiers = 0, int clicks = 1) {
         return mPointer->Press(x * mScale, y * mScale, modifiers, clicks);
     }

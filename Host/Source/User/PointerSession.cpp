@@ -26,11 +26,10 @@ EventReport PointerSession::Hover(double x, double y, PF_Modifiers modifiers) {
     const PF_Rect& frame = mPlace.mControl;
     const bool isInside =
         point.h >= frame.left && point.h < frame.right && point.v >= frame.top && point.v < frame.bottom;
-    if (!isInside && !mIsInside) return {};
-    mIsInside = isInside;
     mWindow.GetHost().GetCustomUI().mPointer = point;
+    if (!isInside) return {};
     PF_EventExtra event{};
-    event.e_type = isInside ? PF_Event_ADJUST_CURSOR : PF_Event_MOUSE_EXITED;
+    event.e_type = PF_Event_ADJUST_CURSOR;
     event.u.adjust_cursor.screen_point = point;
     event.u.adjust_cursor.modifiers = modifiers;
     return mWindow.Send(mPlace, event);
@@ -45,7 +44,6 @@ EventReport PointerSession::Press(double x, double y, PF_Modifiers modifiers, in
     click.num_clicks = clicks;
     click.modifiers = modifiers;
     mWindow.GetHost().GetCustomUI().mPointer = click.screen_point;
-    mIsInside = true;
     mCapture.reset();
     mAction.reset();
     mAction.emplace(mWindow.GetHost().GetUndo(), mPlace.mParameter->mName);

@@ -25,7 +25,8 @@ public:
 
     Drawing Draw() { return mWindow.Draw(mPlace, static_cast<float>(mView.mPixelScale), mView.mPrefersArgb); }
 
-    /// Moves the pointer without a button down. Outside the control it leaves it, and the effect is told so once.
+    /// Moves the pointer without a button down. The effect hears of it inside the control alone, and not when it
+    /// leaves.
     EventReport Hover(double x, double y, PF_Modifiers modifiers = PF_Mod_NONE);
 
     /// Presses the button; `clicks` is 2 for the second of a double click.
@@ -46,7 +47,6 @@ private:
     EffectWindow& mWindow;
     View mView;
     ControlPlace mPlace;
-    bool mIsInside = false;
     A_u_long mTicks = 0;                          ///< the host's clock of events
     std::optional<PF_DoClickEventInfo> mCapture;  ///< the click that is being dragged
     std::optional<UndoHistory::Action> mAction;   ///< while the button is down: the whole drag is one step to take back

@@ -19,10 +19,17 @@
 namespace zeb {
 namespace {
 
+struct Control {
+    UniquePtr<InteractBase> mInteract;
+    PF_Rect mFrame{};  ///< where the host had it at the last event of the pointer
+    bool mAwaitsDraw = false;
+};
+
 /// The controls of one window, by host parameter index; made at the first event of each. An event in progress shares
 /// them: the user may close the window while a dialog of the event's is open.
 struct Controls {
-    std::unordered_map<std::int32_t, UniquePtr<InteractBase>, IntegerHash> mByParameter;
+    std::unordered_map<std::int32_t, Control, IntegerHash> mByParameter;
+    Control* mPointed = nullptr;  ///< the one that had the pointer last
     bool mIsClosed = false;
 };
 using ContextRecord = std::shared_ptr<Controls>;
@@ -54,14 +61,16 @@ void CreateRecord(PF_EventExtra& extra) {
 }
 
 /// The control of the parameter that the event names, or null if it has none.
-InteractBase* FindInteract(const ParametersManagerBase& manager, Controls& controls, std::int32_t parameterIndex) {
+Control* FindControl(const ParametersManagerBase& manager, Controls& controls, std::int32_t parameterIndex) {
     const auto found = controls.mByParameter.find(parameterIndex);
-    if (found != controls.mByParameter.end()) return found->second.get();
+    if (found != controls.mByParameter.end()) return &found->second;
     const std::int32_t index = manager.FindIndexByParameterIndex(parameterIndex);
     if (index < 0) return nullptr;
     const auto& info = manager.GetTable()[static_cast<std::size_t>(index)].mInteractInfo;
     if (!info) return nullptr;
-    return controls.mByParameter.emplace(parameterIndex, info->mMakeInteract(index)).first->second.get();
+    Control control;
+    control.mInteract = info->mMakeInteract(index);
+    return &controls.mByParameter.emplace(parameterIndex, std::move(control)).first->second;
 }
 
 std::uint32_t ToModifiers(PF_Modifiers modifiers) {
@@ -82,15 +91,38 @@ InteractArea ToArea(PF_EffectArea area) {
 
 /// Asks the host to draw the control again. It also does so by itself when a value was changed, so a host that does
 /// not know the request is none the worse.
-void RequestRedraw(const PF_EventExtra& extra) {
+void RequestRedraw(const PF_EventExtra& extra, Control& control) {
+    control.mAwaitsDraw = true;
     SPBasicSuite* basic = AEGPSuites().GetBasicSuite();
     const void* acquired = nullptr;
     if (basic == nullptr || basic->AcquireSuite(kPFAppSuite, kPFAppSuiteVersion6, &acquired) != 0 ||
         acquired == nullptr)
         return;
     const auto* suite = static_cast<const PFAppSuite6*>(acquired);
-    if (suite->PF_InvalidateRect != nullptr) suite->PF_InvalidateRect(extra.contextH, &extra.effect_win.current_frame);
+    if (suite->PF_InvalidateRect != nullptr) suite->PF_InvalidateRect(extra.contextH, &control.mFrame);
     if (basic->ReleaseSuite(kPFAppSuite, kPFAppSuiteVersion6) != 0) ReportReleaseFailure(kPFAppSuite);
+}
+
+bool IsOfPointer(PF_EventType type) {
+    return type == PF_Event_DO_CLICK || type == PF_Event_DRAG || type == PF_Event_ADJUST_CURSOR;
+}
+
+/// Hosts do not say when the pointer leaves a control of the effect panel. Its next event at another control tells, and
+/// so does a drawing that the control did not ask for: it may be of another time, with other keys.
+void EndHover(const ParameterCurrentValueGetter& getter, ParameterValueSetter& setter, const PF_EventExtra& extra,
+              Controls& controls, Control& control) {
+    if (extra.e_type == PF_Event_DRAW) {
+        const bool isControl = extra.effect_win.area == PF_EA_CONTROL;
+        if (isControl && !std::exchange(control.mAwaitsDraw, false))
+            control.mInteract->OnPointerLeft(getter, setter, MakeEventContext(extra));
+        return;
+    }
+    if (!IsOfPointer(extra.e_type)) return;
+    control.mFrame = extra.effect_win.current_frame;
+    Control* const before = std::exchange(controls.mPointed, &control);
+    if (before == nullptr || before == &control) return;
+    if (before->mInteract->OnPointerLeft(getter, setter, MakeEventContext(extra)).mChanged)
+        RequestRedraw(extra, *before);
 }
 
 InteractResult PassOn(InteractBase& interact, const ParameterCurrentValueGetter& getter, ParameterValueSetter& setter,
@@ -156,14 +188,15 @@ void HandleEvent(PluginBaseAE& plugin, PF_ParamDef* params[], PF_EventExtra& ext
     if (record == nullptr) return;
     const ContextRecord controls = *record;
     const ParametersManagerBase& manager = plugin.GetParametersManager();
-    InteractBase* interact = FindInteract(manager, *controls, extra.effect_win.index);
-    if (interact == nullptr) return;
+    Control* const control = FindControl(manager, *controls, extra.effect_win.index);
+    if (control == nullptr) return;
     NeedFromHost(params, "parameters");
     const ParameterCurrentValueGetterAE getter(manager, params);
     ParameterValueSetterAE setter(manager, params, plugin);
-    const InteractResult result = PassOn(*interact, getter, setter, extra);
+    EndHover(getter, setter, extra, *controls, *control);
+    const InteractResult result = PassOn(*control->mInteract, getter, setter, extra);
     if (result.mHandled) extra.evt_out_flags |= PF_EO_HANDLED_EVENT;
-    if (result.mChanged && !controls->mIsClosed) RequestRedraw(extra);
+    if (result.mChanged && !controls->mIsClosed) RequestRedraw(extra, *control);
 }
 
 }  // namespace zeb
