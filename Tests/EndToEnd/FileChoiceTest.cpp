@@ -157,6 +157,38 @@ TEST(SequenceData, LivesThroughTheHostsOrders) {
     EXPECT_EQ(studio.CountHeld(), held);
 }
 
+/// A model file's header that claims a terabyte of splats.
+void WriteHugeModel(const std::filesystem::path& model, const std::filesystem::path& file) {
+    std::ifstream good(model, std::ios::binary);
+    std::ofstream huge(file, std::ios::binary);
+    for (std::string line; std::getline(good, line) && line != "end_header";)
+        huge << (line.starts_with("element vertex") ? "element vertex 33554432" : line) << '\n';
+    for (int i = 0; i < 4000; ++i) huge << "property double note" << i << '\n';
+    huge << "end_header\n";
+}
+
+TEST(ModelLoading, WithoutMemoryFailsInWordsAndIsTriedAgain) {
+    Studio studio(MakeScene(MakeProjectShot()), "memory", OnCpu());
+    const std::filesystem::path file = GetScratchFolder() / "huge.ply";
+    WriteHugeModel(GetModelFile(500, 0), file);
+    const auto told = [](const auto& act) -> std::string {
+        try {
+            act();
+        } catch (const host::EffectError& error) {
+            return error.what();
+        }
+        return "";
+    };
+    const std::string words = "There is not enough memory to load";
+    EXPECT_THAT(told([&] { studio.Choose("Model1_model", file.string()); }),
+                HasSubstr(words + " model \"" + file.string()));
+    EXPECT_THAT(told([&] { studio.Render(); }), HasSubstr(file.string() + "\": " + words));
+    EXPECT_THAT(told([&] { studio.Press("Model1_info"); }), HasSubstr(words));
+    std::filesystem::copy_file(GetModelFile(500, 0), file, std::filesystem::copy_options::overwrite_existing);
+    EXPECT_EQ(told([&] { studio.Choose("Model1_model", file.string()); }), "");
+    EXPECT_GT(MeanAlpha(studio.Render()), 0.01);
+}
+
 TEST(ModelLoading, ShowsItsProgressAndStopsWhenTheUserWantsTo) {
     std::vector<std::pair<int, int>> progress;
     bool stops = false;
