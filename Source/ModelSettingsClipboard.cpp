@@ -6,6 +6,7 @@
 
 #include "Plugin.h"
 #include "PluginBase/AE/TextAE.h"
+#include "PluginBase/AE/UndoGroup.h"
 #include "PluginBase/Parameters/ParametersManagerBase.h"
 
 namespace model_settings {
@@ -43,15 +44,15 @@ void Paste(zeb::PluginBaseCommon& plugin, Clipboard& clipboard, std::int32_t slo
     if (text.empty()) plugin.ShowMessage("Failed to get a text from the clipboard", kWarning);
     nlohmann::json values = nlohmann::json::parse(text);
     if (base != 0) ShiftIds(values, plugin.GetParametersManager(), base);
-    plugin.StartUndoGroup("Load Values");
+    zeb::UndoGroup group(plugin, "Load Values");
     plugin.LoadValues(values);
-    plugin.EndUndoGroup();
+    group.End();
 }
 
 void Reset(zeb::PluginBaseCommon& plugin, std::int32_t slot) {
-    plugin.StartUndoGroup("Reset Values");
+    zeb::UndoGroup group(plugin, "Reset Values");
     plugin.ResetValues(GetBase(slot));
-    plugin.EndUndoGroup();
+    group.End();
 }
 
 }  // namespace model_settings

@@ -10,6 +10,7 @@
 #include "Plugin.h"
 #include "PluginBase/AE/AEGPObjects.h"
 #include "PluginBase/AE/TextAE.h"
+#include "PluginBase/AE/UndoGroup.h"
 
 namespace null_object {
 namespace {
@@ -173,7 +174,7 @@ void LinkScale(const SlotStreams& streams, const std::string& head) {
 
 void Link(const zeb::ParameterCurrentValueGetter& getter, zeb::ParameterValueSetter& setter, std::int32_t slot) {
     const AEGP::Suites suites;
-    suites.StartUndoGroup("Link Null Object");
+    zeb::UndoGroup group(suites, "Link Null Object");
     const AEGP::Effect effect = suites.GetEffect();
     const AEGP::Layer effectLayer = effect.GetEffectLayer();
     const AEGP::Comp comp = effectLayer.GetLayerParentComp();
@@ -189,18 +190,18 @@ void Link(const zeb::ParameterCurrentValueGetter& getter, zeb::ParameterValueSet
     LinkRotation(streams, null, head);
     setter.SetBool(streams.GetIndex(kUniformScale), false);
     LinkScale(streams, head);
-    suites.EndUndoGroup();
+    group.End();
 }
 
 void Unlink(const zeb::ParameterCurrentValueGetter& getter, std::int32_t slot) {
     const AEGP::Suites suites;
-    suites.StartUndoGroup("Unlink Null Object");
+    zeb::UndoGroup group(suites, "Unlink Null Object");
     const AEGP::Effect effect = suites.GetEffect();
     const SlotStreams streams(getter, effect, slot);
     for (const std::int32_t entry :
          {kPosition, kRotations[0], kRotations[1], kRotations[2], kScales[0], kScales[1], kScales[2]})
         SetExpression(streams.Get(entry), "");
-    suites.EndUndoGroup();
+    group.End();
 }
 
 }  // namespace null_object

@@ -99,7 +99,7 @@ void Command::Run(PF_ParamDef** parameters, void* extra) {
     PF_OutData& out = mRecords->mOut;
     const PF_Err error = mHost.GetEffect().mMain(mCommand, &mRecords->mIn, &out, parameters, nullptr, extra);
     // The effect holds what it checked out for the length of the command and no longer.
-    CheckLeftovers(error != PF_Err_NONE);
+    CheckLeftovers();
     out.return_msg[sizeof(out.return_msg) - 1] = 0;
     std::string message = out.return_msg;
     // Effects break lines with carriage returns, as their host's dialogs want it.
@@ -115,7 +115,7 @@ void Command::Run(PF_ParamDef** parameters, void* extra) {
     if (!message.empty()) mHost.ShowMessage(message);
 }
 
-void Command::CheckLeftovers(bool failed) {
+void Command::CheckLeftovers() {
     const std::string name = GetCommandName(mCommand);
     Diagnostics& diagnostics = mHost.GetDiagnostics();
     if (!mCheckedOut.empty()) {
@@ -127,8 +127,8 @@ void Command::CheckLeftovers(bool failed) {
     if (const std::size_t receipts = mHost.GetCache().CountReceiptsOfThisThread(); receipts > 0) {
         diagnostics.Report(fmt::format("{}: {} cached values not checked in", name, receipts));
     }
-    // What a failure left open is closed here, and so is what the effect forgot.
-    if (MayChangeProject(mCommand) && mHost.GetUndo().CloseGroups() != 0 && !failed) {
+    // A host may leave a group open for good, so that a failure must close its own too.
+    if (MayChangeProject(mCommand) && mHost.GetUndo().CloseGroups() != 0) {
         diagnostics.Report(fmt::format("{}: undo groups begun and ended don't match", name));
     }
 }

@@ -27,8 +27,7 @@ void Host::ChangeParameter(const Parameter& parameter, int frame) {
         ParameterRecords records(*this);
         PF_UserChangedParamExtra extra{};
         extra.param_index = parameter.mIndex;
-        command.Run(records.Fill(seconds), &extra);
-        records.Adopt(seconds);
+        records.Run(command, &extra, seconds, true);
     }
     UpdateParameterControls();
 }

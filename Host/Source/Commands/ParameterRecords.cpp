@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "NimbrelHost/Commands/CustomData.h"
+#include "NimbrelHost/Support/Errors.h"
 
 namespace nimbrel::host {
 
@@ -35,6 +36,17 @@ PF_ParamDef** ParameterRecords::Fill(double seconds) {
         mRecords[i].uu.change_flags = PF_ChangeFlag_NONE;
     }
     return mPointers.data();
+}
+
+std::vector<Parameter*> ParameterRecords::Run(Command& command, void* extra, double seconds, bool adopts) {
+    PF_ParamDef** const records = Fill(seconds);
+    try {
+        command.Run(records, extra);
+    } catch (const EffectError&) {
+        if (adopts && mHost.GetOptions().mStrict) Adopt(seconds);
+        throw;
+    }
+    return adopts ? Adopt(seconds) : std::vector<Parameter*>();
 }
 
 std::vector<Parameter*> ParameterRecords::Adopt(double seconds) {

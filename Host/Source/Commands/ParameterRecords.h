@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "NimbrelHost/Commands/Host.h"
+#include "NimbrelHost/Commands/Command.h"
 
 namespace nimbrel::host {
 
@@ -18,11 +18,13 @@ public:
 
     PF_ParamDef** Fill(double seconds);
 
-    /// Takes over the values that the effect marked as changed and answers whose they are: an animated one gets a
-    /// keyframe at the time.
-    std::vector<Parameter*> Adopt(double seconds);
+    /// Runs a command with the records of a time. `adopts`: takes over the values that the effect marked as changed and
+    /// answers whose they are: an animated one gets a keyframe at the time. Throws EffectError; in strict mode what a
+    /// failed command marked is taken over as well, as a host may do.
+    std::vector<Parameter*> Run(Command& command, void* extra, double seconds, bool adopts);
 
 private:
+    std::vector<Parameter*> Adopt(double seconds);
     Parameter& Get(std::size_t i) const { return *mHost.GetParameters().Get(static_cast<int>(i)); }
 
     Host& mHost;

@@ -39,8 +39,8 @@ std::int32_t SuiteFaults::Enter(std::string_view suite, std::string_view functio
 }
 
 bool SuiteFaults::GivesBack(std::string_view function) {
-    constexpr std::string_view words[] = {"Dispose", "dispose",    "Free",         "Unlock",
-                                          "Checkin", "Unregister", "ReleaseObject"};
+    constexpr std::string_view words[] = {"Dispose", "dispose",    "Free",          "Unlock",
+                                          "Checkin", "Unregister", "ReleaseObject", "EndUndoGroup"};
     return std::any_of(std::begin(words), std::end(words),
                        [&](std::string_view word) { return function.find(word) != std::string_view::npos; });
 }

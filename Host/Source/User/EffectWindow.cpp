@@ -129,10 +129,8 @@ EventReport EffectWindow::Run(PF_EventExtra& event) {
     {
         Command command(mHost, PF_Cmd_EVENT, clock.GetTime(mFrame));
         ParameterRecords records(mHost);
-        command.Run(records.Fill(seconds), &event);
-        if (MayChangeValues(event.e_type)) {
-            for (const Parameter* parameter : records.Adopt(seconds)) report.mChanged.push_back(parameter->GetKey());
-        }
+        const auto changed = records.Run(command, &event, seconds, MayChangeValues(event.e_type));
+        for (const Parameter* parameter : changed) report.mChanged.push_back(parameter->GetKey());
         constexpr PF_OutFlags redraws = PF_OutFlag_REFRESH_UI;
         report.mRedraws = (command.Out().out_flags & redraws) != 0;
     }

@@ -5,6 +5,7 @@
 
 #include "PluginBase/Exception.h"
 #include "PluginBase/Parameters/Custom/Gradient.h"
+#include "PluginBase/Parameters/Custom/Ramp.h"
 #include "PluginBase/Parameters/ParameterPacker.h"
 #include "PluginBase/Parameters/ParametersManagerBase.h"
 #include "PluginBase/UI/GradientInteract.h"
@@ -48,6 +49,7 @@ ParametersManagerBase::ParametersManagerBase(ParametersManagerOptions options) :
     ramp.mMakeSettings = [this](const ParameterDescription&, const Json&) {
         return MakeCustomSettings("Ramp", mOptions);
     };
+    ramp.mCheckText = [](std::string_view text) { Ramp().FromJSON(text); };
     mCustomTypes.emplace("Ramp", std::move(ramp));
 
     CustomType gradient;
@@ -73,6 +75,7 @@ ParametersManagerBase::ParametersManagerBase(ParametersManagerOptions options) :
     gradient.mAfterLoad = [this](const ParameterDescription& description, const Json& entry) {
         RegisterParameterChangedHandler(description, entry);
     };
+    gradient.mCheckText = [](std::string_view text) { Gradient().FromJSON(text); };
     mCustomTypes.emplace("Gradient", std::move(gradient));
 }
 

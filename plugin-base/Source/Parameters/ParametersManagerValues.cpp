@@ -1,5 +1,6 @@
 // Saving, loading and resetting the values of a group. Saved values are keyed by numeric id, so that they
 // survive a catalogue in which places have shifted.
+#include <functional>
 #include <numbers>
 #include <utility>
 
@@ -83,6 +84,30 @@ void WriteValue(ParameterValueSetter& setter, const ParameterDescription& descri
     }
 }
 
+/// Sets nothing, so that what is wrong with values shows before the first of them is set.
+class ValueChecker final : public ParameterValueSetter {
+public:
+    using CheckCustom = std::function<void(const std::string& valueType, const std::string& text)>;
+    ValueChecker(const ParametersManagerBase& manager, CheckCustom checkCustom)
+        : ParameterValueSetter(manager), mCheckCustom(std::move(checkCustom)) {}
+
+protected:
+    void DoSetInt(const ParameterDescription&, std::int32_t) override {}
+    void DoSetDouble(const ParameterDescription&, double) override {}
+    void DoSetVec3(const ParameterDescription&, const glm::vec3&) override {}
+    void DoSetRawVec3(const ParameterDescription&, const glm::vec3&) override {}
+    void DoSetBool(const ParameterDescription&, bool) override {}
+    void DoSetString(const ParameterDescription&, const std::u16string&) override {}
+    void DoClearString(const ParameterDescription&) override {}
+    void DoSetPopup(const ParameterDescription&, std::int32_t) override {}
+    void DoSetCustom(const ParameterDescription&, const std::string& valueType, const std::string& text) override {
+        mCheckCustom(valueType, text);
+    }
+
+private:
+    CheckCustom mCheckCustom;
+};
+
 /// By control type rather than value kind: an angle and a slider are both numbers, in different units.
 void ResetValue(ParameterValueSetter& setter, const ParameterDefaultValueGetter& defaults,
                 const ParameterDescription& description) {
@@ -122,7 +147,7 @@ Json ParametersManagerBase::SaveValues(const ParameterCurrentValueGetter& getter
     return values;
 }
 
-void ParametersManagerBase::LoadValues(ParameterValueSetter& setter, const Json& values) const {
+void ParametersManagerBase::WriteValues(ParameterValueSetter& setter, const Json& values) const {
     for (const Json& element : json::Array(values)) {
         const double id = json::ReadDouble(element.at("id"));
         // A number that no id can be is unknown like any other; saved settings may come from elsewhere.
@@ -132,6 +157,14 @@ void ParametersManagerBase::LoadValues(ParameterValueSetter& setter, const Json&
         const ParameterDescription& description = mTable[static_cast<std::size_t>(index)];
         if (description.mParameterIndex != -1) WriteValue(setter, description, json::Field(element, "value"));
     }
+}
+
+void ParametersManagerBase::LoadValues(ParameterValueSetter& setter, const Json& values) const {
+    ValueChecker checker(*this, [&](const std::string& valueType, const std::string& text) {
+        mCustomTypes.at(valueType).mCheckText(text);
+    });
+    WriteValues(checker, values);
+    WriteValues(setter, values);
 }
 
 void ParametersManagerBase::ResetValues(ParameterValueSetter& setter, std::int32_t groupIndex) const {

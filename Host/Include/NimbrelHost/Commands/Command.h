@@ -58,7 +58,7 @@ private:
     };
 
     void FillInData(int time);
-    void CheckLeftovers(bool failed);
+    void CheckLeftovers();
 
     Host& mHost;
     PF_Cmd mCommand;

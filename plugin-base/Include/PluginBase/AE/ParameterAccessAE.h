@@ -2,6 +2,7 @@
 
 #include <deque>
 #include <string>
+#include <vector>
 
 #include "HostInterface/HostInterface.h"
 #include "PluginBase/Parameters/ParameterDefaultValueGetter.h"
@@ -51,12 +52,15 @@ protected:
 /// The command's own time.
 TimeValue GetCurrentTime(const PF_InData& inData);
 
-/// Writes into the parameter array that came with the command and marks what it wrote.
+/// Writes into the parameter array that came with the command and marks what it wrote. When it goes because of a
+/// failure, the records are again as they were: nobody takes over half of a change.
 class ParameterValueSetterAE final : public ParameterValueSetter {
 public:
     /// `plugin` names the project folder for imported files.
-    ParameterValueSetterAE(const ParametersManagerBase& manager, PF_ParamDef** params, const PluginBaseAE& plugin)
-        : ParameterValueSetter(manager), mParams(params), mPlugin(plugin) {}
+    ParameterValueSetterAE(const ParametersManagerBase& manager, PF_ParamDef** params, const PluginBaseAE& plugin);
+    ~ParameterValueSetterAE() override;
+    ParameterValueSetterAE(const ParameterValueSetterAE&) = delete;
+    ParameterValueSetterAE& operator=(const ParameterValueSetterAE&) = delete;
 
 protected:
     void DoSetInt(const ParameterDescription& description, std::int32_t value) override;
@@ -71,10 +75,22 @@ protected:
                      const std::string& json) override;
 
 private:
-    PF_ParamDef& GetChanged(const ParameterDescription& description) const;
+    /// A record as it was before its first change.
+    struct Before {
+        PF_ParamDef* mDef;
+        PF_ParamDef mRecord;
+        const ParameterDescription* mDescription;
+        std::string mCustom;  ///< a custom value's text, since the record has only its handle
+    };
+
+    /// The record that is to be changed, kept as it is and marked.
+    PF_ParamDef& GetChanged(const ParameterDescription& description);
+    void Restore(const Before& before) noexcept;
 
     PF_ParamDef** mParams;
     const PluginBaseAE& mPlugin;
+    int mFailures;  ///< exceptions on their way when it was made
+    std::vector<Before> mBefore;
 };
 
 /// Visibility and name on the parameter's stream, enabled state on its record.

@@ -89,8 +89,12 @@ private:
         std::function<ParameterInteractInfo(const ParameterDescription&, const nlohmann::json&)> mMakeInteractInfo;
         std::function<UniquePtr<ParameterSettings>(const ParameterDescription&, const nlohmann::json&)> mMakeSettings;
         std::function<void(const ParameterDescription&, const nlohmann::json&)> mAfterLoad;
+        /// Throws what a value of the type throws that cannot take the text.
+        std::function<void(std::string_view)> mCheckText;
     };
 
+    /// Each value as the text has it, one after the other.
+    void WriteValues(ParameterValueSetter& setter, const nlohmann::json& values) const;
     void ReadEntry(const nlohmann::json& entry, std::int32_t index);
     void ReadSettings(const nlohmann::json& entry, ParameterDescription& description);
     void ReadCustom(const nlohmann::json& entry, ParameterDescription& description);

@@ -1,13 +1,42 @@
+#include <algorithm>
+#include <exception>
+
 #include "FilePathAE.h"
 #include "ParameterConversionAE.h"
 #include "PluginBase/AE/ArbHandlerAE.h"
 #include "PluginBase/AE/ParameterAccessAE.h"
 #include "PluginBase/AE/PluginBaseAE.h"
+#include "PluginBase/AE/ThreadContextAE.h"
 
 namespace zeb {
 
-PF_ParamDef& ParameterValueSetterAE::GetChanged(const ParameterDescription& description) const {
+ParameterValueSetterAE::ParameterValueSetterAE(const ParametersManagerBase& manager, PF_ParamDef** params,
+                                               const PluginBaseAE& plugin)
+    : ParameterValueSetter(manager), mParams(params), mPlugin(plugin), mFailures(std::uncaught_exceptions()) {}
+
+ParameterValueSetterAE::~ParameterValueSetterAE() {
+    if (std::uncaught_exceptions() <= mFailures) return;
+    for (const Before& before : mBefore) Restore(before);
+}
+
+void ParameterValueSetterAE::Restore(const Before& before) noexcept {
+    *before.mDef = before.mRecord;
+    if (before.mDescription->mValueKind != ValueKind::Custom) return;
+    try {
+        const auto& settings = before.mDescription->GetSettings<ParameterCustomSettings>();
+        GetArbHandler(settings.valueType).LockObject(before.mDef->u.arb_d.value)->FromJSON(before.mCustom);
+    } catch (const std::exception& exception) {
+        ReportCleanupFailure(exception.what());
+    }
+}
+
+PF_ParamDef& ParameterValueSetterAE::GetChanged(const ParameterDescription& description) {
     PF_ParamDef& def = GetParamDef(mParams, description);
+    const auto isSame = [&](const Before& before) { return before.mDef == &def; };
+    if (std::none_of(mBefore.begin(), mBefore.end(), isSame)) {
+        const bool isCustom = description.mValueKind == ValueKind::Custom;
+        mBefore.push_back({&def, def, &description, isCustom ? GetCustomFromDef(description, def) : std::string()});
+    }
     def.uu.change_flags = PF_ChangeFlag_CHANGED_VALUE;
     return def;
 }
@@ -44,9 +73,7 @@ void ParameterValueSetterAE::DoSetPopup(const ParameterDescription& description,
 
 void ParameterValueSetterAE::DoSetCustom(const ParameterDescription& description, const std::string& valueType,
                                          const std::string& json) {
-    PF_ParamDef& def = GetParamDef(mParams, description);
-    GetArbHandler(valueType).LockObject(def.u.arb_d.value)->FromJSON(json);
-    def.uu.change_flags = PF_ChangeFlag_CHANGED_VALUE;
+    GetArbHandler(valueType).LockObject(GetChanged(description).u.arb_d.value)->FromJSON(json);
 }
 
 }  // namespace zeb
