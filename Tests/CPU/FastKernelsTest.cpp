@@ -15,9 +15,9 @@
 #include "ForEachTarget.h"
 #include "Nimbrel/CPU/CalcDistances.h"
 #include "Nimbrel/CPU/CalcViewData.h"
-#include "Nimbrel/CPU/Exp2.h"
 #include "Nimbrel/CPU/FastRenderGaussianSplats.h"
 #include "Nimbrel/CPU/RenderGaussianSplats.h"
+#include "Nimbrel/CPU/SplatPixel-inl.h"
 #include "Render/CPU/Sort.h"
 #include "SplatScene.h"
 
@@ -86,6 +86,7 @@ struct RandomSplats {
 };
 
 TEST(FastKernels, Exp2IsWithinItsBound) {
+    using HWY_NAMESPACE::Exp2;
     EXPECT_EQ(Exp2(0.0F), 1.0F);
     EXPECT_EQ(Exp2(-3.0F), 0.125F);
     EXPECT_EQ(Exp2(-1e9F), 0x1p-125F);

@@ -189,6 +189,19 @@ HWY_INLINE LaneMask IsEqual(LaneWords a, LaneWords b) {
 }
 HWY_INLINE bool IsEqual(std::uint32_t a, std::uint32_t b) { return a == b; }
 
+/// The number, or `low` where it is below or none.
+HWY_INLINE Lanes NotBelow(Lanes a, float low) {
+    const FloatTag d;
+#if HWY_ARCH_X86
+    return hn::Max(a.mLanes, hn::Set(d, low));  // of a NaN and a number the second operand
+#else
+    return hn::IfThenElse(hn::Gt(a.mLanes, hn::Set(d, low)), a.mLanes, hn::Set(d, low));
+#endif
+}
+HWY_INLINE float NotBelow(float a, float low) { return a > low ? a : low; }
+
+HWY_INLINE Lanes FromBits(LaneWords words) { return hn::BitCast(FloatTag(), words.mLanes); }
+HWY_INLINE float FromBits(std::uint32_t word) { return std::bit_cast<float>(word); }
 HWY_INLINE LaneWords ToBits(Lanes a) { return hn::BitCast(WordTag(), a.mLanes); }
 HWY_INLINE std::uint32_t ToBits(float a) { return std::bit_cast<std::uint32_t>(a); }
 /// The number that a word is, taken as a signed one.

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <limits>
 
-#include "Nimbrel/CPU/Exp2.h"
+#include <hwy/highway.h>
+
+#include "Nimbrel/CPU/SplatPixel-inl.h"
 #include "Nimbrel/CPU/SplatQuad.h"
 #include "Render/CPU/Arithmetic.h"
 #include "Render/CPU/HalfConversion.h"
@@ -15,10 +17,8 @@ using namespace zeb::render::cpu;
 
 namespace {
 
-constexpr float kLeastAlpha = 0.00392156886F;  // 1/255
-constexpr float kRingBegin = 0.0274509806F;    // 7/255
-constexpr float kRingEnd = 0.0392156877F;      // 10/255
-constexpr float kMinusLog2E = -1.44269502F;
+constexpr float kRingBegin = 0.0274509806F;  // 7/255
+constexpr float kRingEnd = 0.0392156877F;    // 10/255
 
 glm::vec4 NoPosition() { return glm::vec4(std::numeric_limits<float>::quiet_NaN()); }
 
@@ -27,6 +27,26 @@ float LowHalf(std::uint32_t word) { return HalfToFloat(static_cast<std::uint16_t
 
 }  // namespace
 
+namespace {
+
+glm::vec2 GetPlace(std::uint32_t corner) {
+    return {static_cast<float>(corner & 1U) * 4.0F - 2.0F, static_cast<float>((corner >> 1U) & 1U) * 4.0F - 2.0F};
+}
+
+}  // namespace
+
+glm::vec4 FindCorner(const gpu::SplatViewData& record, std::uint32_t corner, const gpu::TextureConstants& constants) {
+    const glm::vec2 place = GetPlace(corner);
+    const glm::vec2 offset = record.axis1 * place.x + record.axis2 * place.y;
+    const float w = record.pos.w;
+    return {record.pos.x + (2.0F * offset.x / constants._ScreenParams.x) * w,
+            record.pos.y + (2.0F * offset.y / constants._ScreenParams.y) * w, record.pos.z, w};
+}
+
+glm::vec4 UnpackColor(const gpu::SplatViewData& record) {
+    return {HighHalf(record.color[0]), LowHalf(record.color[0]), HighHalf(record.color[1]), LowHalf(record.color[1])};
+}
+
 SplatVertex RenderGaussianSplatsVertex(const gpu::SplatViewData& record, std::uint32_t corner,
                                        const gpu::TextureConstants& constants) {
     SplatVertex vertex;
@@ -34,18 +54,10 @@ SplatVertex RenderGaussianSplatsVertex(const gpu::SplatViewData& record, std::ui
         vertex.mPosition = NoPosition();
         return vertex;
     }
-    const float qx = static_cast<float>(corner & 1U) * 4.0F - 2.0F;
-    const float qy = static_cast<float>((corner >> 1U) & 1U) * 4.0F - 2.0F;
-    const glm::vec2 offset = record.axis1 * qx + record.axis2 * qy;
-    const float w = record.pos.w;
-    vertex.mPosition = {record.pos.x + (2.0F * offset.x / constants._ScreenParams.x) * w,
-                        record.pos.y + (2.0F * offset.y / constants._ScreenParams.y) * w, record.pos.z, w};
-    vertex.mAttributes = {HighHalf(record.color[0]),
-                          LowHalf(record.color[0]),
-                          HighHalf(record.color[1]),
-                          LowHalf(record.color[1]),
-                          qx,
-                          qy};
+    vertex.mPosition = FindCorner(record, corner, constants);
+    const glm::vec2 place = GetPlace(corner);
+    const glm::vec4 color = UnpackColor(record);
+    vertex.mAttributes = {color.x, color.y, color.z, color.w, place.x, place.y};
     return vertex;
 }
 
@@ -54,8 +66,7 @@ bool RenderGaussianSplatsPixel(const std::array<float, 6>& attributes, glm::vec4
     float g = attributes[1];
     float b = attributes[2];
     const float a = attributes[3];
-    const float d = attributes[4] * attributes[4] + attributes[5] * attributes[5];
-    float p = Exp2(d * kMinusLog2E);
+    float p = HWY_NAMESPACE::FindGaussian(HWY_NAMESPACE::PlaceInQuad<float>{attributes[4], attributes[5]});
     float alpha = 0.0F;
     if (a >= 0.0F) {
         alpha = Saturate(p * a);
@@ -72,7 +83,7 @@ bool RenderGaussianSplatsPixel(const std::array<float, 6>& attributes, glm::vec4
         g = g * 0.5F;
         b = b + (1.0F - b) * 0.5F;
     }
-    if (alpha < kLeastAlpha) return false;
+    if (alpha < HWY_NAMESPACE::kLeastAlpha) return false;
     color = {r * alpha, g * alpha, b * alpha, alpha};
     return true;
 }

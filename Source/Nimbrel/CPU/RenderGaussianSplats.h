@@ -15,6 +15,12 @@ namespace nimbrel::cpu {
 /// Attributes: red, green, blue, opacity, then the place in the quad, -2 to 2 in units of the axes.
 using SplatVertex = zeb::render::cpu::Vertex<6>;
 
+/// Corner 0 to 3 of a record before the camera, in clip space.
+glm::vec4 FindCorner(const gpu::SplatViewData& record, std::uint32_t corner, const gpu::TextureConstants& constants);
+
+/// Red, green, blue, opacity.
+glm::vec4 UnpackColor(const gpu::SplatViewData& record);
+
 /// Vertex stage, corner 0 to 3. A record at or behind the camera's plane gets a position of NaNs.
 SplatVertex RenderGaussianSplatsVertex(const gpu::SplatViewData& record, std::uint32_t corner,
                                        const gpu::TextureConstants& constants);

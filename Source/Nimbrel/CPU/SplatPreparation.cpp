@@ -243,6 +243,7 @@ HWY_INLINE Floats LogarithmAbove(Floats v) {
 /// The vectors that become PreparedSplat, and the box of pixels.
 struct Prepared {
     Floats mHalfWidth, mShear, mInverseHeight, mRightRow;
+    Floats mSquared;  ///< |q|^2 of the ellipse
     hn::Vec<IntTag> mLeft, mTop, mRight, mBottom;
 };
 
@@ -259,13 +260,14 @@ HWY_INLINE Prepared FindEllipse(const Places& p, Floats margin, Floats opacity,
     const auto yy = hn::Add(hn::Mul(uy, uy), hn::Mul(vy, vy));
     const auto cross = hn::Abs(hn::Sub(hn::Mul(ux, vy), hn::Mul(uy, vx)));
     const auto side = hn::Add(hn::Set(d, 2.0F), margin);
+    Prepared result;
     const auto faded = LogarithmAbove(hn::Mul(opacity, hn::Set(d, 255.0F)));
     const auto squared = hn::Mul(hn::Min(hn::Mul(hn::Set(d, 2.0F), hn::Mul(side, side)), faded), hn::Set(d, 1.001F));
     const auto radius = hn::Sqrt(squared);
+    result.mSquared = squared;
     const auto height = hn::Sqrt(yy);
     const auto width = hn::Sqrt(xx);
     const auto one = hn::Set(d, 1.0F);
-    Prepared result;
     result.mHalfWidth = hn::Mul(hn::Div(cross, height), radius);
     result.mShear = hn::Div(xy, yy);
     result.mInverseHeight = hn::Div(one, hn::Mul(yy, squared));
@@ -352,8 +354,10 @@ HWY_INLINE LaneBits PrepareVector(const SplatSource& source, const zeb::render::
                             HWY_ATTR { return hn::Le(hn::Abs(v), hn::Set(d, std::numeric_limits<float>::max())); };
     const Places places = FindPlaces(source, r, corners);
     const Floats margin = FindMargin(places);
-    const Floats inner = hn::Sub(hn::Set(d, 2.0F), margin);
     const Prepared prepared = FindEllipse(places, margin, r.mColor[3], scissor);
+    const Floats sure = hn::Sub(hn::Set(d, 2.0F), margin);
+    const auto isWithin = hn::Le(prepared.mSquared, hn::Mul(sure, sure));
+    const Floats inner = hn::IfThenElse(isWithin, hn::Set(d, PreparedSplat::kWithin), sure);
     auto plain = hn::And(corners.mInside, IsConvex(corners));
     plain = hn::And(plain, hn::And(hn::Le(margin, hn::Set(d, 1.0F)), hn::Ge(r.mColor[3], zero)));
     for (const Floats& channel : r.mColor) plain = hn::And(plain, finite(channel));

@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <cmath>
 
+#include <hwy/highway.h>
+
 #include "Nimbrel/CPU/RenderGaussianSplats.h"
+#include "Nimbrel/CPU/SplatPixel-inl.h"
 #include "Render/CPU/Rasteriser.h"
 
 namespace nimbrel::cpu {
@@ -15,11 +18,11 @@ namespace {
 constexpr std::int64_t kFarthest = 1 << 24;
 
 /// Nothing where a clip plane has all corners outside, Triangles where it has some.
-SplatQuadKind Clip(const SplatVertex* corners) {
+SplatQuadKind Clip(const glm::vec4* corners) {
     bool inside = true;
     for (int plane = 0; plane < kClipPlanes; ++plane) {
         int outside = 0;
-        for (int i = 0; i < 4; ++i) outside += static_cast<int>(!(ClipDistance(corners[i].mPosition, plane) >= 0));
+        for (int i = 0; i < 4; ++i) outside += static_cast<int>(!(ClipDistance(corners[i], plane) >= 0));
         if (outside == 4) return SplatQuadKind::Nothing;
         inside = inside && outside == 0;
     }
@@ -73,6 +76,12 @@ bool SetPlace(const gpu::SplatViewData& record, const gpu::TextureConstants& con
 
 }  // namespace
 
+glm::vec2 SplatQuad::At(float fromMiddleX, float fromMiddleY) const {
+    const auto place =
+        HWY_NAMESPACE::FindPlaceInQuad(fromMiddleX, fromMiddleY, mAlongX.x, mAlongX.y, mAlongY.x, mAlongY.y);
+    return {place.x, place.y};
+}
+
 bool SplatQuad::Covers(std::int32_t x, std::int32_t y) const {
     for (int corner = 0; corner < 4; ++corner) {
         const int next = (corner + 1) & 3;
@@ -92,11 +101,11 @@ SplatQuadKind MakeSplatQuad(const gpu::SplatViewData& record, const gpu::Texture
     if (!CanDivide(record.pos) || !(record.pos.z >= 0.0F) || !(record.pos.w - record.pos.z >= 0.0F)) {
         return SplatQuadKind::Nothing;
     }
-    SplatVertex corners[4];
+    glm::vec4 corners[4];
     bool finite[4];
     for (std::uint32_t corner = 0; corner < 4; ++corner) {
-        corners[corner] = RenderGaussianSplatsVertex(record, corner, constants);
-        finite[corner] = IsFinite(corners[corner].mPosition);
+        corners[corner] = FindCorner(record, corner, constants);
+        finite[corner] = IsFinite(corners[corner]);
     }
     if (!finite[1] || !finite[2]) return SplatQuadKind::Nothing;  // corners of both triangles
     if (!finite[0] || !finite[3]) return SplatQuadKind::Triangles;
@@ -105,12 +114,11 @@ SplatQuadKind MakeSplatQuad(const gpu::SplatViewData& record, const gpu::Texture
 
     GridPoint grid[4];
     for (int i = 0; i < 4; ++i) {
-        grid[i] = ToGrid(corners[i].mPosition, viewport);
+        grid[i] = ToGrid(corners[i], viewport);
         if (std::abs(grid[i].mX) > kFarthest || std::abs(grid[i].mY) > kFarthest) return SplatQuadKind::Triangles;
     }
     if (!SetOutline(grid, quad) || !SetPlace(record, constants, viewport, quad)) return SplatQuadKind::Triangles;
-    const auto& attributes = corners[0].mAttributes;
-    quad.mColor = {attributes[0], attributes[1], attributes[2], attributes[3]};
+    quad.mColor = UnpackColor(record);
     return SplatQuadKind::Quad;
 }
 

@@ -30,9 +30,7 @@ struct SplatQuad {
     float FromMiddleY(std::int32_t y) const { return FromMiddle(y, mMiddleY); }
 
     /// The place in the quad, -2 to 2 in units of the axes.
-    glm::vec2 At(float fromMiddleX, float fromMiddleY) const {
-        return {fromMiddleX * mAlongX.x + fromMiddleY * mAlongY.x, fromMiddleX * mAlongX.y + fromMiddleY * mAlongY.y};
-    }
+    glm::vec2 At(float fromMiddleX, float fromMiddleY) const;
 
     /// Whether a pixel's centre lies in the outline, by the top-left rule.
     bool Covers(std::int32_t x, std::int32_t y) const;

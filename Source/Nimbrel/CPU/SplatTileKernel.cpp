@@ -5,7 +5,6 @@
 #include <cstring>
 #include <limits>
 
-#include "Nimbrel/CPU/Exp2.h"
 #include "Render/CPU/VectorTargets.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -15,28 +14,23 @@
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
+#include "Nimbrel/CPU/SplatPixel-inl.h"
 #include "Render/CPU/VectorConversion-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace nimbrel::cpu {
 namespace HWY_NAMESPACE {
 
-namespace hn = hwy::HWY_NAMESPACE;
 namespace convert = zeb::render::cpu::HWY_NAMESPACE;
 
-/// At most one block.
-using FloatTag = hn::CappedTag<float, 16>;
-using IntTag = hn::RebindToSigned<FloatTag>;
-using WordTag = hn::RebindToUnsigned<FloatTag>;
 using Floats = hn::Vec<FloatTag>;
 using PixelMask = hn::Mask<FloatTag>;
 
-constexpr float kLeastAlpha = 0.00392156886F;  // 1/255
-constexpr float kMinusLog2E = -1.44269502F;
 /// Splats between two looks at how much the blocks still let through.
 constexpr std::size_t kShareInterval = 32;
 constexpr std::size_t kBlockPixels = 16;
-constexpr std::size_t kLanes = hn::MaxLanes(FloatTag());
+constexpr std::size_t kLanes = kMostLanes;
+static_assert(kLanes <= kBlockPixels);
 constexpr std::size_t kVectors = kBlockPixels / kLanes;  ///< of a block
 
 /// Blocks of the tile that a splat may show in, a byte for each row of blocks, a bit for each block.
@@ -56,8 +50,8 @@ HWY_INLINE std::uint64_t FindBlocks(const SplatTile& tile, const PreparedSplat& 
     const auto halfWidth = hn::Set(d, splat.mHalfWidth);
     const auto rightRow = hn::Set(d, splat.mRightRow);
     const auto height = [&](hn::Vec<RowTag> y) HWY_ATTR { return hn::Sub(one, hn::Mul(hn::Mul(y, y), inverseHeight)); };
-    std::int32_t begins[kSplatTileBlocks];
-    std::int32_t ends[kSplatTileBlocks];
+    const hn::Rebind<std::uint8_t, RowTag> d8;
+    std::uint8_t rowBits[kSplatTileBlocks];
     for (std::size_t row = 0; row < kSplatTileBlocks; row += hn::Lanes(d)) {
         // Pixel centres of the first and the last row of the blocks, from the splat's middle.
         const auto rows = hn::Iota(d, static_cast<float>(row));
@@ -79,14 +73,12 @@ HWY_INLINE std::uint64_t FindBlocks(const SplatTile& tile, const PreparedSplat& 
         const auto begin = hn::Max(toBlock(left, -kMargin), hn::Zero(di));
         const auto end = hn::Min(hn::Add(toBlock(right, kMargin), hn::Set(di, 1)), last);
         const auto reached = hn::RebindMask(di, hn::Ge(height(within(zero)), zero));
-        hn::StoreU(begin, di, begins + row);
-        hn::StoreU(hn::IfThenElseZero(reached, hn::Max(begin, end)), di, ends + row);
+        const auto bits = hn::Sub(hn::Shl(hn::Set(di, 1), hn::Max(begin, end)), hn::Shl(hn::Set(di, 1), begin));
+        hn::StoreU(hn::DemoteTo(d8, hn::IfThenElseZero(reached, bits)), d8, rowBits + row);
     }
     std::uint64_t blocks = 0;
-    for (int row = 0; row < kSplatTileBlocks; ++row) {
-        const std::uint32_t bits = (1U << ends[row]) - (1U << std::min(begins[row], ends[row]));
-        blocks |= std::uint64_t{bits} << (row * kSplatTileBlocks);
-    }
+    static_assert(sizeof blocks == sizeof rowBits && std::endian::native == std::endian::little);
+    std::memcpy(&blocks, rowBits, sizeof blocks);
     return blocks;
 }
 
@@ -106,29 +98,6 @@ HWY_INLINE Floats Rounded(Floats v) {
     }
 }
 
-/// Exp2 of numbers above kExp2Least.
-HWY_INLINE Floats Exp2Of(Floats t) {
-    const FloatTag d;
-    const WordTag dw;
-    const auto magic = hn::Set(d, kExp2Round);
-    const auto rounded = hn::Add(t, magic);
-    const auto f = hn::Sub(t, hn::Sub(rounded, magic));
-    auto sum = hn::Set(d, kExp2Coefficients[5]);
-    for (int i = 4; i >= 0; --i) sum = hn::Add(hn::Mul(sum, f), hn::Set(d, kExp2Coefficients[i]));
-    const auto mantissa = hn::Add(hn::Set(d, 1.0F), hn::Mul(f, sum));
-    const auto exponent = hn::ShiftLeft<23>(hn::BitCast(dw, rounded));
-    return hn::BitCast(d, hn::Add(hn::BitCast(dw, mantissa), exponent));
-}
-
-/// One splat's values, each in all lanes.
-struct Shade {
-    Floats mColor[3];
-    Floats mOpacity;
-    Floats mInner;
-    Floats mOuter;
-    Floats mLeastChange;
-};
-
 /// What a splat's brightest channel is of its alpha: sources are clamped to 1, and none is brighter than that.
 HWY_INLINE float FindBrightest(const PreparedSplat& splat) {
     return std::max({1.0F, splat.mColor[0], splat.mColor[1], splat.mColor[2]});
@@ -137,50 +106,123 @@ HWY_INLINE float FindBrightest(const PreparedSplat& splat) {
 /// Those of `shown` that a splat changes, by its alpha and the share that it is blended with. Bytes and words keep
 /// their value where all that is added is less than half a step; floats are left alone where next to nothing shines
 /// through.
-template <TileRounding kRounding>
+template <bool kNormalised>
 HWY_INLINE PixelMask KeepChanged(PixelMask shown, Floats alpha, Floats share, Floats leastChange) {
-    if constexpr (kIsNormalised<kRounding>) return hn::And(shown, hn::Ge(hn::Mul(alpha, share), leastChange));
+    if constexpr (kNormalised) return hn::And(shown, hn::Ge(hn::Mul(alpha, share), leastChange));
     return hn::AndNot(hn::Lt(hn::Abs(share), leastChange), shown);
 }
 
-/// Those of `pixels` that the quad covers, by its corners. `at` is the vector's first pixel in the tile.
-HWY_NOINLINE PixelMask KeepCovered(const SplatTile& tile, const SplatQuad& quad, std::size_t at, PixelMask pixels) {
-    const FloatTag d;
-    HWY_ALIGN float lanes[kLanes];
-    hn::Store(hn::IfThenElseZero(pixels, hn::Set(d, 1.0F)), d, lanes);
-    const auto block = static_cast<std::int32_t>(at / kBlockPixels);
-    for (std::size_t lane = 0; lane < kLanes; ++lane) {
-        const auto pixel = static_cast<std::int32_t>((at + lane) % kBlockPixels);
-        const std::int32_t x = block % kSplatTileBlocks * kSplatBlockSize + pixel % kSplatBlockSize;
-        const std::int32_t y = block / kSplatTileBlocks * kSplatBlockSize + pixel / kSplatBlockSize;
-        if (lanes[lane] != 0.0F && !quad.Covers(tile.mLeft + x, tile.mTop + y)) lanes[lane] = 0.0F;
+/// A splat's alpha in those vectors of a tile's pixels that it changes; 0 in pixels that it leaves alone.
+struct FadedPixels {
+    /// One more than the tile has: a vector is written before it is known to count.
+    alignas(64) float mAlpha[kSplatTilePixels + kLanes];
+    std::uint16_t mFirst[kSplatTilePixels / kLanes + 1];  ///< pixels in the tile
+    std::size_t mCount;
+};
+
+/// Where the pixels of vectors lie in a splat's quad.
+class PixelPlaces {
+public:
+    HWY_INLINE PixelPlaces(const SplatTile& tile, const PreparedSplat& splat)
+        : mAlongXx(splat.mAlongXx),
+          mAlongXy(splat.mAlongXy),
+          mAlongYx(splat.mAlongYx),
+          mAlongYy(splat.mAlongYy),
+          mFirstX(kSplatSteps * tile.mLeft + kSplatSteps / 2 - splat.mMiddleX),
+          mFirstY(kSplatSteps * tile.mTop + kSplatSteps / 2 - splat.mMiddleY) {}
+
+    /// Of vector `vector` in the block at `column` and `row` of the tile's blocks.
+    HWY_INLINE PlaceInQuad<Lanes> Find(int column, int row, std::size_t vector) const {
+        constexpr std::int32_t kBlockSteps = kSplatBlockSize * kSplatSteps;
+        constexpr int kShift = std::countr_zero(std::uint32_t{kSplatSteps});
+        const FloatTag d;
+        const IntTag di;
+        const auto pixels = hn::Iota(di, static_cast<std::int32_t>(vector * kLanes));
+        const auto columns = hn::ShiftLeft<kShift>(hn::And(pixels, hn::Set(di, kSplatBlockSize - 1)));
+        const auto rows = hn::ShiftLeft<kShift>(hn::ShiftRight<2>(pixels));
+        const auto x = hn::ConvertTo(d, hn::Add(hn::Set(di, mFirstX + kBlockSteps * column), columns));
+        const auto y = hn::ConvertTo(d, hn::Add(hn::Set(di, mFirstY + kBlockSteps * row), rows));
+        return FindPlaceInQuad<Lanes>(x, y, mAlongXx, mAlongXy, mAlongYx, mAlongYy);
     }
-    return hn::Gt(hn::Load(d, lanes), hn::Zero(d));
+
+private:
+    Lanes mAlongXx, mAlongXy, mAlongYx, mAlongYy;
+    std::int32_t mFirstX, mFirstY;
+};
+
+HWY_INLINE Floats FindFarther(const PlaceInQuad<Lanes>& q) { return hn::Max(hn::Abs(q.x.mLanes), hn::Abs(q.y.mLanes)); }
+
+/// Takes out the pixels that the quad does not cover, by its corners, where its places leave that unsure.
+HWY_NOINLINE void KeepCovered(const SplatTile& tile, const SplatSource& source, const PreparedSplat& splat,
+                              FadedPixels& faded) {
+    const FloatTag d;
+    SplatQuad quad;
+    MakeSplatQuad(source.mRecords[splat.mRecord], source.mConstants, source.mViewport, quad);
+    const PixelPlaces places(tile, splat);
+    for (std::size_t i = 0; i < faded.mCount; ++i) {
+        const auto block = static_cast<int>(faded.mFirst[i] / kBlockPixels);
+        const int column = block % kSplatTileBlocks;
+        const int row = block / kSplatTileBlocks;
+        const auto farther = FindFarther(places.Find(column, row, faded.mFirst[i] % kBlockPixels / kLanes));
+        HWY_ALIGN float lanes[kLanes];
+        hn::Store(farther, d, lanes);
+        for (std::size_t lane = 0; lane < kLanes; ++lane) {
+            const auto pixel = static_cast<std::int32_t>((faded.mFirst[i] + lane) % kBlockPixels);
+            const std::int32_t x = column * kSplatBlockSize + pixel % kSplatBlockSize;
+            const std::int32_t y = row * kSplatBlockSize + pixel / kSplatBlockSize;
+            const bool isSure = lanes[lane] <= splat.mInner || faded.mAlpha[i * kLanes + lane] == 0.0F;
+            if (!isSure && !quad.Covers(tile.mLeft + x, tile.mTop + y)) faded.mAlpha[i * kLanes + lane] = 0.0F;
+        }
+    }
 }
 
-/// Source times inverse destination alpha, plus destination. `kClamped`: the source may lie outside 0 to 1.
-template <TileRounding kRounding, bool kClamped, class KeepCoveredPixels>
-HWY_INLINE void BlendPixels(SplatTile& tile, std::size_t at, const Shade& shade, Floats qx, Floats qy,
-                            const KeepCoveredPixels& keepCovered) {
+/// Gives `take` each vector of pixels of `blocks`: its first one, its alpha and those that the splat changes. No branch
+/// depends on what a pixel shows, so that one vector's exponential runs along with the next one's. `kEdges`: pixels may
+/// show up to the quad's edges; returns whether some of them are unsure.
+template <bool kNormalised, bool kEdges, class Take>
+HWY_INLINE bool FadePixels(const SplatTile& tile, const PreparedSplat& splat, std::uint64_t blocks, const Take& take) {
     const FloatTag d;
     const auto one = hn::Set(d, 1.0F);
-    const auto farther = hn::Max(hn::Abs(qx), hn::Abs(qy));
-    const auto alphaBefore = hn::Load(d, tile.mChannels[3] + at);
-    const auto distance = hn::Add(hn::Mul(qx, qx), hn::Mul(qy, qy));
-    const auto gaussian = Exp2Of(hn::Mul(distance, hn::Set(d, kMinusLog2E)));
-    const auto alpha = hn::Min(hn::Mul(gaussian, shade.mOpacity), one);
-    // Outside the quad the power may have run over: the first condition must hold alone.
-    auto shown = hn::And(hn::Lt(farther, shade.mOuter), hn::Ge(alpha, hn::Set(d, kLeastAlpha)));
-    const auto share = hn::Sub(one, alphaBefore);
-    shown = KeepChanged<kRounding>(shown, alpha, share, shade.mLeastChange);
-    if (hn::AllFalse(d, shown)) return;
-    const auto unsure = hn::And(hn::Gt(farther, shade.mInner), shown);
-    if (HWY_UNLIKELY(!hn::AllFalse(d, unsure))) {
-        const auto covered = keepCovered(at, unsure);
-        shown = hn::Or(hn::AndNot(unsure, shown), covered);
+    const auto outer = hn::Set(d, 4.0F - splat.mInner);
+    const auto leastAlpha = hn::Set(d, kLeastAlpha);
+    const auto leastChange = hn::Set(d, kNormalised ? tile.mLeastChange / FindBrightest(splat) : tile.mLeastChange);
+    const Lanes opacity(splat.mColor[3]);
+    const PixelPlaces places(tile, splat);
+    auto farthest = hn::Zero(d);
+    while (blocks != 0) {
+        const int row = std::countr_zero(blocks) / kSplatTileBlocks;
+        const auto columns = static_cast<std::uint32_t>(blocks >> (row * kSplatTileBlocks)) & 0xFFU;
+        blocks &= ~(std::uint64_t{0xFF} << (row * kSplatTileBlocks));
+        for (std::size_t vector = 0; vector < kVectors; ++vector) {
+            for (std::uint32_t rest = columns; rest != 0; rest &= rest - 1) {
+                const int column = std::countr_zero(rest);
+                const PlaceInQuad<Lanes> place = places.Find(column, row, vector);
+                const auto alpha = hn::Min((FindGaussian(place) * opacity).mLanes, one);
+                const std::size_t at =
+                    static_cast<std::size_t>(row * kSplatTileBlocks + column) * kBlockPixels + vector * kLanes;
+                const auto share = hn::Sub(one, hn::Load(d, tile.mChannels[3] + at));
+                auto shown = KeepChanged<kNormalised>(hn::Ge(alpha, leastAlpha), alpha, share, leastChange);
+                if constexpr (kEdges) {
+                    const auto farther = FindFarther(place);
+                    shown = hn::And(shown, hn::Lt(farther, outer));
+                    farthest = hn::Max(farthest, hn::IfThenElseZero(shown, farther));
+                }
+                take(at, alpha, shown);
+            }
+        }
     }
+    return kEdges && !hn::AllFalse(d, hn::Gt(farthest, hn::Set(d, splat.mInner)));
+}
+
+/// Source times inverse destination alpha, plus destination, in one vector of pixels. `kClamped`: the source may lie
+/// outside 0 to 1.
+template <TileRounding kRounding, bool kClamped>
+HWY_INLINE void BlendPixels(SplatTile& tile, std::size_t at, const Floats (&color)[3], Floats alpha, PixelMask shown) {
+    const FloatTag d;
+    const auto alphaBefore = hn::Load(d, tile.mChannels[3] + at);
+    const auto share = hn::Sub(hn::Set(d, 1.0F), alphaBefore);
     for (int channel = 0; channel < 3; ++channel) {
-        auto source = hn::Mul(shade.mColor[channel], alpha);
+        auto source = hn::Mul(color[channel], alpha);
         if constexpr (kClamped) source = convert::VectorSaturate(d, source);
         const auto before = hn::Load(d, tile.mChannels[channel] + at);
         const auto after = Rounded<kRounding>(hn::Add(hn::Mul(source, share), before));
@@ -191,55 +233,43 @@ HWY_INLINE void BlendPixels(SplatTile& tile, std::size_t at, const Shade& shade,
 }
 
 template <TileRounding kRounding, bool kClamped>
-HWY_INLINE void DrawSplat(SplatTile& tile, const SplatSource& source, const PreparedSplat& splat,
-                          std::uint64_t blocks) {
+HWY_INLINE void BlendFaded(SplatTile& tile, const Floats (&color)[3], const FadedPixels& faded) {
     const FloatTag d;
-    const IntTag di;
-    const float* const color = splat.mColor;
-    const float least = kIsNormalised<kRounding> ? tile.mLeastChange / FindBrightest(splat) : tile.mLeastChange;
-    const Shade shade{{hn::Set(d, color[0]), hn::Set(d, color[1]), hn::Set(d, color[2])},
-                      hn::Set(d, color[3]),
-                      hn::Set(d, splat.mInner),
-                      hn::Set(d, 4.0F - splat.mInner),
-                      hn::Set(d, least)};
-    const auto alongXx = hn::Set(d, splat.mAlongXx);
-    const auto alongXy = hn::Set(d, splat.mAlongXy);
-    const auto alongYx = hn::Set(d, splat.mAlongYx);
-    const auto alongYy = hn::Set(d, splat.mAlongYy);
-    constexpr std::int32_t kBlockSteps = kSplatBlockSize * kSplatSteps;
-    constexpr int kShift = std::countr_zero(std::uint32_t{kSplatSteps});
-    const std::int32_t firstX = kSplatSteps * tile.mLeft + kSplatSteps / 2 - splat.mMiddleX;
-    const std::int32_t firstY = kSplatSteps * tile.mTop + kSplatSteps / 2 - splat.mMiddleY;
-    SplatQuad quad;
-    bool hasQuad = false;
-    const auto keepCovered = [&](std::size_t at, PixelMask pixels) HWY_ATTR {
-        if (!hasQuad) MakeSplatQuad(source.mRecords[splat.mRecord], source.mConstants, source.mViewport, quad);
-        hasQuad = true;
-        return KeepCovered(tile, quad, at, pixels);
-    };
-    while (blocks != 0) {
-        const int row = std::countr_zero(blocks) / kSplatTileBlocks;
-        auto columns = static_cast<std::uint32_t>(blocks >> (row * kSplatTileBlocks)) & 0xFFU;
-        blocks &= ~(std::uint64_t{0xFF} << (row * kSplatTileBlocks));
-        for (std::size_t vector = 0; vector < kVectors; ++vector) {
-            const auto pixels = hn::Iota(di, static_cast<std::int32_t>(vector * kLanes));
-            const auto rows = hn::ShiftLeft<kShift>(hn::ShiftRight<2>(pixels));
-            const auto fromMiddleY = hn::ConvertTo(d, hn::Add(hn::Set(di, firstY + kBlockSteps * row), rows));
-            const auto rowX = hn::Mul(fromMiddleY, alongYx);
-            const auto rowY = hn::Mul(fromMiddleY, alongYy);
-            const auto columnsX = hn::ShiftLeft<kShift>(hn::And(pixels, hn::Set(di, 3)));
-            for (std::uint32_t rest = columns; rest != 0; rest &= rest - 1) {
-                const int column = std::countr_zero(rest);
-                const auto fromMiddleX =
-                    hn::ConvertTo(d, hn::Add(hn::Set(di, firstX + kBlockSteps * column), columnsX));
-                const auto qx = hn::Add(hn::Mul(fromMiddleX, alongXx), rowX);
-                const auto qy = hn::Add(hn::Mul(fromMiddleX, alongXy), rowY);
-                const auto block = static_cast<std::size_t>(row * kSplatTileBlocks + column);
-                BlendPixels<kRounding, kClamped>(tile, block * kBlockPixels + vector * kLanes, shade, qx, qy,
-                                                 keepCovered);
-            }
-        }
+    for (std::size_t i = 0; i < faded.mCount; ++i) {
+        const auto alpha = hn::Load(d, faded.mAlpha + i * kLanes);
+        BlendPixels<kRounding, kClamped>(tile, faded.mFirst[i], color, alpha, hn::Gt(alpha, hn::Zero(d)));
     }
+}
+
+template <TileRounding kRounding>
+HWY_INLINE void DrawSplat(SplatTile& tile, const SplatSource& source, const PreparedSplat& splat, std::uint64_t blocks,
+                          FadedPixels& faded) {
+    constexpr bool kNormalised = kIsNormalised<kRounding>;
+    const FloatTag d;
+    const bool isWithin = splat.mInner == PreparedSplat::kWithin;
+    const Floats color[3] = {hn::Set(d, splat.mColor[0]), hn::Set(d, splat.mColor[1]), hn::Set(d, splat.mColor[2])};
+    if (kRounding == TileRounding::None && isWithin) {
+        // Blending costs less than what it takes to leave pixels out.
+        FadePixels<kNormalised, false>(tile, splat, blocks,
+                                       [&](std::size_t at, Floats alpha, PixelMask shown)
+                                           HWY_ATTR { BlendPixels<kRounding, false>(tile, at, color, alpha, shown); });
+        return;
+    }
+    std::size_t count = 0;
+    const auto keep = [&](std::size_t at, Floats alpha, PixelMask shown) HWY_ATTR {
+        hn::Store(hn::IfThenElseZero(shown, alpha), d, faded.mAlpha + count * kLanes);
+        faded.mFirst[count] = static_cast<std::uint16_t>(at);
+        count += hn::AllFalse(d, shown) ? 0 : 1;
+    };
+    const bool isUnsure = isWithin ? FadePixels<kNormalised, false>(tile, splat, blocks, keep)
+                                   : FadePixels<kNormalised, true>(tile, splat, blocks, keep);
+    faded.mCount = count;
+    if (HWY_UNLIKELY(isUnsure)) KeepCovered(tile, source, splat, faded);
+    const auto inRange = [](float value) { return value >= 0.0F && value <= 1.0F; };
+    if (kNormalised && !(inRange(splat.mColor[0]) && inRange(splat.mColor[1]) && inRange(splat.mColor[2])))
+        BlendFaded<kRounding, kNormalised>(tile, color, faded);
+    else
+        BlendFaded<kRounding, false>(tile, color, faded);
 }
 
 /// The largest share of each block's pixels that is still free, 1 for what is no number.
@@ -277,6 +307,7 @@ std::size_t DrawRounded(SplatTile& tile, const SplatSource& source, std::span<co
     constexpr std::size_t kAhead = 8;
     alignas(64) float shares[kSplatTileBlockCount];
     bool isAnyLive = true;
+    FadedPixels faded;
     for (std::size_t i = 0; i < entries.size(); ++i) {
         if (i % kShareInterval == 0) {
             constexpr float kAny = std::numeric_limits<float>::min();
@@ -292,13 +323,7 @@ std::size_t DrawRounded(SplatTile& tile, const SplatSource& source, std::span<co
         const std::uint64_t live = FindLiveBlocks(shares, weight, tile.mLeastChange);
         if (live == 0) continue;
         const std::uint64_t blocks = FindBlocks(tile, splat) & live;
-        const auto inRange = [](float value) { return value >= 0.0F && value <= 1.0F; };
-        const float* const color = splat.mColor;
-        const bool clamped = kIsNormalised<kRounding> && !(inRange(color[0]) && inRange(color[1]) && inRange(color[2]));
-        if (clamped)
-            DrawSplat<kRounding, kIsNormalised<kRounding>>(tile, source, splat, blocks);
-        else
-            DrawSplat<kRounding, false>(tile, source, splat, blocks);
+        if (blocks != 0) DrawSplat<kRounding>(tile, source, splat, blocks, faded);
     }
     return entries.size();
 }
