@@ -7,9 +7,9 @@
  * a host that lacks it changes nothing. Plain C, natural alignment; functions return 0 for success. */
 
 #define kNimbrelDeviceSuite "Nimbrel Device Suite"
-#define kNimbrelDeviceSuiteVersion1 1
+#define kNimbrelDeviceSuiteVersion2 2
 
-typedef struct NimbrelDeviceSuite1 {
+typedef struct NimbrelDeviceSuite2 {
     /* The wanted device: "" (the effect chooses), "cpu", "vulkan", an index into the candidates, or a
      * part of a name. The text stays valid until the effect is shut down. Main thread, global setup. */
     int32_t (*GetRequestedDevice)(const char** request);
@@ -20,4 +20,7 @@ typedef struct NimbrelDeviceSuite1 {
     int32_t (*ReportDevice)(int32_t index, const char* name, const char* kind, uint8_t chosen, const char* reason);
     /* One error of the validation layer. Any thread, any time. */
     int32_t (*ReportValidationMessage)(const char* text);
-} NimbrelDeviceSuite1;
+    /* Processors that the effect may use at once for drawing, 0 for as many as there are. Main thread, global
+     * setup. */
+    int32_t (*GetProcessorLimit)(int32_t* processors);
+} NimbrelDeviceSuite2;

@@ -142,19 +142,21 @@ TEST_F(CommandDispatch, AHostWithoutProjectsIsNotRegisteredWith) {
 std::vector<std::string> sReports;
 
 TEST_F(CommandDispatch, TheHostsDeviceSuiteIsHeldWhileTheEffectLives) {
-    NimbrelDeviceSuite1 suite{};
+    NimbrelDeviceSuite2 suite{};
     suite.GetRequestedDevice = [](const char** request) -> std::int32_t { return *request = "cpu", 0; };
     suite.GetValidationRequested = [](std::uint8_t* requested) -> std::int32_t { return *requested = 1, 0; };
+    suite.GetProcessorLimit = [](std::int32_t* processors) -> std::int32_t { return *processors = 3, 0; };
     suite.ReportDevice = [](std::int32_t, const char* name, const char*, std::uint8_t, const char*) -> std::int32_t {
         return sReports.emplace_back(name), 0;
     };
     suite.ReportValidationMessage = [](const char* text) -> std::int32_t { return sReports.emplace_back(text), 0; };
-    mHost.AddSuite(kNimbrelDeviceSuite, kNimbrelDeviceSuiteVersion1, &suite);
+    mHost.AddSuite(kNimbrelDeviceSuite, kNimbrelDeviceSuiteVersion2, &suite);
     ASSERT_EQ(Run(PF_Cmd_GLOBAL_SETUP), 0);
     EXPECT_EQ(mHost.mHeldSuites, 1);
     const zeb::render::RenderOptions& options = test::GetRenderOptionsSeen();
     EXPECT_EQ(options.mRequestedDevice, "cpu");
     EXPECT_TRUE(options.mValidation);
+    EXPECT_EQ(options.mProcessorLimit, 3U);
     options.mReportDevice({0, "some device", "", true, ""});
     options.mReportValidation("some error");
     EXPECT_THAT(sReports, testing::ElementsAre("some device", "some error"));

@@ -48,6 +48,11 @@ TEST(ThreadPool, LoopsRunAndThePoolEndsWhateverThreadsCannotBeStarted) {
         EXPECT_EQ(pool.GetThreadCount(), GetConcurrency());
         ExpectLoopsRun();
     }
+    for (const std::uint32_t limit : {1U, 1000U}) {
+        const ThreadPool pool(limit);
+        EXPECT_EQ(pool.GetThreadCount(), std::min(limit, GetConcurrency()));
+        ExpectLoopsRun();
+    }
     gRefuses = true;
     {
         const ThreadPool pool;

@@ -27,8 +27,7 @@ protected:
     /// The message of a run of frames on three threads; empty when all were drawn.
     static std::string RenderFrames(Studio& studio) {
         try {
-            host::RenderFrames(
-                *studio.mHost, {0, 1, 2, 3, 4, 5, 6, 7}, 3, [](int, const host::Frame&) {}, [] {});
+            host::RenderFrames(*studio.mHost, {0, 1, 2, 3, 4, 5, 6, 7}, 3, [](int, const host::Frame&) {});
         } catch (const std::exception& failure) {
             return failure.what();
         }

@@ -147,12 +147,10 @@ TEST(SequenceData, LivesThroughTheHostsOrders) {
 
     std::mutex mutex;
     std::vector<std::vector<std::uint8_t>> frames;
-    host::RenderFrames(host, {0, 0, 0, 0}, 4,
-                       [&](int, const host::Frame& frame) {
-                           const std::scoped_lock lock(mutex);
-                           frames.push_back(frame.mPixels);
-                       },
-                       {});
+    host::RenderFrames(host, {0, 0, 0, 0}, 4, [&](int, const host::Frame& frame) {
+        const std::scoped_lock lock(mutex);
+        frames.push_back(frame.mPixels);
+    });
     EXPECT_THAT(frames, ::testing::AllOf(SizeIs(4), Each(before.mPixels)));
     EXPECT_EQ(studio.CountHeld(), held);
 }
@@ -187,6 +185,7 @@ TEST(ModelLoading, WithoutMemoryFailsInWordsAndIsTriedAgain) {
     std::filesystem::copy_file(GetModelFile(500, 0), file, std::filesystem::copy_options::overwrite_existing);
     EXPECT_EQ(told([&] { studio.Choose("Model1_model", file.string()); }), "");
     EXPECT_GT(MeanAlpha(studio.Render()), 0.01);
+    EXPECT_THAT(studio.mHost->GetDiagnostics().Take(), ElementsAre(HasSubstr("is cut short")));
 }
 
 TEST(ModelLoading, ShowsItsProgressAndStopsWhenTheUserWantsTo) {

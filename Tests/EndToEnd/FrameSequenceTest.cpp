@@ -128,10 +128,9 @@ TEST_P(FrameSequence, ThreadsGiveTheSameFrames) {
         turn.mId = "Model1_transform_yRotation";
         turn.mValue = host::Json::parse(R"({"keyframes": [[0.0, 0], [0.3, 90]]})");
         host::ApplySetting(*host.mHost, turn);
-        host::RenderFrames(
-            *host.mHost, numbers, threads,
-            [&](int frame, const host::Frame& picture) { frames[static_cast<std::size_t>(frame)] = picture.mPixels; },
-            [] {});
+        host::RenderFrames(*host.mHost, numbers, threads, [&](int frame, const host::Frame& picture) {
+            frames[static_cast<std::size_t>(frame)] = picture.mPixels;
+        });
     };
     renderAll(1, true, single);
     EXPECT_NE(single[0], single[kFrames - 1]) << "the keyframes must move the model";

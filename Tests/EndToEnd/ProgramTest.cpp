@@ -52,8 +52,9 @@ std::vector<std::string> ListFiles(const fs::path& folder) {
 
 TEST(Program, RendersAModelWithoutAScene) {
     const fs::path folder = MakeFolder("model");
-    const Outcome outcome = RunProgram("--model " + GetModelFile(4000, 3).string() + " --size 160x90 --validate -o " +
-                                       (folder / "x.png").string() + " --stats " + (folder / "stats.json").string());
+    const Outcome outcome =
+        RunProgram("--model " + GetModelFile(4000, 3).string() + " --size 160x90 --validate --quiet -o " +
+                   (folder / "x.png").string() + " --stats " + (folder / "stats.json").string());
     EXPECT_EQ(outcome.mCode, 0) << outcome.mErrors;
     EXPECT_EQ(outcome.mErrors, "");
     EXPECT_EQ(ReadFile(folder / "x.png").substr(1, 3), "PNG");
@@ -85,7 +86,7 @@ TEST(Program, ShowsTheEffectsFailuresAndWritesNothing) {
         {"--model " + (folder / "broken.ply").string(), 1, "Unexpected file format."},
         {"--model " + good + " --model " + (folder / "broken.ply").string(), 1, "broken.ply"},
         {"--model " + (folder / "huge.ply").string(), 1, "huge.ply"},
-        {"--model " + good + " --gpu no-such-device", 1, "no-such-device"},
+        {"--model " + good + " --gpu no-such-device", 2, "no-such-device"},
         {"--model " + good + " --depth 32", 2, "png"},
         {"--model " + (folder / "missing.ply").string(), 2, "missing.ply"},
         {"--model " + good + " --set Model1_align_scael=3", 2, "Model1_align_scael"},

@@ -79,7 +79,7 @@ TEST(Effect, StopsWhenTheUserWantsTo) {
         std::this_thread::sleep_for(std::chrono::milliseconds(30));
         RequestInterrupt();
     });
-    EXPECT_THROW(RenderFrames(*effect.mHost, {0, 1, 2}, 2, [](int, const Frame&) {}, {}), Interrupted);
+    EXPECT_THROW(RenderFrames(*effect.mHost, {0, 1, 2}, 2, [](int, const Frame&) {}), Interrupted);
     user.join();
     ClearInterrupt();
     EXPECT_THAT(effect.Finish(), IsEmpty());

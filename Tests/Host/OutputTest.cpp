@@ -6,8 +6,11 @@
 
 #include <gmock/gmock.h>
 
+#include "NimbrelHost/Output/FrameList.h"
+#include "NimbrelHost/Output/FramePattern.h"
 #include "NimbrelHost/Pictures/Picture.h"
 #include "NimbrelHost/Support/Text.h"
+#include "NimbrelHost/Support/WholeFile.h"
 #include "TestSupport.h"
 
 #ifndef _WIN32
@@ -19,13 +22,19 @@
 namespace nimbrel::host {
 namespace {
 
-TEST(Output, ReadsFrameRanges) {
-    EXPECT_EQ(ParseFrames("7"), std::vector<int>{7});
-    EXPECT_EQ(ParseFrames("2-4"), (std::vector<int>{2, 3, 4}));
-    EXPECT_EQ(ParseFrames("0-10x5"), (std::vector<int>{0, 5, 10}));
-    EXPECT_EQ(ParseFrames("1-9x5"), (std::vector<int>{1, 6}));
-    for (const char* bad : {"", "-1", "4-2", "1-", "x2", "1-5x0", "1-5x", "a", "1,2", "1 ", "99999999999", "1-5x2y"}) {
-        EXPECT_THAT(UsageMessage([&] { ParseFrames(bad); }), ::testing::HasSubstr("--frames: expected A, A-B or A-BxS"))
+TEST(Output, ReadsFrameLists) {
+    const struct {
+        const char* mText;
+        std::vector<int> mFrames;
+    } cases[] = {
+        {"7", {7}},         {"2-4", {2, 3, 4}},           {"0-10x5", {0, 5, 10}},  {"1-9:5", {1, 6}},
+        {"4-2", {4, 3, 2}}, {"9-0x4", {9, 5, 1}},         {"-5--3", {-5, -4, -3}}, {"1--1", {1, 0, -1}},
+        {"-1", {-1}},       {"1,3,5-7", {1, 3, 5, 6, 7}}, {"5,4-6,5", {5, 4, 6}},  {"0-4x2,1-3x2", {0, 2, 4, 1, 3}},
+    };
+    for (const auto& [text, frames] : cases) EXPECT_EQ(ParseFrames(text), frames) << text;
+    for (const char* bad : {"", "1-", "x2", "1-5x0", "1-5x", "1-5x-2", "a", "1,", ",1", "1 ", "99999999999", "1-5x2y",
+                            "1;2", "--1", "10000000"}) {
+        EXPECT_THAT(UsageMessage([&] { ParseFrames(bad); }), ::testing::HasSubstr("--frames: expected frames such as"))
             << bad;
     }
 }
@@ -42,18 +51,27 @@ TEST(Output, ReadsSizes) {
     }
 }
 
-TEST(Output, ExpandsTheLastRunOfHashes) {
+TEST(Output, ExpandsTheFramesNumber) {
     const struct {
         const char* mPattern;
         int mFrame;
         const char* mFile;
     } cases[] = {
-        {"frame.####.png", 7, "frame.0007.png"}, {"frame.##.png", 1234, "frame.1234.png"},
-        {"a#b##.exr", 5, "a#b05.exr"},           {"#.png", 0, "0.png"},
-        {"plain.png", 9, "plain.png"},           {"out#/x.png", 3, "out#/x.png"},
+        {"frame.####.png", 7, "frame.0007.png"},
+        {"frame.##.png", 1234, "frame.1234.png"},
+        {"a#b##.exr", 5, "a#b05.exr"},
+        {"#.png", 0, "0.png"},
+        {"plain.png", 9, "plain.png"},
+        {"out#/x.png", 3, "out#/x.png"},
         {"out#/x#.png", 3, "out#/x3.png"},
+        {"a.%04d.png", 7, "a.0007.png"},
+        {"a%d.exr", 12, "a12.exr"},
+        {"100%/a.%02d.png", 3, "100%/a.03.png"},
+        {"a.####.png", -5, "a.-005.png"},
+        {"50%.#.png", 1, "50%.1.png"},
     };
     for (const auto& [pattern, frame, file] : cases) EXPECT_EQ(FramePattern(pattern).Expand(frame), file);
+    EXPECT_EQ(FramePattern("a.####.png", 1001).Expand(3), "a.1004.png");
     EXPECT_TRUE(FramePattern("a.#.png").HasNumber());
     EXPECT_FALSE(FramePattern("out#/x.png").HasNumber());
     EXPECT_EQ(FramePattern("a.exr").GetFormat(), FramePattern::Format::Exr);
@@ -64,26 +82,76 @@ TEST(Output, ExpandsTheLastRunOfHashes) {
 
 TEST(Output, AFileAppearsWholeOrNotAtAll) {
     const TestFolder folder;
+    const auto count = [&] {
+        return std::distance(std::filesystem::directory_iterator(folder / ""), std::filesystem::directory_iterator());
+    };
     WriteTextFile(folder / "a.txt", "one");
-    EXPECT_THROW(WriteWhole(folder / "a.txt",
-                            [](const std::filesystem::path& temporary) {
-                                std::ofstream(temporary) << "half";
-                                throw OutputError("disk full");
-                            }),
-                 OutputError);
+    {
+        WholeFile whole(folder / "a.txt");
+        whole.Write("half", 4);
+        EXPECT_EQ(count(), 2);
+    }
     std::ifstream stream(folder / "a.txt");
     std::string word;
     stream >> word;
     EXPECT_EQ(word, "one") << "the old file stays";
-    int files = 0;
-    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder / "")) ++files;
-    EXPECT_EQ(files, 1) << "nothing half-written is left";
-    EXPECT_THROW(WriteTextFile(folder / "none/a.txt", "x"), OutputError);
-    try {
-        WriteWhole(folder / "none/a.png", [](const auto& temporary) { WritePng(temporary, Frame(1, 1, 8), {}); });
-        ADD_FAILURE();
-    } catch (const OutputError& error) {
-        EXPECT_EQ(error.what(), PathText(folder / "none/a.png") + ": cannot be written");
+    EXPECT_EQ(count(), 1) << "nothing half-written is left";
+    // A name as long as the system takes; its part's is no longer.
+    const std::string longest = std::string(251, 'n') + ".txt";
+    WriteTextFile(folder / longest, "x");
+    EXPECT_EQ(std::filesystem::file_size(folder / longest), 2U);
+    EXPECT_EQ(count(), 2);
+    for (const char* name : {"none/a.txt", "none/a.png", "none/a.exr"}) {
+        const bool isExr = std::string_view(name).ends_with("exr"), isPng = std::string_view(name).ends_with("png");
+        try {
+            if (isExr) WriteExr(folder / name, Frame(1, 1, 32), {});
+            if (isPng) WritePng(folder / name, Frame(1, 1, 8), {});
+            WriteTextFile(folder / name, "x");
+            ADD_FAILURE();
+        } catch (const OutputError& error) {
+            EXPECT_EQ(error.what(), PathText(folder / name) + ": cannot be written: No such file or directory");
+        }
+    }
+}
+
+TEST(Output, ClearsAwayWhatKilledRunsLeft) {
+    const TestFolder folder;
+    const std::string longest = std::string(249, 'n') + "01.png";
+    for (const char* name : {".a.01.png.0123456789abcdef.part", ".a.02.png.4711-3.part", ".b.01.png.0123.part",
+                             ".a.01.png.part", "a.01.png.0123.part"})
+        folder.Write(name, "half");
+    WholeFile used(folder / "a.01.png");
+    folder.Write("." + longest.substr(0, 232) + ".0123456789abcdef.part", "half");
+    RemoveStaleParts(folder / "", {"a.01.png", "a.02.png", longest});
+    EXPECT_FALSE(std::filesystem::exists(folder / ".a.01.png.0123456789abcdef.part"));
+    EXPECT_FALSE(std::filesystem::exists(folder / ".a.02.png.4711-3.part"));
+    EXPECT_FALSE(std::filesystem::exists(folder / ("." + longest.substr(0, 232) + ".0123456789abcdef.part")));
+    for (const char* name : {".b.01.png.0123.part", ".a.01.png.part", "a.01.png.0123.part"})
+        EXPECT_TRUE(std::filesystem::exists(folder / name)) << name;
+    used.Commit();
+    EXPECT_TRUE(std::filesystem::exists(folder / "a.01.png")) << "what is being written stays";
+}
+
+TEST(Output, KnowsWholePictures) {
+    const TestFolder folder;
+    Frame exr(9, 5, 32);
+    for (std::size_t i = 0; i < exr.mPixels.size(); i += 4) exr.mPixels[i + 3] = 0x3e;
+    WritePng(folder / "a.png", Frame(9, 5, 16), {});
+    WriteExr(folder / "a.exr", exr, {});
+    EXPECT_TRUE(IsWholePicture(folder / "a.png", 9, 5, 16));
+    EXPECT_TRUE(IsWholePicture(folder / "a.exr", 9, 5, 32));
+    EXPECT_FALSE(IsWholePicture(folder / "a.png", 9, 6, 16));
+    EXPECT_FALSE(IsWholePicture(folder / "a.png", 9, 5, 8));
+    EXPECT_FALSE(IsWholePicture(folder / "a.exr", 5, 9, 32));
+    EXPECT_FALSE(IsWholePicture(folder / "none.png", 9, 5, 16));
+    // Cut anywhere, or with one byte another.
+    for (const auto& [name, bits] : {std::pair("a.png", 16), {"a.exr", 32}}) {
+        std::ifstream stream(folder / name, std::ios::binary);
+        const std::string whole{std::istreambuf_iterator<char>(stream), {}};
+        for (std::size_t size = 0; size < whole.size(); ++size) {
+            folder.Write("cut", whole.substr(0, size));
+            EXPECT_FALSE(IsWholePicture(folder / "cut", 9, 5, bits)) << name << " cut to " << size;
+        }
     }
 }
 

@@ -75,8 +75,8 @@ const std::vector<Room> kRooms = {
     {"model-maker", "Host/Tools/nimbrel-make-model/.*", "convert host-support program-options command-line"},
     {"convert-program", "Host/Tools/nimbrel-convert/.*", "convert host-support program-options command-line"},
     {"render-program", "Host/Tools/nimbrel-render/.*",
-     "host-support pictures scene host-parameters commands suites user panel output program-options model-maker system "
-     "command-line"},
+     "convert host-support pictures scene host-parameters commands suites user panel output program-options "
+     "model-maker system command-line"},
     {"contact-sheet", "Host/Tools/nimbrel-contact-sheet/.*",
      "misc host-support pictures picture-files program-options command-line"},
 };
@@ -89,7 +89,7 @@ struct Library {
 /// What lies outside of the tree and is not for everybody.
 const std::vector<Library> kLibraries = {
     {"everybody", "[a-z_]+|stdint\\.h|(fmt|glm|nlohmann)/.*|utf8\\.h|NimbrelVersion\\.h"},
-    {"system", "(windows|shellapi|psapi|process|io|unistd|dlfcn|sys/.*)\\.h"},
+    {"system", "(windows|shellapi|psapi|process|io|unistd|dlfcn|fcntl|sys/.*)\\.h"},
     {"sdk", "AE.*\\.h|SPBasic\\.h|adobesdk/.*"},
     {"vulkan-api", "volk\\.h|vulkan/.*"},
     {"direct3d-api", "d3d12.*|dxgi.*"},

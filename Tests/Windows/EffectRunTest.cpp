@@ -77,12 +77,9 @@ TEST_F(EffectRun, TwoThreadsDrawTheFramesOfOne) {
     ASSERT_TRUE(mHost->SupportsThreads());
     std::vector<int> numbers;
     for (int i = 0; i < 4 * kFrames; ++i) numbers.push_back(i % kFrames);
-    host::RenderFrames(
-        *mHost, numbers, 2,
-        [&](int frame, const host::Frame& picture) {
-            EXPECT_EQ(picture.mPixels, mFrames[static_cast<std::size_t>(frame)].mPixels) << frame;
-        },
-        [] {});
+    host::RenderFrames(*mHost, numbers, 2, [&](int frame, const host::Frame& picture) {
+        EXPECT_EQ(picture.mPixels, mFrames[static_cast<std::size_t>(frame)].mPixels) << frame;
+    });
 }
 
 }  // namespace

@@ -49,13 +49,24 @@ glm::dvec3 Host::EvaluateParameter(const Parameter& parameter, double seconds) {
     const Expression& expression = parameter.mExpression;
     if (!expression.mEnabled || expression.mText.empty() || !TakesExpression(parameter)) return numbers;
     const bool isVector = parameter.GetType() == PF_Param_POINT_3D || parameter.GetType() == PF_Param_COLOR;
+    // Once, not for every frame.
+    const auto reportOnce = [&](const std::string& key, const std::string& text) {
+        const std::scoped_lock lock(mExpressionMutex);
+        if (mFailedExpressions.insert(key).second) mDiagnostics.Report(text);
+    };
     try {
-        return RunExpression(expression.mText, mProject, {numbers, isVector, GetLayerClock().ToComposition(seconds)});
+        const double time = GetLayerClock().ToComposition(seconds);
+        const glm::dvec3 given = RunExpression(expression.mText, mProject, {numbers, isVector, time});
+        const glm::dvec3 taken = ClampNumbers(parameter, given);
+        if (taken != given) {
+            reportOnce(parameter.mName, fmt::format("the expression of \"{}\" gives at {:.3f} s what it cannot be, and "
+                                                    "the nearest value is used",
+                                                    parameter.mName, time));
+        }
+        return taken;
     } catch (const ScriptError& error) {
         const std::string text = fmt::format("the expression of \"{}\" failed: {}", parameter.mName, error.what());
-        const std::scoped_lock lock(mExpressionMutex);
-        // Once, not for every frame.
-        if (mFailedExpressions.insert(text).second) mDiagnostics.Report(text);
+        reportOnce(text, text);
         return numbers;
     }
 }

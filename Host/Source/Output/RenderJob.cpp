@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <exception>
+#include <system_error>
 #include <thread>
 
 #include "NimbrelHost/Commands/Command.h"
@@ -146,10 +147,15 @@ void RehearsePreRenders(Host& host, int time, const PF_LRect& rect) {
     }
 }
 
+// Behind the last frame its state may be asked for.
+int GetShownTime(Host& host, int frame) {
+    return host.GetLayerClock().GetTime(std::min(frame, host.GetOptions().mLastFrame.value_or(frame)));
+}
+
 }  // namespace
 
 void RenderPart(Host& host, int number, const PF_LRect& rect, Frame& frame, FrameTimes& times) {
-    const int time = host.GetLayerClock().GetTime(number);
+    const int time = GetShownTime(host, number);
     const Composition& composition = host.GetProject().GetComposition();
     const bool strict = host.GetOptions().mStrict;
     RenderCall call(host, time, rect);
@@ -179,7 +185,7 @@ Frame RenderFrame(Host& host, int frame, FrameTimes& times) {
     const Composition& composition = host.GetProject().GetComposition();
     times.mFrame = frame;
     Frame picture(composition.OutputWidth(), composition.OutputHeight(), composition.mBitsPerChannel);
-    const int time = host.GetLayerClock().GetTime(frame);
+    const int time = GetShownTime(host, frame);
     // Within the composition the layer shows from the beginning of its own time on.
     if (frame >= 0 && time < 0) return picture;
     const PF_LRect whole{0, 0, composition.LayerOutputWidth(), composition.LayerOutputHeight()};
@@ -198,7 +204,7 @@ Frame RenderFrame(Host& host, int frame, FrameTimes& times) {
 
 std::vector<FrameTimes> RenderFrames(Host& host, const std::vector<int>& frames, int threads,
                                      const std::function<void(int frame, const Frame&)>& write,
-                                     const std::function<void()>& done) {
+                                     const std::function<void(const FrameTimes&)>& done) {
     std::vector<FrameTimes> times(frames.size());
     std::vector<std::exception_ptr> failures(frames.size());
     std::atomic<std::size_t> next{0};
@@ -211,13 +217,14 @@ std::vector<FrameTimes> RenderFrames(Host& host, const std::vector<int>& frames,
             const std::size_t i = next++;
             if (i >= frames.size()) return;
             try {
+                const FrameScope scope(frames[i]);
                 const Frame frame = RenderFrame(host, frames[i], times[i]);
                 const Clock::time_point start = Clock::now();
                 write(frames[i], frame);
                 times[i].mWriteMs = MillisecondsSince(start);
                 ++finished;
                 const std::scoped_lock lock(doneMutex);
-                if (done) done();
+                if (done) done(times[i]);
             } catch (...) {
                 failures[i] = std::current_exception();
                 stop = true;
@@ -228,7 +235,11 @@ std::vector<FrameTimes> RenderFrames(Host& host, const std::vector<int>& frames,
     const int wanted = host.SupportsThreads() ? threads : 1;
     const auto count = std::min(static_cast<std::size_t>(std::max(1, wanted)), std::max<std::size_t>(1, frames.size()));
     std::vector<std::thread> others;
-    for (std::size_t i = 1; i < count; ++i) others.emplace_back(work);
+    try {
+        for (std::size_t i = 1; i < count; ++i) others.emplace_back(work);
+    } catch (const std::system_error&) {
+        // Those that could be started do the work.
+    }
     work();
     for (std::thread& other : others) other.join();
     // Later frames may have failed first; the earliest is what the user looks into.

@@ -6,6 +6,8 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <glm/common.hpp>
+#include <limits>
 
 #include "NimbrelHost/Support/Errors.h"
 
@@ -173,6 +175,26 @@ glm::dvec3 EvaluateNumbers(const Parameter& parameter, double seconds) {
     const glm::dvec3 right = parameter.mValue.mKeys[span.mRight].mValue.mNumbers;
     const glm::dvec3 mixed = left + (right - left) * span.mFraction;
     return type == PF_Param_SLIDER ? glm::dvec3(std::round(mixed.x), 0, 0) : mixed;
+}
+
+glm::dvec3 ClampNumbers(const Parameter& parameter, const glm::dvec3& numbers) {
+    constexpr double kMaxDegrees = 32767;  // of a 16.16 number
+    const PF_ParamDefUnion& u = parameter.mDefinition.u;
+    const auto within = [&](double low, double high) {
+        return low < high ? glm::dvec3(std::clamp(numbers.x, low, high), 0, 0) : numbers;
+    };
+    switch (parameter.GetType()) {
+        case PF_Param_SLIDER:
+            return u.sd.valid_min < u.sd.valid_max
+                       ? within(u.sd.valid_min, u.sd.valid_max)
+                       : within(std::numeric_limits<A_long>::min(), std::numeric_limits<A_long>::max());
+        case PF_Param_FLOAT_SLIDER:
+            return within(static_cast<double>(u.fs_d.valid_min), static_cast<double>(u.fs_d.valid_max));
+        case PF_Param_ANGLE: return within(-kMaxDegrees, kMaxDegrees);
+        case PF_Param_POPUP: return within(0, static_cast<double>(parameter.mChoices.size()) - 1);
+        case PF_Param_COLOR: return glm::clamp(numbers, 0.0, 1.0);
+        default: return numbers;
+    }
 }
 
 bool TakesExpression(const Parameter& parameter) {

@@ -3,6 +3,7 @@
 #include <ImfChannelList.h>
 #include <ImfFrameBuffer.h>
 #include <ImfHeader.h>
+#include <ImfIO.h>
 #include <ImfOutputFile.h>
 #include <fmt/format.h>
 #include <png.h>
@@ -11,13 +12,14 @@
 #include <array>
 #include <cmath>
 #include <csetjmp>
-#include <cstdio>
 #include <cstring>
-#include <memory>
+#include <exception>
+#include <new>
 #include <string>
 
 #include "NimbrelHost/Support/Errors.h"
 #include "NimbrelHost/Support/Text.h"
+#include "NimbrelHost/Support/WholeFile.h"
 
 namespace nimbrel::host {
 namespace {
@@ -73,28 +75,35 @@ std::vector<Word> ConvertPixels(const Frame& frame, const PictureOptions& option
     return words;
 }
 
-struct FileCloser {
-    void operator()(std::FILE* file) const { std::fclose(file); }
+/// What libpng's functions that write and fail need; it leaves by longjmp, which no exception may cross.
+struct PngTarget {
+    WholeFile& mFile;
+    std::exception_ptr mFailure;
 };
-using FilePointer = std::unique_ptr<std::FILE, FileCloser>;
 
-FilePointer OpenForWriting(const std::filesystem::path& file) {
-#ifdef _WIN32
-    return FilePointer(_wfopen(file.c_str(), L"wb"));
-#else
-    return FilePointer(std::fopen(file.c_str(), "wb"));
-#endif
+void WritePngBytes(png_structp png, png_bytep data, png_size_t size) {
+    auto& target = *static_cast<PngTarget*>(png_get_io_ptr(png));
+    try {
+        target.mFile.Write(data, size);
+    } catch (...) {
+        target.mFailure = std::current_exception();
+    }
+    if (target.mFailure) png_error(png, "");
 }
 
-/// libpng leaves by longjmp, so nothing with a destructor lives in here. Gives false on failure.
-bool EncodePng(std::FILE* file, const std::uint8_t* const* rows, int width, int height, int bits) {
-    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+// libpng's own would print on standard error.
+void LeavePng(png_structp png, png_const_charp) { png_longjmp(png, 1); }
+void IgnorePngWarning(png_structp, png_const_charp) {}
+
+/// Nothing with a destructor lives in here. Gives false on failure.
+bool EncodePng(PngTarget& target, const std::uint8_t* const* rows, int width, int height, int bits) {
+    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, LeavePng, IgnorePngWarning);
     png_infop info = png != nullptr ? png_create_info_struct(png) : nullptr;
     if (info == nullptr || setjmp(png_jmpbuf(png)) != 0) {
         png_destroy_write_struct(&png, &info);
         return false;
     }
-    png_init_io(png, file);
+    png_set_write_fn(png, &target, WritePngBytes, nullptr);
     png_set_user_limits(png, 0x7fffffff, 0x7fffffff);
     png_set_IHDR(png, info, static_cast<png_uint_32>(width), static_cast<png_uint_32>(height), bits,
                  PNG_COLOR_TYPE_RGB_ALPHA, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
@@ -115,13 +124,27 @@ void WritePngWords(const std::filesystem::path& file, const Frame& frame, const 
         rows.push_back(reinterpret_cast<const std::uint8_t*>(
             words.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(frame.mWidth) * 4));
     }
-    FilePointer stream = OpenForWriting(file);
-    const bool good =
-        stream &&
-        EncodePng(stream.get(), rows.data(), frame.mWidth, frame.mHeight, static_cast<int>(sizeof(Word)) * 8) &&
-        std::fflush(stream.get()) == 0;
-    if (!good) throw OutputError(fmt::format("{}: cannot be written", PathText(file)));
+    WholeFile whole(file);
+    PngTarget target{whole, nullptr};
+    if (!EncodePng(target, rows.data(), frame.mWidth, frame.mHeight, static_cast<int>(sizeof(Word)) * 8)) {
+        if (target.mFailure) std::rethrow_exception(target.mFailure);
+        throw std::bad_alloc();  // all else that libpng may fail in here
+    }
+    whole.Commit();
 }
+
+/// OpenEXR's way to a file; what it reports of the file itself has the file's own name.
+class ExrStream final : public Imf::OStream {
+public:
+    explicit ExrStream(WholeFile& file) : OStream("the file"), mFile(file) {}
+
+    void write(const char* data, int size) override { mFile.Write(data, static_cast<std::size_t>(size)); }
+    std::uint64_t tellp() override { return mFile.GetPosition(); }
+    void seekp(std::uint64_t place) override { mFile.SetPosition(place); }
+
+private:
+    WholeFile& mFile;
+};
 
 }  // namespace
 
@@ -152,7 +175,9 @@ void WritePng(const std::filesystem::path& file, const Frame& frame, const Pictu
 void WriteExr(const std::filesystem::path& file, const Frame& frame, const PictureOptions& options) {
     std::vector<float> words =
         ConvertPixels<float>(frame, options, [](double channel) { return static_cast<float>(channel); });
+    WholeFile whole(file);
     try {
+        ExrStream stream(whole);
         Imf::Header header(frame.mWidth, frame.mHeight);
         Imf::FrameBuffer buffer;
         const char* const names[] = {"R", "G", "B", "A"};
@@ -162,12 +187,17 @@ void WriteExr(const std::filesystem::path& file, const Frame& frame, const Pictu
             buffer.insert(names[c], Imf::Slice(Imf::FLOAT, reinterpret_cast<char*>(words.data() + c), pixel,
                                                pixel * static_cast<std::size_t>(frame.mWidth)));
         }
-        Imf::OutputFile output(PathText(file).c_str(), header);
+        Imf::OutputFile output(stream, header);
         output.setFrameBuffer(buffer);
         output.writePixels(frame.mHeight);
+    } catch (const OutputError&) {
+        throw;
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (const std::exception& exception) {
         throw OutputError(fmt::format("{}: cannot be written: {}", PathText(file), exception.what()));
     }
+    whole.Commit();
 }
 
 }  // namespace nimbrel::host

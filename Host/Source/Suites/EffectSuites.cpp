@@ -93,6 +93,12 @@ int32_t ReportValidationMessage(Host& host, const char* text) {
     return A_Err_NONE;
 }
 
+int32_t GetProcessorLimit(Host& host, int32_t* processors) {
+    if (processors == nullptr) return A_Err_PARAMETER;
+    *processors = host.GetOptions().mProcessorLimit;
+    return A_Err_NONE;
+}
+
 }  // namespace
 
 void AddEffectSuites(SuiteRegistry& suites) {
@@ -130,15 +136,16 @@ void AddEffectSuites(SuiteRegistry& suites) {
 }
 
 void AddDeviceSuite(SuiteRegistry& suites) {
-    static const NimbrelDeviceSuite1 suite = [] {
-        auto table = MakeTable<NimbrelDeviceSuite1>(kNimbrelDeviceSuite);
+    static const NimbrelDeviceSuite2 suite = [] {
+        auto table = MakeTable<NimbrelDeviceSuite2>(kNimbrelDeviceSuite);
         NIMBREL_SERVE(table, GetRequestedDevice, GetRequestedDevice);
         NIMBREL_SERVE(table, GetValidationRequested, GetValidationRequested);
         NIMBREL_SERVE(table, ReportDevice, ReportDevice);
         NIMBREL_SERVE(table, ReportValidationMessage, ReportValidationMessage);
+        NIMBREL_SERVE(table, GetProcessorLimit, GetProcessorLimit);
         return table;
     }();
-    suites.Add(kNimbrelDeviceSuite, kNimbrelDeviceSuiteVersion1, &suite);
+    suites.Add(kNimbrelDeviceSuite, kNimbrelDeviceSuiteVersion2, &suite);
 }
 
 }  // namespace nimbrel::host

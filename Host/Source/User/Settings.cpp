@@ -66,9 +66,13 @@ std::filesystem::path GetPlainModel(Host& host, const Setting& setting, const st
     };
     try {
         const convert::ModelCache::Result model = host.GetModels().Get(file, check);
+        const bool isConverted = model.mFile != file;
         for (const std::string& note : model.mNotes) {
-            if (!host.GetOptions().mShowNote) continue;
-            host.GetOptions().mShowNote(model.mIsRefused ? fmt::format("{}: {}", setting.mId, note) : note);
+            // What is said of a file that is handed over as it is, is what it lacks.
+            if (!isConverted && !model.mIsRefused)
+                host.GetDiagnostics().Report(fmt::format("{}: {}", setting.mId, note));
+            else if (host.GetOptions().mShowNote)
+                host.GetOptions().mShowNote(model.mIsRefused ? fmt::format("{}: {}", setting.mId, note) : note);
         }
         return model.mFile;
     } catch (const convert::FileError& error) {

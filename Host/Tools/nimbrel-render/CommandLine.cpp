@@ -5,6 +5,8 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <initializer_list>
+#include <iterator>
 #include <utility>
 
 #include "NimbrelHost/Program/ProgramOptions.h"
@@ -35,7 +37,7 @@ composition's. A number or a point may have an "expression" with its keyframes o
 A parameter is named by its id, its shown name ("1 Align Scale") or # and its number; --list-parameters shows all.
 
 Exit codes: 0 all frames written; 1 the effect or the graphics device failed, or a file could not be written; 2 the
-command line or the scene is wrong; 130 interrupted.
+command line or the scene is wrong; 33 the machine is short of memory; 130 interrupted.
 
 Examples:
   nimbrel-render --model statue.ply -o statue.png             one picture, the model framed to fill it
@@ -43,6 +45,9 @@ Examples:
   nimbrel-render shot.json -o out/shot.####.exr --depth 32 --frames 0-47 --threads 4
   nimbrel-render shot.json --set 'Model1_transform_yRotation={"keyframes": [[0, 0], [2, 360]]}' -o turn.####.png
   nimbrel-render shot.json --press Model1_transform_createNullObject --save-scene linked.json
+  nimbrel-render shot.json --check                            would it render? models, expressions, output, memory
+  nimbrel-render shot.json -o out/shot.####.exr --depth 32 --skip-existing    go on where a run was ended
+  nimbrel-render --model room.spz --turntable 4 -o turn.####.png
   nimbrel-render shot.json --panel panel.png --panel-slot 1 --panel-group 'Splat Color' --panel-scale 2
   nimbrel-render --list-gpus                                  what it would render on
   nimbrel-render --list-parameters | less                     what can be set)";
@@ -68,7 +73,9 @@ void RefuseEmptyWords(const CLI::App& app) {
 }
 
 void AddSceneOptions(CLI::App& app, CommandLine& line) {
-    app.add_option("scene", line.mScene, "scene file; may be left out when --model is given")->type_name("SCENE.json");
+    app.add_option("scene", line.mScene,
+                   "scene file, or - for the standard input; may be left out when --model is given")
+        ->type_name("SCENE.json");
     // Each use takes one word, so that the scene's name may follow.
     app.add_option("--model", line.mModels,
                    "put a model file into slot 1 to 5; without a number the next free slot; what is no plain PLY file "
@@ -82,6 +89,14 @@ void AddSceneOptions(CLI::App& app, CommandLine& line) {
         "--fit", line.mFit,
         "move and scale the shown models so that each fills the picture (align anchor and scale); on by itself "
         "without a scene file as long as no align or transform parameter is set");
+    app.add_option("--turntable", line.mTurntable,
+                   "turn the shown models once in so many seconds, as keyframes; the composition lasts that long")
+        ->type_name("SECONDS");
+    app.add_option("--map-path", line.mMapPaths,
+                   "where files of the scene lie here: beginnings of paths that are FROM become TO; or a .json file "
+                   "with path mapping rules as Open Job Description writes them; repeatable")
+        ->type_name("FROM=TO|FILE.json")
+        ->allow_extra_args(false);
     app.add_option("--press", line.mPresses,
                    "after setting up, press a button as the user would, such as Model1_transform_createNullObject; "
                    "repeatable, in order")
@@ -92,34 +107,54 @@ void AddSceneOptions(CLI::App& app, CommandLine& line) {
     app.add_option("--depth", line.mDepth, "bits per channel: 8 and 16 for PNG, 32 for EXR")->type_name("8|16|32");
     app.add_option("--downsample", line.mDownsample, "render every Nth pixel only")->type_name("N");
     app.add_option("--save-scene", line.mSaveScene,
-                   "write the scene as it stands with all options; renders only if --output or --frames is given too")
+                   "write the scene as it stands with all options, - for standard output; renders only if --output or "
+                   "--frames is given too")
         ->type_name("FILE");
 }
 
 void AddOutputOptions(CLI::App& app, CommandLine& line, std::string& alpha, std::string& background) {
     app.add_option(
            "-o,--output", line.mOutput,
-           "output file, .png (8 or 16 bit) or .exr (32-bit float); a run of # is the frame's number; without # "
-           "one frame is written")
+           "output file, .png (8 or 16 bit) or .exr (32-bit float); a run of #, or %04d, is the frame's number; "
+           "without one frame is written; missing folders are made")
         ->type_name("PATTERN")
         ->capture_default_str();
     app.add_option(
            "--frames", line.mFrames,
-           "frames to render, from 0, inclusive, every Sth; default all of the scene, or frame 0 without a scene "
-           "file")
-        ->type_name("A[-B[xS]]");
+           "frames to render, from 0, inclusive, every Sth, backwards if B is less than A; default all of the scene, "
+           "or frame 0 without a scene file")
+        ->type_name("A[-B[xS]][,...]");
+    app.add_flag("--hold", line.mHold, "frames behind the composition's end are allowed and show its last state");
+    app.add_option("--start-number", line.mStartNumber, "the number that frame 0 has in file names")->type_name("N");
+    app.add_flag("--skip-existing", line.mSkipExisting, "leave out frames whose file stands there whole");
     app.add_option("--alpha", alpha, "how colour is stored; default straight for PNG, premultiplied for EXR")
         ->type_name("straight|premultiplied");
     app.add_option("--background", background, "composite over a colour (0 to 1) and write an opaque picture")
         ->type_name("R,G,B");
-    app.add_option("--stats", line.mStats, "write per-frame times in milliseconds, splats and peak memory as JSON")
+    app.add_option("--stats", line.mStats,
+                   "write per-frame times in milliseconds, splats, peak memory and warnings as JSON, - for standard "
+                   "output")
         ->type_name("FILE");
     app.add_option(
            "--thumbnail", line.mThumbnail,
            "write the importer's picture of the first model, 320 pixels wide, print its three texts, and render "
            "nothing else")
         ->type_name("FILE.png");
-    app.add_flag("--quiet", line.mQuiet, "no progress bar; it shows only on a terminal");
+}
+
+void AddRunOptions(CLI::App& app, CommandLine& line, std::string& log, bool& isQuiet) {
+    app.add_option("--log", log,
+                   "how the run tells of itself: bar (default on a terminal), lines (default elsewhere: one for each "
+                   "frame) and json (one object a line) on standard error, openjd (Open Job Description's messages) "
+                   "on standard output, none")
+        ->type_name("bar|lines|json|openjd|none");
+    app.add_flag("--quiet", isQuiet, "the same as --log none: warnings and failures alone");
+    app.add_flag("--fail-on-warning", line.mFailOnWarning,
+                 "end with code 1 if there was a warning: an expression that fails or gives what its parameter cannot "
+                 "be, a model shorter than its header says");
+    app.add_flag("--check", line.mCheck,
+                 "render nothing: check the scene, its models and expressions and the output's place, and forecast the "
+                 "memory; with --stats as JSON");
 }
 
 void AddPanelOptions(CLI::App& app, CommandLine& line) {
@@ -152,6 +187,10 @@ void AddEffectOptions(CLI::App& app, CommandLine& line) {
     app.add_option("--self-test-report", line.mSelfTestReport, "write the self-test's table to a file, to be sent in")
         ->type_name("FILE");
     app.add_option("--threads", line.mThreads, "frames to render at once")->type_name("N")->capture_default_str();
+    app.add_option("--cores", line.mCores,
+                   "processors that drawing on the processor may use; default CUE_THREADS, SLURM_CPUS_PER_TASK or "
+                   "OMP_NUM_THREADS, else all that the process may use")
+        ->type_name("N");
     app.add_flag("--validate", line.mValidate,
                  "run with the graphics API's validation layer; its errors end with code 1");
     app.add_flag("--list-parameters", line.mListParameters, "print all parameters as JSON and end");
@@ -192,6 +231,41 @@ void Arrange(CLI::App& app, std::size_t from, const std::string& heading) {
     }
 }
 
+/// What a word of a list stands for.
+template <class Value>
+Value FindWord(std::string_view option, const std::string& word,
+               std::initializer_list<std::pair<std::string_view, Value>> words) {
+    std::string expected;
+    for (const auto& [name, value] : words) {
+        if (name == word) return value;
+        expected += fmt::format("{}{}",
+                                expected.empty()                    ? ""
+                                : name == std::rbegin(words)->first ? " or "
+                                                                    : ", ",
+                                name);
+    }
+    throw UsageError(fmt::format("{}: expected {}, but it is \"{}\"", option, expected, word));
+}
+
+void CheckNumbers(const CommandLine& line) {
+    const auto check = [](std::string_view option, std::int64_t value, std::int64_t low, std::int64_t high) {
+        if (value >= low && value <= high) return;
+        throw UsageError(fmt::format("{}: expected {} to {}, but it is {}", option, low, high, value));
+    };
+    check("--threads", line.mThreads, 1, 256);
+    if (line.mCores) check("--cores", *line.mCores, 1, 4096);
+    check("--start-number", line.mStartNumber, -9999999, 9999999);
+    check("--cache-limit", line.mCacheMegabytes, 0, std::int64_t{1} << 30);
+    if (line.mInfo && (*line.mInfo < 1 || *line.mInfo > 5)) {
+        throw UsageError(fmt::format("--info: expected a slot from 1 to 5, but it is {}", *line.mInfo));
+    }
+    constexpr double maxTurn = 3 * 3600;
+    if (line.mTurntable && !(*line.mTurntable > 0 && *line.mTurntable <= maxTurn)) {
+        throw UsageError(
+            fmt::format("--turntable: expected seconds above 0 and up to {}, but it is {}", maxTurn, *line.mTurntable));
+    }
+}
+
 void CheckPanel(const CommandLine& line) {
     if (line.mPanel.empty() && (line.mPanelSlot || !line.mPanelGroups.empty() || line.mPanelClosed)) {
         throw UsageError("--panel-slot, --panel-group, --panel-closed: expected --panel FILE.png with them");
@@ -211,7 +285,8 @@ void CheckPanel(const CommandLine& line) {
 
 std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv) {
     CommandLine line;
-    std::string alpha, background;
+    std::string alpha, background, log;
+    bool isQuiet = false;
     CLI::App app{kDescription, "nimbrel-render"};
     app.footer(kFooter);
     app.get_formatter()->column_width(36);
@@ -221,6 +296,8 @@ std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv) {
     Arrange(app, std::exchange(arranged, app.get_options().size()), "Scene");
     AddOutputOptions(app, line, alpha, background);
     Arrange(app, std::exchange(arranged, app.get_options().size()), "Output");
+    AddRunOptions(app, line, log, isQuiet);
+    Arrange(app, std::exchange(arranged, app.get_options().size()), "Run");
     AddPanelOptions(app, line);
     Arrange(app, std::exchange(arranged, app.get_options().size()), "Panel");
     AddEffectOptions(app, line);
@@ -239,17 +316,7 @@ std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv) {
     // The library checks shapes, what follows checks values.
     RefuseEmptyWords(app);
     line.mHasOutput = app.count("--output") > 0;
-    if (line.mThreads < 1 || line.mThreads > 256) {
-        throw UsageError(fmt::format("--threads: expected 1 to 256, but it is {}", line.mThreads));
-    }
-    if (line.mInfo && (*line.mInfo < 1 || *line.mInfo > 5)) {
-        throw UsageError(fmt::format("--info: expected a slot from 1 to 5, but it is {}", *line.mInfo));
-    }
-    constexpr std::int64_t maxMegabytes = std::int64_t{1} << 30;
-    if (line.mCacheMegabytes < 0 || line.mCacheMegabytes > maxMegabytes) {
-        throw UsageError(
-            fmt::format("--cache-limit: expected 0 to {}, but it is {}", maxMegabytes, line.mCacheMegabytes));
-    }
+    CheckNumbers(line);
     CheckPanel(line);
     if (!line.mSelfTestReport.empty() && !line.mSelfTest)
         throw UsageError("--self-test-report: expected --self-test with it");
@@ -258,10 +325,17 @@ std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv) {
     }
     if (!background.empty()) line.mBackground = ParseColor(background);
     if (!alpha.empty()) {
-        if (alpha != "straight" && alpha != "premultiplied") {
-            throw UsageError(fmt::format("--alpha: expected straight or premultiplied, but it is \"{}\"", alpha));
-        }
-        line.mAlpha = alpha == "straight" ? AlphaMode::Straight : AlphaMode::Premultiplied;
+        line.mAlpha = FindWord<AlphaMode>(
+            "--alpha", alpha, {{"straight", AlphaMode::Straight}, {"premultiplied", AlphaMode::Premultiplied}});
+    }
+    line.mLog = isQuiet ? LogMode::None : ChooseLogMode();
+    if (!log.empty()) {
+        line.mLog = FindWord<LogMode>("--log", log,
+                                      {{"bar", LogMode::Bar},
+                                       {"lines", LogMode::Lines},
+                                       {"json", LogMode::Json},
+                                       {"openjd", LogMode::OpenJd},
+                                       {"none", LogMode::None}});
     }
     return line;
 }

@@ -7,23 +7,30 @@
 #include <vector>
 
 #include "NimbrelHost/Pictures/Picture.h"
+#include "RunLog.h"
 
 namespace nimbrel::host {
 
 /// What the user asked for.
 struct CommandLine {
-    std::string mScene;
+    std::string mScene;                ///< "-": the standard input
     std::vector<std::string> mModels;  ///< [SLOT=]FILE
     std::vector<std::string> mSets;    ///< ID=VALUE
+    std::vector<std::string> mMapPaths;
     bool mFit = false;
+    std::optional<double> mTurntable;  ///< seconds of a turn
     std::string mOutput = "frame.####.png";
     bool mHasOutput = false;
     std::string mSize, mFrames;
+    bool mHold = false;
+    int mStartNumber = 0;
+    bool mSkipExisting = false;
     std::optional<double> mFrameRate;
     std::optional<int> mDepth, mDownsample;
     std::optional<AlphaMode> mAlpha;
     std::optional<glm::dvec3> mBackground;
     int mThreads = 1;
+    std::optional<int> mCores;
     std::string mPlugin, mImporter, mCatalogue, mGpu;
     bool mListGpus = false;
     bool mSelfTest = false;
@@ -39,10 +46,19 @@ struct CommandLine {
     std::optional<int> mPanelSlot;
     int mPanelScale = 1;
     bool mPanelClosed = false;
-    bool mQuiet = false;
+    LogMode mLog = LogMode::Lines;
+    bool mCheck = false;
+    bool mFailOnWarning = false;
     bool mStrict = false;
     bool mNoHostCache = false;
     std::int64_t mCacheMegabytes = 0;
+
+    /// Whether something besides frames is asked for that is made without rendering.
+    bool HasSideOutput() const { return !mSaveScene.empty() || mInfo || !mPanel.empty(); }
+    /// Whether no frame is to be rendered.
+    bool IsOnlyText() const {
+        return mListParameters || !mThumbnail.empty() || (HasSideOutput() && !mHasOutput && mFrames.empty());
+    }
 };
 
 /// Reads the program's arguments. Throws UsageError. Gives nothing when help or the version was asked for and printed.

@@ -2,31 +2,64 @@
 
 #include <cstdio>
 #include <exception>
+#include <new>
 
 #include "CommandLine.h"
 #include "NimbrelHost/Support/Arguments.h"
 #include "NimbrelHost/Support/Errors.h"
 #include "NimbrelHost/Support/Interrupt.h"
+#include "NimbrelHost/Support/WholeFile.h"
 #include "Session.h"
 
-int main(int argc, char** argv) {
-    using namespace nimbrel::host;
-    CatchInterrupts();
-    const Arguments arguments(argc, argv);
+namespace {
+
+using namespace nimbrel::host;
+
+constexpr int kEffectIsShortOfMemory = 4;  // of the host's error codes
+
+/// The exit code of the failure that is being handled, and its text.
+int DescribeFailure(std::string& text) {
     try {
-        const std::optional<CommandLine> line = ParseCommandLine(arguments.GetCount(), arguments.Get());
-        return line ? RunSession(*line) : kExitDone;
+        throw;
     } catch (const UsageError& error) {
-        fmt::print(stderr, "nimbrel-render: {}\n", error.what());
+        text = fmt::format("nimbrel-render: {}", error.what());
         return kExitUsage;
     } catch (const Interrupted&) {
-        fmt::print(stderr, "nimbrel-render: interrupted\n");
+        text = "nimbrel-render: interrupted";
         return kExitInterrupted;
     } catch (const EffectError& error) {
-        fmt::print(stderr, "{}\n", error.what());
-        return kExitFailed;
+        text = error.what();
+        return error.GetCode() == kEffectIsShortOfMemory ? kExitMemory : kExitFailed;
+    } catch (const std::bad_alloc&) {
+        text = "nimbrel-render: the machine is short of memory";
+        return kExitMemory;
     } catch (const std::exception& error) {
-        fmt::print(stderr, "nimbrel-render: {}\n", error.what());
+        text = fmt::format("nimbrel-render: {}", error.what());
         return kExitFailed;
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CatchInterrupts();
+    std::string text;
+    LogMode mode = LogMode::Lines;
+    try {
+        const Arguments arguments(argc, argv);
+        const std::optional<CommandLine> line = ParseCommandLine(arguments.GetCount(), arguments.Get());
+        if (line) mode = line->mLog;
+        int code = kExitDone;
+        if (line) {
+            RunLog log(mode);
+            code = RunSession(*line, log);
+        }
+        // What was printed counts only when it has arrived.
+        WriteStandardOutput("");
+        return code;
+    } catch (...) {
+        const int code = DescribeFailure(text);
+        RunLog(mode).Fail(text, code);
+        return code;
     }
 }

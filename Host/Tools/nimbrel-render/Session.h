@@ -5,6 +5,6 @@
 namespace nimbrel::host {
 
 /// Does what the command line asks for. Gives the exit code; throws UsageError, EffectError, OutputError, Interrupted.
-int RunSession(const CommandLine& line);
+int RunSession(const CommandLine& line, RunLog& log);
 
 }  // namespace nimbrel::host

@@ -1,5 +1,6 @@
 #include "PluginBase/AE/PluginBaseAE.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 
@@ -92,10 +93,10 @@ void PluginBaseAE::Deinit() {
 void PluginBaseAE::ReadDeviceSuite(render::RenderOptions& options) {
     SPBasicSuite* basic = AEGPSuites().GetBasicSuite();
     const void* acquired = nullptr;
-    if (basic == nullptr || basic->AcquireSuite(kNimbrelDeviceSuite, kNimbrelDeviceSuiteVersion1, &acquired) != 0 ||
+    if (basic == nullptr || basic->AcquireSuite(kNimbrelDeviceSuite, kNimbrelDeviceSuiteVersion2, &acquired) != 0 ||
         acquired == nullptr)
         return;
-    const auto* suite = static_cast<const NimbrelDeviceSuite1*>(acquired);
+    const auto* suite = static_cast<const NimbrelDeviceSuite2*>(acquired);
     mDeviceSuite = suite;
     mDeviceSuiteHost = basic;
 
@@ -105,6 +106,9 @@ void PluginBaseAE::ReadDeviceSuite(render::RenderOptions& options) {
     std::uint8_t validation = 0;
     ZEB_CHECK(suite->GetValidationRequested(&validation));
     options.mValidation = validation != 0;
+    std::int32_t processors = 0;
+    ZEB_CHECK(suite->GetProcessorLimit(&processors));
+    options.mProcessorLimit = static_cast<std::uint32_t>(std::max(processors, 0));
     options.mReportDevice = [suite](const render::DeviceCandidate& candidate) {
         ZEB_CHECK(suite->ReportDevice(candidate.mIndex, candidate.mName.c_str(), candidate.mKind.c_str(),
                                       candidate.mChosen, candidate.mReason.c_str()));
@@ -117,7 +121,7 @@ void PluginBaseAE::ReadDeviceSuite(render::RenderOptions& options) {
 void PluginBaseAE::ReleaseDeviceSuite() noexcept {
     if (mDeviceSuite == nullptr) return;
     mDeviceSuite = nullptr;
-    if (mDeviceSuiteHost->ReleaseSuite(kNimbrelDeviceSuite, kNimbrelDeviceSuiteVersion1) != 0)
+    if (mDeviceSuiteHost->ReleaseSuite(kNimbrelDeviceSuite, kNimbrelDeviceSuiteVersion2) != 0)
         ReportReleaseFailure(kNimbrelDeviceSuite);
 }
 

@@ -39,6 +39,8 @@ struct HostOptions {
     std::vector<std::filesystem::path> mImporters;
     std::string mDevice;             ///< as for --gpu; empty: the effect chooses
     bool mValidate = false;          ///< ask for the graphics API's validation layer
+    std::optional<int> mLastFrame;   ///< frames behind this one show it; none: each shows its own time
+    int mProcessorLimit = 0;         ///< processors that a device drawing on them may use; 0 for all
     bool mServeComputeCache = true;  ///< without it the effect keeps its values itself
     bool mServeHash = true;
     std::uint64_t mCacheLimit = 0;  ///< bytes; 0 for none

@@ -25,11 +25,12 @@ Frame RenderFrame(Host& host, int frame, FrameTimes& times);
 void RenderPart(Host& host, int frame, const PF_LRect& rect, Frame& picture, FrameTimes& times);
 
 /// Renders frames on `threads` threads, handed out in order, and has each written by the thread that rendered it.
-/// `done` hears of each finished frame, one at a time. After a failure no further frame begins; the failure of the
-/// earliest frame is thrown, and what was written stays. Gives the times in the order of `frames`.
+/// `done` hears of each finished frame, one at a time, on the thread that rendered it. After a failure no further frame
+/// begins; the failure of the earliest frame is thrown, and what was written stays. Gives the times in the order of
+/// `frames`.
 std::vector<FrameTimes> RenderFrames(Host& host, const std::vector<int>& frames, int threads,
                                      const std::function<void(int frame, const Frame&)>& write,
-                                     const std::function<void()>& done);
+                                     const std::function<void(const FrameTimes&)>& done = {});
 
 /// Most memory that the process had resident, in bytes.
 std::uint64_t GetPeakMemory();

@@ -73,6 +73,9 @@ void FillRecord(const Parameter& parameter, const glm::dvec3& numbers, int downs
 /// The other way round: a value that the effect wrote into its record. Only of types whose value is numbers.
 glm::dvec3 ReadRecord(const PF_ParamDef& record, int downsample);
 
+/// The nearest numbers that the parameter takes: within a slider's limits, of a pop-up one of its choices.
+glm::dvec3 ClampNumbers(const Parameter& parameter, const glm::dvec3& numbers);
+
 /// Whether the value is numbers that an expression can give.
 bool TakesExpression(const Parameter& parameter);
 

@@ -33,10 +33,15 @@ struct PictureOptions {
 };
 
 /// Writes an 8- or 16-bit frame as PNG, RGBA. A 16-bit word is scaled from the host's white of 32768 to 65535.
-/// Throws OutputError. Any thread.
+/// The file appears when it is whole. Throws OutputError. Any thread.
 void WritePng(const std::filesystem::path& file, const Frame& frame, const PictureOptions& options);
 
-/// Writes a frame as OpenEXR, float channels R, G, B, A. Throws OutputError. Any thread.
+/// Writes a frame as OpenEXR, float channels R, G, B, A. The file appears when it is whole. Throws OutputError. Any
+/// thread.
 void WriteExr(const std::filesystem::path& file, const Frame& frame, const PictureOptions& options);
+
+/// Whether a file is a picture as the two above write it, of this size and depth, whole to its last pixel. Never throws
+/// but for a lack of memory. Any thread.
+bool IsWholePicture(const std::filesystem::path& file, int width, int height, int bitsPerChannel);
 
 }  // namespace nimbrel::host

@@ -36,6 +36,6 @@ public:
 };
 
 /// What the program ends with, the same for every way of failing.
-enum ExitCode : int { kExitDone = 0, kExitFailed = 1, kExitUsage = 2, kExitInterrupted = 130 };
+enum ExitCode : int { kExitDone = 0, kExitFailed = 1, kExitUsage = 2, kExitMemory = 33, kExitInterrupted = 130 };
 
 }  // namespace nimbrel::host

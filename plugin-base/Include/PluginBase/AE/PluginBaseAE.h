@@ -74,7 +74,7 @@ private:
     void ReleaseDeviceSuite() noexcept;
 
     AEGP_PluginID mPluginAEID = 0;
-    const NimbrelDeviceSuite1* mDeviceSuite = nullptr;  ///< held from Init to Deinit
+    const NimbrelDeviceSuite2* mDeviceSuite = nullptr;  ///< held from Init to Deinit
     SPBasicSuite* mDeviceSuiteHost = nullptr;
     std::deque<std::string> mDefinedTexts;  ///< texts that the host was given with the parameters
 };

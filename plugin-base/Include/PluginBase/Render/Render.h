@@ -52,6 +52,8 @@ struct RenderOptions {
     std::string mRequestedDevice;
     /// Runs with the API's validation layer; each error goes to `mReportValidation`, from any thread.
     bool mValidation = false;
+    /// Processors that a device which draws on them may use, 0 for all that the process has.
+    std::uint32_t mProcessorLimit = 0;
     /// Where a back end that can keeps compiled pipelines for the next process; empty: nowhere. Need not exist.
     std::filesystem::path mPipelineCacheFolder;
     std::function<void(const DeviceCandidate&)> mReportDevice;

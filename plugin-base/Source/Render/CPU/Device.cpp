@@ -8,7 +8,8 @@
 namespace zeb::render::cpu {
 
 DeviceCPU::DeviceCPU(std::string name, const RenderOptions& options)
-    : DeviceOf(std::make_shared<const DeviceReport>(options.mReportValidation), std::move(name), options.mHeapSizes) {
+    : DeviceOf(std::make_shared<const DeviceReport>(options.mReportValidation), std::move(name), options.mHeapSizes),
+      mThreads(options.mProcessorLimit) {
     RegisterFrameworkPrograms();
 }
 

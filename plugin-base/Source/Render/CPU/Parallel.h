@@ -41,7 +41,7 @@ void ParallelFor(std::uint32_t count, std::uint32_t grain, const Body& body) {
     static_cast<void>(handedOver.load(std::memory_order_acquire));
 }
 
-/// Threads that a parallel loop of the calling thread may use.
+/// Threads that a parallel loop of the calling thread may use, unless the pool is held to fewer.
 inline std::uint32_t GetConcurrency() {
     const int threads = oneapi::tbb::info::default_concurrency();
     return threads > 1 ? static_cast<std::uint32_t>(threads) : 1;

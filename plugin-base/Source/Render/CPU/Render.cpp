@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <fstream>
 
 #include "Render/CPU/Device.h"
@@ -39,7 +40,9 @@ std::string GetProcessorName() {
 }  // namespace
 
 DeviceOffer OfferCPU(const RenderOptions& options) {
-    const std::string name = fmt::format("{} ({} threads)", GetProcessorName(), cpu::GetConcurrency());
+    std::uint32_t threads = cpu::GetConcurrency();
+    if (options.mProcessorLimit > 0) threads = std::min(threads, options.mProcessorLimit);
+    const std::string name = fmt::format("{} ({} threads)", GetProcessorName(), threads);
     return {name, DeviceKind::CPU, {}, nullptr, [name, options] { return MakeUnique<RenderCPU>(name, options); }};
 }
 

@@ -57,14 +57,18 @@ std::uint32_t StartWorkers(std::uint32_t count) {
 
 }  // namespace
 
-ThreadPool::ThreadPool() : mHandle(oneapi::tbb::attach{}), mThreadCount(GetConcurrency()) {
+ThreadPool::ThreadPool(std::uint32_t limit) : mHandle(oneapi::tbb::attach{}), mThreadCount(GetConcurrency()) {
+    const auto hold = [this](std::uint32_t threads) {
+        mThreadCount = threads;
+        mLimit = std::make_unique<oneapi::tbb::global_control>(oneapi::tbb::global_control::max_allowed_parallelism,
+                                                               threads);
+    };
+    if (limit > 0 && limit < mThreadCount) hold(limit);
     const std::uint32_t wanted = mThreadCount - 1;
     const std::uint32_t started = StartWorkers(wanted);
     if (started == wanted) return;
     sIsBroken = true;
-    mThreadCount = started + 1;
-    mLimit = std::make_unique<oneapi::tbb::global_control>(oneapi::tbb::global_control::max_allowed_parallelism,
-                                                           mThreadCount);
+    hold(started + 1);
 }
 
 ThreadPool::~ThreadPool() {

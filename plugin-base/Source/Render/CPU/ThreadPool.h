@@ -12,7 +12,8 @@ namespace zeb::render::cpu {
 /// when one cannot be had, loops make do with those that are there.
 class ThreadPool {
 public:
-    ThreadPool();
+    /// Loops have at most `limit` threads; 0: as many as there are processors.
+    explicit ThreadPool(std::uint32_t limit = 0);
     /// Ends the pool's threads, as far as no one else uses it. A pool that had a failure is left to the process's end:
     /// ending it might not come to an end itself.
     ~ThreadPool();
@@ -25,7 +26,7 @@ public:
 private:
     oneapi::tbb::task_scheduler_handle mHandle;
     std::uint32_t mThreadCount;
-    std::unique_ptr<oneapi::tbb::global_control> mLimit;  ///< null when all workers are there
+    std::unique_ptr<oneapi::tbb::global_control> mLimit;  ///< null when there is a thread for each processor
 };
 
 }  // namespace zeb::render::cpu
