@@ -2,6 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
+#include <set>
+
 #include "HostInterface/HostInterface.h"
 #include "NimbrelHost/Project/ScriptEngine.h"
 #include "TestSupport.h"
@@ -66,6 +69,11 @@ TEST(Expression, Computes) {
         {"length(thisComp.layer(\"nothing\").fromWorldVec([1, 0, 0]))", 0},
         {"([1, 2, 3] * 2 + [1, 0])[0]", 3},
         {"(2 * [1, 2, 3] / 4 - [0, 1, 0])[2]", 1.5},
+        {"a = [1, 2]; a[a[0]] += 5; a.n = 2; a['n'] *= a[1]; (a.n) -= 1; a.n", 13},
+        {"i = [0, 0]; a = [1, 2]; a[i[0] += 1] += 3; a[0] * 100 + a[1] * 10 + i[0]", 151},
+        {"var add = 4, mul = 2; value + add * mul", 11},
+        {"[3, 1, 2].sort()[0] + 'abcd'.split('').length + \"x,y\".indexOf(',') + value.toFixed(1).length", 9},
+        {"JSON.stringify([1, [2]]).length + Object.keys(thisComp).length", 11},
     };
     for (const auto& [text, expected] : cases) {
         try {
@@ -102,13 +110,60 @@ TEST(Expression, SaysWhyItFails) {
         {"'abc", "a text has no end"},
         {"1 /* x", "a comment has no end"},
         {"@", "\"@\" is not expected there"},
+        {"1 + 2 += 3", "nothing can be assigned to what stands before +="},
+        {"$$add", "\"$$add\" is not expected there"},
+        // No code from texts, and no way round a length.
+        {"eval('1')", "identifier 'eval' undefined"},
+        {"(0).constructor.constructor('for (;;) {}')()", "TypeError"},
+        {"thisComp.layer.constructor('for (;;) {}')()", "TypeError"},
+        {"Math.abs.call.constructor('return 1')()", "TypeError"},
+        {"Duktape.fin(value, Math.abs)", "identifier 'Duktape' undefined"},
+        {"Reflect.construct(Proxy, [])", "identifier 'Reflect' undefined"},
+        {"RegExp('(a*)*b')", "identifier 'RegExp' undefined"},
+        {"'a'.match('(a*)*b')", "TypeError"},
+        {"Object.defineProperty(Math, 'length', Math)", "TypeError"},
+        {"a = Object(1); b = Object(2); b.valueOf = Math.abs; a.length = b; [].map.call(a, Math.abs)",
+         "must be a number"},
+        // The limits.
+        {"Array(1e9).join()", "it takes more than 10 million steps"},
+        {"JSON.stringify(1, Math.abs, Array(1e9).concat('a'))", "it takes more than 10 million steps"},
+        {"a = Array(1e4).join('a').split('a'); f = a.map.bind(a, a.indexOf, a); a.map(a.map.bind(a, f))",
+         "10 million steps"},
+        {"a = Array(1e6).join('a'); (a + a + a).lastIndexOf(a + 'b')", "it takes more than 10 million steps"},
+        {"a = Array(1e6).join(' '); a = [a, a, a, a, a, a, a, a, a]; JSON.stringify([a, a, a, a, a, a, a, a, a])",
+         "it takes more than 64 MB of memory"},
+        {"a = 'aa'; a.repeat(1e9)", "it takes more than 64 MB of memory"},
+        {"a = []; a.toString = Math.max.bind(Math, a); Math.abs(a)", "RangeError"},
     };
+    const auto start = std::chrono::steady_clock::now();
     for (const auto& [text, message] : cases) {
         const std::string error = GetScriptError([&, t = text] { RunExpression(t, project, {{3, 0, 0}, false, 0}); });
         EXPECT_THAT(error, HasSubstr(message)) << text;
     }
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60)) << "far below what each could take";
     const std::string deep(5000, '(');
     EXPECT_THAT(GetScriptError([&] { TranslateExpression(deep); }), HasSubstr("nested too deeply"));
+}
+
+// Copies of a target within another would double the text at each level.
+TEST(Expression, AssignmentsOfManyLevelsStayShort) {
+    std::string text = "a[0]";
+    for (int i = 0; i < 25; ++i) text = "a[" + text + " += 1]";
+    EXPECT_LT(TranslateExpression(text).size(), 5000U);
+}
+
+TEST(Expression, RandomNumbersComeFromTheSeed) {
+    const Project project = MakeProject();
+    const auto draw = [&](std::uint64_t seed) {
+        return RunExpression("[Math.random(), Math.random(), Math.random()]", project, {{}, true, 0, seed});
+    };
+    EXPECT_EQ(draw(1), draw(1));
+    std::set<double> all;
+    for (std::uint64_t seed = 0; seed < 50; ++seed) {
+        for (int i = 0; i < 3; ++i) all.insert(draw(seed)[i]);
+    }
+    EXPECT_EQ(all.size(), 150U);
+    EXPECT_TRUE(*all.begin() >= 0 && *all.begin() < 0.1 && *all.rbegin() < 1 && *all.rbegin() > 0.9);
 }
 
 TEST(DialogScript, ShowsItsTexts) {
@@ -122,6 +177,12 @@ TEST(DialogScript, ShowsItsTexts) {
     EXPECT_EQ(outcome.mResult, "1");
     EXPECT_THAT(GetScriptError([] { RunDialogScript("app.quit()"); }), HasSubstr("ReferenceError"));
     EXPECT_THAT(GetScriptError([] { RunDialogScript("var ="); }), HasSubstr("SyntaxError"));
+    for (const char* const endless :
+         {"for (;;);", "try { for (;;); } finally { for (;;); }", "shownDialogs.toJSON = function () { for (;;); }",
+          "throw {toString: function () { for (;;); }}"})
+        EXPECT_THAT(GetScriptError([&] { RunDialogScript(endless); }), HasSubstr("10 million steps")) << endless;
+    EXPECT_THAT(GetScriptError([] { RunDialogScript("a = []; for (;;) a.push([]);"); }), HasSubstr("64 MB"));
+    EXPECT_THAT(GetScriptError([] { RunDialogScript("shownDialogs = 1; ''"); }), HasSubstr("replaces"));
 }
 
 }  // namespace

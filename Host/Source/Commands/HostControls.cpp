@@ -1,5 +1,8 @@
 #include <fmt/format.h>
 
+#include <cmath>
+#include <cstdint>
+
 #include "Commands/ParameterRecords.h"
 #include "NimbrelHost/Commands/Command.h"
 #include "NimbrelHost/Commands/Host.h"
@@ -9,6 +12,20 @@
 // What the user does with the effect's controls: the commands that carry all values at once.
 
 namespace nimbrel::host {
+
+namespace {
+
+// The same for all parts and passes of a frame, in every run.
+std::uint64_t MakeSeed(Project& project, const Parameter& parameter, double seconds) {
+    const auto layer = static_cast<std::uint64_t>(project.GetEffectLayer()->mId);
+    const auto id = static_cast<std::uint64_t>(parameter.mUniqueId);
+    const auto frame = static_cast<std::int64_t>(std::floor(seconds * project.GetComposition().mFrameRate + 1e-6));
+    // Odd numbers, far apart: no two of these meet.
+    return layer * 0xD6E8FEB86659FD93U + id * 0xA0761D6478BD642FU +
+           static_cast<std::uint64_t>(frame) * 0xE7037ED1A0B428DBU;
+}
+
+}  // namespace
 
 void Host::ShowAbout() { Command(*this, PF_Cmd_ABOUT).Run(); }
 
@@ -56,7 +73,8 @@ glm::dvec3 Host::EvaluateParameter(const Parameter& parameter, double seconds) {
     };
     try {
         const double time = GetLayerClock().ToComposition(seconds);
-        const glm::dvec3 given = RunExpression(expression.mText, mProject, {numbers, isVector, time});
+        const glm::dvec3 given =
+            RunExpression(expression.mText, mProject, {numbers, isVector, time, MakeSeed(mProject, parameter, time)});
         const glm::dvec3 taken = ClampNumbers(parameter, given);
         if (taken != given) {
             reportOnce(parameter.mName, fmt::format("the expression of \"{}\" gives at {:.3f} s what it cannot be, and "

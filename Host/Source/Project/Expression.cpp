@@ -26,7 +26,7 @@ function add(a, b) { return parts(a, b, function (x, y) { return x + y; }); }
 function sub(a, b) { return parts(a, b, function (x, y) { return x - y; }); }
 function mul(a, b) {
     if (isList(a) && isList(b)) throw new Error("two arrays cannot be multiplied");
-    if (isList(b)) return mul(b, a);
+    if (isList(b)) return $$mul(b, a);
     return isList(a) ? a.map(function (x) { return x * b; }) : a * b;
 }
 function div(a, b) {
@@ -50,6 +50,8 @@ function apply(m, v, w) {
     for (var i = 0; i < 3; ++i) r.push(m[i] * v[0] + m[i + 4] * v[1] + m[i + 8] * (v[2] || 0) + m[i + 12] * w);
     return r;
 }
+// What operators become; a script that has its own meaning for the names above changes nothing here.
+var $$add = add, $$sub = sub, $$mul = mul, $$div = div;
 data.layers.forEach(function (layer) {
     layer.toWorld = function (p) { return apply(layer.matrix, p, 1); };
     layer.toWorldVec = function (v) { return apply(layer.matrix, v, 0); };
@@ -67,6 +69,9 @@ var thisComp = {
     }
 };
 )";
+
+// Far beyond what anybody writes; what is longer would cost memory before any limit counts.
+constexpr std::size_t kMaxText = 1'000'000;
 
 Json ToJson(const glm::dvec3& vector) { return Json::array({vector.x, vector.y, vector.z}); }
 
@@ -96,25 +101,27 @@ Json DescribeLayer(const Layer& layer, double seconds) {
 }  // namespace
 
 glm::dvec3 RunExpression(const std::string& text, const Project& project, const ExpressionInput& input) {
+    if (text.size() > kMaxText) throw ScriptError(fmt::format("it is longer than {} characters", kMaxText));
     Json data = {{"time", input.mSeconds},
                  {"width", project.GetComposition().mWidth},
                  {"height", project.GetComposition().mHeight},
                  {"layers", Json::array()}};
     data["value"] = input.mIsVector ? ToJson(input.mValue) : Json(input.mValue.x);
     for (const auto& layer : project.GetLayers()) data["layers"].push_back(DescribeLayer(*layer, input.mSeconds));
-    const Json result = RunScript(kPrelude, data, TranslateExpression(text));
+    const auto result = RunExpressionScript(kPrelude, data, TranslateExpression(text), input.mSeed);
 
     glm::dvec3 value = input.mValue;
+    const std::size_t count = result ? result->mNumbers.size() : 0;
     if (!input.mIsVector) {
-        if (result.is_boolean()) return {result.get<bool>() ? 1 : 0, 0, 0};
-        if (!result.is_number()) throw ScriptError("it gives no number");
-        value.x = result.get<double>();
+        if (count != 1 || result->mIsList || !std::isfinite(result->mNumbers.front()))
+            throw ScriptError("it gives no number");
+        value.x = result->mNumbers.front();
         return value;
     }
-    if (!result.is_array() || result.size() < 2 || result.size() > 3) throw ScriptError("it gives no point");
-    for (std::size_t i = 0; i < result.size(); ++i) {
-        if (!result[i].is_number()) throw ScriptError("it gives no point");
-        value[static_cast<int>(i)] = result[i].get<double>();
+    if (count < 2 || !result->mIsList) throw ScriptError("it gives no point");
+    for (std::size_t i = 0; i < count; ++i) {
+        if (!std::isfinite(result->mNumbers[i])) throw ScriptError("it gives no point");
+        value[static_cast<int>(i)] = result->mNumbers[i];
     }
     return value;
 }

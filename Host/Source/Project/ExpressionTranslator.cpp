@@ -2,6 +2,9 @@
 
 #include <array>
 #include <cctype>
+#include <optional>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "NimbrelHost/Project/Expression.h"
@@ -183,28 +186,49 @@ private:
         std::string out;
         if (Accept(end)) return out;
         out = Assignment();
-        while (Accept(",")) out += ", " + Assignment();
+        while (Accept(",")) {
+            out += ", " + Assignment();
+            mTarget.reset();
+        }
         Expect(end);
         return out;
     }
 
+    /// What stands left of an assignment: a name, or an object and the key of a property.
+    struct Target {
+        std::string mObject;  ///< empty for a name
+        std::string mKey;
+    };
+
     std::string Assignment() {
         const Level level(mDepth);
+        mTarget.reset();
         std::string out = Choice();
+        const std::optional<Target> target = std::exchange(mTarget, std::nullopt);
         if (Accept("=")) return out + " = " + Assignment();
         for (const Operator& entry : kOperators) {
             if (entry.mFunction == nullptr || !Accept(entry.mAssigning)) continue;
-            return fmt::format("{} = {}({}, {})", out, entry.mFunction, out, Assignment());
+            if (!target)
+                throw ScriptError(fmt::format("nothing can be assigned to what stands before {}", entry.mAssigning));
+            if (target->mObject.empty())
+                return fmt::format("{0} = {1}({0}, {2})", target->mKey, entry.mFunction, Assignment());
+            // Each is computed once.
+            const int number = ++mVariables;
+            return fmt::format("($$o{0} = {1}, $$k{0} = {2}, $$o{0}[$$k{0}] = {3}($$o{0}[$$k{0}], {4}))", number,
+                               target->mObject, target->mKey, entry.mFunction, Assignment());
         }
+        mTarget = target;
         return out;
     }
 
     std::string Choice() {
         std::string out = Binary(1);
         if (!Accept("?")) return out;
-        std::string yes = Assignment();
+        const std::string yes = Assignment();
         Expect(":");
-        return fmt::format("({} ? {} : {})", out, yes, Assignment());
+        out = fmt::format("({} ? {} : {})", out, yes, Assignment());
+        mTarget.reset();
+        return out;
     }
 
     struct Operator {
@@ -223,10 +247,10 @@ private:
                                                              {">", 4, nullptr, {}},
                                                              {"<=", 4, nullptr, {}},
                                                              {">=", 4, nullptr, {}},
-                                                             {"+", 5, "add", "+="},
-                                                             {"-", 5, "sub", "-="},
-                                                             {"*", 6, "mul", "*="},
-                                                             {"/", 6, "div", "/="},
+                                                             {"+", 5, "$$add", "+="},
+                                                             {"-", 5, "$$sub", "-="},
+                                                             {"*", 6, "$$mul", "*="},
+                                                             {"/", 6, "$$div", "/="},
                                                              {"%", 6, nullptr, {}}}};
 
     const Operator* FindOperator() const {
@@ -242,6 +266,7 @@ private:
              found = FindOperator()) {
             ++mAt;
             const std::string right = Binary(found->mStrength + 1);
+            mTarget.reset();
             left = found->mFunction != nullptr ? fmt::format("{}({}, {})", found->mFunction, left, right)
                                                : fmt::format("({} {} {})", left, found->mSign, right);
         }
@@ -250,9 +275,12 @@ private:
 
     std::string Unary() {
         const Level level(mDepth);
-        if (Accept("-")) return "mul(-1, " + Unary() + ")";
-        if (Accept("+")) return Unary();
-        if (Accept("!")) return "(!" + Unary() + ")";
+        for (const auto& [sign, begin] : {std::pair{"-", "$$mul(-1, "}, std::pair{"+", "("}, std::pair{"!", "(!"}}) {
+            if (!Accept(sign)) continue;
+            const std::string out = begin + Unary() + ")";
+            mTarget.reset();
+            return out;
+        }
         return Postfix();
     }
 
@@ -261,13 +289,18 @@ private:
         for (;;) {
             if (Accept(".")) {
                 if (Now().mKind != Token::Kind::Word) Fail();
-                out += "." + Take();
+                const std::string name = Take();
+                mTarget = Target{out, '"' + name + '"'};
+                out += "." + name;
             } else if (Is("[") && !Now().mStartsLine) {
                 ++mAt;
-                out += "[" + List("]") + "]";
+                const std::string key = List("]");
+                mTarget = Target{out, "(" + key + ")"};
+                out += "[" + key + "]";
             } else if (Is("(") && !Now().mStartsLine) {
                 ++mAt;
                 out += "(" + List(")") + ")";
+                mTarget.reset();
             } else {
                 return out;
             }
@@ -276,20 +309,32 @@ private:
 
     std::string Primary() {
         if (Accept("(")) return "(" + List(")") + ")";
-        if (Accept("[")) return "[" + List("]") + "]";
+        if (Accept("[")) {
+            const std::string parts = List("]");
+            mTarget.reset();
+            return "[" + parts + "]";
+        }
         static constexpr std::array<std::string_view, 15> refused = {"for",  "while",  "do",    "function", "return",
                                                                      "new",  "switch", "throw", "try",      "delete",
                                                                      "else", "typeof", "with",  "in",       "void"};
         for (const std::string_view word : refused) {
             if (Is(word)) Fail();
         }
-        if (Now().mKind == Token::Kind::End || Now().mKind == Token::Kind::Sign) Fail();
-        return Take();
+        // Names of the translation's own begin with two of these.
+        if (Now().mKind == Token::Kind::End || Now().mKind == Token::Kind::Sign || Now().mText.starts_with("$$"))
+            Fail();
+        const bool isWord = Now().mKind == Token::Kind::Word;
+        std::string out = Take();
+        mTarget.reset();
+        if (isWord) mTarget = Target{{}, out};
+        return out;
     }
 
     std::vector<Token> mTokens;
     std::size_t mAt = 0;
     int mDepth = 0;
+    int mVariables = 0;
+    std::optional<Target> mTarget;  ///< what was read last, where something can be assigned to it
 };
 
 }  // namespace

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "NimbrelHost/Support/JsonView.h"
 
@@ -13,9 +16,19 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// Runs `code` in a fresh ECMAScript engine, after `prelude`, with the global `data`, and gives its last value as JSON;
-/// numbers that aren't finite, and what JSON lacks, give null. Any thread. Throws ScriptError.
-Json RunScript(const std::string& prelude, const Json& data, const std::string& code);
+/// What a script came to: the numbers of a list, or a number or truth value alone.
+struct ScriptNumbers {
+    bool mIsList = false;
+    std::vector<double> mNumbers;
+};
+
+/// Runs `code` in a fresh ECMAScript engine, after `prelude`, with the global `data`, and gives its last value; nothing
+/// if that is neither a number nor a list of up to three. Code finds no way to make code, is stopped after
+/// 10 million steps, a second of the processor's or 64 MB, or when the user stops the work, and draws its random
+/// numbers from `seed` on. Any thread. Throws ScriptError, Interrupted, and std::bad_alloc where the machine has no
+/// memory.
+std::optional<ScriptNumbers> RunExpressionScript(const std::string& prelude, const Json& data, const std::string& code,
+                                                 std::uint64_t seed);
 
 /// A dialog that a script showed: its title and the texts of its fields.
 struct ScriptDialog {
@@ -29,8 +42,9 @@ struct ScriptOutcome {
     std::vector<ScriptDialog> mDialogs;
 };
 
-/// Runs a script of an effect. Of the host's objects there is `Window`, as far as a dialog of texts and buttons needs
-/// it; a dialog that is shown is answered with its OK button. Throws ScriptError.
+/// Runs a script of an effect, within the same limits. Of the host's objects there is `Window`, as far as a dialog of
+/// texts and buttons needs it; a dialog that is shown is answered with its OK button. Throws as
+/// RunExpressionScript does.
 ScriptOutcome RunDialogScript(const std::string& script);
 
 }  // namespace nimbrel::host
