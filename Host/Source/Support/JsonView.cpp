@@ -21,10 +21,7 @@ std::string Describe(const Json& value) {
     switch (value.type()) {
         case Json::value_t::object: return "an object";
         case Json::value_t::array: return fmt::format("an array of {}", value.size());
-        case Json::value_t::string: {
-            const std::string text = value.dump(-1, ' ', false, Json::error_handler_t::replace);
-            return text.size() > 60 ? text.substr(0, 57) + "...\"" : text;
-        }
+        case Json::value_t::string: return Quote(value.get_ref<const std::string&>());
         // A command line may say "nan" or "inf", for which JSON has no number.
         case Json::value_t::number_float:
             if (const double number = value.get<double>(); !std::isfinite(number)) return fmt::format("{}", number);
@@ -51,8 +48,7 @@ Json ParseJson(std::string_view text, const std::string& origin) {
         if (const std::size_t end = what.find("] "); what.starts_with('[') && end != std::string::npos) {
             what.erase(0, end + 2);
         }
-        std::replace(what.begin(), what.end(), '\n', ' ');
-        throw UsageError(fmt::format("{}: expected valid JSON: {}", origin, what));
+        throw UsageError(fmt::format("{}: expected valid JSON: {}", origin, Unquoted(what)));
     }
 }
 
@@ -62,7 +58,7 @@ Json ReadJsonFile(const std::filesystem::path& file) {
     std::ifstream stream;
     if (std::filesystem::is_regular_file(file, error)) stream.open(file, std::ios::binary);
     if (!stream.is_open()) {
-        throw UsageError(fmt::format("{}: expected a readable file", PathText(file)));
+        throw UsageError(fmt::format("{}: expected a readable file", Unquoted(PathText(file))));
     }
     const std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
     return ParseJson(text, PathText(file));
@@ -72,7 +68,7 @@ JsonView::JsonView(const Json& value, std::string file, std::string key)
     : mValue(value), mFile(std::move(file)), mKey(std::move(key)) {}
 
 void JsonView::Fail(std::string_view expected) const {
-    const std::string where = mKey.empty() ? mFile : fmt::format("{}: {}", mFile, mKey);
+    const std::string where = Unquoted(mFile) + (mKey.empty() ? "" : ": " + Unquoted(mKey));
     throw UsageError(fmt::format("{}: expected {}, but it is {}", where, expected, Describe(mValue)));
 }
 
@@ -83,8 +79,8 @@ void JsonView::RequireObject(std::initializer_list<std::string_view> keys) const
         // The list of what would have been right comes with the complaint.
         std::string known;
         for (const std::string_view name : keys) known += fmt::format("{}\"{}\"", known.empty() ? "" : ", ", name);
-        throw UsageError(fmt::format("{}: {}: unknown key, expected one of {}", mFile,
-                                     mKey.empty() ? key : fmt::format("{}.{}", mKey, key), known));
+        throw UsageError(fmt::format("{}: {}: unknown key, expected one of {}", Unquoted(mFile),
+                                     Unquoted(mKey.empty() ? key : fmt::format("{}.{}", mKey, key)), known));
     }
 }
 
