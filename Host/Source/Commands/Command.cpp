@@ -104,8 +104,8 @@ void Command::Run(PF_ParamDef** parameters, void* extra) {
     std::string message = out.return_msg;
     // Effects break lines with carriage returns, as their host's dialogs want it.
     std::replace(message.begin(), message.end(), '\r', '\n');
-    // What fails once the user has stopped the work fails for that; a cancel that nobody asked for is a failure like any
-    // other.
+    // What fails once the user has stopped the work fails for that; a cancel that nobody asked for is a failure like
+    // any other.
     if (error != PF_Err_NONE && IsInterrupted()) throw Interrupted();
     if (error != PF_Err_NONE || (out.out_flags & PF_OutFlag_DISPLAY_ERROR_MESSAGE) != 0) {
         if (message.empty()) {
