@@ -10,6 +10,7 @@
 #include "Nimbrel/CPU/FastRenderGaussianSplats.h"
 #include "Nimbrel/CPU/RenderGaussianSplats.h"
 #include "Render/CPU/Image.h"
+#include "Render/CPU/Parallel.h"
 
 namespace nimbrel::importer {
 namespace {
@@ -133,7 +134,7 @@ Picture DrawModel(const GaussianSplatAsset& asset, const Box& box, float splatSc
     const raster::RenderPass pass =
         raster::MakeRenderPass(image, image.GetWidth(), image.GetHeight(), cpu::GaussianSplatsBlend());
     const gpu::TextureConstants screen{{static_cast<float>(width), static_cast<float>(height)}, 0, 0};
-    cpu::FastDrawGaussianSplats(pass, screen, order, records);
+    raster::RunAlone([&] { cpu::FastDrawGaussianSplats(pass, screen, order, records); });
     return Flatten(image);
 }
 

@@ -9,6 +9,7 @@
 #include "Catalogue/Catalogue.h"
 #include "Clipboard.h"
 #include "ModelList.h"
+#include "Nimbrel/CPU/Programs/RegisterCpuPrograms.h"
 #include "ParametersManager.h"
 #include "PluginBase/AE/ArbHandlerAE.h"
 #include "PluginBase/AE/ComputeCacheAE.h"
@@ -16,17 +17,12 @@
 #include "PluginBase/Misc/UserFolders.h"
 #include "Render.h"
 #include "Shaders/RegisterShaders.h"
-#ifndef _WIN32
-#include "Nimbrel/CPU/Programs/RegisterCpuPrograms.h"
-#endif
 
 zeb::UniquePtr<zeb::PluginBaseAE> zeb::CreatePlugin() { return MakeUnique<Plugin>(); }
 
 void Plugin::Init() {
     nimbrel::RegisterShaders();
-#ifndef _WIN32
     nimbrel::RegisterCpuPrograms();
-#endif
     PluginBaseAE::Init();
     mComputeCache = zeb::CreateComputeCache();
     mComputeCache->RegisterCacheable(zeb::MakeUnique<zeb::CacheableCreator<CacheableAsset>>());

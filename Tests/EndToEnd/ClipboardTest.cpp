@@ -103,8 +103,9 @@ TEST_F(SlotClipboard, RefusesOtherTextsAndChangesNothing) {
     const std::string popup = std::to_string(GetUniqueId("Model1_crop_shape_type"));
     const std::string ramp = std::to_string(GetUniqueId("Model1_effects_splatOpacity_ramp"));
     const std::string opacity = std::to_string(GetUniqueId("Model1_effects_splatOpacity_enabled"));
-    const std::string first = R"([{"id": )" + file + R"(, "value": ")" + GetModelFile(500, 0).string() +
-                              R"("}, {"id": )" + opacity + R"(, "value": true}, {"id": )";
+    const std::string first = R"([{"id": )" + file + R"(, "value": )" +
+                              host::Json(GetModelFile(500, 0).string()).dump() + R"(}, {"id": )" + opacity +
+                              R"(, "value": true}, {"id": )";
     const struct {
         std::string mText;
         const char* mMessage;

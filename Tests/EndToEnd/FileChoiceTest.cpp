@@ -182,7 +182,8 @@ TEST(ModelLoading, WithoutMemoryFailsInWordsAndIsTriedAgain) {
                 HasSubstr(words + " model \"" + file.string()));
     EXPECT_THAT(told([&] { studio.Render(); }), HasSubstr(file.string() + "\": " + words));
     EXPECT_THAT(told([&] { studio.Press("Model1_info"); }), HasSubstr(words));
-    std::filesystem::copy_file(GetModelFile(500, 0), file, std::filesystem::copy_options::overwrite_existing);
+    std::filesystem::remove(file);
+    std::filesystem::copy_file(GetModelFile(500, 0), file);
     EXPECT_EQ(told([&] { studio.Choose("Model1_model", file.string()); }), "");
     EXPECT_GT(MeanAlpha(studio.Render()), 0.01);
     EXPECT_THAT(studio.mHost->GetDiagnostics().Take(), ElementsAre(HasSubstr("is cut short")));

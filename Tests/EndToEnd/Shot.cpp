@@ -7,8 +7,7 @@
 #include <cstring>
 #include <fstream>
 #include <limits>
-
-#include <unistd.h>
+#include <random>
 
 #include <glm/gtc/matrix_transform.hpp>
 #include <glm/matrix.hpp>
@@ -200,7 +199,7 @@ double MeanAlpha(const host::Frame& frame) {
 
 fs::path GetScratchFolder() {
     struct Folder {
-        fs::path mPath = fs::temp_directory_path() / ("nimbrel-endtoend-" + std::to_string(::getpid()));
+        fs::path mPath = fs::temp_directory_path() / ("nimbrel-endtoend-" + std::to_string(std::random_device{}()));
         Folder() { fs::create_directories(mPath); }
         ~Folder() {
             std::error_code ignored;

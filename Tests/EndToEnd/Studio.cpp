@@ -22,6 +22,10 @@ Studio::Studio(const host::Json& document, const std::string& name, const Option
     hostOptions.mPlugin = options.mEffect;
     if (!options.mImporter.empty()) hostOptions.mImporters = {options.mImporter};
     hostOptions.mDevice = options.mDevice;
+#ifdef _WIN32
+    // As where there is no GPU. Frames of Direct3D, whose debug layer may not be there, are WindowsFramesTest's.
+    if (hostOptions.mDevice.empty()) hostOptions.mDevice = "cpu";
+#endif
     hostOptions.mProgress = options.mProgress;
     hostOptions.mValidate = true;
     hostOptions.mServeComputeCache = hostOptions.mServeHash = options.mServeComputeCache;

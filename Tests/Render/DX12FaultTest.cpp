@@ -588,21 +588,29 @@ HRESULT WINAPI MakeNoDevice(IUnknown*, D3D_FEATURE_LEVEL, REFIID, void**) { retu
 
 TEST_F(DX12FaultTest, MachinesWithoutAFittingAdapterSaySo) {
     const std::string name = GetDevice().GetName();
+    std::string chosen;
     const auto create = [&](const std::string& request) {
         return GetFailure([&] {
             RenderOptions options;
             options.mRequestedDevice = request;
+            options.mReportDevice = [&chosen](const DeviceCandidate& candidate) {
+                if (candidate.mChosen) chosen = candidate.mKind + ", " + candidate.mReason;
+            };
             Render::Create(1, options);
         });
     };
     Machine machine;
     for (const auto makeFactory : {MakeFactory<FindNone>, MakeFactory<FindSoftware>}) {
         machine.mApi.CreateDXGIFactory2 = makeFactory;
-        EXPECT_THAT(create(""), HasSubstr("\"Failed to get compatible DX12 hardware adapter.\""));
+        EXPECT_THAT(create("dx12"), HasSubstr("\"Failed to get compatible DX12 hardware adapter.\""));
+        EXPECT_EQ(create(""), "no failure");
+        EXPECT_EQ(chosen, "cpu, no usable hardware device");
     }
     machine.mApi.CreateDXGIFactory2 = MakeNoFactory;
-    EXPECT_THAT(create(""), HasSubstr("\"Failed to call DX12 function (CreateDXGIFactory2(dxgiFactoryFlags, "
-                                      "IID_PPV_ARGS(&factory))): DXGI_ERROR_UNSUPPORTED\""));
+    EXPECT_EQ(create(""), "no failure");
+    EXPECT_THAT(chosen, HasSubstr("cpu, no usable Direct3D 12: "));
+    EXPECT_THAT(create("dx12"), HasSubstr("\"Failed to call DX12 function (CreateDXGIFactory2(dxgiFactoryFlags, "
+                                          "IID_PPV_ARGS(&factory))): DXGI_ERROR_UNSUPPORTED\""));
     machine.mApi = machine.mOriginal;
     // The first that fits is opened; nobody wakes those behind it.
     machine.mApi.CreateDXGIFactory2 = MakeFactory<FindTwice>;
@@ -612,7 +620,7 @@ TEST_F(DX12FaultTest, MachinesWithoutAFittingAdapterSaySo) {
     EXPECT_EQ(gOpened, 2) << "asked and made";
     machine.mApi = machine.mOriginal;
     machine.mApi.D3D12CreateDevice = MakeNoDevice;
-    EXPECT_THAT(create(""), HasSubstr("\"Failed to get compatible DX12 hardware adapter.\""));
+    EXPECT_THAT(create("dx12"), HasSubstr("\"Failed to get compatible DX12 hardware adapter.\""));
     EXPECT_THAT(create(name), HasSubstr("cannot be used, it lacks Direct3D 12 at feature level 11_0"));
 }
 

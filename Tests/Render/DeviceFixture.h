@@ -20,9 +20,9 @@ struct TestedDevice {
     bool mReflectsPrograms;  ///< whether it names what a pipeline's program lacks
     bool (*mCanValidate)();  ///< whether the interface's validation may be asked for on this machine
     std::uint32_t (*mGetTextureLimit)(Device&);
-    std::uint32_t (*mGetGroupLimit)(Device&);  ///< along y
-    std::uint64_t (*mGetStorageLimit)(Device&);
-    std::uint32_t (*mGetLiveBlocks)(Device&);  ///< native resources that live; null when they are not counted
+    std::uint32_t (*mGetGroupLimit)(Device&);    ///< along y
+    std::uint64_t (*mGetStorageLimit)(Device&);  ///< UINT32_MAX where no buffer is larger
+    std::uint32_t (*mGetLiveBlocks)(Device&);    ///< native resources that live; null when they are not counted
 };
 extern const TestedDevice kTestedDevice;
 

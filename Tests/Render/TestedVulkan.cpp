@@ -15,7 +15,10 @@ const TestedDevice kTestedDevice = {
     [] { return true; },
     [](Device& device) { return GetContext(device).Limits().maxImageDimension2D; },
     [](Device& device) { return GetContext(device).Limits().maxComputeWorkGroupCount[1]; },
-    [](Device& device) { return std::uint64_t{GetContext(device).Limits().maxStorageBufferRange}; },
+    [](Device& device) {
+        const std::uint64_t limit = GetContext(device).Limits().maxStorageBufferRange;
+        return limit + 4096 <= GetContext(device).GetMaxAllocationSize() ? limit : UINT32_MAX;
+    },
     [](Device& device) { return GetContext(device).GetLiveBlockCount(); },
 };
 

@@ -1,4 +1,4 @@
-// Draws captured frames on the device that Windows offers and writes what they leave behind: DrawCaptures IN OUT. IN is
+// Draws captured frames by Direct3D and writes what they leave behind: DrawCaptures IN OUT. IN is
 // a list of captures, OUT a list of objects with the "keys" and the "order" of each as bytes; both CBOR.
 #include <cstdint>
 #include <exception>
@@ -26,7 +26,7 @@ int main(int argc, char** argv) {
         std::ifstream input(argv[1], std::ios::binary);
         FrameCapture results = FrameCapture::array();
         for (const FrameCapture& capture : FrameCapture::from_cbor(input)) {
-            const auto frame = nimbrel::endtoend::DrawCapture(capture, {});
+            const auto frame = nimbrel::endtoend::DrawCapture(capture, "dx12");
             results.push_back({{"keys", ToBytes(frame.mKeys)}, {"order", ToBytes(frame.mOrder)}});
         }
         std::ofstream output(argv[2], std::ios::binary);

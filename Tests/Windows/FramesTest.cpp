@@ -1,4 +1,4 @@
-// Every shot of the end-to-end tests, drawn by Direct3D and by Vulkan.
+// Every shot of the end-to-end tests, drawn by Direct3D and by Vulkan, and some by the CPU device of both systems.
 #include <gtest/gtest.h>
 
 #include "Lines.h"
@@ -54,6 +54,15 @@ TEST(WindowsThumbnail, IsThatOfTheNativeImporter) {
     ASSERT_EQ(windows.mPixels.size(), native.mPixels.size());
     EXPECT_GT(MeanAlpha(native), 0.9);
     EXPECT_LE(DifferingPixels(windows, native, 1.0), 0.0);
+}
+
+TEST(WindowsCpuDevice, DrawsThePictureOfLinux) {
+    for (const Shot& shot : {MakeSplatShots().front(), MakeSplatShots().back(), MakeGizmoShots().back()}) {
+        SCOPED_TRACE(shot.mName);
+        const host::Frame native = RenderWithEffect(shot, "cpu");
+        ASSERT_GT(MeanAlpha(native), 0.02);
+        EXPECT_GE(ComparePsnr(RenderOnWindows(shot, "cpu"), native), 120.0);
+    }
 }
 
 TEST_P(WindowsLines, LieWhereVulkansDo) {

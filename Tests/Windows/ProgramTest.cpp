@@ -4,6 +4,7 @@
 #include <process.h>
 
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -53,6 +54,20 @@ TEST_F(Programs, LoadAnEffectFromSuchAPlace) {
     fs::copy_file(NIMBREL_EFFECT_FILE, broken);
     fs::resize_file(broken, 1000);
     EXPECT_THROW(nimbrel::host::EffectLibrary::Load(broken, nullptr), nimbrel::host::UsageError);
+}
+
+// Direct3D against the processor's cores, effects and wires included. The software driver rounds in 8 bits as no GPU
+// does.
+TEST_F(Programs, DrawAlikeOnBothDevices) {
+    const fs::path report = mFolder / L"отчёт.txt";
+    Spawn(NIMBREL_RENDER_FILE, {L"--self-test", L"--gpu", L"dx12", L"--self-test-report", report.wstring()});
+    std::ifstream stream(report);
+    int good = 0;
+    for (std::string line; std::getline(stream, line);) {
+        good += line.ends_with("  good") ? 1 : 0;
+        EXPECT_TRUE(!line.ends_with("DIFFERS") || line.starts_with("Plain, 8 bits")) << line;
+    }
+    EXPECT_GE(good, 10);
 }
 
 }  // namespace

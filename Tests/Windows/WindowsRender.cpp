@@ -80,16 +80,16 @@ host::Frame DrawThumbnailOnWindows(const fs::path& model) {
     return ReadPng(picture);
 }
 
-host::Frame RenderOnWindows(const Shot& shot) {
+host::Frame RenderOnWindows(const Shot& shot, const std::string& device) {
     Shot moved = shot;
     for (ShotModel& model : moved.mModels) model.mFile = WindowsPath(model.mFile);
     const fs::path scene = GetScratchFolder() / "scene.json";
     const fs::path picture = GetScratchFolder() / (shot.mBitsPerChannel == 32 ? "frame.exr" : "frame.png");
     std::ofstream(scene) << MakeSceneDocument(moved).dump();
-    RunOnWindows(
-        "nimbrel-render",
-        fmt::format("'{}' --frames 0 --alpha straight --quiet -o '{}'", WindowsPath(scene), WindowsPath(picture)),
-        picture);
+    RunOnWindows("nimbrel-render",
+                 fmt::format("'{}' --gpu {} --frames 0 --alpha straight --quiet -o '{}'", WindowsPath(scene), device,
+                             WindowsPath(picture)),
+                 picture);
     return shot.mBitsPerChannel == 32 ? ReadExr(picture) : ReadPng(picture);
 }
 

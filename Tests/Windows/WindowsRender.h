@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "Shot.h"
@@ -9,8 +10,8 @@
 /// it said if it fails.
 namespace nimbrel::endtoend {
 
-/// The shot's frame from nimbrel-render.
-host::Frame RenderOnWindows(const Shot& shot);
+/// The shot's frame from nimbrel-render; `device` as for --gpu.
+host::Frame RenderOnWindows(const Shot& shot, const std::string& device = "dx12");
 
 /// The importer's picture of a model from nimbrel-render.
 host::Frame DrawThumbnailOnWindows(const std::filesystem::path& model);

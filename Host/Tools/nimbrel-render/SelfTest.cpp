@@ -37,6 +37,7 @@ struct TestScene {
     double mLeastPsnr;  ///< dB
     double mMostOff;    ///< share of pixels that differ by more than a step of 8 bits
     const char* mSettings;
+    bool mIsOrthographic = false;
 };
 
 // Devices interpolate and round in their own ways: 32 bits differ in the last digits, 8 bits in a step of a blend, and
@@ -64,6 +65,7 @@ constexpr std::array kScenes = {
     TestScene{"Wires", 8, 30, 0.05,
               R"({"Model1_crop_shape_enabled": true, "Model1_crop_shape_type": "Box", "Model1_crop_shape_size": 60,
                   "Model1_crop_shape_preview": true})"},
+    TestScene{"Orthographic", 32, 60, 0.001, "{}", true},
 };
 
 constexpr int kWidth = 480;
@@ -102,13 +104,26 @@ struct Rendered {
     std::string mDevice;
 };
 
+/// Name, kind, why it was chosen and its driver.
+std::string DescribeDevice(const DeviceReport& report) {
+    for (const DeviceReport::Device& device : report.GetDevices()) {
+        if (device.mChosen) return fmt::format("{}, {}, {}", device.mName, device.mKind, device.mReason);
+    }
+    return "unknown";
+}
+
 Rendered Render(const HostOptions& options, const Catalogue& catalogue, const TestScene& scene,
                 const std::filesystem::path& model) {
     Composition composition;
     composition.mWidth = kWidth;
     composition.mHeight = kHeight;
     composition.mBitsPerChannel = scene.mBitsPerChannel;
-    Host host(options, composition, std::nullopt, catalogue, AddSuites);
+    std::optional<Camera> camera;
+    if (scene.mIsOrthographic) {
+        camera = DefaultCamera(kWidth, kHeight);
+        camera->mType = Camera::Type::Orthographic;
+    }
+    Host host(options, composition, camera, catalogue, AddSuites);
     host.Start();
     const std::filesystem::path folder = model.parent_path();
     ApplySetting(host, {"Model1_model", Json(PathText(model)), "--self-test", "Model1_model", folder, {}});
@@ -121,7 +136,7 @@ Rendered Render(const HostOptions& options, const Catalogue& catalogue, const Te
     times = {};
     rendered.mFrame = RenderFrame(host, 0, times);
     rendered.mMs = times.mRenderMs;
-    rendered.mDevice = host.GetDevices().GetChosenName();
+    rendered.mDevice = DescribeDevice(host.GetDevices());
     host.Stop();
     return rendered;
 }
@@ -168,8 +183,8 @@ Difference Compare(const Frame& a, const Frame& b) {
         isEmpty &= !(alphaA > 0);
     }
     const double error = sum / (4.0 * static_cast<double>(pixels));
-    return {std::min(error > 0 ? -10 * std::log10(error) : 999.0, 999.0),
-            static_cast<double>(off) / static_cast<double>(pixels), isEmpty};
+    const double psnr = std::isfinite(error) ? std::min(-10 * std::log10(error), 999.0) : 0.0;
+    return {psnr, static_cast<double>(off) / static_cast<double>(pixels), isEmpty};
 }
 
 std::string DescribeSystem() {

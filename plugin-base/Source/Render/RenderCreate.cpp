@@ -19,6 +19,12 @@ namespace {
 // By DeviceKind.
 constexpr std::array kKindNames = {"direct3d 12", "vulkan (hardware)", "cpu", "vulkan (software)"};
 
+#if defined(ZEB_GAPI_DX12)
+constexpr const char* kInterfaceName = "Direct3D 12";
+#else
+constexpr const char* kInterfaceName = "Vulkan";
+#endif
+
 // Without a wish: the first usable device of the first kind that has one. The CPU device does what a driver in software
 // does, several times as fast.
 constexpr std::array kPreference = {DeviceKind::DX12, DeviceKind::VulkanHardware, DeviceKind::CPU,
@@ -133,15 +139,22 @@ Choice ChooseBest(Candidates& candidates, const std::string& wanted) {
         const auto index = FindUsable(candidates.mOffers, kind);
         if (!index) continue;
         const bool isForLack = kind == DeviceKind::CPU && !candidates.mProblem.empty();
-        return {*index, isForLack ? "no usable Vulkan: " + candidates.mProblem : GetReason(kind)};
+        return {*index,
+                isForLack ? fmt::format("no usable {}: {}", kInterfaceName, candidates.mProblem) : GetReason(kind)};
     }
     ThrowNoDevice(candidates);
 }
 
 // The request as RenderOptions tells it; names are matched in part and in either case.
-Choice Choose(Candidates& candidates, const std::string& request) {
+Choice Choose(Candidates& candidates, const RenderOptions& options) {
+    const std::string& request = options.mRequestedDevice;
     std::vector<DeviceOffer>& offers = candidates.mOffers;
     const std::string wanted = ToLower(request);
+#if defined(ZEB_GAPI_DX12)
+    // Adapters are there, the debug layer may not be: the processor's cores are no stand-in for what was to be
+    // validated.
+    if (options.mValidation && candidates.mFailure && wanted != "cpu") std::rethrow_exception(candidates.mFailure);
+#endif
     if (wanted.empty() || IsInterface(wanted)) return ChooseBest(candidates, wanted);
     std::optional<std::size_t> index = wanted == "cpu" ? FindUsable(offers, DeviceKind::CPU) : ParseIndex(wanted);
     for (std::size_t i = 0; !index && i < offers.size(); ++i) {
@@ -164,8 +177,9 @@ void Report(const RenderOptions& options, const std::vector<DeviceOffer>& offers
         candidate.mName = offers[i].mName;
         candidate.mKind = kKindNames[static_cast<std::size_t>(offers[i].mKind)];
         candidate.mChosen = i == choice.mIndex;
+        const std::string& driver = offers[i].mDriver;
         if (candidate.mChosen)
-            candidate.mReason = choice.mReason;
+            candidate.mReason = choice.mReason + (driver.empty() ? "" : "; driver " + driver);
         else if (!offers[i].mProblem.empty())
             candidate.mReason = offers[i].mProblem;
         else
@@ -180,7 +194,7 @@ UniquePtr<Render> Render::Create(std::int32_t type, const RenderOptions& options
     if (type != 0 && type != 1) ZEB_RENDER_THROW("Failed to create a render of type {}", type);
     Candidates candidates = FindCandidates(options);
     for (;;) {
-        const Choice choice = Choose(candidates, options.mRequestedDevice);
+        const Choice choice = Choose(candidates, options);
         DeviceOffer& chosen = candidates.mOffers[choice.mIndex];
         try {
             UniquePtr<Render> render = chosen.mOpen();

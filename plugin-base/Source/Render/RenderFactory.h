@@ -17,6 +17,7 @@ enum class DeviceKind : std::uint32_t { DX12, VulkanHardware, CPU, VulkanSoftwar
 struct DeviceOffer {
     std::string mName;
     DeviceKind mKind = DeviceKind::CPU;
+    std::string mDriver;   ///< its driver's name and version, as far as known
     std::string mProblem;  ///< what it lacks, as the end of a sentence; empty for a usable device
     /// Gives `mProblem` where finding out wakes the device: asked once, of a device that is about to be taken.
     std::function<std::string()> mInspect;

@@ -4,25 +4,12 @@
 #include <cstddef>
 #include <cstdint>
 
-#ifndef _WIN32
 #include <oneapi/tbb/blocked_range.h>
 #include <oneapi/tbb/info.h>
 #include <oneapi/tbb/parallel_for.h>
-#endif
+#include <oneapi/tbb/task_arena.h>
 
 namespace zeb::render::cpu {
-
-#ifdef _WIN32
-
-// The Windows build has no CPU device: what else draws there does so on the calling thread.
-template <class Body>
-void ParallelFor(std::uint32_t count, std::uint32_t, const Body& body) {
-    if (count > 0) body(std::uint32_t{0}, count);
-}
-
-inline std::uint32_t GetConcurrency() { return 1; }
-
-#else
 
 /// Calls `body(begin, end)` for parts of [0, count) that together make up all of it, on the kept pool of threads, the
 /// calling one included. Parts are at least `grain` long but for the last.
@@ -41,13 +28,18 @@ void ParallelFor(std::uint32_t count, std::uint32_t grain, const Body& body) {
     static_cast<void>(handedOver.load(std::memory_order_acquire));
 }
 
+/// Calls `body`, whose loops stay on the calling thread: no worker is started, for who starts some has to end them
+/// before its library is unloaded.
+template <class Body>
+void RunAlone(const Body& body) {
+    oneapi::tbb::task_arena(1).execute(body);
+}
+
 /// Threads that a parallel loop of the calling thread may use, unless the pool is held to fewer.
 inline std::uint32_t GetConcurrency() {
     const int threads = oneapi::tbb::info::default_concurrency();
     return threads > 1 ? static_cast<std::uint32_t>(threads) : 1;
 }
-
-#endif
 
 /// Calls `body(i)` for every i of [0, count), several at a time.
 template <class Body>

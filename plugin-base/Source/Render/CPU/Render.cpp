@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstdlib>
 #include <fstream>
 
 #include "Render/CPU/Device.h"
@@ -33,6 +34,9 @@ std::string GetProcessorName() {
         const std::size_t colon = line.find(": ");
         if (line.starts_with("model name") && colon != std::string::npos) return line.substr(colon + 2);
     }
+#elif defined(_WIN32)
+    // Family, model and maker.
+    if (const char* const identifier = std::getenv("PROCESSOR_IDENTIFIER")) return identifier;
 #endif
     return "processor";
 }
@@ -43,7 +47,7 @@ DeviceOffer OfferCPU(const RenderOptions& options) {
     std::uint32_t threads = cpu::GetConcurrency();
     if (options.mProcessorLimit > 0) threads = std::min(threads, options.mProcessorLimit);
     const std::string name = fmt::format("{} ({} threads)", GetProcessorName(), threads);
-    return {name, DeviceKind::CPU, {}, nullptr, [name, options] { return MakeUnique<RenderCPU>(name, options); }};
+    return {name, DeviceKind::CPU, {}, {}, nullptr, [name, options] { return MakeUnique<RenderCPU>(name, options); }};
 }
 
 }  // namespace zeb::render

@@ -1,7 +1,9 @@
 #include "Render/CPU/ThreadPool.h"
 
 #include <atomic>
+#include <condition_variable>
 #include <exception>
+#include <mutex>
 #include <new>
 #include <vector>
 
@@ -17,14 +19,34 @@ namespace {
 /// Whether a worker could not be started, after which the pool is never ended.
 std::atomic<bool> sIsBroken = false;
 
+/// Holds who comes until it is opened. Atomic objects could, but where the system has no such wait, as on Windows, the
+/// GNU library's may miss the word that it is over.
+class Gate {
+public:
+    void Wait() {
+        std::unique_lock lock(mMutex);
+        mOpened.wait(lock, [this] { return mIsOpen; });
+    }
+    void Open() {
+        const std::lock_guard lock(mMutex);
+        mIsOpen = true;
+        mOpened.notify_all();
+    }
+
+private:
+    std::mutex mMutex;
+    std::condition_variable mOpened;
+    bool mIsOpen = false;
+};
+
 /// Asks for one worker and holds it until told to let it go.
 class HeldWorker {
 public:
     /// Throws when the worker cannot be started.
-    void Hold(const std::atomic<bool>& isOver) {
-        mArena.execute([&] { mGroup.run([&isOver] { isOver.wait(false); }); });
+    void Hold(Gate& gate) {
+        mArena.execute([&] { mGroup.run([&gate] { gate.Wait(); }); });
     }
-    /// `isOver` is set by now.
+    /// The gate is open by now.
     void LetGo() noexcept {
         try {
             mArena.execute([this] { mGroup.wait(); });
@@ -40,16 +62,15 @@ private:
 /// Starts up to `count` workers; how many there are.
 std::uint32_t StartWorkers(std::uint32_t count) {
     std::vector<HeldWorker> workers(count);
-    std::atomic<bool> isOver = false;
+    Gate gate;
     std::uint32_t started = 0;
     try {
         // While all others are held, each further one is started by this thread: a failure is met here and nowhere
         // else.
-        for (; started < count; ++started) workers[started].Hold(isOver);
+        for (; started < count; ++started) workers[started].Hold(gate);
     } catch (const std::exception&) {  // of the library: no thread or no memory
     }
-    isOver = true;
-    isOver.notify_all();
+    gate.Open();
     // The one that failed left its task behind.
     for (std::uint32_t i = 0; i <= started && i < count; ++i) workers[i].LetGo();
     return started;

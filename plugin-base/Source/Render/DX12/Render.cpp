@@ -63,6 +63,16 @@ bool IsUsable(const ComPointer<IDXGIAdapter1>& adapter) {
     return SUCCEEDED(GetDX12Api().D3D12CreateDevice(adapter.Get(), kFeatureLevel, __uuidof(ID3D12Device), nullptr));
 }
 
+// The version as Windows writes it.
+std::string GetDriver(IDXGIAdapter1& adapter) {
+    LARGE_INTEGER version = {};
+    if (FAILED(adapter.CheckInterfaceSupport(__uuidof(IDXGIDevice), &version))) return {};
+    const auto word = [&version](int place) {
+        return static_cast<unsigned>(version.QuadPart >> (16 * place) & 0xffff);
+    };
+    return fmt::format("{}.{}.{}.{}", word(3), word(2), word(1), word(0));
+}
+
 // Hardware, the fastest first.
 std::vector<DeviceOffer> FindAdapters(const RenderOptions& options) {
     const ComPointer<IDXGIFactory6> factory = MakeFactory();
@@ -77,7 +87,7 @@ std::vector<DeviceOffer> FindAdapters(const RenderOptions& options) {
         const auto inspect = [adapter] {
             return std::string(IsUsable(adapter) ? "" : "lacks Direct3D 12 at feature level 11_0");
         };
-        offers.push_back({name, DeviceKind::DX12, "", inspect,
+        offers.push_back({name, DeviceKind::DX12, GetDriver(*adapter.Get()), "", inspect,
                           [adapter, name, options] { return MakeUnique<RenderDX12>(adapter, name, options); }});
     }
     return offers;

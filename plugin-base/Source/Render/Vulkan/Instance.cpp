@@ -94,6 +94,16 @@ std::uint32_t RankOf(VkPhysicalDeviceType type) {
     }
 }
 
+// In the driver's own words; before Vulkan 1.2 it has a number alone, which vendors divide in their own ways.
+std::string DescribeDriver(VkPhysicalDevice handle, const VkPhysicalDeviceProperties& properties,
+                           std::uint32_t version) {
+    if (version < VK_API_VERSION_1_2) return fmt::format("{:#x}", properties.driverVersion);
+    VkPhysicalDeviceDriverProperties driver = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_DRIVER_PROPERTIES};
+    VkPhysicalDeviceProperties2 all = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_PROPERTIES_2, &driver};
+    vkGetPhysicalDeviceProperties2(handle, &all);
+    return fmt::format("{} {}", driver.driverName, driver.driverInfo);
+}
+
 PhysicalDevice Inspect(VkPhysicalDevice handle, std::uint32_t instanceVersion) {
     VkPhysicalDeviceProperties properties;
     vkGetPhysicalDeviceProperties(handle, &properties);
@@ -114,6 +124,7 @@ PhysicalDevice Inspect(VkPhysicalDevice handle, std::uint32_t instanceVersion) {
         device.mProblem = "offers Vulkan 1.0 only, 1.1 is needed";
         return device;
     }
+    device.mDriver = DescribeDriver(handle, properties, device.mApiVersion);
     FindExtensions(device);
     FindQueueFamily(device);
     if (!device.mProblem.empty()) return device;

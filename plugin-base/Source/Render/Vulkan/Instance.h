@@ -41,6 +41,7 @@ private:
 struct PhysicalDevice {
     VkPhysicalDevice mDevice = VK_NULL_HANDLE;
     std::string mName;
+    std::string mDriver;  ///< name and version
     bool mIsSoftware = false;
     std::uint32_t mRank = 0;         ///< 0 discrete, 1 integrated, 2 virtual, 3 other, 4 the processor's cores
     std::uint64_t mMemory = 0;       ///< bytes of the largest device-local heap

@@ -34,9 +34,9 @@ DeviceOffers OfferVulkan(const RenderOptions& options) {
         const auto instance = std::make_shared<const InstanceVulkan>(options);
         for (const PhysicalDevice& device : FindPhysicalDevices(*instance)) {
             const DeviceKind kind = device.mIsSoftware ? DeviceKind::VulkanSoftware : DeviceKind::VulkanHardware;
-            offers.mOffers.push_back({device.mName, kind, device.mProblem, nullptr, [instance, device, options] {
-                                          return MakeUnique<RenderVulkan>(instance, device, options);
-                                      }});
+            offers.mOffers.push_back(
+                {device.mName, kind, device.mDriver, device.mProblem, nullptr,
+                 [instance, device, options] { return MakeUnique<RenderVulkan>(instance, device, options); }});
         }
     } catch (const RenderException& failure) {
         offers.mProblem = failure.what();
