@@ -3,8 +3,11 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 #include <utility>
 #include <vector>
+
+#include <hwy/cache_control.h>
 
 #include "Nimbrel/CPU/RenderGaussianSplats.h"
 #include "Nimbrel/CPU/SplatTileKernel.h"
@@ -20,10 +23,11 @@ using namespace zeb::render::cpu;
 
 namespace {
 
-/// Splats made ready at a time (38 MB), and the share of them that one task handles.
+/// Records made ready at once (151 MB), and splats at a time where there are more (38 MB); what one task handles.
+constexpr std::size_t kMostWhole = 1 << 21;
 constexpr std::size_t kBatch = 1 << 19;
 constexpr std::size_t kPart = 2048;
-/// Places in tiles' lists filled at a time (16 MB); only one part of very large splats needs more.
+/// Places in tiles' lists filled at a time (16 MB); only a part of very large splats needs more.
 constexpr std::size_t kMostEntries = 1 << 22;
 
 bool GetRounding(Format format, TileRounding& rounding) {
@@ -83,21 +87,25 @@ struct TileGrid {
 /// Lists of splats by tile, in the splats' order: those of tile t are [mBegins[t], mBegins[t + 1]) of the entries.
 class TileLists {
 public:
-    /// Lists splats [begin, end), whose places in the lists are their indices in `boxes`.
-    void Fill(const TileGrid& grid, const TileBox* boxes, std::size_t begin, std::size_t end) {
+    /// Lists the splats of `order`, places in `boxes`; those beyond are left out. False, with nothing listed, where
+    /// that takes more than kMostEntries and there is more than one part.
+    bool Fill(const TileGrid& grid, std::span<const TileBox> boxes, std::span<const std::uint32_t> order) {
         const std::size_t tiles = grid.GetCount();
-        const std::size_t threads = GetConcurrency();
-        const std::size_t parts = std::clamp<std::size_t>((end - begin) / kPart, 1, threads);
+        const std::size_t parts = std::clamp<std::size_t>(order.size() / kPart, 1, GetConcurrency());
         mPlaces.assign(parts * tiles, 0);
         const auto forSplats = [&](std::size_t part, const auto& function) {
             std::size_t* const places = mPlaces.data() + part * tiles;
-            const std::size_t last = begin + (end - begin) * (part + 1) / parts;
-            for (std::size_t i = begin + (end - begin) * part / parts; i < last; ++i) {
-                grid.ForEach(boxes[i], [&](std::size_t tile) { function(i, places[tile]); });
+            const std::size_t last = order.size() * (part + 1) / parts;
+            for (std::size_t i = order.size() * part / parts; i < last; ++i) {
+                constexpr std::size_t kAhead = 16;
+                if (i + kAhead < last)
+                    hwy::Prefetch(boxes.data() + std::min<std::size_t>(order[i + kAhead], boxes.size()));
+                if (order[i] >= boxes.size()) continue;
+                grid.ForEach(boxes[order[i]], [&](std::size_t tile) { function(order[i], places[tile]); });
             }
         };
         ParallelForEach(parts,
-                        [&](std::size_t part) { forSplats(part, [](std::size_t, std::size_t& count) { ++count; }); });
+                        [&](std::size_t part) { forSplats(part, [](std::uint32_t, std::size_t& count) { ++count; }); });
         mBegins.resize(tiles + 1);
         std::size_t sum = 0;
         for (std::size_t tile = 0; tile < tiles; ++tile) {
@@ -105,12 +113,12 @@ public:
             for (std::size_t part = 0; part < parts; ++part) sum += std::exchange(mPlaces[part * tiles + tile], sum);
         }
         mBegins[tiles] = sum;
+        if (sum > kMostEntries && order.size() > kPart) return false;
         std::uint32_t* const entries = mEntries.Reserve(sum);
         ParallelForEach(parts, [&](std::size_t part) {
-            forSplats(part, [entries](std::size_t splat, std::size_t& place) {
-                entries[place++] = static_cast<std::uint32_t>(splat);
-            });
+            forSplats(part, [entries](std::uint32_t splat, std::size_t& place) { entries[place++] = splat; });
         });
+        return true;
     }
 
     std::span<const std::uint32_t> Get(std::size_t tile) const {
@@ -127,9 +135,8 @@ private:
 struct DrawScratch {
     ScratchArray<PreparedSplat> mSplats;
     ScratchArray<TileBox> mBoxes;
-    /// By part of the batch: places in the lists, and whether there is a splat for the scalar form.
-    std::vector<std::size_t> mPartEntries;
-    std::vector<std::uint8_t> mPartScalars;
+    std::vector<std::uint32_t> mPlaces;
+    std::vector<std::uint8_t> mPartScalars;  ///< whether there is a splat for the scalar form, by part
     TileLists mLists;
 };
 
@@ -139,51 +146,58 @@ public:
     TiledDraw(const RenderPass& pass, const SplatSource& source, TileRounding rounding, DrawScratch& scratch)
         : mPass(pass), mSource(source), mRounding(rounding), mScratch(scratch), mGrid(pass.mScissor) {}
 
+    /// Few enough records are made ready as they lie, if not too many of them are for nothing: they are read in turn
+    /// then, and those of a tile lie together, since neighbours in an asset are neighbours in space.
     void Run(std::span<const std::uint32_t> order) {
+        const std::size_t records = mSource.mRecords.size();
+        if (records <= kMostWhole && records / 4 <= order.size()) {
+            Prepare(records, [](std::size_t begin, std::span<std::uint32_t> part) {
+                std::iota(part.begin(), part.end(), static_cast<std::uint32_t>(begin));
+            });
+            Draw(order);
+            return;
+        }
         for (std::size_t begin = 0; begin < order.size(); begin += kBatch) {
-            mBatch = order.subspan(begin, std::min(kBatch, order.size() - begin));
-            PrepareBatch();
-            DrawBatch();
+            const std::span<const std::uint32_t> batch = order.subspan(begin, std::min(kBatch, order.size() - begin));
+            Prepare(batch.size(), [batch](std::size_t first, std::span<std::uint32_t> part) {
+                std::copy_n(batch.begin() + static_cast<std::ptrdiff_t>(first), part.size(), part.begin());
+            });
+            mScratch.mPlaces.resize(batch.size());
+            std::iota(mScratch.mPlaces.begin(), mScratch.mPlaces.end(), 0U);
+            Draw(mScratch.mPlaces);
         }
     }
 
 private:
-    void PrepareBatch() {
-        const std::size_t count = mBatch.size();
+    /// Makes `count` splats ready; `getIndices` tells the records of those from a place on.
+    template <class GetIndices>
+    void Prepare(std::size_t count, const GetIndices& getIndices) {
         DrawScratch& s = mScratch;
         PreparedSplat* const splats = s.mSplats.Reserve(count);
         TileBox* const boxes = s.mBoxes.Reserve(count);
-        s.mPartEntries.assign((count + kPart - 1) / kPart, 0);
-        s.mPartScalars.assign(s.mPartEntries.size(), 0);
-        ParallelForEach(s.mPartEntries.size(), [&](std::size_t part) {
+        s.mPartScalars.assign((count + kPart - 1) / kPart, 0);
+        ParallelForEach(s.mPartScalars.size(), [&](std::size_t part) {
             const std::size_t begin = part * kPart;
             const std::size_t end = std::min(count, begin + kPart);
-            PrepareSplats(mSource, mPass.mScissor, mBatch.subspan(begin, end - begin), splats + begin, boxes + begin);
+            std::uint32_t indices[kPart];
+            getIndices(begin, std::span(indices, end - begin));
+            PrepareSplats(mSource, mPass.mScissor, std::span(indices, end - begin), splats + begin, boxes + begin);
             for (std::size_t i = begin; i < end; ++i) {
-                const TileBox& box = boxes[i];
-                if (box.IsEmpty()) continue;
-                s.mPartEntries[part] += std::size_t{1} * (box.mRight - box.mLeft) * (box.mBottom - box.mTop);
-                if (splats[i].IsScalar()) s.mPartScalars[part] = 1;
+                if (!boxes[i].IsEmpty() && splats[i].IsScalar()) s.mPartScalars[part] = 1;
             }
         });
+        mCount = count;
+        mExpectScalar = std::find(s.mPartScalars.begin(), s.mPartScalars.end(), 1) != s.mPartScalars.end();
     }
 
-    /// Parts whose lists fit the limit together are drawn together.
-    void DrawBatch() {
-        const std::vector<std::size_t>& parts = mScratch.mPartEntries;
-        std::size_t first = 0;
-        while (first < parts.size()) {
-            std::size_t last = first;
-            std::size_t entries = 0;
-            mExpectScalar = false;
-            do {
-                mExpectScalar = mExpectScalar || mScratch.mPartScalars[last] != 0;
-                entries += parts[last++];
-            } while (last < parts.size() && entries + parts[last] <= kMostEntries);
-            mScratch.mLists.Fill(mGrid, mScratch.mBoxes.Get(), first * kPart, std::min(mBatch.size(), last * kPart));
-            ParallelForEach(mGrid.GetCount(), [this](std::size_t tile) { DrawTile(tile); });
-            first = last;
+    /// Draws splats made ready, in halves where their lists are too long.
+    void Draw(std::span<const std::uint32_t> order) {
+        if (!mScratch.mLists.Fill(mGrid, {mScratch.mBoxes.Get(), mCount}, order)) {
+            Draw(order.first(order.size() / 2));
+            Draw(order.subspan(order.size() / 2));
+            return;
         }
+        ParallelForEach(mGrid.GetCount(), [this](std::size_t tile) { DrawTile(tile); });
     }
 
     void DrawTile(std::size_t index) const {
@@ -259,7 +273,7 @@ private:
     TileRounding mRounding;
     DrawScratch& mScratch;
     TileGrid mGrid;
-    std::span<const std::uint32_t> mBatch;
+    std::size_t mCount = 0;  ///< of splats made ready
     bool mExpectScalar = false;
 };
 

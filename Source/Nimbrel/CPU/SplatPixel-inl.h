@@ -18,23 +18,29 @@ namespace HWY_NAMESPACE {
 /// Alpha below which a splat does not show.
 constexpr float kLeastAlpha = 0.00392156886F;  // 1/255
 
-/// 2^value for values up to 126; those below -125, and NaN, count as -125. The same bits on every machine, which the
-/// mathematical library's does not promise.
+/// 2^value for values from -126 to 126, no number for others. The same bits on every machine, which the mathematical
+/// library's does not promise.
 ///
 /// 2^f = 1 + f * (c0 + c1 f + ... + c5 f^5) for -0.5 <= f <= 0.5, interpolated at Chebyshev nodes; its own error is
-/// below 6e-9, with float rounding the result is within 1.5 units in the last place.
+/// below 6e-9, with float rounding the result is within 1.5 units in the last place. Summed up by pairs (Estrin's
+/// scheme), so that few operations wait for one another.
 template <class N>
-HWY_INLINE N Exp2(N value) {
-    constexpr float kCoefficients[6] = {0.693147188F,   0.240226508F,   0.0555035711F,
-                                        0.00961808256F, 0.00133908634F, 0.000154531629F};
+HWY_INLINE N Exp2Near(N value) {
     // Adding this rounds to the nearest integer, which then stands in the low bits.
     const N round(12582912.0F);  // 1.5 * 2^23
-    const N t = NotBelow(value, -125.0F);
-    const N rounded = t + round;
-    const N f = t - (rounded - round);
-    N sum(kCoefficients[5]);
-    for (int i = 4; i >= 0; --i) sum = sum * f + N(kCoefficients[i]);
-    return FromBits(ToBits(N(1.0F) + f * sum) + ShiftLeft<23>(ToBits(rounded)));
+    const N rounded = value + round;
+    const N f = value - (rounded - round);
+    const N f2 = f * f;
+    const N middle = N(0.240226508F) + f * N(0.0555035711F);
+    const N high = (N(0.00961808256F) + f * N(0.00133908634F)) + f2 * N(0.000154531629F);
+    const N sum = f * N(0.693147188F) + (f2 * middle + (f2 * f2) * high);
+    return FromBits(ToBits(N(1.0F) + sum) + ShiftLeft<23>(ToBits(rounded)));
+}
+
+/// 2^value for values up to 126; those below -125, and NaN, count as -125.
+template <class N>
+HWY_INLINE N Exp2(N value) {
+    return Exp2Near(NotBelow(value, -125.0F));
 }
 
 /// A place in a quad, -2 to 2 in units of the axes.
@@ -49,11 +55,23 @@ HWY_INLINE PlaceInQuad<N> FindPlaceInQuad(N fromMiddleX, N fromMiddleY, N alongX
     return {fromMiddleX * alongXx + fromMiddleY * alongYx, fromMiddleX * alongXy + fromMiddleY * alongYy};
 }
 
+/// The power of 2 that the Gaussian is there.
+template <class N>
+HWY_INLINE N FindExponent(PlaceInQuad<N> place) {
+    constexpr float kMinusLog2E = -1.44269502F;
+    return (place.x * place.x + place.y * place.y) * N(kMinusLog2E);
+}
+
 /// The Gaussian there, 1 in the middle.
 template <class N>
 HWY_INLINE N FindGaussian(PlaceInQuad<N> place) {
-    constexpr float kMinusLog2E = -1.44269502F;
-    return Exp2((place.x * place.x + place.y * place.y) * N(kMinusLog2E));
+    return Exp2(FindExponent(place));
+}
+
+/// The same for places in the quad or near it; no number for others.
+template <class N>
+HWY_INLINE N FindGaussianNear(PlaceInQuad<N> place) {
+    return Exp2Near(FindExponent(place));
 }
 
 }  // namespace HWY_NAMESPACE

@@ -357,7 +357,7 @@ HWY_INLINE LaneBits PrepareVector(const SplatSource& source, const zeb::render::
     const Prepared prepared = FindEllipse(places, margin, r.mColor[3], scissor);
     const Floats sure = hn::Sub(hn::Set(d, 2.0F), margin);
     const auto isWithin = hn::Le(prepared.mSquared, hn::Mul(sure, sure));
-    const Floats inner = hn::IfThenElse(isWithin, hn::Set(d, PreparedSplat::kWithin), sure);
+    const Floats inner = hn::IfThenElse(isWithin, hn::Set(d, 2.0F), sure);
     auto plain = hn::And(corners.mInside, IsConvex(corners));
     plain = hn::And(plain, hn::And(hn::Le(margin, hn::Set(d, 1.0F)), hn::Ge(r.mColor[3], zero)));
     for (const Floats& channel : r.mColor) plain = hn::And(plain, finite(channel));
@@ -384,8 +384,12 @@ void PrepareAll(const SplatSource& source, const zeb::render::cpu::Scissor& scis
             const bool isKnown = lane < here && order[place] < records;
             indices[lane] = order[place] < records ? static_cast<std::int32_t>(order[place]) : 0;
             known |= LaneBits{isKnown} << lane;
-            if (place + kAhead < count && order[place + kAhead] < records)
-                hwy::Prefetch(source.mRecords.data() + order[place + kAhead]);
+            if (place + kAhead < count && order[place + kAhead] < records) {
+                // A record may lie in two cache lines.
+                const auto* const ahead = reinterpret_cast<const std::byte*>(&source.mRecords[order[place + kAhead]]);
+                hwy::Prefetch(ahead);
+                hwy::Prefetch(ahead + sizeof(gpu::SplatViewData) - 1);
+            }
         }
         const bool whole = here == lanes;
         TileBox* const ownBoxes = whole ? boxes + i : restBoxes;

@@ -112,164 +112,176 @@ HWY_INLINE PixelMask KeepChanged(PixelMask shown, Floats alpha, Floats share, Fl
     return hn::AndNot(hn::Lt(hn::Abs(share), leastChange), shown);
 }
 
-/// A splat's alpha in those vectors of a tile's pixels that it changes; 0 in pixels that it leaves alone.
-struct FadedPixels {
-    /// One more than the tile has: a vector is written before it is known to count.
-    alignas(64) float mAlpha[kSplatTilePixels + kLanes];
-    std::uint16_t mFirst[kSplatTilePixels / kLanes + 1];  ///< pixels in the tile
-    std::size_t mCount;
+/// A vector of pixels that a splat may show in.
+struct FadingPixels {
+    float mX, mY;          ///< from the splat's middle to the centre of the first, in steps
+    std::uint16_t mFirst;  ///< of the tile's pixels
+    std::uint16_t mSplat;  ///< of the batch
 };
 
-/// Where the pixels of vectors lie in a splat's quad.
-class PixelPlaces {
-public:
-    HWY_INLINE PixelPlaces(const SplatTile& tile, const PreparedSplat& splat)
-        : mAlongXx(splat.mAlongXx),
-          mAlongXy(splat.mAlongXy),
-          mAlongYx(splat.mAlongYx),
-          mAlongYy(splat.mAlongYy),
-          mFirstX(kSplatSteps * tile.mLeft + kSplatSteps / 2 - splat.mMiddleX),
-          mFirstY(kSplatSteps * tile.mTop + kSplatSteps / 2 - splat.mMiddleY) {}
+/// Splats that are drawn together into a tile: the alpha of all their pixels is worked out before they are blended, so
+/// that no branch of the one waits for the other. Half of a core's first cache.
+struct SplatBatch {
+    static constexpr std::size_t kMostSplats = 32;
+    static constexpr std::size_t kMostVectors = 192 * kVectors;
 
-    /// Of vector `vector` in the block at `column` and `row` of the tile's blocks.
-    HWY_INLINE PlaceInQuad<Lanes> Find(int column, int row, std::size_t vector) const {
-        constexpr std::int32_t kBlockSteps = kSplatBlockSize * kSplatSteps;
-        constexpr int kShift = std::countr_zero(std::uint32_t{kSplatSteps});
-        const FloatTag d;
-        const IntTag di;
-        const auto pixels = hn::Iota(di, static_cast<std::int32_t>(vector * kLanes));
-        const auto columns = hn::ShiftLeft<kShift>(hn::And(pixels, hn::Set(di, kSplatBlockSize - 1)));
-        const auto rows = hn::ShiftLeft<kShift>(hn::ShiftRight<2>(pixels));
-        const auto x = hn::ConvertTo(d, hn::Add(hn::Set(di, mFirstX + kBlockSteps * column), columns));
-        const auto y = hn::ConvertTo(d, hn::Add(hn::Set(di, mFirstY + kBlockSteps * row), rows));
-        return FindPlaceInQuad<Lanes>(x, y, mAlongXx, mAlongXy, mAlongYx, mAlongYy);
+    bool HasRoom() const {
+        return mSplatCount < kMostSplats && mVectorCount + kSplatTileBlockCount * kVectors <= kMostVectors;
     }
 
-private:
-    Lanes mAlongXx, mAlongXy, mAlongYx, mAlongYy;
-    std::int32_t mFirstX, mFirstY;
+    const PreparedSplat* mSplats[kMostSplats];
+    float mLeastChange[kMostSplats];
+    std::size_t mSplatCount = 0;
+    FadingPixels mVectors[kMostVectors];
+    std::size_t mVectorCount = 0;
+    /// Those of mVectors that are changed, and alpha of their pixels, 0 where left alone. One more than there can be:
+    /// one is written before it is known to count.
+    std::uint16_t mChanged[kMostVectors + 1];
+    alignas(64) float mAlpha[(kMostVectors + 1) * kLanes];
+    std::size_t mChangedCount = 0;
+    std::uint16_t mUnsure[kMostVectors + 1];  ///< those of mChanged where the quad's edge leaves pixels unsure
+    std::size_t mUnsureCount = 0;
+    bool mIsClamped = false;  ///< a colour lies outside 0 to 1
 };
+
+template <bool kNormalised>
+HWY_INLINE void AddSplat(const SplatTile& tile, const PreparedSplat& splat, std::uint64_t blocks, SplatBatch& batch) {
+    constexpr std::int32_t kBlockSteps = kSplatBlockSize * kSplatSteps;
+    const std::int32_t firstX = kSplatSteps * tile.mLeft + kSplatSteps / 2 - splat.mMiddleX;
+    const std::int32_t firstY = kSplatSteps * tile.mTop + kSplatSteps / 2 - splat.mMiddleY;
+    const std::size_t index = batch.mSplatCount++;
+    batch.mSplats[index] = &splat;
+    batch.mLeastChange[index] = kNormalised ? tile.mLeastChange / FindBrightest(splat) : tile.mLeastChange;
+    for (int channel = 0; channel < 3; ++channel) {
+        const float value = splat.mColor[channel];
+        batch.mIsClamped = batch.mIsClamped || !(value >= 0.0F && value <= 1.0F);
+    }
+    std::size_t count = batch.mVectorCount;
+    for (; blocks != 0; blocks &= blocks - 1) {
+        const int block = std::countr_zero(blocks);
+        const std::int32_t x = firstX + kBlockSteps * (block % kSplatTileBlocks);
+        const std::int32_t y = firstY + kBlockSteps * (block / kSplatTileBlocks);
+        for (std::size_t pixel = 0; pixel < kBlockPixels; pixel += kLanes) {
+            const auto column = static_cast<std::int32_t>(pixel % kSplatBlockSize);
+            const auto row = static_cast<std::int32_t>(pixel / kSplatBlockSize);
+            batch.mVectors[count++] = {
+                static_cast<float>(x + kSplatSteps * column), static_cast<float>(y + kSplatSteps * row),
+                static_cast<std::uint16_t>(static_cast<std::size_t>(block) * kBlockPixels + pixel),
+                static_cast<std::uint16_t>(index)};
+        }
+    }
+    batch.mVectorCount = count;
+}
+
+/// Where pixels lie in a splat's quad.
+HWY_INLINE PlaceInQuad<Lanes> FindPlaces(const FadingPixels& pixels, const PreparedSplat& splat) {
+    constexpr int kShift = std::countr_zero(std::uint32_t{kSplatSteps});
+    const FloatTag d;
+    const IntTag di;
+    const auto lanes = hn::Iota(di, 0);
+    const auto columns = hn::ConvertTo(d, hn::ShiftLeft<kShift>(hn::And(lanes, hn::Set(di, kSplatBlockSize - 1))));
+    const auto rows = hn::ConvertTo(d, hn::ShiftLeft<kShift>(hn::ShiftRight<2>(lanes)));
+    const auto x = hn::Add(hn::Set(d, pixels.mX), columns);
+    const auto y = hn::Add(hn::Set(d, pixels.mY), rows);
+    return FindPlaceInQuad<Lanes>(x, y, splat.mAlongXx, splat.mAlongXy, splat.mAlongYx, splat.mAlongYy);
+}
 
 HWY_INLINE Floats FindFarther(const PlaceInQuad<Lanes>& q) { return hn::Max(hn::Abs(q.x.mLanes), hn::Abs(q.y.mLanes)); }
 
-/// Takes out the pixels that the quad does not cover, by its corners, where its places leave that unsure.
-HWY_NOINLINE void KeepCovered(const SplatTile& tile, const SplatSource& source, const PreparedSplat& splat,
-                              FadedPixels& faded) {
-    const FloatTag d;
-    SplatQuad quad;
-    MakeSplatQuad(source.mRecords[splat.mRecord], source.mConstants, source.mViewport, quad);
-    const PixelPlaces places(tile, splat);
-    for (std::size_t i = 0; i < faded.mCount; ++i) {
-        const auto block = static_cast<int>(faded.mFirst[i] / kBlockPixels);
-        const int column = block % kSplatTileBlocks;
-        const int row = block / kSplatTileBlocks;
-        const auto farther = FindFarther(places.Find(column, row, faded.mFirst[i] % kBlockPixels / kLanes));
-        HWY_ALIGN float lanes[kLanes];
-        hn::Store(farther, d, lanes);
-        for (std::size_t lane = 0; lane < kLanes; ++lane) {
-            const auto pixel = static_cast<std::int32_t>((faded.mFirst[i] + lane) % kBlockPixels);
-            const std::int32_t x = column * kSplatBlockSize + pixel % kSplatBlockSize;
-            const std::int32_t y = row * kSplatBlockSize + pixel / kSplatBlockSize;
-            const bool isSure = lanes[lane] <= splat.mInner || faded.mAlpha[i * kLanes + lane] == 0.0F;
-            if (!isSure && !quad.Covers(tile.mLeft + x, tile.mTop + y)) faded.mAlpha[i * kLanes + lane] = 0.0F;
-        }
-    }
-}
-
-/// Gives `take` each vector of pixels of `blocks`: its first one, its alpha and those that the splat changes. No branch
-/// depends on what a pixel shows, so that one vector's exponential runs along with the next one's. `kEdges`: pixels may
-/// show up to the quad's edges; returns whether some of them are unsure.
-template <bool kNormalised, bool kEdges, class Take>
-HWY_INLINE bool FadePixels(const SplatTile& tile, const PreparedSplat& splat, std::uint64_t blocks, const Take& take) {
+/// Works out the alpha of a batch, without a branch that depends on a pixel.
+template <bool kNormalised>
+HWY_INLINE void FadePixels(const SplatTile& tile, SplatBatch& batch) {
     const FloatTag d;
     const auto one = hn::Set(d, 1.0F);
-    const auto outer = hn::Set(d, 4.0F - splat.mInner);
-    const auto leastAlpha = hn::Set(d, kLeastAlpha);
-    const auto leastChange = hn::Set(d, kNormalised ? tile.mLeastChange / FindBrightest(splat) : tile.mLeastChange);
-    const Lanes opacity(splat.mColor[3]);
-    const PixelPlaces places(tile, splat);
-    auto farthest = hn::Zero(d);
-    while (blocks != 0) {
-        const int row = std::countr_zero(blocks) / kSplatTileBlocks;
-        const auto columns = static_cast<std::uint32_t>(blocks >> (row * kSplatTileBlocks)) & 0xFFU;
-        blocks &= ~(std::uint64_t{0xFF} << (row * kSplatTileBlocks));
-        for (std::size_t vector = 0; vector < kVectors; ++vector) {
-            for (std::uint32_t rest = columns; rest != 0; rest &= rest - 1) {
-                const int column = std::countr_zero(rest);
-                const PlaceInQuad<Lanes> place = places.Find(column, row, vector);
-                const auto alpha = hn::Min((FindGaussian(place) * opacity).mLanes, one);
-                const std::size_t at =
-                    static_cast<std::size_t>(row * kSplatTileBlocks + column) * kBlockPixels + vector * kLanes;
-                const auto share = hn::Sub(one, hn::Load(d, tile.mChannels[3] + at));
-                auto shown = KeepChanged<kNormalised>(hn::Ge(alpha, leastAlpha), alpha, share, leastChange);
-                if constexpr (kEdges) {
-                    const auto farther = FindFarther(place);
-                    shown = hn::And(shown, hn::Lt(farther, outer));
-                    farthest = hn::Max(farthest, hn::IfThenElseZero(shown, farther));
-                }
-                take(at, alpha, shown);
-            }
+    std::size_t count = 0;
+    std::size_t unsureCount = 0;
+    for (std::size_t i = 0; i < batch.mVectorCount; ++i) {
+        const FadingPixels& pixels = batch.mVectors[i];
+        const PreparedSplat& splat = *batch.mSplats[pixels.mSplat];
+        const PlaceInQuad<Lanes> place = FindPlaces(pixels, splat);
+        const auto farther = FindFarther(place);
+        const auto alpha = hn::Min((FindGaussianNear(place) * Lanes(splat.mColor[3])).mLanes, one);
+        const auto share = hn::Sub(one, hn::Load(d, tile.mChannels[3] + pixels.mFirst));
+        auto shown = hn::And(hn::Ge(alpha, hn::Set(d, kLeastAlpha)), hn::Lt(farther, hn::Set(d, 4.0F - splat.mInner)));
+        shown = KeepChanged<kNormalised>(shown, alpha, share, hn::Set(d, batch.mLeastChange[pixels.mSplat]));
+        hn::Store(hn::IfThenElseZero(shown, alpha), d, batch.mAlpha + count * kLanes);
+        batch.mChanged[count] = static_cast<std::uint16_t>(i);
+        batch.mUnsure[unsureCount] = static_cast<std::uint16_t>(count);
+        const auto unsure = hn::And(shown, hn::Gt(farther, hn::Set(d, splat.mInner)));
+        unsureCount += hn::AllFalse(d, unsure) ? 0 : 1;
+        count += hn::AllFalse(d, shown) ? 0 : 1;
+    }
+    batch.mChangedCount = count;
+    batch.mUnsureCount = unsureCount;
+}
+
+/// Takes out the pixels that a quad does not cover, by its corners, where its places leave that unsure.
+HWY_NOINLINE void KeepCovered(const SplatTile& tile, const SplatSource& source, SplatBatch& batch) {
+    const FloatTag d;
+    SplatQuad quad;
+    const PreparedSplat* made = nullptr;
+    for (std::size_t i = 0; i < batch.mUnsureCount; ++i) {
+        const FadingPixels& pixels = batch.mVectors[batch.mChanged[batch.mUnsure[i]]];
+        const PreparedSplat& splat = *batch.mSplats[pixels.mSplat];
+        if (made != &splat) MakeSplatQuad(source.mRecords[splat.mRecord], source.mConstants, source.mViewport, quad);
+        made = &splat;
+        HWY_ALIGN float farther[kLanes];
+        hn::Store(FindFarther(FindPlaces(pixels, splat)), d, farther);
+        float* const alpha = batch.mAlpha + batch.mUnsure[i] * kLanes;
+        const auto block = static_cast<std::int32_t>(pixels.mFirst / kBlockPixels);
+        for (std::size_t lane = 0; lane < kLanes; ++lane) {
+            const auto pixel = static_cast<std::int32_t>((pixels.mFirst + lane) % kBlockPixels);
+            const std::int32_t x = block % kSplatTileBlocks * kSplatBlockSize + pixel % kSplatBlockSize;
+            const std::int32_t y = block / kSplatTileBlocks * kSplatBlockSize + pixel / kSplatBlockSize;
+            const bool isSure = farther[lane] <= splat.mInner || alpha[lane] == 0.0F;
+            if (!isSure && !quad.Covers(tile.mLeft + x, tile.mTop + y)) alpha[lane] = 0.0F;
         }
     }
-    return kEdges && !hn::AllFalse(d, hn::Gt(farthest, hn::Set(d, splat.mInner)));
 }
 
-/// Source times inverse destination alpha, plus destination, in one vector of pixels. `kClamped`: the source may lie
-/// outside 0 to 1.
+/// Source times inverse destination alpha, plus destination. `kClamped`: the source may lie outside 0 to 1.
 template <TileRounding kRounding, bool kClamped>
-HWY_INLINE void BlendPixels(SplatTile& tile, std::size_t at, const Floats (&color)[3], Floats alpha, PixelMask shown) {
+HWY_INLINE void BlendPixels(SplatTile& tile, const SplatBatch& batch) {
     const FloatTag d;
-    const auto alphaBefore = hn::Load(d, tile.mChannels[3] + at);
-    const auto share = hn::Sub(hn::Set(d, 1.0F), alphaBefore);
-    for (int channel = 0; channel < 3; ++channel) {
-        auto source = hn::Mul(color[channel], alpha);
-        if constexpr (kClamped) source = convert::VectorSaturate(d, source);
-        const auto before = hn::Load(d, tile.mChannels[channel] + at);
-        const auto after = Rounded<kRounding>(hn::Add(hn::Mul(source, share), before));
-        hn::Store(hn::IfThenElse(shown, after, before), d, tile.mChannels[channel] + at);
-    }
-    const auto after = Rounded<kRounding>(hn::Add(hn::Mul(alpha, share), alphaBefore));
-    hn::Store(hn::IfThenElse(shown, after, alphaBefore), d, tile.mChannels[3] + at);
-}
-
-template <TileRounding kRounding, bool kClamped>
-HWY_INLINE void BlendFaded(SplatTile& tile, const Floats (&color)[3], const FadedPixels& faded) {
-    const FloatTag d;
-    for (std::size_t i = 0; i < faded.mCount; ++i) {
-        const auto alpha = hn::Load(d, faded.mAlpha + i * kLanes);
-        BlendPixels<kRounding, kClamped>(tile, faded.mFirst[i], color, alpha, hn::Gt(alpha, hn::Zero(d)));
+    const auto one = hn::Set(d, 1.0F);
+    for (std::size_t i = 0; i < batch.mChangedCount; ++i) {
+        const FadingPixels& pixels = batch.mVectors[batch.mChanged[i]];
+        const PreparedSplat& splat = *batch.mSplats[pixels.mSplat];
+        float* const target = tile.mChannels[0] + pixels.mFirst;
+        const auto alpha = hn::Load(d, batch.mAlpha + i * kLanes);
+        const auto alphaBefore = hn::Load(d, target + 3 * kSplatTilePixels);
+        const auto share = hn::Sub(one, alphaBefore);
+        auto shown = hn::Gt(alpha, hn::Zero(d));
+        // Steps stay where they are by themselves.
+        if constexpr (!kIsNormalised<kRounding>)
+            shown = KeepChanged<false>(shown, alpha, share, hn::Set(d, tile.mLeastChange));
+        const auto blend = [&](std::size_t channel) HWY_ATTR {
+            auto color = hn::Mul(hn::Set(d, splat.mColor[channel]), alpha);
+            if constexpr (kClamped) color = convert::VectorSaturate(d, color);
+            const auto before = hn::Load(d, target + channel * kSplatTilePixels);
+            const auto after = Rounded<kRounding>(hn::Add(hn::Mul(color, share), before));
+            hn::Store(hn::IfThenElse(shown, after, before), d, target + channel * kSplatTilePixels);
+        };
+        blend(0);
+        blend(1);
+        blend(2);
+        const auto after = Rounded<kRounding>(hn::Add(hn::Mul(alpha, share), alphaBefore));
+        hn::Store(hn::IfThenElse(shown, after, alphaBefore), d, target + 3 * kSplatTilePixels);
     }
 }
 
 template <TileRounding kRounding>
-HWY_INLINE void DrawSplat(SplatTile& tile, const SplatSource& source, const PreparedSplat& splat, std::uint64_t blocks,
-                          FadedPixels& faded) {
+HWY_INLINE void DrawBatch(SplatTile& tile, const SplatSource& source, SplatBatch& batch) {
     constexpr bool kNormalised = kIsNormalised<kRounding>;
-    const FloatTag d;
-    const bool isWithin = splat.mInner == PreparedSplat::kWithin;
-    const Floats color[3] = {hn::Set(d, splat.mColor[0]), hn::Set(d, splat.mColor[1]), hn::Set(d, splat.mColor[2])};
-    if (kRounding == TileRounding::None && isWithin) {
-        // Blending costs less than what it takes to leave pixels out.
-        FadePixels<kNormalised, false>(tile, splat, blocks,
-                                       [&](std::size_t at, Floats alpha, PixelMask shown)
-                                           HWY_ATTR { BlendPixels<kRounding, false>(tile, at, color, alpha, shown); });
-        return;
-    }
-    std::size_t count = 0;
-    const auto keep = [&](std::size_t at, Floats alpha, PixelMask shown) HWY_ATTR {
-        hn::Store(hn::IfThenElseZero(shown, alpha), d, faded.mAlpha + count * kLanes);
-        faded.mFirst[count] = static_cast<std::uint16_t>(at);
-        count += hn::AllFalse(d, shown) ? 0 : 1;
-    };
-    const bool isUnsure = isWithin ? FadePixels<kNormalised, false>(tile, splat, blocks, keep)
-                                   : FadePixels<kNormalised, true>(tile, splat, blocks, keep);
-    faded.mCount = count;
-    if (HWY_UNLIKELY(isUnsure)) KeepCovered(tile, source, splat, faded);
-    const auto inRange = [](float value) { return value >= 0.0F && value <= 1.0F; };
-    if (kNormalised && !(inRange(splat.mColor[0]) && inRange(splat.mColor[1]) && inRange(splat.mColor[2])))
-        BlendFaded<kRounding, kNormalised>(tile, color, faded);
+    FadePixels<kNormalised>(tile, batch);
+    if (batch.mUnsureCount != 0) KeepCovered(tile, source, batch);
+    if (kNormalised && batch.mIsClamped)
+        BlendPixels<kRounding, kNormalised>(tile, batch);
     else
-        BlendFaded<kRounding, false>(tile, color, faded);
+        BlendPixels<kRounding, false>(tile, batch);
+    batch.mSplatCount = 0;
+    batch.mVectorCount = 0;
+    batch.mIsClamped = false;
 }
 
 /// The largest share of each block's pixels that is still free, 1 for what is no number.
@@ -304,28 +316,33 @@ HWY_INLINE std::uint64_t FindLiveBlocks(const float (&shares)[kSplatTileBlockCou
 template <TileRounding kRounding>
 std::size_t DrawRounded(SplatTile& tile, const SplatSource& source, std::span<const std::uint32_t> entries,
                         const PreparedSplat* splats) {
+    constexpr bool kNormalised = kIsNormalised<kRounding>;
     constexpr std::size_t kAhead = 8;
     alignas(64) float shares[kSplatTileBlockCount];
     bool isAnyLive = true;
-    FadedPixels faded;
-    for (std::size_t i = 0; i < entries.size(); ++i) {
+    std::size_t i = 0;
+    SplatBatch batch;
+    for (; i < entries.size(); ++i) {
         if (i % kShareInterval == 0) {
             constexpr float kAny = std::numeric_limits<float>::min();
+            DrawBatch<kRounding>(tile, source, batch);
             FindShares(tile, shares);
-            isAnyLive = FindLiveBlocks(shares, 1.0F, kIsNormalised<kRounding> ? kAny : tile.mLeastChange) != 0;
+            isAnyLive = FindLiveBlocks(shares, 1.0F, kNormalised ? kAny : tile.mLeastChange) != 0;
         }
-        if (!isAnyLive && !tile.mExpectScalar) break;
+        if (!isAnyLive && !tile.mExpectScalar) return entries.size();
         if (i + kAhead < entries.size()) hwy::Prefetch(splats + entries[i + kAhead]);
         const PreparedSplat& splat = splats[entries[i]];
-        if (splat.IsScalar()) return i;
+        if (splat.IsScalar()) break;
         if (!isAnyLive) continue;
-        const float weight = kIsNormalised<kRounding> ? std::min(splat.mColor[3], 1.0F) * FindBrightest(splat) : 1.0F;
+        const float weight = kNormalised ? std::min(splat.mColor[3], 1.0F) * FindBrightest(splat) : 1.0F;
         const std::uint64_t live = FindLiveBlocks(shares, weight, tile.mLeastChange);
-        if (live == 0) continue;
-        const std::uint64_t blocks = FindBlocks(tile, splat) & live;
-        if (blocks != 0) DrawSplat<kRounding>(tile, source, splat, blocks, faded);
+        const std::uint64_t blocks = live == 0 ? 0 : FindBlocks(tile, splat) & live;
+        if (blocks == 0) continue;
+        if (!batch.HasRoom()) DrawBatch<kRounding>(tile, source, batch);
+        AddSplat<kNormalised>(tile, splat, blocks, batch);
     }
-    return entries.size();
+    DrawBatch<kRounding>(tile, source, batch);
+    return i;
 }
 
 std::size_t DrawSplats(SplatTile& tile, const SplatSource& source, std::span<const std::uint32_t> entries,

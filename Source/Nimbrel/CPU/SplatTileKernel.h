@@ -34,7 +34,7 @@ struct alignas(64) PreparedSplat {
     float mAlongXx, mAlongXy, mAlongYx, mAlongYy;  ///< SplatQuad::mAlongX and mAlongY
     float mColor[4];                               ///< red, green, blue, opacity
     std::int32_t mMiddleX, mMiddleY;               ///< SplatQuad::mMiddleX and mMiddleY
-    /// |qx| and |qy| up to this are in the quad for sure, from 4 - mInner on outside; or kWithin or kScalar.
+    /// |qx| and |qy| up to this are in the quad for sure, from 4 - mInner on outside; or kScalar.
     float mInner;
     float mShear;      ///< the ellipse's rows have their middles at mShear * y
     float mHalfWidth;  ///< and reach mHalfWidth * sqrt(1 - y * y * mInverseHeight) to both sides
@@ -42,7 +42,6 @@ struct alignas(64) PreparedSplat {
     float mRightRow;  ///< y of its rightmost point; the leftmost lies across
     std::uint32_t mRecord;
 
-    static constexpr float kWithin = 3.0F;   ///< of mInner: where it shows is in the quad for sure
     static constexpr float kScalar = -1.0F;  ///< of mInner: for the scalar form, all but mRecord says nothing
     bool IsScalar() const { return mInner == kScalar; }
 };
