@@ -19,6 +19,14 @@ bool HasProperty(const PLYElement& element, std::string_view name) {
                        [&](const PLYProperty& property) { return property.name == name; });
 }
 
+/// All that a splat needs, in whatever order and types.
+bool HasSplats(const PLYElement& element) {
+    constexpr std::string_view kNeeded[] = {"x",       "y",       "z",       "f_dc_0", "f_dc_1", "f_dc_2", "opacity",
+                                            "scale_0", "scale_1", "scale_2", "rot_0",  "rot_1",  "rot_2",  "rot_3"};
+    return std::all_of(std::begin(kNeeded), std::end(kNeeded),
+                       [&](std::string_view name) { return HasProperty(element, name); });
+}
+
 const PLYElement* FindElement(const PLYHeader& header, std::string_view name) {
     const auto found = std::find_if(header.elements.begin(), header.elements.end(),
                                     [&](const PLYElement& element) { return element.name == name; });
@@ -47,15 +55,19 @@ std::string ListElements(const PLYHeader& header) {
 Refusal Explain(const PLYHeader& header, std::string_view message) {
     const PLYElement* const vertex = FindElement(header, "vertex");
     if (FindElement(header, "chunk") != nullptr || (vertex != nullptr && HasProperty(*vertex, "packed_position")))
-        return {"COMPRESSED", "compressed splats. Save them as a plain binary PLY"};
+        return {"COMPRESSED", "compressed splats. nimbrel-convert makes a plain PLY of them"};
     if (const PLYElement* const faces = FindFaces(header))
         return {"A MESH", fmt::format("a mesh of {} faces, not splats", GroupDigits(faces->count))};
     if (vertex == nullptr) return {"NO SPLATS", "the file has no element \"vertex\""};
     if (!HasProperty(*vertex, "f_dc_0") && !HasProperty(*vertex, "scale_0"))
         return {"A POINT CLOUD", fmt::format("a cloud of {} points, not splats", GroupDigits(vertex->count))};
     if (header.elements.size() > 1)
-        return {"MORE THAN SPLATS", fmt::format("it holds more than splats: {}", ListElements(header))};
-    if (!header.isBinary) return {"A TEXT FILE", "splats saved as text (ascii). Save them as binary PLY"};
+        return {"MORE THAN SPLATS",
+                fmt::format("it holds more than splats, which nimbrel-convert leaves out: {}", ListElements(header))};
+    if (!header.isBinary)
+        return {"A TEXT FILE", "splats saved as text (ascii). nimbrel-convert makes a binary PLY of them"};
+    if (HasSplats(*vertex))
+        return {"NOT A PLAIN PLY", "splats laid out in another way. nimbrel-convert makes a plain PLY of them"};
     constexpr std::string_view kPreamble = "File doesn't contain gaussian splats. ";
     if (message.starts_with(kPreamble)) message.remove_prefix(kPreamble.size());
     return {"NOT FOR NIMBREL", std::string(message)};
@@ -70,7 +82,7 @@ void Judge(const PLYHeader& header, PlyInspection& inspection) {
         return;
     }
     if (header.isBigEndian) {
-        inspection.mRefusal = {"BIG-ENDIAN", "its numbers are big-endian. Save them little-endian"};
+        inspection.mRefusal = {"BIG-ENDIAN", "its numbers are big-endian. nimbrel-convert turns them round"};
     } else if (inspection.mLayout.splatCount < 0) {
         inspection.mRefusal = {"TOO MANY SPLATS",
                                fmt::format("its header claims {} splats", GroupDigits(header.elements.front().count))};

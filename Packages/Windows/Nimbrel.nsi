@@ -1,5 +1,5 @@
 ; The installer for Windows. ./nimbrel package calls makensis with VERSION, STAGE (the folder that cmake --install has
-; filled), FILES (what `list` made of it), OUTPUT, and IMPORTER if there is one.
+; filled), FILES (what `list` made of it) and OUTPUT.
 ;
 ; Silent: Nimbrel-Setup.exe /S [/PLUGINS=FOLDER|none] [/D=FOLDER]
 ;   /PLUGINS  the host's own folder of plug-ins for the importer, over what the registry says; none leaves it out
@@ -130,9 +130,7 @@ FunctionEnd
 !macroend
 
 Function InstallImporter
-!ifdef IMPORTER
   !insertmacro InstallPlugin "NimbrelImport.aex"
-!endif
 FunctionEnd
 
 Section

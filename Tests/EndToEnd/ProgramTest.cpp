@@ -8,7 +8,8 @@
 #include <fstream>
 #include <iterator>
 
-#include "Shot.h"
+#include "NimbrelHost/Support/Errors.h"
+#include "Studio.h"
 
 namespace nimbrel::endtoend {
 namespace {
@@ -76,6 +77,7 @@ TEST(Program, ShowsTheEffectsFailuresAndWritesNothing) {
         }
         return header + "end_header\n";
     }();
+    fs::create_symlink(NIMBREL_EFFECT_FILE, folder / "alone.so");  // without the importer beside it
     struct Case {
         std::string mArguments;
         int mCode;
@@ -89,6 +91,7 @@ TEST(Program, ShowsTheEffectsFailuresAndWritesNothing) {
         {"--model " + good + " --gpu no-such-device", 2, "no-such-device"},
         {"--model " + good + " --depth 32", 2, "png"},
         {"--model " + (folder / "missing.ply").string(), 2, "missing.ply"},
+        {"--model " + good + " --plugin " + (folder / "alone.so").string(), 2, "no importer takes this \".ply\" file"},
         {"--model " + good + " --set Model1_align_scael=3", 2, "Model1_align_scael"},
         {"--no-such-option", 2, "--no-such-option"},
     };
@@ -98,6 +101,39 @@ TEST(Program, ShowsTheEffectsFailuresAndWritesNothing) {
         EXPECT_EQ(outcome.mCode, test.mCode) << test.mArguments << "\n" << outcome.mErrors;
         EXPECT_NE(outcome.mErrors.find(test.mMessage), std::string::npos) << test.mArguments << "\n" << outcome.mErrors;
         EXPECT_TRUE(ListFiles(out).empty()) << test.mArguments << " left " << ListFiles(out).front();
+    }
+}
+
+/// The importer may come after the effect. Of a sequence its first file is drawn.
+TEST(Program, DrawsWhatAUserImportsPlacesAndPicks) {
+    const fs::path folder = MakeFolder("import");
+    fs::copy_file(GetModelFile(4000, 1), folder / "scan_1.ply");
+    fs::copy_file(GetModelFile(500, 0), folder / "scan_2.ply");
+    Shot shot = MakeProjectShot();
+    shot.mBitsPerChannel = 16;
+    host::Json scene = MakeSceneDocument(shot);
+    scene["parameters"].erase("Model1_model");
+    std::ofstream(folder / "scene.json") << scene.dump();
+    const std::string model = (folder / "scan_1.ply").string(), written = (folder / "model.png").string();
+    const Outcome outcome =
+        RunProgram((folder / "scene.json").string() + " --frames 0 --model " + model + " -o " + written);
+    ASSERT_EQ(outcome.mCode, 0) << outcome.mErrors;
+
+    Studio::Options options;
+    options.mImporter.clear();
+    Studio studio(scene, "import", options);
+    EXPECT_THROW(studio.Set("Model1_model", model), host::UsageError);
+    studio.mHost->GetImporters().Load(NIMBREL_IMPORTER_FILE);
+    host::Project& project = studio.mHost->GetProject();
+    for (const bool asSequence : {false, true}) {
+        host::Item* const item =
+            project.AddFootage(studio.mHost->GetImporters().Import(model, asSequence), project.GetRoot());
+        studio.Get("Model1_model").mValue.mKeys[0].mValue.mNumbers.x = project.AddLayer(item)->mId;
+        studio.mHost->ChangeParameter(studio.Get("Model1_model"));
+        const host::Frame frame = studio.Render();
+        EXPECT_GT(MeanAlpha(frame), 0.02);
+        host::WritePng(folder / "picked.png", frame, {});
+        EXPECT_EQ(ReadFile(folder / "picked.png"), ReadFile(written));
     }
 }
 

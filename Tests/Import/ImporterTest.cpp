@@ -2,7 +2,6 @@
 #include <gmock/gmock.h>
 
 #include "ImporterFixture.h"
-#include "Studio.h"
 
 namespace nimbrel::host {
 namespace {
@@ -42,11 +41,13 @@ TEST_F(ImporterTest, SaysWhatAFileIs) {
         {"packed.ply", withElement("element chunk 9\nproperty float min_x\n"), "PLY, not for Nimbrel",
          "Not drawn: compressed splats"},
         {"extra.ply", withElement("element camera 1\nproperty float f\n"), "PLY, not for Nimbrel",
-         "Not drawn: it holds more than splats: \"camera\""},
+         "Not drawn: it holds more than splats, which nimbrel-convert leaves out: \"camera\""},
         {"many.ply", MakeHeader(GetUsualProperties(0), 4000000000), "PLY, not for Nimbrel",
          "its header claims 4,000,000,000 splats"},
         {"order.ply", MakeHeader(Replaced(GetUsualProperties(0), "rot_0", ""), 5), "PLY, not for Nimbrel",
          "Not drawn: Unexpected property"},
+        {"doubles.ply", Replace(header, "float y", "double y"), "PLY, not for Nimbrel",
+         "Not drawn: splats laid out in another way. nimbrel-convert makes a plain PLY of them"},
         {"first.ply", "ply\nproperty float x\n", "PLY, not for Nimbrel", "no elements defined"},
         {"endless.ply", "ply\n" + std::string(1 << 19, '\n'), "PLY, not for Nimbrel", "its header has no end"},
         {"\xC3\xA4-and-a-name-that-is-longer-than-any-field.ply", header, "Gaussian splats (PLY)", "5 splats",
@@ -162,24 +163,3 @@ TEST_F(ImporterTest, NumberedNeighboursAreOneItemIfAskedFor) {
 
 }  // namespace
 }  // namespace nimbrel::host
-
-namespace nimbrel::endtoend {
-namespace {
-
-/// The effect draws frame 0 of a sequence, and hears the same of an importer that was entered before it and after it.
-TEST(ImportedModel, IsDrawnWhicheverPluginCameFirst) {
-    const Shot shot = MakeProjectShot();
-    const host::Frame expected = Studio(shot).Render();
-    Studio::Options options;
-    options.mImporter.clear();
-    Shot bare = shot;
-    bare.mModels.clear();
-    Studio studio(bare, options);
-    EXPECT_THROW(studio.Switch(shot), host::UsageError);
-    studio.mHost->GetImporters().Load(NIMBREL_IMPORTER_FILE);
-    studio.Switch(shot);
-    EXPECT_EQ(studio.Render().mPixels, expected.mPixels);
-}
-
-}  // namespace
-}  // namespace nimbrel::endtoend
