@@ -20,8 +20,8 @@ struct Box {
 std::optional<Box> MeasureModel(const GaussianSplatAsset& asset);
 
 /// The model as the effect draws it through the default camera, framed so that the near face of `box` fills nine
-/// tenths of the picture, over the background. Each splat is drawn `splatScale` times as large as it is. On the calling
-/// thread alone; the same bits for the same asset.
+/// tenths of the picture, over the background. Each splat is drawn `splatScale` times as large as it is. The same
+/// bits for the same asset.
 Picture DrawModel(const GaussianSplatAsset& asset, const Box& box, float splatScale, int width, int height);
 
 }  // namespace nimbrel::importer

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <exception>
+#include <memory>
 #include <system_error>
 #include <thread>
 
@@ -152,48 +153,60 @@ int GetShownTime(Host& host, int frame) {
     return host.GetLayerClock().GetTime(std::min(frame, host.GetOptions().mLastFrame.value_or(frame)));
 }
 
-}  // namespace
-
-void RenderPart(Host& host, int number, const PF_LRect& rect, Frame& frame, FrameTimes& times) {
+/// What the effect draws inside `rect`; null where that is nothing.
+std::unique_ptr<World> RenderWorld(Host& host, int number, const PF_LRect& rect, FrameTimes& times) {
     const int time = GetShownTime(host, number);
-    const Composition& composition = host.GetProject().GetComposition();
     const bool strict = host.GetOptions().mStrict;
     RenderCall call(host, time, rect);
     Clock::time_point start = Clock::now();
     call.PreRender();
     times.mPreRenderMs += MillisecondsSince(start);
     const PF_LRect& result = call.GetResult();
-    if (IsEmpty(result)) return;
+    if (IsEmpty(result)) return nullptr;
     World::Layout layout;
     layout.mWidth = result.right - result.left;
     layout.mHeight = result.bottom - result.top;
-    layout.mBitsPerChannel = frame.mBitsPerChannel;
+    layout.mBitsPerChannel = host.GetProject().GetComposition().mBitsPerChannel;
     layout.mOriginX = result.left;
     layout.mOriginY = result.top;
     // Padding differs between the modes, so that no effect gets used to one.
     layout.mPaddingBytes = strict ? 48 : 16;
     layout.mInitialByte = strict ? 0xA5 : 0;
-    World world(layout);
+    auto world = std::make_unique<World>(layout);
     start = Clock::now();
-    call.Render(world);
+    call.Render(*world);
     times.mRenderMs += MillisecondsSince(start);
-    if (strict && !world.IsPaddingUntouched()) host.GetDiagnostics().Report("render: bytes behind a row were written");
-    world.CopyInto(frame, composition.LayerOutputX(), composition.LayerOutputY());
+    if (strict && !world->IsPaddingUntouched()) host.GetDiagnostics().Report("render: bytes behind a row were written");
+    return world;
+}
+
+}  // namespace
+
+void RenderPart(Host& host, int number, const PF_LRect& rect, Frame& frame, FrameTimes& times) {
+    const Composition& composition = host.GetProject().GetComposition();
+    if (const auto world = RenderWorld(host, number, rect, times))
+        world->CopyInto(frame, composition.LayerOutputX(), composition.LayerOutputY());
 }
 
 Frame RenderFrame(Host& host, int frame, FrameTimes& times) {
     const Composition& composition = host.GetProject().GetComposition();
     times.mFrame = frame;
-    Frame picture(composition.OutputWidth(), composition.OutputHeight(), composition.mBitsPerChannel);
+    const auto makePicture = [&] {
+        return Frame(composition.OutputWidth(), composition.OutputHeight(), composition.mBitsPerChannel);
+    };
     const int time = GetShownTime(host, frame);
     // Within the composition the layer shows from the beginning of its own time on.
-    if (frame >= 0 && time < 0) return picture;
+    if (frame >= 0 && time < 0) return makePicture();
     const PF_LRect whole{0, 0, composition.LayerOutputWidth(), composition.LayerOutputHeight()};
     // One pre-render and one render of the whole, as for a final output.
     if (!host.GetOptions().mStrict) {
-        RenderPart(host, frame, whole, picture, times);
+        const auto world = RenderWorld(host, frame, whole, times);
+        // Not before: an effect takes most memory while it renders.
+        Frame picture = makePicture();
+        if (world) world->CopyInto(picture, composition.LayerOutputX(), composition.LayerOutputY());
         return picture;
     }
+    Frame picture = makePicture();
     RehearsePreRenders(host, time, whole);
     // Odd frames come in two parts, the second with its origin inside the layer.
     const int split = frame % 2 == 1 ? whole.right / 3 : 0;

@@ -49,15 +49,20 @@ std::size_t GetPixelBytes(const ImageInfo& image) {
     return std::size_t{GetChannelCount(image.mPixelChannels)} * GetChannelBytes(image.mChannelFormat);
 }
 
-/// Largest buffer that a frame is read back through. All devices beyond the smallest give as much; more would only take
-/// more memory.
+/// Largest buffer that a frame is read back through at once. All devices beyond the smallest give as much; more would
+/// only take more memory.
 std::uint64_t GetBufferLimit(const render::Device& device) {
     constexpr std::uint64_t kMost = std::uint64_t{1} << 30;
     return std::min({kMost, device.GetStorageRange(), device.GetMemoryLimit()});
 }
 
+/// Strips are smaller, so that memory goes to the frame and not to them.
+std::uint64_t GetStripLimit(const render::Device& device) {
+    return std::min(std::uint64_t{1} << 27, GetBufferLimit(device));
+}
+
 /// Brings a finished frame from its tiles to the host. What the device can read back at once goes through one buffer at
-/// the end. A larger frame goes tile by tile and strip by strip through one of the largest size, into memory of the
+/// the end. A larger frame goes tile by tile and strip by strip through a smaller one, into memory of the
 /// process: the host's is written when nothing can fail any more.
 class FrameReadBack {
 public:
@@ -72,7 +77,7 @@ public:
         if (mLayout.mTotalSize > GetBufferLimit(device)) {
             const std::uint64_t pitch = GetReadBackLayout(image, tileWidth, 1).mRowPitch;
             mStripHeight = static_cast<std::uint32_t>(
-                std::clamp<std::uint64_t>(GetBufferLimit(device) / pitch, 1, mLayout.mHeight));
+                std::clamp<std::uint64_t>(GetStripLimit(device) / pitch, 1, mLayout.mHeight));
             mPixels.resize(GetPixelBytes(image) * mLayout.mWidth * mLayout.mHeight);
             mCopyUtil.SetLayout(GetReadBackLayout(image, tileWidth, mStripHeight));
         } else {
