@@ -2,15 +2,18 @@
 #include <gmock/gmock.h>
 
 #include <functional>
+#include <stdexcept>
 
 #include "../Parameters/TestSupport.h"
+#include "AE/Parameters/ParameterConversionAE.h"
 #include "ControlSession.h"
 #include "NimbrelHost/Commands/Command.h"
-#include "NimbrelHost/Drawing/Theme.h"
 #include "NimbrelHost/Support/Errors.h"
 #include "PluginBase/AE/AEGPObjects.h"
+#include "PluginBase/AE/CommandDispatch.h"
 #include "PluginBase/AE/GraphicsAE.h"
 #include "PluginBase/AE/ParameterAccessAE.h"
+#include "PluginBase/AE/TextAE.h"
 #include "PluginBase/AE/ThreadContextAE.h"
 #include "PluginBase/Exception.h"
 
@@ -21,8 +24,8 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using zeb::ui::Color;
 using zeb::ui::GraphicsAE;
-using zeb::ui::StandardColor;
 namespace host = nimbrel::host;
+using Made = zeb::UniquePtr<zeb::PluginBaseAE>;
 
 /// This thread is inside a command of the host's. What a test leaves held there is found at its end.
 class InHost : public testing::Test {
@@ -78,6 +81,39 @@ TEST_F(InHost, PropertiesChangeOnlyWhatDiffers) {
                           "InData()->effect_ref, parameterIndex, &def)\""));
 }
 
+TEST_F(InHost, ValuesCrossInLogicUnits) {
+    const test::TextManager manager(
+        test::Catalogue({test::Entry("FloatSlider", 1, test::kRange + R"(,"flags":["DisplayPercent"])"),
+                         test::Entry("Angle", 2), test::Entry("Color", 3), test::Entry("Point3", 4),
+                         test::Entry("Point3", 5, R"("absolutePosition":{"value":true})")}));
+    const auto& table = manager.GetTable();
+    const zeb::ParameterDescription &percent = table[0], &angle = table[1], &color = table[2], &relative = table[3],
+                                    &absolute = table[4];
+    // A layer of 64 by 36 at half resolution in x and a third in y.
+    mCommand.In().downsample_x = {1, 2};
+    mCommand.In().downsample_y = {1, 3};
+    const auto near = [](const glm::vec3& value, const glm::vec3& expected) {
+        for (int i = 0; i < 3; ++i) EXPECT_NEAR(value[i], expected[i], 1e-5F) << i;
+    };
+    PF_ParamDef def{};
+    zeb::SetDoubleInDef(percent, 0.25, def);
+    EXPECT_EQ(def.u.fs_d.value, 25.0);
+    EXPECT_EQ(zeb::GetDoubleFromDef(percent, def), 0.25);
+    zeb::SetDoubleInDef(angle, 3.14159265358979323846 * (1.0 + 0.7 / 65536.0 / 180.0), def);
+    EXPECT_EQ(def.u.ad.value, 180 * 65536 + 1) << "rounded";
+    EXPECT_NEAR(zeb::GetDoubleFromDef(angle, def), 3.14159265358979323846, 1e-6);
+    zeb::SetVec3InDef(color, {-1.0F, 0.999F, 0.2F}, def);
+    EXPECT_EQ(def.u.cd.value.green, 254) << "254.7, truncated";
+    near(zeb::GetVec3FromDef(color, def), {0.0F, 254.0F / 255.0F, 0.2F});
+    zeb::SetRawVec3InDef(relative, {0.25F, 0.5F, 0.5F}, def);
+    near({def.u.point3d_d.x_value, def.u.point3d_d.y_value, def.u.point3d_d.z_value}, {8.0F, 6.0F, 9.0F});
+    near(zeb::GetVec3FromDef(relative, def), {16.0F, 18.0F, 18.0F});
+    near(zeb::GetRawVec3FromDef(relative, def, zeb::DepthUnit::LayerHeight), {0.25F, 0.5F, 0.5F});
+    near(zeb::GetRawVec3FromDef(relative, def, zeb::DepthUnit::LayerWidth), {0.25F, 0.5F, 18.0F / 64.0F});
+    near(zeb::GetRawVec3FromDef(absolute, def, zeb::DepthUnit::LayerHeight), {16.0F, 18.0F, 18.0F});
+    EXPECT_THROW(zeb::SetDoubleInDef(color, 1.0, def), zeb::Exception);
+}
+
 TEST_F(InHost, WhatIsNotThereIsMissedWhereItMustBe) {
     const zeb::AEGP::Effect effect = zeb::AEGP::Suites().GetEffect();
     EXPECT_FALSE(effect.FindEffectCamera({0, 1}));
@@ -87,6 +123,57 @@ TEST_F(InHost, WhatIsNotThereIsMissedWhereItMustBe) {
     GetHost().GetProject().FindLayerByName("null")->mSource = nullptr;
     EXPECT_THAT(GetFailure([&] { null.GetLayerSourceItem(true); }),
                 HasSubstr("\"Failed to get the layer source item.\""));
+}
+
+/// No exception of any kind crosses to the host.
+TEST_F(InHost, EveryFailureBecomesACodeAndAMessage) {
+    const struct {
+        zeb::PluginFactory mThrow;
+        PF_Err mCode;
+        const char* mMessage;
+    } rows[] = {
+        {[]() -> Made { ZEB_THROW(517, "stopped"); }, 517, "with message \"stopped\" and code PF_Interrupt_CANCEL"},
+        {[]() -> Made { throw std::out_of_range(std::string(600, 'z')); }, 512,
+         "Unexpected exception with message \"zzz"},
+        {[]() -> Made { throw 514; }, 514, "Unexpected exception with code PF_Err_UNRECOGNIZED_PARAM_TYPE"},
+        {[]() -> Made { throw 99; }, 99, "Unexpected exception with code 99"},
+        {[]() -> Made { throw 'c'; }, 512, "Unexpected exception"},
+    };
+    PF_OutData out{};
+    const auto run = [&](PF_Cmd command, zeb::PluginFactory create) {
+        PF_InData in = mCommand.In();
+        in.global_data = nullptr;
+        out = {};
+        return zeb::RunCommand(command, &in, &out, nullptr, nullptr, create);
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(run(PF_Cmd_GLOBAL_SETUP, row.mThrow), row.mCode);
+        EXPECT_THAT(out.return_msg, HasSubstr(row.mMessage));
+        EXPECT_NE(out.out_flags & PF_OutFlag_DISPLAY_ERROR_MESSAGE, 0);
+    }
+    for (const PF_Cmd unserved : {-1, 2, 9, 12, 17, 21, 29, 31, 1000}) EXPECT_EQ(run(unserved, nullptr), 0) << unserved;
+    EXPECT_EQ(run(PF_Cmd_PARAMS_SETUP, nullptr), 512);
+    EXPECT_THAT(out.return_msg, HasSubstr("The effect was not set up"));
+    EXPECT_EQ(zeb::RunCommand(PF_Cmd_GLOBAL_SETUP, nullptr, nullptr, nullptr, nullptr, rows[0].mThrow), 512);
+}
+
+TEST(Message, TheFirstWinsAndIsCutBetweenCharacters) {
+    PF_OutData out{};
+    EXPECT_TRUE(zeb::SetMessage(&out, std::string(300, 'x')));
+    zeb::ReportError(&out, "second");
+    EXPECT_EQ(std::string(out.return_msg), std::string(255, 'x'));
+    out.return_msg[0] = '\0';
+    zeb::ReportError(&out, std::string(254, 'y') + "\xC3\xA9");
+    EXPECT_EQ(std::string(out.return_msg), std::string(254, 'y'));
+    EXPECT_FALSE(zeb::SetMessage(nullptr, "nobody"));
+}
+
+TEST(Text, CrossesBothWays) {
+    EXPECT_EQ(zeb::ToUtf8(u"a\u00e9\U0001F600"), "a\xC3\xA9\xF0\x9F\x98\x80");
+    EXPECT_EQ(zeb::ToUtf16("a\xC3\xA9\xF0\x9F\x98\x80"), u"a\u00e9\U0001F600");
+    EXPECT_EQ(zeb::ToUtf8(std::u16string(1, char16_t{0xD800}) + u"b"), std::string("\xEF\xBF\xBD") + "b");
+    EXPECT_EQ(zeb::ToUtf16(std::string("\xFF") + "b"), std::u16string(u"\uFFFD") + u"b");
+    EXPECT_EQ(zeb::EscapeForScript("a\"b\\c\td\ne\b"), "a\\\"b\\\\c\\td\\ne\\b");
 }
 
 TEST(ColorPicker, ThatFailsIsTold) {
@@ -121,23 +208,6 @@ protected:
 
     PF_EventExtra mExtra{};
 };
-
-TEST_F(Graphics, StandardColoursComeFromTheApplication) {
-    GraphicsAE graphics(mExtra);
-    const int expected[] = {PF_App_Color_NONE, 0, 5, 5, 26, 2, 2, 2};
-    for (int number = 1; number < 8; ++number) {
-        const host::Rgb rgb = host::FindAppColor(expected[number]).value();
-        const Color color = graphics.GetStandardColor(static_cast<StandardColor>(number));
-        EXPECT_NEAR(color.mRed, static_cast<float>(rgb >> 16) / 255.0F, 1e-6F) << number;
-        EXPECT_NEAR(color.mGreen, static_cast<float>(rgb >> 8 & 0xff) / 255.0F, 1e-6F) << number;
-        EXPECT_NEAR(color.mBlue, static_cast<float>(rgb & 0xff) / 255.0F, 1e-6F) << number;
-        EXPECT_EQ(color.mAlpha, 1.0F);
-    }
-    const Color ground = graphics.GetStandardColor(StandardColor::Background);
-    EXPECT_NEAR(ground.mRed, static_cast<float>(host::theme::kBackground >> 16) / 255.0F, 1e-6F);
-    for (const int number : {-1, 8})
-        EXPECT_THROW(graphics.GetStandardColor(static_cast<StandardColor>(number)), zeb::Exception);
-}
 
 TEST_F(Graphics, DrawsWhatIsMeant) {
     {
@@ -179,63 +249,6 @@ TEST_F(Graphics, DrawsWhatIsMeant) {
     };
     EXPECT_THAT(row(*drawing.Get<host::ImageCall>().at(0)->mImage), ElementsAre(0xffff7f00, 0xffff003f, 0xffff003f));
     Begin(false);
-}
-
-TEST_F(Graphics, FailuresNameTheCall) {
-    const auto brush = [](GraphicsAE& g) { g.MakeBrush({}); };
-    const auto rect = [](GraphicsAE& g) { g.FillRect({0, 0, 1, 1}, *g.MakeBrush({})); };
-    const auto line = [](GraphicsAE& g) { g.DrawLine(*g.MakePen({}, 1), {}, {}); };
-    const auto strip = [](GraphicsAE& g) { g.DrawLineStrip(*g.MakePen({}, 1), {{}, {}}); };
-    const auto polygon = [](GraphicsAE& g) {
-        const auto made = g.MakePolygon();
-        made->AddPoint({});
-        made->AddPoint({});
-        made->Close();
-    };
-    const auto image = [](GraphicsAE& g) { g.FillGradientRect({0, 0, 2, 2}, {Color{}}); };
-    const std::string supplier = "Failed to call mSuites.supplier_suiteP->";
-    const std::string path = "Failed to call mSuites.path_suiteP->";
-    const std::string surface = "Failed to call mSuites.surface_suiteP->";
-    const struct {
-        const char* mFunction;
-        std::function<void(GraphicsAE&)> mDraw;
-        std::string mText;
-    } failures[] = {
-        {"PF_AppGetBgColor", [](GraphicsAE& g) { g.GetStandardColor(StandardColor::Background); },
-         "Failed to call (*mAppSuite->PF_AppGetBgColor)(&cl)"},
-        {"PF_AppGetColor", [](GraphicsAE& g) { g.GetStandardColor(StandardColor::Text); },
-         "Failed to call (*mAppSuite->PF_AppGetColor)(appColorType, &cl)"},
-        {"NewBrush", brush, supplier + "NewBrush(mSupplier, &drawbotColor, &brush)"},
-        {"NewPen", line, supplier + "NewPen( mSupplier, &drawbotColor, thickness, &pen)"},
-        {"NewPath", polygon, supplier + "NewPath(mSupplier, &path)"},
-        {"MoveTo", line, path + "MoveTo(path, p1.mX, p1.mY)"},
-        {"MoveTo", strip, path + "MoveTo(path, it->mX, it->mY)"},
-        {"AddRect", rect, path + "AddRect(path, &drawbotRect)"},
-        {"AddRect", [](GraphicsAE& g) { g.DrawRect({}, *g.MakePen({}, 1)); }, path + "AddRect(path, &drawbotRect)"},
-        {"FillPath", rect, surface + "FillPath( mSurface, drawbotBrush, drawbotPath, kDRAWBOT_FillType_EvenOdd)"},
-        {"StrokePath", line, surface + "StrokePath(mSurface, drawbotPen, drawbotPath)"},
-        {"LineTo", polygon, path + "LineTo(mPath, p.x, p.y)"},
-        {"Close", polygon, path + "Close(mPath)"},
-        {"PrefersPixelLayoutARGB", image, "Failed to draw an UI image."},
-        {"NewImageFromBuffer", image, "Failed to draw an UI image."},
-        {"DrawImage", image, "Failed to draw an UI image."},
-        {"SupportsPixelLayoutBGRA", brush, supplier + "SupportsPixelLayoutBGRA( mSupplier, &supportsPixelLayoutBGRA)"},
-        {"PF_GetDrawingReference", brush, "PF_GetDrawingReference"},
-        {"GetSupplier", brush, "Failed to call mSuites.drawbot_suiteP->GetSupplier(drawRef, &mSupplier)"},
-        {"GetSurface", brush, "Failed to call mSuites.drawbot_suiteP->GetSurface(drawRef, &mSurface)"},
-    };
-    const std::vector<std::size_t> held = mStudio.CountHeld();
-    for (const auto& failure : failures) {
-        const std::string text = GetFailure(
-            [&] {
-                GraphicsAE graphics(mExtra);
-                failure.mDraw(graphics);
-            },
-            failure.mFunction, 4);
-        EXPECT_THAT(text, HasSubstr(failure.mText)) << failure.mFunction;
-        EXPECT_EQ(GetHost().GetCustomUI().GetObjects().Count(), 0U) << failure.mFunction;
-        EXPECT_EQ(mStudio.CountHeld(), held) << failure.mFunction;
-    }
 }
 
 }  // namespace

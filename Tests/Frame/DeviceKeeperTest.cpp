@@ -8,7 +8,7 @@
 #include "../Failure.h"
 #include "PluginBase/Render/DeviceKeeper.h"
 #include "PluginBase/Render/Failures.h"
-#include "RecordingDevice.h"
+#include "TestPlugin.h"
 
 using namespace zeb::render;
 using test::MessageOf;
@@ -27,11 +27,11 @@ protected:
         explicit CountedRender(int& alive) : mAlive(alive) { ++mAlive; }
         ~CountedRender() override { --mAlive; }
         std::string GetDescription() const override { return "counted"; }
-        Device& GetAnyDevice() override { return mDevice; }
+        Device& GetAnyDevice() override { return mRender->GetAnyDevice(); }
 
     private:
         int& mAlive;
-        RecordingDevice mDevice;
+        zeb::UniquePtr<Render> mRender = MakeCpuRender();
     };
 
     DeviceKeeper MakeKeeper() {

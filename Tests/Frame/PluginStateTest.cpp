@@ -6,12 +6,9 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
-#include "../Failure.h"
 #include "PluginBase/Parameters/ParameterDefaultValueGetter.h"
-#include "PluginBase/Parameters/ParameterPacker.h"
 #include "TestPlugin.h"
 
-using ::testing::HasSubstr;
 using zeb::PluginStatePart;
 
 namespace {
@@ -44,11 +41,6 @@ protected:
     zeb::ParameterDefaultValueGetter mGetter{mManager};
 };
 
-TEST_F(PluginStateTest, AFreshBlockIsTheHeaderInZeros) {
-    const zeb::PluginState state;
-    EXPECT_EQ(state.GetBytes(), std::vector<std::byte>(144));
-}
-
 TEST_F(PluginStateTest, TheHeadersFieldsStandAtTheirOffsets) {
     const zeb::PluginState state = Make({PluginStatePart::Camera});
     EXPECT_EQ(Load<std::uint32_t>(state, 0), 1U);
@@ -76,26 +68,4 @@ TEST_F(PluginStateTest, PartsStandInAscendingOrderWithoutGaps) {
     mPlugin.mBinary = {std::byte{7}, std::byte{8}};
     const zeb::PluginState binary = Make({PluginStatePart::DrawBinary});
     EXPECT_THAT((Load<std::array<std::uint64_t, 2>>(binary, 128)), ::testing::ElementsAre(144, 2));
-}
-
-TEST_F(PluginStateTest, TheJsonFormHasTheHeadersOrder) {
-    mPlugin.mBinary = {std::byte{7}, std::byte{200}};
-    const zeb::PluginState state =
-        Make({PluginStatePart::Camera, PluginStatePart::PreDraw, PluginStatePart::Draw, PluginStatePart::DrawBinary});
-    // The packed structures were not asked for, and a binary value is written as its bytes.
-    EXPECT_EQ(state.ToJson(zeb::ParameterPacker(mManager, nlohmann::json::object())).dump(),
-              "{\"NeedCamera\":true,"
-              "\"Camera\":[[1.0,0.0,0.0,0.0],[0.0,1.0,0.0,0.0],[0.0,0.0,1.0,0.0],[-320.0,-180.0,640.0,1.0]],"
-              "\"FocalLength\":800.0,\"CameraType\":2,\"PackedParameters\":[],\"PreDraw\":null,"
-              "\"Draw\":{\"Model1\":\"/\u00e4.ply\",\"Model2\":\"\"},"
-              "\"DrawBinary\":{\"bytes\":[7,200],\"subtype\":null}}");
-}
-
-TEST_F(PluginStateTest, UnknownPartsAreRefused) {
-    EXPECT_THAT(test::MessageOf([&] { Make({static_cast<PluginStatePart>(5)}); }),
-                HasSubstr("\"Unexpected plugin state part type 5\""));
-    for (const std::uint32_t part : {0U, 5U}) {
-        EXPECT_THAT(test::MessageOf([&] { zeb::PluginState().GetOffsetSize(static_cast<PluginStatePart>(part)); }),
-                    HasSubstr("\"Unexpected plugin state part type of " + std::to_string(part) + "\""));
-    }
 }

@@ -3,10 +3,9 @@
 #include <exception>
 #include <string_view>
 
+#include "Panel.h"
 #include "PluginBase/UI/GradientInteract.h"
 #include "PluginBase/UI/RampInteract.h"
-#include "UI/Panel.h"
-#include "UI/RecordingGraphics.h"
 
 namespace {
 
@@ -27,11 +26,11 @@ template <class T>
 void UseControl(zeb::InteractBase& interact, const T& value) {
     static test::Panel panel;
     panel.Set(value);
-    test::RecordingGraphics graphics;
+    test::PointsGraphics graphics;
     Check(interact.Draw(panel.mGetter, panel.mContext, graphics));
-    for (const test::DrawCall& call : graphics.mCalls) {
-        Check(call.mPoints.size() <= 200 + 75 * value.keys.size());
-        for (const zeb::ui::Point& point : call.mPoints)
+    for (const auto& points : graphics.mCalls) {
+        Check(points.size() <= 200 + 75 * value.keys.size());
+        for (const zeb::ui::Point& point : points)
             Check(point.mX >= 20.0F && point.mX <= 132.0F && point.mY >= 30.0F && point.mY <= 142.0F);
     }
     panel.Run(interact, "move 0 .5; double .5 .5; click; drag 1 .1; double 1 .1; double .3 .3; drag .9 -.5");

@@ -1,4 +1,3 @@
-#include <cmath>
 #include <cstring>
 #include <random>
 #include <vector>
@@ -86,18 +85,6 @@ TEST(Gradient, SelectedKeyIsKeptAsJson) {
                 testing::HasSubstr("type must be number, but is string"));
 }
 
-TEST(Gradient, JsonForm) {
-    const auto json = nlohmann::json::parse(Gradient().ToJSON());
-    EXPECT_EQ(json, nlohmann::json::parse(
-                        R"({"keys":[[0.0,{"color":[1.0,1.0,1.0],"type":1}],[1.0,{"color":[1.0,1.0,1.0],"type":1}]]})"));
-    Gradient gradient(Gradient::kStep, glm::vec3(0.1F, 1.0F / 3.0F, 0.7F), kBlue);
-    Gradient read;
-    read.FromJSON(gradient.ToJSON());
-    EXPECT_EQ(read.keys.at(0.0F).color, gradient.keys.at(0.0F).color);
-    EXPECT_EQ(read.keys.at(0.0F).type, Gradient::kStep);
-    for (const char c : gradient.ToJSON()) EXPECT_TRUE(c >= 32 && c < 127);
-}
-
 TEST(Gradient, JsonOfAWrongShapeIsRefusedAndChangesNothing) {
     const std::pair<std::string, const char*> cases[] = {
         {"{", "parse_error"},
@@ -131,19 +118,6 @@ TEST(Gradient, InterpolatesKeyByKey) {
     EXPECT_EQ(blend.keys.at(0.75F).type, Gradient::kStep);
     EXPECT_TRUE(blend.interactInfo.empty());
     EXPECT_THROW((void)a.MakeInterpolated(zeb::Ramp(), 0.5F), zeb::Exception);
-}
-
-TEST(Gradient, EqualityIgnoresTheSelection) {
-    Gradient a;
-    Gradient b;
-    b.SetSelectedKey(1);
-    EXPECT_TRUE(a.IsEqual(b));
-    b.keys[0.0F].color.y = 0.99998F;
-    EXPECT_FALSE(a.IsEqual(b));
-    b.keys[0.0F].color.y = 0.999995F;
-    EXPECT_TRUE(a.IsEqual(b));
-    b.keys.erase(1.0F);
-    EXPECT_FALSE(a.IsEqual(b));
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstring>
-#include <stdexcept>
 #include <thread>
 
 #include <fmt/format.h>
@@ -191,40 +190,6 @@ TEST(ParameterPacker, FillsEveryMemberType) {
     EXPECT_EQ(dump[0]["g"][1], nlohmann::json::parse("[0.5,0.0,0.5,1.0]"));
 }
 
-TEST(ParameterPacker, NamesTheMemberThatDoesNotFit) {
-    struct Case {
-        std::string mMember;
-        const char* mScript;
-        const char* mMessage;
-    };
-    const Case cases[] = {
-        {Member("m", 0, "Bool", 0, 2), "var P = {};", "Array of bools is not supported. Member m of struct P."},
-        {Member("m", 0, "Mat4x4", -1, 2), "var P = {};", "Array of mat4x4 is not supported. Member m of struct P."},
-        {Member("m", 0, "Int32", 3), "var P = {};", "Source parameter 3 for member m of struct P must be of type int."},
-        {Member("m", 0, "Vec2", 4), "var P = {};", "Member m of struct P can't be loaded from a source parameter."},
-        {Member("m", 0, "Vec4", 4), "var P = {};", "can't be loaded from a source parameter."},
-        {Member("m", 0, "Int32", 1, 2), "var P = {m: new Int32Array(2)};", "can't be loaded from a source parameter."},
-        {Member("m", 0, "Float32", 5, 2), "var P = {m: [1, 2]};", "Member m of struct P must be of type Float32Array."},
-        {Member("m", 0, "Int32", -1, 2), "var P = {m: 5};", "Member m of struct P must be of type Int32Array."},
-        {Member("m", 0, "Float32", 5, 2), "var P = {m: new Float64Array(2)};",
-         "must be of type Int32Array or Float32Array (current element size of 8)."},
-        {Member("m", 0, "Float32", 5, 2), "var P = {m: new Float32Array(0)};", "(current element size of 0)."},
-        {Member("m", 0, "Float32", 5, 2), "var P = {m: new Float32Array(3)};",
-         "Member m of struct P expected to be of length 2 but has 3."},
-        {Member("m", 0, "Vec3", 4), "var P = {m: new vec2(0, 0)};", "Member m of struct P must be a vector"},
-        {Member("m", 0, "Vec3", 4), "var P = {};", "Member m of struct P must be a vector"},
-        {Member("m", 0, "Int32", 1), "", "no object for struct P"},
-        {Member("m", 0, "Int32", 1), "var P = 5;", "no object for struct P"},
-        {Member("m", 0, "Int32", 1), "var P = {get m() { throw new Error('get'); }, set m(v) {}};", "get"},
-        {Member("m", 0, "Int32", 1), "var P = new Proxy({}, {set: function() { throw new Error('set'); }});", "set"},
-    };
-    for (const Case& c : cases) {
-        const Fixture fixture(OnePack({c.mMember}), c.mScript);
-        EXPECT_THAT(MessageOf([&] { (void)fixture.Pack(); }), testing::HasSubstr(c.mMessage)) << c.mMember << c.mScript;
-    }
-    EXPECT_THROW((void)Fixture(OnePack({Member("m", 0, "Int32", 99)}), "var P = {};").Pack(), std::out_of_range);
-}
-
 TEST(ParameterPacker, AScriptErrorShowsTheStackAndLeavesTheContextUsable) {
     const Fixture fixture(OnePack({Member("i", 0, "Int32", 1)}, R"(,"scriptFunction":"Run")"),
                           R"(var P = {i: 0}; var kept = null;
@@ -262,26 +227,6 @@ TEST(ParameterPacker, AScriptErrorShowsTheStackAndLeavesTheContextUsable) {
         values.mInts[1] = 1;
         ASSERT_EQ(fixture.Pack(values), good);
     }
-}
-
-TEST(ParameterPacker, ScriptsThatDoNotLoadFailEveryTime) {
-    const std::pair<const char*, const char*> cases[] = {
-        {"var P = {", "Failed to call duk_pcompile_lstring_filename(mContext, flags, code.data(), code.size())"},
-        {"var P = missing;", "Failed to call duk_pcall(*context, 0)"},
-    };
-    for (const auto& [script, message] : cases) {
-        const Fixture fixture(OnePack({}), script);
-        for (int i = 0; i < 2; ++i) {
-            const std::string text = MessageOf([&] { (void)fixture.Pack(); });
-            EXPECT_THAT(text, testing::HasSubstr(message));
-            EXPECT_THAT(text, testing::HasSubstr("S.js:1"));
-        }
-    }
-    const test::TextManager manager(R"({"parameters":[],"packJSFilenames":["S.js"],"packs":[]})");
-    std::vector<std::byte> bytes;
-    zeb::BlobWriter writer(bytes);
-    EXPECT_THAT(MessageOf([&] { manager.GetPacker().PackFromGetter(writer, manager.GetDefaultValueGetter()); }),
-                testing::HasSubstr("without a text file loader"));
 }
 
 TEST(ParameterPacker, EachThreadHasItsOwnScriptState) {

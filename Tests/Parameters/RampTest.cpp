@@ -67,12 +67,6 @@ TEST(Ramp, EvaluatesHandWorkedPoints) {
     }
 }
 
-TEST(Ramp, ConstructorChoosesTheInterpolationByType) {
-    EXPECT_EQ(Ramp(0).interpolation, Ramp::kCosine);
-    EXPECT_EQ(Ramp(1).interpolation, Ramp::kLinear);
-    EXPECT_EQ(Ramp(0, 0.25F, 0.75F).keys, (Keys{{0.0F, 0.25F}, {1.0F, 0.75F}}));
-}
-
 /// The point of a cubic at p by repeated halving of its control polygon (de Casteljau).
 glm::dvec2 CasteljauPoint(std::array<glm::dvec2, 4> points, double p) {
     for (std::size_t n = 3; n > 0; --n) {
@@ -174,18 +168,6 @@ TEST(Ramp, BinaryFormWithHostileContents) {
     EXPECT_EQ(ramp.keys, (Keys{{0.5F, 0.9F}}));
 }
 
-TEST(Ramp, JsonRoundTripKeepsEveryBit) {
-    Ramp ramp = MakeRamp(Ramp::kBezier, {{0.1F, 1.0F / 3.0F}, {0.7F, 1e-30F}});
-    ramp.type = 1;
-    Ramp read;
-    read.FromJSON(ramp.ToJSON());
-    EXPECT_EQ(read.keys, ramp.keys);
-    EXPECT_EQ(read.type, 1);
-    EXPECT_EQ(read.interpolation, Ramp::kBezier);
-    const auto json = nlohmann::json::parse(Ramp(0, 1.0F, 0.0F).ToJSON());
-    EXPECT_EQ(json, nlohmann::json::parse(R"({"type":0,"interpolation":0,"keys":[[0.0,1.0],[1.0,0.0]]})"));
-}
-
 TEST(Ramp, JsonOfAWrongShapeIsRefusedAndChangesNothing) {
     const std::string deep(100000, '[');
     const std::pair<std::string, const char*> cases[] = {
@@ -226,20 +208,6 @@ TEST(Ramp, InterpolatesKeyByKey) {
     EXPECT_TRUE(interpolate(MakeRamp(0, {}), MakeRamp(0, {}), 0.5F).keys.empty());
     EXPECT_THROW((void)a.MakeInterpolated(b, std::nanf("")), zeb::Exception);
     EXPECT_THROW((void)a.MakeInterpolated(zeb::Gradient(), 0.5F), zeb::Exception);
-}
-
-TEST(Ramp, EqualityToleratesValuesOnly) {
-    const Ramp ramp = MakeRamp(Ramp::kLinear, {{0.0F, 0.0F}, {0.5F, 1.0F}});
-    Ramp other = ramp;
-    EXPECT_TRUE(ramp.Clone()->IsEqual(ramp));
-    other.keys[0.0F] = 1e-5F;
-    EXPECT_TRUE(ramp.IsEqual(other));
-    other.keys[0.0F] = 1.1e-5F;
-    EXPECT_FALSE(ramp.IsEqual(other));
-    EXPECT_FALSE(ramp.IsEqual(MakeRamp(Ramp::kStep, ramp.keys)));
-    EXPECT_FALSE(ramp.IsEqual(MakeRamp(Ramp::kLinear, {{0.0F, 0.0F}, {0.50001F, 1.0F}})));
-    EXPECT_FALSE(ramp.IsEqual(MakeRamp(Ramp::kLinear, {{0.0F, 0.0F}})));
-    EXPECT_FALSE(ramp.IsEqual(zeb::Gradient()));
 }
 
 }  // namespace

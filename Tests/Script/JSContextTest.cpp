@@ -1,26 +1,17 @@
 // The script environment, each binding against the same arithmetic in C++.
 #include "PluginBase/Script/JSContext.h"
 
-#include <cmath>
-#include <cstring>
-
 #include <duktape.h>
-#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <glm/gtc/matrix_transform.hpp>
 #include <glm/gtc/type_ptr.hpp>
 #include <nlohmann/json.hpp>
 
-#include "../Failure.h"
 #include "Parameters/TestSupport.h"
 
 namespace {
 
 using nlohmann::json;
-using test::Catalogue;
-using test::Entry;
-using test::kRange;
-using test::MessageOf;
 
 /// Runs the text and returns the JSON of its last expression; an error is its text, "undefined" is null.
 json Evaluate(const zeb::JSContext& context, const std::string& code) {
@@ -125,56 +116,8 @@ TEST(JSContext, MatricesMatchGlm) {
     EXPECT_EQ(Evaluate(context, "m.scale(1, 1, 1)"), json());
 }
 
-const std::string kCatalogue = Catalogue({
-    Entry("GroupBegin", 1),
-    Entry("IntSlider", 2, kRange),
-    Entry("Popup", 3, R"("enum":{"value":["A","B"]},"default":{"value":1})"),
-    Entry("FloatSlider", 4, kRange),
-    Entry("Point3", 5),
-    Entry("Checkbox", 6, R"("default":{"value":true})"),
-    Entry("FilePath", 7),
-    Entry("Custom", 8, R"("valueType":"Ramp","showControlIndex":0,"default":{"type":0,"interpolation":0,"keys":[]})"),
-    Entry("Checkbox", 9, R"("skipAPI":["AE"],"default":{"value":true})"),
-    Entry("GroupEnd", 10),
-});
-
-TEST(JSContext, GetterReturnsEachValueKind) {
-    const test::TextManager manager(kCatalogue);
-    test::Values values;
-    values.mInts[1] = -12;
-    values.mDoubles[3] = 0.1;
-    values.mVec3s[4] = glm::vec3(2.0F, 4.0F, 6.0F);
-    values.mStrings[6] = u"mod\u00e8le.ply";
-    const test::ValuesGetter getter(manager, values);
-    zeb::JSContext context;
-    context.PushGetter(getter);
-    duk_put_global_string(context.Get(), "g");
-    const std::pair<const char*, const char*> cases[] = {
-        {"g.Get(0)", "null"},
-        {"g.Get(1)", "-12"},
-        {"g.Get(1.9)", "-12"},
-        {"g.Get(2)", "1"},
-        {"g.Get(3)", "0.1"},
-        {"g.Get(4)", "[1.0,2.0,3.0]"},  // the form relative to the layer
-        {"g.Get(4) instanceof vec3", "true"},
-        {"g.Get(5) === true", "true"},
-        {"g.Get(6) === 'mod\\u00e8le.ply'", "true"},
-        {"JSON.parse(g.Get(7)).keys.length", "0"},
-        {"g.Get(8)", "null"},  // the host never sees it
-        {"g.Get(9)", "null"},
-    };
-    for (const auto& [code, expected] : cases) EXPECT_EQ(Evaluate(context, code), json::parse(expected)) << code;
-    for (const char* code : {"g.Get(10)", "g.Get(-1)", "g.Get()", "g.Get('x')", "g.Get(1e20)", "g.Get.call({}, 1)"})
-        EXPECT_THAT(Evaluate(context, code).get<std::string>(), testing::StartsWith("error: ")) << code;
-
-    duk_get_global_string(context.Get(), "g");
-    context.InvalidateGetter(-1);
-    duk_pop(context.Get());
-    EXPECT_THAT(Evaluate(context, "g.Get(1)").get<std::string>(), testing::HasSubstr("no longer valid"));
-}
-
 TEST(JSContext, CollectedGettersFreeWhatTheyHold) {
-    const test::TextManager manager(kCatalogue);
+    const test::TextManager manager(test::Catalogue({test::Entry("Checkbox", 1)}));
     zeb::JSContext context;
     for (int i = 0; i < 1000; ++i) {  // a sanitizer sees what is not freed
         context.PushGetter(manager.GetDefaultValueGetter());
@@ -182,28 +125,6 @@ TEST(JSContext, CollectedGettersFreeWhatTheyHold) {
     }
     duk_gc(context.Get(), 0);
     EXPECT_EQ(duk_get_top(context.Get()), 0);
-}
-
-TEST(JSContext, CompilesStoredFilesAndNamesThemInErrors) {
-    const zeb::EmbeddedTextFile files[] = {{"A/Good.js", "6 * 7"}, {"A/Bad.js", "var x = ;"}};
-    const zeb::TextFileLoader loader(files, 2);
-    zeb::JSContext context;
-    context.PCompile(loader, u"A/Good.js", 0);
-    ASSERT_EQ(duk_pcall(context.Get(), 0), 0);
-    duk_pop(context.Get());
-    try {
-        context.PCompile(loader, u"A/Bad.js", 0);
-        FAIL();
-    } catch (const zeb::ScriptException& error) {
-        EXPECT_THAT(error.what(), testing::HasSubstr("Failed to call duk_pcompile_lstring_filename(mContext, flags, "
-                                                     "code.data(), code.size()): SyntaxError"));
-        EXPECT_THAT(error.GetStack(), testing::HasSubstr("A/Bad.js:1"));
-        EXPECT_EQ(error.code, zeb::kInternalError);
-    }
-    for (const char16_t* name : {u"A/Missing.js", u"a/good.js", u"A\\Good.js", u""})
-        EXPECT_THAT(MessageOf([&] { context.PCompile(loader, name, 0); }),
-                    testing::HasSubstr("Failed to open text file"));
-    EXPECT_EQ(duk_get_top(context.Get()), 0) << "failures leave the stack as it was";
 }
 
 }  // namespace
