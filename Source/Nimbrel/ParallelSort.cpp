@@ -55,6 +55,24 @@ ComputeProgram MakeProgram(Device& device, ParallelSort::Form form, const char* 
     return program;
 }
 
+/// How `numKeys` are split: blocks of 512 keys over at most 800 thread groups.
+SortConstants MakeConstants(std::uint32_t numKeys) {
+    const std::uint32_t blocks = DivideUp(numKeys, kSortBlockSize);
+    SortConstants constants{};
+    constants.numKeys = numKeys;
+    constants.numThreadGroups = blocks;
+    constants.numBlocksPerThreadGroup = 1;
+    if (blocks >= kMaxThreadGroups) {
+        constants.numThreadGroups = kMaxThreadGroups;
+        constants.numBlocksPerThreadGroup = static_cast<std::int32_t>(blocks / kMaxThreadGroups);
+        constants.numThreadGroupsWithAdditionalBlocks = blocks % kMaxThreadGroups;
+    }
+    constants.numReduceThreadgroupPerBin =
+        constants.numThreadGroups < kSortBlockSize ? 1 : DivideUp(constants.numThreadGroups, kSortBlockSize);
+    constants.numScanValues = constants.numReduceThreadgroupPerBin * kSortBinCount;
+    return constants;
+}
+
 }  // namespace
 
 ParallelSort::Programs::Programs(Device& device, Form form)
@@ -75,23 +93,6 @@ ParallelSort::Programs::Programs(Device& device, Form form)
 
 ParallelSort::ParallelSort(Device& device, Form form) {
     if (!device.CanSort()) mPrograms.emplace(device, form);
-}
-
-SortConstants ParallelSort::MakeConstants(std::uint32_t numKeys) {
-    const std::uint32_t blocks = DivideUp(numKeys, kSortBlockSize);
-    SortConstants constants{};
-    constants.numKeys = numKeys;
-    constants.numThreadGroups = blocks;
-    constants.numBlocksPerThreadGroup = 1;
-    if (blocks >= kMaxThreadGroups) {
-        constants.numThreadGroups = kMaxThreadGroups;
-        constants.numBlocksPerThreadGroup = static_cast<std::int32_t>(blocks / kMaxThreadGroups);
-        constants.numThreadGroupsWithAdditionalBlocks = blocks % kMaxThreadGroups;
-    }
-    constants.numReduceThreadgroupPerBin =
-        constants.numThreadGroups < kSortBlockSize ? 1 : DivideUp(constants.numThreadGroups, kSortBlockSize);
-    constants.numScanValues = constants.numReduceThreadgroupPerBin * kSortBinCount;
-    return constants;
 }
 
 void ParallelSort::Sort(ComputeCommandEncoder& encoder, std::uint32_t numKeys, zeb::render::Buffer& keys,

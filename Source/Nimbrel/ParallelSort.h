@@ -29,9 +29,6 @@ public:
     void Sort(zeb::render::ComputeCommandEncoder& encoder, std::uint32_t numKeys, zeb::render::Buffer& keys,
               zeb::render::Buffer& payload);
 
-    /// How `numKeys` are split: blocks of 512 keys over at most 800 thread groups.
-    static nimbrel::gpu::SortConstants MakeConstants(std::uint32_t numKeys);
-
 private:
     /// The programs and what lies between their passes.
     struct Programs {

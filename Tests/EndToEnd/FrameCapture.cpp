@@ -42,7 +42,8 @@ glm::mat4 ReadMatrix(const FrameCapture& numbers) {
 std::vector<ModelGroup> ReadModels(const FrameCapture& models) {
     std::vector<ModelGroup> groups;
     for (const auto& model : models) {
-        groups.push_back({&GetAsset(std::filesystem::u8path(model.at("file").get<std::string>())), {}});
+        const auto file = std::filesystem::u8path(model.at("file").get<std::string>());
+        groups.push_back({&GetAsset(file, model.value("quality", kEffectQuality)), {}});
         for (const auto& instance : model.at("instances"))
             groups.back().instances.push_back({instance.at("slot").get<std::uint32_t>(),
                                                ReadMatrix(instance.at("local")), ReadMatrix(instance.at("model")),

@@ -15,7 +15,8 @@ namespace nimbrel::endtoend {
 
 /// What a renderer draws a frame from, as a document that goes through a file as CBOR: "width", "height", "bits" of a
 /// channel (8 or 32), "orthographic"; "camera" and "projection", 16 numbers in columns; "parameters", packed, as
-/// bytes; "models", each a "file" and its "instances" with "slot", "local", "model" and "third" matrix.
+/// bytes; "models", each a "file", perhaps a "quality", and its "instances" with "slot", "local", "model" and "third"
+/// matrix.
 using FrameCapture = nlohmann::ordered_json;
 
 struct CapturedFrame {

@@ -13,7 +13,7 @@
 
 #include "ContainerDigest.h"
 #include "Shaders/Tools/DxcInterfaces.h"
-#include "SpirvModule.h"
+#include "StageInfo.h"
 
 namespace nimbrel::test {
 namespace {
@@ -72,62 +72,6 @@ ID3D12ShaderReflection* Reflect(const void* code, std::size_t size, std::string&
     return reflection;
 }
 
-bool IsColumnMajor(ID3D12ShaderReflectionType* type) {
-    D3D12_SHADER_TYPE_DESC desc{};
-    type->GetDesc(&desc);
-    return desc.Class == D3D_SVC_MATRIX_COLUMNS;
-}
-
-/// Of a constant block the variables, of a buffer's element, which stands as the only one, its members.
-void ReadMembers(ID3D12ShaderReflectionConstantBuffer* block, Resource& resource) {
-    D3D12_SHADER_BUFFER_DESC desc{};
-    if (FAILED(block->GetDesc(&desc))) return;
-    for (UINT i = 0; i < desc.Variables; ++i) {
-        ID3D12ShaderReflectionVariable* variable = block->GetVariableByIndex(i);
-        D3D12_SHADER_VARIABLE_DESC entry{};
-        variable->GetDesc(&entry);
-        if (!resource.mIsBuffer) {
-            resource.mMembers.push_back({entry.Name, entry.StartOffset, IsColumnMajor(variable->GetType())});
-            resource.mSize = std::max<std::uint32_t>(resource.mSize, entry.StartOffset + entry.Size);
-            continue;
-        }
-        D3D12_SHADER_TYPE_DESC element{};
-        variable->GetType()->GetDesc(&element);
-        for (UINT k = 0; k < element.Members; ++k) {
-            ID3D12ShaderReflectionType* type = variable->GetType()->GetMemberTypeByIndex(k);
-            D3D12_SHADER_TYPE_DESC member{};
-            type->GetDesc(&member);
-            resource.mMembers.push_back(
-                {variable->GetType()->GetMemberTypeName(k), member.Offset, IsColumnMajor(type)});
-        }
-    }
-}
-
-Resource ReadResource(ID3D12ShaderReflection* reflection, const D3D12_SHADER_INPUT_BIND_DESC& binding) {
-    Resource resource;
-    resource.mName = binding.Name;
-    char kind = 't';
-    switch (binding.Type) {
-        case D3D_SIT_CBUFFER: kind = 'b'; break;
-        case D3D_SIT_SAMPLER: kind = 's'; break;
-        case D3D_SIT_UAV_RWTYPED:
-        case D3D_SIT_UAV_RWSTRUCTURED:
-        case D3D_SIT_UAV_RWBYTEADDRESS: kind = 'u'; break;
-        default: break;
-    }
-    resource.mRegister = kind + std::to_string(binding.BindPoint);
-    resource.mIsSampler = binding.Type == D3D_SIT_SAMPLER;
-    resource.mIsTexture = binding.Type == D3D_SIT_TEXTURE;
-    resource.mIsBuffer = !resource.mIsSampler && !resource.mIsTexture && binding.Type != D3D_SIT_CBUFFER;
-    if (binding.Type == D3D_SIT_STRUCTURED || binding.Type == D3D_SIT_UAV_RWSTRUCTURED)
-        resource.mStride = binding.NumSamples;
-    if (binding.Type == D3D_SIT_BYTEADDRESS || binding.Type == D3D_SIT_UAV_RWBYTEADDRESS)
-        resource.mStride = 4;  // raw buffers are words
-    if (!resource.mIsSampler && !resource.mIsTexture)
-        ReadMembers(reflection->GetConstantBufferByName(binding.Name), resource);
-    return resource;
-}
-
 /// Floating-point instructions, and those of them that must stay as they are: DXBC marks these, DXIL the others.
 void CountArithmetic(const std::string& listing, bool isDxil, StageInfo& stage) {
     static const std::regex dxil(R"(= f(add|sub|mul|div) )");
@@ -163,19 +107,6 @@ StageInfo InspectStage(const void* code, std::size_t size) {
     std::string listing;
     ID3D12ShaderReflection* reflection = Reflect(code, size, listing);
     StageInfo stage;
-    D3D12_SHADER_DESC desc{};
-    Check(reflection->GetDesc(&desc), "GetDesc");
-    constexpr std::uint32_t kModels[] = {4, 0, 0, 0, 0, 5};  // pixel, vertex, three others, compute
-    stage.mModel = kModels[desc.Version >> 16];
-    UINT group[3] = {};
-    reflection->GetThreadGroupSize(&group[0], &group[1], &group[2]);
-    std::copy(std::begin(group), std::end(group), stage.mGroupSize);
-    for (UINT i = 0; i < desc.BoundResources; ++i) {
-        D3D12_SHADER_INPUT_BIND_DESC binding{};
-        reflection->GetResourceBindingDesc(i, &binding);
-        const Resource resource = ReadResource(reflection, binding);
-        stage.mResources[resource.mRegister] = resource;
-    }
     stage.mUsesWaves = (reflection->GetRequiresFlags() & kUsesWaves) != 0;
     CountArithmetic(listing, IsDxil(code, size), stage);
     stage.mIsSigned = IsSigned(code, size);
