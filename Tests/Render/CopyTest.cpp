@@ -30,17 +30,6 @@ TEST_F(CopyTest, BuffersKeepEveryByteAndOnlyTheRangeIsWritten) {
     EXPECT_EQ(Read<std::uint8_t>(*target), expected);
 }
 
-TEST_F(CopyTest, ABufferIsCopiedWithinItself) {
-    const auto source = MakeUpload(std::vector<std::uint32_t>{1, 2, 3, 4, 5, 6, 7, 8});
-    const auto buffer = MakeBuffer(32);
-    Copy([&](CopyCommandEncoder& encoder) {
-        encoder.CopyBuffer(*buffer, 0, *source, 0, 32);
-        encoder.CopyBuffer(*buffer, 16, *buffer, 4, 12);
-        encoder.CopyBuffer(*buffer, 0, *buffer, 28, 4);
-    });
-    EXPECT_EQ(Read<std::uint32_t>(*buffer), (std::vector<std::uint32_t>{8, 2, 3, 4, 2, 3, 4, 8}));
-}
-
 TEST_F(CopyTest, TexturesOfAllFormatsComeBackAsTheyWere) {
     for (const Format format :
          {Format::RGBA32Float, Format::RGBA16Float, Format::RGBA16Unorm, Format::RGBA8Unorm, Format::R32Float}) {
@@ -85,51 +74,6 @@ TEST_F(CopyTest, RegionsFollowOffsetsAndPitch) {
         for (std::uint32_t x = 0; x < 2; ++x) pixels[(row + 2) * 8 + x + 5] = 1004 + row * 12 + x;
     }
     EXPECT_EQ(whole, pixels);
-}
-
-TEST_F(CopyTest, WholeTexturesCopyWithAllMipLevels) {
-    TextureDescription description;
-    description.mFormat = Format::R32Float;
-    description.mWidth = 6;
-    description.mHeight = 3;
-    description.mMipLevels = 2;
-    const auto from = GetDevice().CreateTexture("From", description, 0, TextureState::Common);
-    const auto to = GetDevice().CreateTexture("To", description, 0, TextureState::Common);
-    std::vector<float> values(18 + 3);
-    std::iota(values.begin(), values.end(), 1.0F);
-    const auto source = MakeUpload(values);
-    const auto back = MakeBuffer(values.size() * 4);
-    const TextureRegion top = {0, 0, 6, 3, 0, 0};
-    const TextureRegion small = {0, 0, 3, 1, 1, 0};
-    Copy([&](CopyCommandEncoder& encoder) {
-        encoder.CopyToTextureFromBuffer(*from, top, *source, 0, 24);
-        encoder.CopyToTextureFromBuffer(*from, small, *source, 72, 12);
-        encoder.CopyTexture(*to, *from);
-        encoder.CopyToBufferFromTexture(*back, 0, 24, *to, top);
-        encoder.CopyToBufferFromTexture(*back, 72, 12, *to, small);
-    });
-    EXPECT_EQ(Read<float>(*back), values);
-}
-
-TEST_F(CopyTest, CopyableLayoutsAlignRows) {
-    TextureDescription description;
-    description.mFormat = Format::RGBA16Float;
-    description.mWidth = 100;
-    description.mHeight = 5;
-    description.mMipLevels = 3;
-    const auto texture = GetDevice().CreateTexture("Layout", description, 0, TextureState::Common);
-    // 100 texels of 8 bytes: 800 bytes in rows of 1024; level 2: 25 texels in one row.
-    const CopyableLayout top = texture->GetCopyableLayout(0, 0);
-    EXPECT_EQ(top.mRowSize, 800U);
-    EXPECT_EQ(top.mRowPitch, 1024U);
-    EXPECT_EQ(top.mRowCount, 5U);
-    EXPECT_EQ(top.mTotalSize, 4 * 1024U + 800U);
-    const CopyableLayout last = texture->GetCopyableLayout(2, 0);
-    EXPECT_EQ(last.mRowSize, 200U);
-    EXPECT_EQ(last.mRowPitch, 256U);
-    EXPECT_EQ(last.mRowCount, 1U);
-    EXPECT_EQ(last.mTotalSize, 200U);
-    EXPECT_NE(GetFailure([&] { (void)texture->GetCopyableLayout(3, 0); }).find("\"Layout\""), std::string::npos);
 }
 
 }  // namespace

@@ -137,15 +137,6 @@ void DrawColumns(const DrawCall& call) {
         ColorPixel);
 }
 
-void DrawVertices(const DrawCall& call) {
-    DrawPrimitives<4>(
-        call,
-        [&](std::uint32_t vertex, std::uint32_t) {
-            return MakeVertex(call.GetElement(0, vertex), call.GetElement(1, vertex));
-        },
-        ColorPixel);
-}
-
 }  // namespace
 
 void RegisterCpuTestPrograms() {
@@ -160,7 +151,6 @@ void RegisterCpuTestPrograms() {
     SetProgram("Quad", {{numbers}, nullptr, DrawQuad});
     SetProgram("TexturedQuad", {{numbers, ReadsTexture(2), UsesSampler(3)}, nullptr, DrawTexturedQuad});
     SetProgram("Columns", {{ReadsBuffer(1, 16)}, nullptr, DrawColumns});
-    SetProgram("Vertices", {{}, nullptr, DrawVertices, 2});
 }
 
 }  // namespace zeb::render

@@ -658,37 +658,5 @@ TEST_F(DX12FaultTest, ValidationThatCannotBeHadIsNoDevice) {
     EXPECT_EQ(gEnabled, 1);
 }
 
-std::vector<UINT> gSpaces;
-
-template <class Parameter>
-void NoteSpaces(const Parameter* parameters, UINT count) {
-    for (UINT i = 0; i < count; ++i) {
-        const bool isOfConstants = parameters[i].ParameterType == D3D12_ROOT_PARAMETER_TYPE_32BIT_CONSTANTS;
-        gSpaces.push_back(isOfConstants ? parameters[i].Constants.RegisterSpace
-                                        : parameters[i].Descriptor.RegisterSpace);
-    }
-}
-
-HRESULT WINAPI NoteSignature(const D3D12_VERSIONED_ROOT_SIGNATURE_DESC* desc, ID3DBlob** blob, ID3DBlob** error) {
-    if (desc->Version == D3D_ROOT_SIGNATURE_VERSION_1_0)
-        NoteSpaces(desc->Desc_1_0.pParameters, desc->Desc_1_0.NumParameters);
-    else
-        NoteSpaces(desc->Desc_1_1.pParameters, desc->Desc_1_1.NumParameters);
-    return Machine::gMachine->mOriginal.D3D12SerializeVersionedRootSignature(desc, blob, error);
-}
-
-TEST_F(DX12FaultTest, RegisterSpacesReachTheRootSignature) {
-    Machine machine;
-    machine.mApi.D3D12SerializeVersionedRootSignature = NoteSignature;
-    gSpaces.clear();
-    const auto signature = GetDevice().CreateRootSignature("Spaces");
-    signature->AddRootConstants(4, 0, 1);
-    signature->AddRootConstantBufferView(0, 2);
-    signature->AddRootShaderResourceBufferView(0, 3);
-    signature->AddRootUnorderedAccessBufferView(0);
-    EXPECT_NE(ToDX12(*signature).CompileAndGet(), nullptr);
-    EXPECT_THAT(gSpaces, testing::ElementsAre(1, 2, 3, 0));
-}
-
 }  // namespace
 }  // namespace zeb::render

@@ -24,7 +24,6 @@ TEST_STAGE(Sample)
 TEST_STAGE(WriteImage)
 TEST_STAGE(QuadVertex)
 TEST_STAGE(ColumnVertex)
-TEST_STAGE(BufferVertex)
 TEST_STAGE(ColorPixel)
 TEST_STAGE(TexturePixel)
 }  // namespace nimbrel::embedded
@@ -71,7 +70,6 @@ const testing::Environment* const kEnvironment = testing::AddGlobalTestEnvironme
             {"Quad", {{TEST_PAIR(format, QuadVertex, ColorPixel)}}},                      \
             {"TexturedQuad", {{TEST_PAIR(format, QuadVertex, TexturePixel)}}},            \
             {"Columns", {{TEST_PAIR(format, ColumnVertex, ColorPixel)}}},                 \
-            {"Vertices", {{TEST_PAIR(format, BufferVertex, ColorPixel)}}},                \
     }
 #define TEST_PAIR(format, vertex, pixel) \
     {format##vertex##Size, format##vertex}, {format##pixel##Size, format##pixel}, {}, {}

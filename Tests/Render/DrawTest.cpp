@@ -1,9 +1,7 @@
 #include <array>
-#include <cmath>
 #include <optional>
 
 #include "DeviceFixture.h"
-#include "PluginBase/RenderUtils/MultiformatGraphicsPipelineState.h"
 
 namespace zeb::render {
 namespace {
@@ -138,29 +136,6 @@ TEST_F(QuadTest, DepthIsClippedToZeroToOne) {
     EXPECT_EQ(GetPicture(target), (std::vector<std::string>{".#####.."}));
 }
 
-TEST_F(QuadTest, CullingTakesTheStatedFace) {
-    struct Case {
-        CullMode mCull;
-        FrontFace mFront;
-        bool mIsDrawn;
-    };
-    // The quad is clockwise on the screen.
-    const Case cases[] = {
-        {CullMode::None, FrontFace::Clockwise, true},         {CullMode::Back, FrontFace::Clockwise, true},
-        {CullMode::Front, FrontFace::Clockwise, false},       {CullMode::Back, FrontFace::CounterClockwise, false},
-        {CullMode::Front, FrontFace::CounterClockwise, true}, {static_cast<CullMode>(9), FrontFace::Clockwise, true},
-    };
-    for (const Case& c : cases) {
-        const Target target = MakeTarget(1, 1);
-        const auto pipeline = MakePipeline([&](GraphicsPipelineDescription& description) {
-            description.mCullMode = c.mCull;
-            description.mFrontFace = c.mFront;
-        });
-        Draw(target, Color{0, 0, 0, 0}, [&](GraphicsCommandEncoder& encoder) { DrawQuad(encoder, *pipeline, {}); });
-        EXPECT_EQ(GetPicture(target), std::vector<std::string>{c.mIsDrawn ? "#" : "."}) << &c - cases;
-    }
-}
-
 TEST_F(QuadTest, PassesClearOrKeepWhatWasThere) {
     const Target target = MakeTarget(2, 1);
     const auto pipeline = MakePipeline();
@@ -225,57 +200,6 @@ TEST_F(QuadTest, BlendFactorsAndOperationsFollowTheirNames) {
     check(1, 1, 5, add);
 }
 
-TEST_F(QuadTest, OneDescriptionServesFourTargetFormatsWithBlending) {
-    mDescription.mBlendEnabled = true;
-    mDescription.mSourceColorFactor = BlendFactor::SourceAlpha;
-    mDescription.mDestinationColorFactor = BlendFactor::InverseSourceAlpha;
-    mDescription.mSourceAlphaFactor = BlendFactor::One;
-    mDescription.mDestinationAlphaFactor = BlendFactor::InverseSourceAlpha;
-    MultiformatGraphicsPipelineState pipelines(GetDevice(), "Multi", mDescription);
-    // Three layers of (1, 0.5, 0, 0.5) over (0, 0, 1, 0): weights 1/2, 1/4, 1/8.
-    const Color expected = {0.875F, 0.4375F, 0.125F, 0.875F};
-    struct Case {
-        Format mFormat;
-        float mTolerance;
-        std::function<float(const std::byte*)> mRead;
-    };
-    const auto unorm16 = [](const std::byte* p) {
-        std::uint16_t value = 0;
-        std::memcpy(&value, p, 2);
-        return static_cast<float>(value) / 65535.0F;
-    };
-    // Exact for these values: normal halves only.
-    const auto half = [](const std::byte* p) {
-        std::uint16_t value = 0;
-        std::memcpy(&value, p, 2);
-        return value == 0 ? 0.0F : std::ldexp(1.0F + static_cast<float>(value & 0x3ff) / 1024.0F, (value >> 10) - 15);
-    };
-    const auto full = [](const std::byte* p) {
-        float value = 0;
-        std::memcpy(&value, p, 4);
-        return value;
-    };
-    const auto unorm8 = [](const std::byte* p) { return static_cast<float>(*p) / 255.0F; };
-    const Case cases[] = {{Format::RGBA32Float, 1e-6F, full},
-                          {Format::RGBA16Float, 1e-3F, half},
-                          {Format::RGBA16Unorm, 1e-4F, unorm16},
-                          {Format::RGBA8Unorm, 0.01F, unorm8}};
-    for (const Case& c : cases) {
-        const Target target = MakeTarget(3, 2, c.mFormat);
-        GraphicsPipelineState& pipeline = pipelines.Get(c.mFormat);
-        EXPECT_EQ(&pipelines.Get(c.mFormat), &pipeline);
-        EXPECT_EQ(pipeline.GetName(), "Multi_" + std::to_string(static_cast<std::uint32_t>(c.mFormat)));
-        Draw(target, Color{0, 0, 1, 0}, [&](GraphicsCommandEncoder& encoder) {
-            for (int i = 0; i < 3; ++i) DrawQuad(encoder, pipeline, {{-1, -1, 1, 1}, {1, 0.5F, 0, 0.5F}});
-        });
-        const std::vector<std::byte> bytes = ReadBytes(*target.mTexture);
-        const std::size_t channel = GetBytesPerPixel(c.mFormat) / 4;
-        for (std::size_t i = 0; i < bytes.size() / channel; ++i)
-            EXPECT_NEAR(c.mRead(bytes.data() + i * channel), expected[i % 4], c.mTolerance)
-                << static_cast<std::uint32_t>(c.mFormat) << " " << i;
-    }
-}
-
 class ColumnsTest : public QuadTest {
 protected:
     ColumnsTest() : QuadTest("Columns") { mSignature->AddRootShaderResourceBufferView(1); }
@@ -324,76 +248,6 @@ TEST_F(ColumnsTest, DrawsReadWhatComputeJustWroteAndComputeReadsWhatWasDrawn) {
     }
 }
 
-TEST_F(DrawTest, VertexAndIndexBuffersWithStrideOffsetAndTopology) {
-    const auto signature = GetDevice().CreateRootSignature("Vertices");
-    const auto library = GetDevice().CreateShaderLibraryFromEmbeddedData("Vertices");
-    const auto vertexShader = library->GetShader(ShaderType::Vertex);
-    const auto pixelShader = library->GetShader(ShaderType::Pixel);
-    GraphicsPipelineDescription description;
-    description.mRootSignature = signature.get();
-    description.mVertexShader = vertexShader.get();
-    description.mPixelShader = pixelShader.get();
-    description.mVertexElements = {{"POSITION", 0, Format::RGBA32Float, 0, 0},
-                                   {"COLOR", 0, Format::RGBA32Float, 0, 20}};
-    description.mRenderTargetFormats[0] = Format::RGBA32Float;
-    const auto pipeline = GetDevice().CreateGraphicsPipelineState("Vertices", description);
-    description.mTopologyType = TopologyType::Line;
-    const auto lines = GetDevice().CreateGraphicsPipelineState("Lines", description);
-
-    // Four corners at 40 bytes each, 8 bytes from the buffer's start; the colour begins at byte 20 of a vertex.
-    std::vector<float> words(2 + 4 * 10, 0.0F);
-    const float corners[4][2] = {{-1, 1}, {0, 1}, {-1, -1}, {0, -1}};
-    for (std::size_t i = 0; i < 4; ++i) {
-        float* vertex = words.data() + 2 + i * 10;
-        vertex[0] = corners[i][0];
-        vertex[1] = corners[i][1];
-        vertex[2] = 0.5F;
-        vertex[3] = 1;
-        for (std::size_t k = 5; k < 9; ++k) vertex[k] = 1;
-    }
-    const auto vertices = MakeUpload(words);
-    const auto shorts = MakeUpload(std::vector<std::uint16_t>{9, 9, 9, 0, 1, 2, 2, 1, 3, 9});
-    const auto longs = MakeUpload(std::vector<std::uint32_t>{0, 1, 2});
-    const VertexBufferView view = {vertices.get(), 8, 160, 40};
-    const auto picture = [&](GraphicsPipelineState& state, const std::function<void(GraphicsCommandEncoder&)>& draw) {
-        const Target target = MakeTarget(4, 4);
-        Draw(target, Color{0, 0, 0, 0}, [&](GraphicsCommandEncoder& encoder) {
-            encoder.SetRootSignature(*signature);
-            encoder.SetPipelineState(state);
-            encoder.SetVertexBuffer(view, 0);
-            draw(encoder);
-        });
-        return GetPicture(target);
-    };
-    const std::vector<std::string> half = {"##..", "##..", "##..", "##.."};
-    EXPECT_EQ(picture(*pipeline,
-                      [&](GraphicsCommandEncoder& encoder) {
-                          encoder.SetIndexBuffer({shorts.get(), 20, IndexFormat::UInt16});
-                          encoder.DrawIndexed(Topology::TriangleList, 3, 6);
-                      }),
-              half);
-    EXPECT_EQ(picture(*pipeline, [&](GraphicsCommandEncoder& encoder) { encoder.Draw(Topology::TriangleStrip, 0, 4); }),
-              half);
-    const auto triangle = picture(*pipeline, [&](GraphicsCommandEncoder& encoder) {
-        encoder.SetIndexBuffer({longs.get(), 12, IndexFormat::UInt32});
-        encoder.DrawIndexedInstanced(Topology::TriangleList, 0, 3, 0, 1);
-    });
-    EXPECT_EQ(triangle.front(), "##..");
-    EXPECT_EQ(triangle.back(), "....");
-    // The left edge as a line, and the path through all four corners, which adds the diagonal.
-    const auto count = [&](Topology topology, std::uint32_t first, std::uint32_t vertexCount) {
-        const auto lit = picture(*lines, [&](GraphicsCommandEncoder& e) { e.Draw(topology, first, vertexCount); });
-        int pixels = 0;
-        for (const std::string& row : lit) pixels += static_cast<int>(std::count(row.begin(), row.end(), '#'));
-        return pixels;
-    };
-    const int diagonal = count(Topology::LineList, 1, 2);
-    EXPECT_GE(diagonal, 3);
-    EXPECT_LE(diagonal, 5);
-    EXPECT_EQ(count(Topology::LineList, 0, 1), 0);
-    EXPECT_GE(count(Topology::LineStrip, 0, 4), diagonal);
-}
-
 class TexturedTest : public QuadTest {
 protected:
     TexturedTest() : QuadTest("TexturedQuad") {
@@ -428,25 +282,6 @@ TEST_F(TexturedTest, OnePassReadsTheTargetOfAnother) {
         }
     });
     EXPECT_EQ(GetPixel(ReadFloats(*targets[1].mTexture), 2, 1, 1), (Color{7, 62, 603, 6004}));
-}
-
-TEST_F(TexturedTest, ATextureIsNotReadAndDrawnToAtOnce) {
-    const Target target = MakeTarget(2, 2);
-    auto views = GetDevice().GetThreadData().mShaderResourceHeap->AllocateRange(1);
-    auto samplers = GetDevice().GetThreadData().mSamplerHeap->AllocateRange(1);
-    const auto sampler = GetDevice().CreateSampler("Point", {});
-    GetDevice().CreateSamplerView(*samplers, 0, *sampler);
-    GetDevice().CreateTextureView(*views, 0, *target.mTexture);
-    const auto pipeline = MakePipeline();
-    const std::string failure = GetFailure([&] {
-        Draw(target, Color{0, 0, 0, 0}, [&](GraphicsCommandEncoder& encoder) {
-            encoder.SetRootSignature(*mSignature);
-            encoder.SetRootDescriptorTable(1, *views, 0);
-            encoder.SetRootDescriptorTable(2, *samplers, 0);
-            DrawQuad(encoder, *pipeline, {});
-        });
-    });
-    EXPECT_NE(failure.find("\"Test texture\" is used in two ways at once"), std::string::npos) << failure;
 }
 
 }  // namespace

@@ -1,6 +1,4 @@
 #include <atomic>
-#include <mutex>
-#include <set>
 #include <thread>
 
 #include "DeviceFixture.h"
@@ -37,23 +35,6 @@ protected:
         return true;
     }
 };
-
-TEST_F(ThreadTest, EachThreadHasOneRecordWithNamedObjects) {
-    ThreadData& own = GetDevice().GetThreadData();
-    EXPECT_EQ(&GetDevice().GetThreadData(), &own);
-    EXPECT_EQ(own.mCommandQueue->GetName().rfind("Thread ", 0), 0U);
-    EXPECT_EQ(own.mShaderResourceHeap->GetName(), "PluginBase_CB_SR_UA_Heap");
-    EXPECT_EQ(own.mRenderTargetHeap->GetName(), "PluginBaseRenderTargetHeap");
-    EXPECT_EQ(own.mSamplerHeap->GetName(), "PluginBaseSamplerHeap");
-    ThreadData* other = nullptr;
-    std::string name;
-    std::thread([&] {
-        other = &GetDevice().GetThreadData();
-        name = other->mCommandQueue->GetName();
-    }).join();
-    EXPECT_NE(other, &own);
-    EXPECT_NE(name, own.mCommandQueue->GetName());
-}
 
 TEST_F(ThreadTest, ThreadsRenderSideBySide) {
     GetDevice();

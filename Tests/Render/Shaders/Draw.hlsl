@@ -39,13 +39,6 @@ Varying ColumnVertex(uint vertex : SV_VertexID, uint instance : SV_InstanceID) {
     return result;
 }
 
-Varying BufferVertex(float4 position : POSITION, float4 color : COLOR) {
-    Varying result;
-    result.position = position;
-    result.color = color;
-    return result;
-}
-
 float4 ColorPixel(Varying input) : SV_Target { return input.color; }
 
 float4 TexturePixel(Varying input) : SV_Target {
