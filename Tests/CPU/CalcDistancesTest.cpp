@@ -56,40 +56,5 @@ TEST(CalcDistances, DepthIsTheThirdRowOfBothMatrices) {
     EXPECT_EQ(keys[3], 0x55U);
 }
 
-TEST(CalcDistances, FollowsTheEffectsExactlyAsTheRecordsDo) {
-    SplatScene scene(64);
-    for (std::uint32_t i = 0; i < 64; ++i) {
-        scene.SetPosition(i, {static_cast<float>(i) * 3.7F, 11.0F - static_cast<float>(i), 900.0F});
-        scene.SetScaleRoots(i, glm::vec3(1.1F));
-    }
-    scene.SetRamp(gpu::RampRow::Noise, 0.8F);
-    CalcViewDataInputs view = scene.Inputs();
-    view.mNoise.displacement_enabled = 1;
-    view.mNoise.displacement_scale = {1.5F, 0.5F, 2.0F, 0.0F};
-    view.mNoise.displacement_shape_halfSize = glm::vec4(50.0F);
-    view.mNoise.displacement_yRotation = 0.7F;
-    view.mNoise.displacement_offset = {3.0F, 2.0F, 40.0F, 0.0F};
-    view.mNoise.noise_enabled = 1;
-    view.mNoise.noise_amplitude = glm::vec4(20.0F);
-    view.mNoise.noise_scale = {0.1F, 0.2F, 0.3F, 1.0F};
-    view.mNoise.noise_shape_halfSize = glm::vec4(100.0F);
-    CalcDistancesInputs distances{view.mBlocks, view.mCurves, {}, view.mNoise};
-    distances.mConstants = {glm::mat4(1.0F), glm::mat4(1.0F), 64, 0};
-    std::vector<std::uint32_t> keys(64);
-    CalcDistances(distances, 0, 20, keys);
-    CalcDistances(distances, 20, 64, keys);
-    for (std::uint32_t i = 0; i < 64; ++i) {
-        const float depth = CalcSplatViewData(view, i).pos.z;  // the projection keeps z
-        EXPECT_EQ(keys[i], KeyOf(depth)) << i;
-        EXPECT_NE(depth, 900.0F) << i;
-    }
-}
-
-TEST(SetIndices, WritesTheIdentityUpToTheCount) {
-    std::vector<std::uint32_t> indices(6, 77);
-    SetIndices({4}, 0, 256, indices);
-    EXPECT_EQ(indices, (std::vector<std::uint32_t>{0, 1, 2, 3, 77, 77}));
-}
-
 }  // namespace
 }  // namespace nimbrel::cpu

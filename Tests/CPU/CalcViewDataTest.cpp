@@ -1,8 +1,6 @@
 #include <cmath>
-#include <cstring>
 #include <random>
 #include <utility>
-#include <vector>
 
 #include <gtest/gtest.h>
 #include <glm/geometric.hpp>
@@ -21,11 +19,6 @@ using zeb::render::cpu::HalfToFloat;
 
 float Half(std::uint32_t word, int shift) { return HalfToFloat(static_cast<std::uint16_t>(word >> shift)); }
 
-bool IsZero(const gpu::SplatViewData& record) {
-    const gpu::SplatViewData zero{};
-    return std::memcmp(&record, &zero, sizeof zero) == 0;
-}
-
 /// A splat of unit size in front of the camera, half opaque, of colour (0.25, 0.5, 0.75).
 SplatScene MakeScene() {
     SplatScene scene;
@@ -33,14 +26,6 @@ SplatScene MakeScene() {
     scene.SetScaleRoots(0, glm::vec3(1.0F, 1.1F, 1.2F));
     scene.SetTexel(0, 0, {0.25F, 0.5F, 0.75F, 0.5F});
     return scene;
-}
-
-TEST(CalcViewData, ProjectsAndPacks) {
-    SplatScene scene = MakeScene();
-    const gpu::SplatViewData record = CalcSplatViewData(scene.Inputs(), 0);
-    EXPECT_EQ(record.pos, glm::vec4(300.0F, 200.0F, 1000.0F, 1000.0F));
-    EXPECT_EQ(record.color[0], 0x34003800U);  // halves of 0.25 and 0.5
-    EXPECT_EQ(record.color[1], 0x3A003800U);  // 0.75 and 0.5
 }
 
 TEST(CalcViewData, TheEllipseIsTheProjectedCovariance) {
@@ -164,45 +149,6 @@ TEST(CalcViewData, BehindAPerspectiveCameraOnlyThePositionIsKept) {
     }
 }
 
-TEST(CalcViewData, CropsClearTheWholeRecord) {
-    SplatScene scene = MakeScene();
-    CalcViewDataInputs inputs = scene.Inputs();
-    gpu::ModelConstants1& model = inputs.mModel;
-    model.model_crop_shape_center = {30.0F, -20.0F, 1000.0F, 0.0F};
-    model.crop_shape_halfSize = glm::vec4(10.0F);
-    model.model_crop_shape_enabled = 1;
-    EXPECT_FALSE(IsZero(CalcSplatViewData(inputs, 0)));
-    model.model_crop_shape_invert = 1;
-    EXPECT_TRUE(IsZero(CalcSplatViewData(inputs, 0)));
-    model.model_crop_shape_center.x = 45.0F;
-    EXPECT_FALSE(IsZero(CalcSplatViewData(inputs, 0)));
-    model.model_crop_shape_invert = 0;
-    EXPECT_TRUE(IsZero(CalcSplatViewData(inputs, 0)));
-    model.model_crop_shape_enabled = 2;  // only 1 is on
-    EXPECT_FALSE(IsZero(CalcSplatViewData(inputs, 0)));
-}
-
-TEST(CalcViewData, TheYPlaneTestsTheBoxOfTwiceTheAxes) {
-    SplatScene scene = MakeScene();
-    CalcViewDataInputs inputs = scene.Inputs();
-    inputs.mModel.model_crop_yPlane_enabled = 1;
-    // Height -20 plus twice the scale 1.1^8 = 2.1436 along y; the rotation tilts it by hundredths.
-    inputs.mModel.model_crop_yPlane_altitude = -15.65F;
-    EXPECT_FALSE(IsZero(CalcSplatViewData(inputs, 0)));
-    inputs.mModel.model_crop_yPlane_altitude = -15.75F;
-    EXPECT_TRUE(IsZero(CalcSplatViewData(inputs, 0)));
-    // Alignment lifts the test, displacement does not.
-    inputs.mModel.model_crop_yPlane_altitude = -14.65F;
-    inputs.mConstants._MatrixAlign[3].y = 1.0F;
-    inputs.mNoise.displacement_enabled = 1;
-    inputs.mNoise.displacement_scale = glm::vec4(1.0F);
-    inputs.mNoise.displacement_shape_halfSize = glm::vec4(1.0F);
-    inputs.mNoise.displacement_offset = glm::vec4(0.0F, 500.0F, 0.0F, 0.0F);
-    EXPECT_FALSE(IsZero(CalcSplatViewData(inputs, 0)));
-    inputs.mConstants._MatrixAlign[3].y = 1.1F;
-    EXPECT_TRUE(IsZero(CalcSplatViewData(inputs, 0)));
-}
-
 TEST(CalcViewData, DepthReplacesTheColour) {
     SplatScene scene = MakeScene();
     CalcViewDataInputs inputs = scene.Inputs();
@@ -245,20 +191,6 @@ TEST(CalcViewData, OpacityIsBoundedAboveOnly) {
     EXPECT_EQ(Half(CalcSplatViewData(inputs, 0).color[1], 0), 64992.0F);  // the half next to 65000
     inputs.mConstants._SplatOpacityScale = -4.0F;
     EXPECT_EQ(Half(CalcSplatViewData(inputs, 0).color[1], 0), -2.0F);
-}
-
-TEST(CalcViewData, RangesStopAtTheCount) {
-    SplatScene scene(300);
-    CalcViewDataInputs inputs = scene.Inputs();
-    inputs.mConstants._SplatCount = 270;
-    gpu::SplatViewData marked{};
-    marked.color[0] = 0xABCD;
-    std::vector<gpu::SplatViewData> records(300, marked);
-    CalcViewData(inputs, 256, 512, records);
-    EXPECT_EQ(records[255].color[0], 0xABCDU);
-    EXPECT_NE(records[256].color[0], 0xABCDU);
-    EXPECT_NE(records[269].color[0], 0xABCDU);
-    EXPECT_EQ(records[270].color[0], 0xABCDU);
 }
 
 }  // namespace

@@ -112,18 +112,6 @@ TEST_F(RasteriserTest, HugeTrianglesCoverAndHopelessOnesVanish) {
     EXPECT_EQ(Total(), 256.0F);
 }
 
-TEST_F(RasteriserTest, ScissorsShareATriangleWithoutOverlap) {
-    const Vertex<1> corners[3] = {At(1.3F, 0.2F), At(15.1F, 7.7F), At(3.9F, 14.6F)};
-    DrawTriangle(mPass, corners[0], corners[1], corners[2], PaintOne);
-    const Image whole = mTarget;
-    mTarget = Image(Format::RGBA32Float, kSize, kSize);
-    for (std::int32_t part = 0; part < 4; ++part) {
-        mPass.mScissor = {part % 2 * 5, part / 2 * 9, part % 2 == 0 ? 5 : 16, part < 2 ? 9 : 16};
-        DrawTriangle(mPass, corners[0], corners[1], corners[2], PaintOne);
-    }
-    EXPECT_EQ(mTarget.Texels(), whole.Texels());
-}
-
 TEST_F(RasteriserTest, LinesTakeOnePixelAStepAndLeaveOutTheLast) {
     using Pixels = std::vector<std::pair<std::uint32_t, std::uint32_t>>;
     const struct {
@@ -150,18 +138,6 @@ TEST_F(RasteriserTest, LinesTakeOnePixelAStepAndLeaveOutTheLast) {
         EXPECT_EQ(Total(), static_cast<float>(c.mExpected.size())) << c.x0 << ", " << c.y0;
         for (const auto& [x, y] : c.mExpected) EXPECT_EQ(Count(x, y), 1.0F) << x << ", " << y;
     }
-}
-
-TEST_F(RasteriserTest, LinesAreClippedAndInterpolated) {
-    // From behind the camera: only the half in front is drawn.
-    Vertex<1> behind = At(0, 8.5F, 1.0F, 0.0F);
-    behind.mPosition.z = -0.5F;
-    DrawLine(mPass, behind, At(16, 8.5F, 1.0F, 1.0F), PaintOne);
-    EXPECT_EQ(Total(), 8.0F);
-    EXPECT_EQ(Count(7, 8), 0.0F);
-    EXPECT_NEAR(mTarget.Load(12, 8).y, 12.5F / 16.0F, 1e-5F);
-    DrawLine(mPass, At(-1e8F, 2.5F), At(1e8F, 2.5F), PaintOne);
-    EXPECT_EQ(Total(), 24.0F);
 }
 
 }  // namespace

@@ -13,7 +13,6 @@
 namespace nimbrel::reference {
 namespace {
 
-using zeb::render::Format;
 using zeb::render::cpu::Image;
 
 constexpr std::uint32_t kWidth = 64;
@@ -102,21 +101,6 @@ TEST(ReferenceFrame, NearSplatsCoverFarOnesAcrossInstances) {
     EXPECT_GT(center(30.0F, 30.0F, 30.0F).x, 0.98F) << "equal depths keep the order of instances";
     const FrameRecords records = CalcFrameRecords(frame);
     EXPECT_EQ(records.mOrder, (std::vector<std::uint32_t>{0, 1, 2}));
-}
-
-TEST(ReferenceFrame, DepthStandsOverBlackWithFullAlpha) {
-    const auto asset = MakeAsset(MakeSplat({0.0F, 0.0F, 0.0F}, {1.0F, 0.0F, 0.0F}, 12.0F, 0.004F));
-    Frame frame = MakeFrame(*asset);
-    frame.mDrawZDepth = true;
-    frame.mZDepthNear = 500.0F;
-    frame.mZDepthFar = 2500.0F;  // the splat stands at 1000
-    const Image target = DrawFrame(frame);
-    EXPECT_EQ(target.Load(0, 0), glm::vec4(0.0F, 0.0F, 0.0F, 1.0F));
-    // The background pass multiplies the premultiplied depth by alpha once more.
-    const glm::vec4 middle = target.Load(kWidth / 2, kHeight / 2);
-    EXPECT_NEAR(middle.x, 0.75F, 0.04F);
-    EXPECT_EQ(middle.x, middle.y);
-    EXPECT_EQ(middle.w, 1.0F);
 }
 
 TEST(ReferenceFrame, GizmosStandOverTheSplats) {

@@ -23,28 +23,6 @@ gpu::SplatViewData MakeRecord(const glm::vec4& pos, const glm::vec2& axis1, cons
     return {pos, axis1, axis2, {HalfPair(color.y, color.x), HalfPair(color.w, color.z)}};
 }
 
-TEST(RenderGaussianSplats, CornersAreTwoAxesAwayInPixels) {
-    const gpu::TextureConstants constants{{200.0F, 100.0F}, 0, 0};
-    const auto record =
-        MakeRecord({10.0F, 20.0F, 30.0F, 40.0F}, {3.0F, 1.0F}, {-0.5F, 2.0F}, {0.25F, 0.5F, 2.0F, 0.75F});
-    // Offsets -2 a - 2 b, 2 a - 2 b, ... in pixels, doubled over the size, times w.
-    const float expected[4][2] = {{-5, -6}, {7, -2}, {-7, 2}, {5, 6}};
-    for (std::uint32_t corner = 0; corner < 4; ++corner) {
-        const SplatVertex vertex = RenderGaussianSplatsVertex(record, corner, constants);
-        EXPECT_FLOAT_EQ(vertex.mPosition.x, 10.0F + expected[corner][0] * 0.01F * 40.0F);
-        EXPECT_FLOAT_EQ(vertex.mPosition.y, 20.0F + expected[corner][1] * 0.02F * 40.0F);
-        EXPECT_EQ(vertex.mPosition.z, 30.0F);
-        EXPECT_EQ(vertex.mPosition.w, 40.0F);
-        EXPECT_EQ(vertex.mAttributes,
-                  (std::array{0.25F, 0.5F, 2.0F, 0.75F, corner % 2 == 0 ? -2.0F : 2.0F, corner < 2 ? -2.0F : 2.0F}));
-    }
-    for (const float w : {0.0F, -1.0F}) {
-        const auto dropped = RenderGaussianSplatsVertex(MakeRecord({1, 2, 3, w}, {}, {}, {1, 1, 1, 1}), 0, constants);
-        EXPECT_TRUE(std::isnan(dropped.mPosition.x) && std::isnan(dropped.mPosition.w));
-        EXPECT_EQ(dropped.mAttributes[0], 0.0F);
-    }
-}
-
 TEST(RenderGaussianSplats, PixelsFollowTheGaussian) {
     const double limit = std::log(255.0);  // d where a full opacity falls to 1 / 255
     const struct {
@@ -88,26 +66,6 @@ TEST(RenderGaussianSplats, NegativeOpacityHighlightsWithARing) {
     // exp(-2^2) = 0.0183 is beyond it.
     EXPECT_TRUE(RenderGaussianSplatsPixel({0.5F, 0.5F, 0.0F, -1.0F, 0.0F, 2.0F}, color));
     EXPECT_NEAR(color.w, 0.018316, 1e-6);
-}
-
-TEST(RenderGaussianSplats, DrawsAnEllipseOverTheQuad) {
-    // Centre of a 41 x 31 target, axes of 4 and 3 pixels; depth inside the clip range.
-    Image target(Format::RGBA32Float, 41, 31);
-    const auto pass = MakeRenderPass(target, 41, 31, GaussianSplatsBlend());
-    const std::vector records = {MakeRecord({0, 0, 2, 4}, {4, 0}, {0, 3}, {0.5F, 1.0F, 0.25F, 0.75F})};
-    DrawGaussianSplats(pass, {{41.0F, 31.0F}, 0, 0}, std::vector<std::uint32_t>{0}, records, 0, 1);
-    for (int y = 0; y < 31; ++y) {
-        for (int x = 0; x < 41; ++x) {
-            const double qx = (x - 20) / 4.0;
-            const double qy = (y - 15) / 3.0;
-            double alpha = 0.75 * std::exp(-(qx * qx + qy * qy));
-            // The quad reaches from -2 to 2, its left and upper edge included.
-            if (qx < -2.0 || qx >= 2.0 || qy < -2.0 || qy >= 2.0 || alpha < 1.0 / 255.0) alpha = 0.0;
-            const glm::vec4 pixel = target.Load(static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y));
-            ASSERT_NEAR(pixel.w, alpha, 2e-5) << x << ", " << y;
-            ASSERT_NEAR(pixel.x, 0.5 * alpha, 1e-5) << x << ", " << y;
-        }
-    }
 }
 
 TEST(RenderGaussianSplats, SmallSplatsAreNotPulledToTheGrid) {
@@ -164,31 +122,6 @@ TEST(RenderGaussianSplats, NothingComesOfSplatsWithoutAPlace) {
     };
     DrawGaussianSplats(pass, {{9.0F, 9.0F}, 0, 0}, std::vector<std::uint32_t>{0, 1, 2, 3, 4, 5}, records, 0, 6);
     EXPECT_EQ(target.Texels(), Image(Format::RGBA32Float, 9, 9).Texels());
-}
-
-TEST(RenderGaussianSplats, TheBoxStageNeverReachesTheScreen) {
-    const auto seen = RenderGaussianSplatsBoxesVertex(MakeRecord({1, 2, 3, 4}, {}, {}, {}));
-    EXPECT_EQ(seen.mPosition, glm::vec4(0.0F));
-    EXPECT_EQ(seen.mAttributes, (std::array{1.0F, 1.0F, 1.0F, 0.3F}));
-    EXPECT_TRUE(std::isnan(RenderGaussianSplatsBoxesVertex(gpu::SplatViewData{}).mPosition.x));
-    glm::vec4 color(0.0F);
-    EXPECT_TRUE(RenderGaussianSplatsBoxesPixel({1.0F, 0.5F, 0.25F, 0.5F}, color));
-    EXPECT_EQ(color, glm::vec4(0.5F, 0.25F, 0.125F, 0.5F));
-}
-
-TEST(FillBackground, CopiesThePictureOverBlack) {
-    Image picture(Format::RGBA32Float, 5, 3);
-    for (std::uint32_t i = 0; i < 15; ++i) {
-        picture.Store(i % 5, i / 5, glm::vec4(static_cast<float>(i), 1.0F, 2.0F, 0.5F));
-    }
-    Image target(Format::RGBA32Float, 5, 3);
-    FillBackground(MakeRenderPass(target, 5, 3), picture.View());
-    for (std::uint32_t i = 0; i < 15; ++i) {
-        const glm::vec4 pixel = target.Load(i % 5, i / 5);
-        EXPECT_NEAR(pixel.x, 0.5F * static_cast<float>(i), 1e-4F);
-        EXPECT_NEAR(pixel.z, 1.0F, 1e-6F);
-        EXPECT_EQ(pixel.w, 1.0F);
-    }
 }
 
 }  // namespace

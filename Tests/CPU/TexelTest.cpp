@@ -1,9 +1,6 @@
 // Numbers, texels and what the framework's programs make of one texel, by values worked out by hand. Filters, address
 // modes, blend factors and the layouts of copies are tested on the device, rows of texels against single ones.
-#include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <vector>
 
@@ -101,21 +98,6 @@ TEST(Image, NormalisedFormatsRoundToTheNearestStepAndClamp) {
     }
 }
 
-TEST(Image, FetchOutsideIsZeroAndLayersFollowEachOther) {
-    Image image(Format::RGBA32Float, 2, 3, 2);
-    const float seven[4] = {7.0F, 0.0F, 0.0F, 0.0F};
-    std::memcpy(image.Texels().data() + 16 * (6 + 2 * 2 + 1), seven, sizeof seven);
-    const TextureView view = image.View();
-    EXPECT_EQ(view.Load(1, 2, 1).x, 7.0F);
-    EXPECT_EQ(view.Load(1, 2, 0).x, 0.0F);
-    for (const auto& [x, y, layer] : {std::array{-1, 0, 0}, {2, 2, 1}, {1, 3, 0}, {1, 2, 2}, {1, -1, 1}})
-        EXPECT_EQ(view.Load(x, y, layer), glm::vec4(0.0F)) << x << ", " << y << ", " << layer;
-    Image red(Format::R32Float, 1, 1);
-    red.Store(0, 0, {0.25F, 9.0F, 9.0F, 9.0F});
-    EXPECT_EQ(red.Load(0, 0), glm::vec4(0.25F, 0.0F, 0.0F, 1.0F));
-    EXPECT_THROW(Image(Format::Unknown, 4, 4), RenderException);
-}
-
 TEST(Sampling, FindsTexelsBetweenRowsInLayersAndForNoNumber) {
     // Four columns 0, 1, 2, 3; the second row is 10 higher; the second layer 100 higher.
     Image image(Format::R32Float, 4, 2, 2);
@@ -161,42 +143,6 @@ TEST(Convert, UnmultiplyDividesFromTheLeastAlphaOn) {
     EXPECT_EQ(Unmultiply({0.1F, 0.2F, 0.3F, -1.0F}), glm::vec4(0.1F, 0.2F, 0.3F, 0.0F));
 }
 
-TEST(Convert, MapsTexelToTexelAndLeavesTheRestOfALargerTarget) {
-    // Odd sizes: every texel's coordinate ends in .5 and truncates to its own number.
-    Image source(Format::RGBA32Float, 7, 5);
-    for (std::uint32_t i = 0; i < 35; ++i) source.Store(i % 7, i / 7, {static_cast<float>(i), 1.0F, 2.0F, 0.5F});
-    for (const bool unmultiply : {true, false}) {
-        Image target(Format::RGBA32Float, 9, 6);
-        target.Store(8, 5, glm::vec4(5.0F));
-        Convert(source.View(), unmultiply, {7, 5}, target);
-        const float scale = unmultiply ? 2.0F : 1.0F;
-        for (std::uint32_t i = 0; i < 35; ++i)
-            EXPECT_EQ(target.Load(i % 7, i / 7), glm::vec4(glm::vec3(static_cast<float>(i), 1, 2) * scale, 0.5F)) << i;
-        EXPECT_EQ(target.Load(7, 0), glm::vec4(0.0F));
-        EXPECT_EQ(target.Load(0, 5), glm::vec4(0.0F));
-        EXPECT_EQ(target.Load(8, 5), glm::vec4(5.0F));
-    }
-}
-
-TEST(Copy, ChannelsRoundHalfUpClampAndNaNIsZero) {
-    const struct {
-        ChannelFormat mFormat;
-        std::uint32_t mMost, mHalf, mThreeQuarters;
-    } cases[] = {{ChannelFormat::U8, 255, 128, 191},
-                 {ChannelFormat::U16, 65535, 32768, 49151},
-                 {ChannelFormat::I16, 32767, 16384, 24575}};
-    for (const auto& c : cases) {
-        for (const auto& [value, expected] : {std::pair(1.0F, c.mMost),
-                                              {40.0F, c.mMost},
-                                              {0.5F, c.mHalf},
-                                              {0.75F, c.mThreeQuarters},
-                                              {-0.5F, 0U},
-                                              {kNaN, 0U}})
-            EXPECT_EQ(ConvertChannel(c.mFormat, value), expected) << value;
-    }
-    EXPECT_EQ(ConvertChannel(ChannelFormat::F16, 0.75F), 0x3A00U);
-}
-
 TEST(Copy, TailsAreWordsAndAShortBufferIsSafe) {
     // Red of pixel x is x, green 64 more, blue 128 more.
     Image image(Format::RGBA8Unorm, 8, 1);
@@ -222,19 +168,6 @@ TEST(Copy, TailsAreWordsAndAShortBufferIsSafe) {
     std::vector<std::byte> buffer(64);
     EXPECT_THROW(Copy(image.View(), static_cast<PixelChannels>(4), ChannelFormat::U8, {}, 0, 0, buffer), Exception);
     EXPECT_THROW(Copy(image.View(), PixelChannels::RGB, static_cast<ChannelFormat>(5), {}, 0, 0, buffer), Exception);
-}
-
-TEST(TextDrawing, TintsTheSampleOfALayer) {
-    Image font(Format::RGBA32Float, 1, 1, 2);
-    const glm::vec4 texels[2] = {glm::vec4(0.0F), {1.0F, 0.5F, 0.25F, 0.5F}};
-    std::memcpy(font.Texels().data(), texels, sizeof texels);
-    const glm::vec4 tinted = TextDrawingPixel(font.View(), {}, {0.5F, 1.0F, 2.0F, 0.5F}, {0.5F, 0.5F, 1.0F});
-    EXPECT_EQ(tinted, glm::vec4(0.5F, 0.5F, 0.5F, 0.25F));
-    glm::mat4 projection(1.0F);
-    projection[3] = {2.0F, 3.0F, 0.0F, 1.0F};  // a translation stands in the last column
-    const Vertex<3> vertex = TextDrawingVertex(projection, {1.0F, 1.0F, 0.0F, 1.0F}, {0.1F, 0.2F, 1.0F});
-    EXPECT_EQ(vertex.mPosition, glm::vec4(3.0F, 4.0F, 0.0F, 1.0F));
-    EXPECT_EQ(vertex.mAttributes[1], 0.2F);
 }
 
 }  // namespace

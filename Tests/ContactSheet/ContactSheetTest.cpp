@@ -43,67 +43,6 @@ TEST(ContactSheet, PutsPicturesInRowsEachInTheMiddleOfItsCell) {
     for (const auto& [x, y, color] : points) EXPECT_EQ(GetColor(sheet, x, y), color) << x << ' ' << y;
 }
 
-TEST(ContactSheet, HasNoMoreColumnsThanPictures) {
-    const Image sheet = MakeSheet({{"a", Image(4, 2)}}, PlainOptions(5, 0));
-    EXPECT_EQ(sheet.mWidth, 4);
-    EXPECT_EQ(sheet.mHeight, 2);
-    EXPECT_THROW(MakeSheet({}, PlainOptions(5, 0)), std::invalid_argument);
-}
-
-TEST(Shrink, TakesTheMeanOfWhatEachPixelCovers) {
-    Image image(4, 2, kBlack);
-    image.At(0, 0)[0] = 100;
-    image.At(1, 1)[0] = 50;
-    image.At(2, 0)[2] = 255;
-    const Image small = Shrink(image, 2);
-    ASSERT_EQ(small.mWidth, 2);
-    ASSERT_EQ(small.mHeight, 1);
-    EXPECT_EQ(GetColor(small, 0, 0), (Color{38, 0, 0}));  // 150 / 4, rounded
-    EXPECT_EQ(GetColor(small, 1, 0), (Color{0, 0, 64}));
-    // An uneven ratio leaves no pixel out and an even colour as it is; nothing grows.
-    const Image even = Shrink(Image(1000, 563, kGreen), 333);
-    EXPECT_EQ(even.mHeight, 187);
-    for (const int x : {0, 166, 332}) EXPECT_EQ(GetColor(even, x, 186), kGreen);
-    EXPECT_EQ(Shrink(image, 9).mPixels, image.mPixels);
-    EXPECT_EQ(Shrink(Image(1000, 1, kRed), 10).mHeight, 1);
-}
-
-TEST(Caption, IsTheFilesNameInWords) {
-    const struct {
-        const char *mFile, *mCaption;
-    } cases[] = {{"out/gallery/CropSphere.0024.png", "CROP SPHERE"},
-                 {"YPlaneReveal.0009.png", "Y PLANE REVEAL"},
-                 {"ZDepth.png", "Z DEPTH"},
-                 {"room_2.png", "ROOM 2"},
-                 {"Model1Test", "MODEL1 TEST"},
-                 {"RGB.png", "RGB"}};
-    for (const auto& item : cases) EXPECT_EQ(GetCaption(item.mFile), item.mCaption);
-}
-
-TEST(Caption, DrawsGlyphsAndLeavesOutWhatLiesOutside) {
-    Image image(5, 7, kBlack);
-    DrawText(image, "L", 0, 0, 1, kRed);
-    for (int y = 0; y < 7; ++y) {
-        for (int x = 0; x < 5; ++x) EXPECT_EQ(GetColor(image, x, y), x == 0 || y == 6 ? kRed : kBlack) << x << ' ' << y;
-    }
-    EXPECT_EQ(zeb::dotfont::GetTextWidth("AB", 2), 22);
-    EXPECT_EQ(zeb::dotfont::GetTextWidth("", 2), 0);
-    DrawText(image, "BIG", -7, -9, 3, kGreen);
-}
-
-TEST(Caption, OfSeveralLinesIsBrokenAtBlanks) {
-    using Lines = std::vector<std::string>;
-    EXPECT_EQ(BreakLines("one two three", 6 * 8, 9), (Lines{"one two", "three"}));
-    EXPECT_EQ(BreakLines("unbreakable", 6 * 4, 2), (Lines{"unbr", "eaka"}));
-    EXPECT_EQ(BreakLines("", 60, 3), Lines());
-    Picture picture{"a", Image(12, 2, kRed)};
-    picture.mLines = {"L", "L"};
-    const Image sheet = MakeSheet({picture, {"b", Image(12, 2)}}, SheetOptions());
-    EXPECT_EQ(sheet.mHeight, 6 + 2 + 2 * 12 + 2 * 6 + 6);
-    EXPECT_EQ(GetColor(sheet, 6, 6 + 2 + 6), SheetOptions().mCaption);
-    EXPECT_EQ(GetColor(sheet, 6, 6 + 2 + 6 + 12), SheetOptions().mCaption);
-}
-
 class PngFiles : public ::testing::Test {
 protected:
     PngFiles()

@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
-#include <chrono>
 #include <functional>
 #include <thread>
 
@@ -12,7 +11,6 @@
 namespace nimbrel::host {
 namespace {
 
-using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 struct Value {
@@ -157,27 +155,6 @@ TEST_F(ComputeCacheTest, PurgesTheOldestOfWhatNobodyHolds) {
     limited.Purge(0);
     EXPECT_EQ(limited.GetSize(), 0U);
     EXPECT_EQ(limited.Unregister("c"), 0);
-}
-
-TEST_F(ComputeCacheTest, ReportsMisuse) {
-    Options options{1};
-    void* receipt = nullptr;
-    EXPECT_EQ(mCache.Register("c", &kCallbacks), A_Err_PARAMETER);
-    EXPECT_EQ(mCache.ComputeIfNeededAndCheckout("d", &options, true, &receipt), A_Err_PARAMETER);
-    receipt = Checkout(1);
-    EXPECT_EQ(mCache.Checkin(receipt), 0);
-    EXPECT_EQ(mCache.Checkin(receipt), A_Err_STRUCT);
-    void* value = nullptr;
-    EXPECT_EQ(mCache.GetValue(receipt, &value), A_Err_STRUCT);
-    Checkout(1);
-    EXPECT_EQ(mCache.Unregister("c"), 0);
-    EXPECT_EQ(gLive, 0) << "unregistering deletes what is checked out, too";
-    EXPECT_EQ(mCache.CountReceiptsOfThisThread(), 0U);
-    EXPECT_THAT(
-        mDiagnostics.Get(),
-        ElementsAre("compute cache: class \"c\" is registered already", "compute cache: class \"d\" is not registered",
-                    "compute cache: checked in without a receipt", "compute cache: value asked for without a receipt",
-                    "compute cache: class \"c\" unregistered with 1 values checked out"));
 }
 
 TEST_F(ComputeCacheTest, ServesManyThreadsAtOnce) {

@@ -84,11 +84,5 @@ TEST(Fit, FillsThePictureFromTheNearFace) {
     }
 }
 
-TEST(Fit, LeavesAPointAtItsSize) {
-    const Fit fit = FitBounds({{1, 2, 3}, {1, 2, 3}}, 640, 360);
-    EXPECT_EQ(fit.mScalePercent, 100);
-    EXPECT_EQ(fit.mAnchor, glm::dvec3(1000, 2000, 3000));
-}
-
 }  // namespace
 }  // namespace nimbrel::host

@@ -1,6 +1,5 @@
 #include "GaussianSplatAssetCreator.h"
 
-#include <cmath>
 #include <limits>
 
 #include <gmock/gmock.h>
@@ -28,28 +27,6 @@ std::uint32_t GetTexel(const GaussianSplatAsset& asset, int x, int y) {
 constexpr std::uint32_t Halves(std::uint32_t low, std::uint32_t high) { return low | high << 16; }
 
 constexpr std::uint32_t kZeroFields = 511u | 511u << 10 | 511u << 20;  // of a rotation's word
-
-TEST(GaussianSplatAssetCreator, OneSplatIsItsChunksMinimum) {
-    const PlySplat splat{.mPosition = {1.0f, -2.0f, 3.0f}, .mDc = {0.0f, 1.0f, -1.0f}};
-    const auto asset = Create(MakeFile({{splat}}, 0));
-    EXPECT_EQ(asset->splatCount, 1);
-    EXPECT_EQ(asset->boundsMin, glm::vec3(1.0f, -2.0f, 3.0f));
-    EXPECT_EQ(asset->boundsMax, asset->boundsMin);
-    ASSERT_EQ(asset->chunkData.size(), 64u);
-    const auto chunk = GetChunk(*asset, 0);
-    EXPECT_EQ(chunk.posX, glm::vec2(1.0f, 1.0f));
-    EXPECT_EQ(chunk.posY, glm::vec2(-2.0f, -2.0f));
-    EXPECT_EQ(chunk.posZ, glm::vec2(3.0f, 3.0f));
-    // Colours 0.5, 0.7820948 = 2^-1 * (1 + 577.7 / 1024), 0.2179052 = 2^-3 * (1 + 761.1 / 1024); opacity 0.5, e^0,
-    // and with no harmonics a range inside out.
-    EXPECT_THAT((std::array{chunk.colR, chunk.colG, chunk.colB, chunk.colA, chunk.sclX, chunk.shR}),
-                ElementsAre(Halves(0x3800, 0x3800), Halves(0x3a41, 0x3a41), Halves(0x32f9, 0x32f9),
-                            Halves(0x3800, 0x3800), Halves(0x3c00, 0x3c00), Halves(0x7c00, 0xfc00)));
-    EXPECT_THAT(asset->posData, ElementsAre(0, 0, 0, 0, 0, 0, 0, 0));
-    EXPECT_THAT(ReadAll<std::uint32_t>(asset->otherData), ElementsAre(kZeroFields | 3u << 30, 0u));
-    EXPECT_EQ(asset->colorData, std::vector<std::uint8_t>(2048 * 16 * 4));
-    EXPECT_EQ(asset->shData, std::vector<std::uint8_t>(32));
-}
 
 TEST(GaussianSplatAssetCreator, SplatsAreSortedAlongTheCurveAndNormalised) {
     // In the file: the far corner, the near one, and the middle, which Morton order puts between.
@@ -82,37 +59,6 @@ TEST(GaussianSplatAssetCreator, EqualPlacesKeepTheFilesOrder) {
     const auto asset = Create(MakeFile(splats, 0));
     const std::uint32_t reds[] = {191, 0, 255, 127};
     for (int i = 0; i < 4; ++i) EXPECT_EQ(GetTexel(*asset, i % 2, i / 2), reds[i]) << i;
-}
-
-TEST(GaussianSplatAssetCreator, EachChunkHasItsOwnRanges) {
-    std::vector<PlySplat> splats;
-    for (int i = 256; i >= 0; --i)
-        splats.push_back({.mPosition = {static_cast<float>(i)}, .mDc = {0.001f * static_cast<float>(i)}});
-    const auto asset = Create(MakeFile(splats, 0));
-    ASSERT_EQ(asset->chunkData.size(), 128u);
-    EXPECT_EQ(GetChunk(*asset, 0).posX, glm::vec2(0.0f, 255.0f));
-    EXPECT_EQ(GetChunk(*asset, 1).posX, glm::vec2(256.0f, 256.0f));
-    EXPECT_EQ(ReadAt<std::uint32_t>(asset->posData, 255), 2047u);
-    EXPECT_EQ(ReadAt<std::uint32_t>(asset->posData, 256), 0u);
-    EXPECT_EQ(GetTexel(*asset, 15, 15) & 0xff, 255u);
-    EXPECT_EQ(asset->posData.size(), 1032u);
-}
-
-TEST(GaussianSplatAssetCreator, HarmonicsTurnFromPlanesToTriplesAndAreNormalisedByChannel) {
-    // Planes: red 1 2 3, green 4 5 6, blue 7 8 9.
-    const std::string file = MakeFile({{PlySplat{.mRest = {1, 2, 3, 4, 5, 6, 7, 8, 9}}}}, 1);
-    const auto exact = Create(file, 0);
-    ASSERT_EQ(exact->shData.size(), 192u);
-    EXPECT_THAT(ReadAll<float>(exact->shData, 9), ElementsAre(1, 4, 7, 2, 5, 8, 3, 6, 9));
-    EXPECT_THAT(std::vector(exact->shData.begin() + 36, exact->shData.end()), Each(0));
-    const auto chunk = GetChunk(*exact, 0);
-    EXPECT_THAT((std::array{chunk.shR, chunk.shG, chunk.shB}),
-                ElementsAre(Halves(0x3c00, 0x4200), Halves(0x4400, 0x4600), Halves(0x4700, 0x4880)));
-    // Each channel runs 0, 1/2, 1 over its three coefficients; what is above the degree stays 0.
-    std::vector<std::uint16_t> words(16);
-    words[1] = 15 | 31 << 5 | 15 << 11;
-    words[2] = 0xffff;
-    EXPECT_EQ(ReadAll<std::uint16_t>(Create(file)->shData), words);
 }
 
 TEST(GaussianSplatAssetCreator, AllDegreesReachTheirLastCoefficient) {
@@ -156,15 +102,6 @@ TEST(GaussianSplatAssetCreator, WithoutDataOnlyTheHeaderCounts) {
     EXPECT_TRUE(asset->colorData.empty());
 }
 
-TEST(GaussianSplatAssetCreator, QualityLevelsSetTheFormats) {
-    const std::uint32_t table[5][5] = {
-        {0, 0, 0, 0, 0}, {1, 1, 1, 2, 1}, {2, 2, 2, 3, 2}, {3, 2, 3, 6, 2}, {4, 2, 3, 8, 3}};
-    for (const auto& row : table) {
-        const auto settings = GetSettings(row[0]);
-        EXPECT_EQ(std::memcmp(&settings, row, sizeof(settings)), 0) << row[0];
-    }
-}
-
 TEST(GaussianSplatAssetCreator, FormatsThatCannotBeMadeFail) {
     const std::pair<GaussianSplatAssetCreator::Settings, const char*> cases[] = {
         {{.quality = 3}, "\"Clustering is not supported yet.\""},
@@ -186,19 +123,6 @@ TEST(GaussianSplatAssetCreator, FormatsThatCannotBeMadeFail) {
         EXPECT_EQ(failure.empty(), *message == '\0') << failure;
     }
     EXPECT_THROW(Create("ply\n"), PLYFileReader::LoadModelException) << "the reader's failures pass through";
-}
-
-TEST(GaussianSplatAssetCreator, WideFormatsHoldTheNormalisedValues) {
-    const PlySplat splats[] = {{.mPosition = {0, 0, 0}, .mDc = {0, 0, 0}}, {.mPosition = {4, 2, 8}, .mDc = {1, 2, 3}}};
-    const auto exact = Create(MakeFile(splats, 0), 0);
-    EXPECT_THAT(ReadAll<glm::vec3>(exact->posData), ElementsAre(glm::vec3(0.0f), glm::vec3(1.0f)));
-    EXPECT_EQ(exact->otherData.size(), 32u);
-    EXPECT_EQ(ReadAt<float>(exact->colorData, 4), 1.0f);
-    const auto fine = Create(MakeFile(splats, 0), 1);
-    EXPECT_EQ(fine->posData.size(), 16u);
-    EXPECT_EQ(ReadAt<std::uint16_t>(fine->posData, 3), 65535);
-    EXPECT_EQ(ReadAt<std::uint16_t>(fine->colorData, 4), 0x3c00);
-    EXPECT_EQ(fine->shData, std::vector<std::uint8_t>(120));
 }
 
 }  // namespace

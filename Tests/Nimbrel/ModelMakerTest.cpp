@@ -21,33 +21,6 @@ PLYFileData Make(const ModelOptions& options) {
     return PLYFileReader::ReadFile(file.GetPath(), true);
 }
 
-TEST(ExactMath, AgreesWithTheLibrary) {
-    for (double x = -40.0; x < 40.0; x += 0.0137) {
-        EXPECT_NEAR(Sin(x), std::sin(x), 1e-12) << x;
-        EXPECT_NEAR(Cos(x), std::cos(x), 1e-12) << x;
-        EXPECT_NEAR(Exp(x) / std::exp(x), 1.0, 1e-12) << x;
-        EXPECT_NEAR(Log(std::exp(x)), x, 1e-12) << x;
-    }
-    EXPECT_EQ(Exp(0.0), 1.0);
-    EXPECT_EQ(Log(1.0), 0.0);
-}
-
-// Value of the file's coefficients as a renderer reads them, for a viewer who looks along `d`: degree 0 and 1.
-double EvaluateLinear(const HarmonicColor& color, const glm::dvec3& d) {
-    return 0.5 + 0.28209479177387814 * color.GetFileCoefficient(0).x +
-           0.48860251190291992 * (-d.y * color.GetFileCoefficient(1).x + d.z * color.GetFileCoefficient(2).x -
-                                  d.x * color.GetFileCoefficient(3).x);
-}
-
-TEST(HarmonicColor, AFacingColorIsSeenFromItsNormalsSide) {
-    HarmonicColor color(1);
-    color.AddFacing(glm::dvec3(0.6, -0.8, 0.0), [](double c) { return glm::dvec3(0.25 + 0.5 * c); });
-    EXPECT_NEAR(EvaluateLinear(color, {-0.6, 0.8, 0.0}), 0.75, 1e-12) << "looking at the surface squarely";
-    EXPECT_NEAR(EvaluateLinear(color, {0.8, 0.6, 0.0}), 0.25, 1e-12) << "along it";
-    color.Add(glm::dvec3(0.125));
-    EXPECT_NEAR(EvaluateLinear(color, {0.0, 0.0, 1.0}), 0.375, 1e-12);
-}
-
 TEST(ModelMaker, TheSameOptionsGiveTheSameBytes) {
     // FNV-1a of the whole file: a change of these is a change of everyone's pictures.
     const auto hash = [](const ModelOptions& options) {

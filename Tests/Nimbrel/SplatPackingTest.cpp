@@ -119,27 +119,4 @@ TEST(SplatPacking, HarmonicsBits) {
     EXPECT_EQ((ReadAs<std::array<float, 45>>(out.data())), values);
 }
 
-TEST(SplatPacking, RotationDropsTheLargestComponent) {
-    const auto word = [](std::uint32_t a, std::uint32_t b, std::uint32_t c, std::uint32_t dropped) {
-        return a | b << 10 | c << 20 | dropped << 30;
-    };
-    // Fields are t / sqrt(2) + 1/2 of 1023.5: 0 is 511, 0.5 is 873, -0.5 is 149, sqrt(1/2) is 1023.
-    const std::pair<glm::vec4, std::uint32_t> cases[] = {
-        {{0, 0, 0, 1}, word(511, 511, 511, 3)},
-        {{0, 0, 0, -1}, word(511, 511, 511, 3)},
-        {{1, 0, 0, 0}, word(511, 511, 511, 0)},
-        // Equals: the first is dropped, and the others keep their order.
-        {{0.5f, -0.5f, 0.5f, 0.5f}, word(149, 873, 873, 0)},
-        {{0.0f, -0.8f, 0.5f, 0.3316625f}, word(511, 149, 271, 1)},
-        {{0.0f, 0.5f, -0.8f, 0.3316625f}, word(511, 149, 271, 2)},
-        {{0.70710678f, 0, 0, 0.70710678f}, word(511, 511, 1023, 0)},
-        {{kNaN, kNaN, kNaN, kNaN}, 0u},
-    };
-    for (const auto& [quaternion, expected] : cases) {
-        std::uint8_t out[4];
-        PackRotation(EncodeRotation(quaternion), out);
-        EXPECT_EQ(ReadAs<std::uint32_t>(out), expected) << expected;
-    }
-}
-
 }  // namespace
