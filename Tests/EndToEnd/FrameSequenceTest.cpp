@@ -57,9 +57,11 @@ protected:
 };
 
 TEST_P(FrameSequence, EachFrameEqualsItselfRenderedAlone) {
-    const std::vector<Shot> shots = {MakeShot(500, 300, 32), MakeShot(90, 70, 32),
-                                     MakeShot(90, 70, 8),    WithoutModels(MakeShot(200, 100, 8)),
-                                     MakeShot(300, 500, 16), MakeShot(500, 300, 32)};
+    std::vector<Shot> shots = {MakeShot(500, 300, 32), MakeShot(90, 70, 32),
+                               MakeShot(90, 70, 8),    WithoutModels(MakeShot(200, 100, 8)),
+                               MakeShot(300, 500, 16), MakeShot(500, 300, 32)};
+    // More instances than any frame before.
+    while (shots.back().mModels.size() < 4) shots.back().mModels.push_back(shots.back().mModels[0]);
     std::vector<host::Frame> alone;
     for (const Shot& shot : shots) alone.push_back(RenderWithEffect(shot, GetParam()));
     ASSERT_GT(MeanAlpha(alone[0]), 0.02);
