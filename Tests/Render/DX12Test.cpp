@@ -1,9 +1,12 @@
 // What is Direct3D's own: the states of resources, and what long use leaves behind.
 #include <gmock/gmock.h>
 
+#include <thread>
+
 #include "../Windows/ProcessUsage.h"
 #include "DX12/CommandList.h"
 #include "DX12/Device.h"
+#include "DX12/PipelineStates.h"
 #include "DX12/RootSignature.h"
 #include "DeviceFixture.h"
 
@@ -35,6 +38,19 @@ TEST_F(DX12Test, ProgramsWithWavesNeedShaderModel6AndADeviceThatHasThem) {
         EXPECT_EQ(support.mFormat, c.mFormat) << c.mModel << " " << c.mHasWaves;
         EXPECT_EQ(support.mWaveLaneCount, c.mLanes) << c.mModel << " " << c.mHasWaves;
     }
+}
+
+TEST_F(DX12Test, ThreadsSharePipelinesThatAreAlike) {
+    const auto native = [](const ComputeProgramUnderTest& program) {
+        return dynamic_cast<ComputePipelineStateDX12&>(*program.mPipeline).GetResource()->mPipelineState.Get();
+    };
+    const ComputeProgramUnderTest here = MakeChain(GetDevice());
+    std::thread([&] { EXPECT_EQ(native(MakeChain(GetDevice())), native(here)); }).join();
+    const ComputeProgramUnderTest other = {GetDevice(), "Chain", [](RootSignature& signature) {
+                                               signature.AddRootUnorderedAccessBufferView(6);
+                                               signature.AddRootConstants(20, 0);
+                                           }};
+    EXPECT_NE(native(other), native(here)) << "parameters in another order";
 }
 
 TEST_F(DX12Test, ATransitionIsRecordedOnce) {

@@ -9,8 +9,12 @@
 
 #include "DX12Api.h"
 #include "PluginBase/Render/Render.h"
+#include "SharedObjects.h"
 
 namespace zeb::render {
+
+struct PipelineResource;
+struct RootSignatureResource;
 
 /// Which of the registered programs a device runs.
 struct ProgramSupport {
@@ -35,6 +39,10 @@ public:
     ShaderFormat GetShaderFormat() const { return mPrograms.mFormat; }
     std::uint32_t GetWaveLaneCount() const { return mPrograms.mWaveLaneCount; }
 
+    /// Native objects that threads have in common.
+    SharedObjects<RootSignatureResource>& RootSignatures() { return mRootSignatures; }
+    SharedObjects<PipelineResource>& Pipelines() { return mPipelines; }
+
     /// Native buffers and textures that live.
     std::uint32_t GetLiveResourceCount() const { return mLiveResources; }
     void CountResource(std::int32_t change) { mLiveResources += static_cast<std::uint32_t>(change); }
@@ -53,6 +61,8 @@ private:
     mutable UINT64 mReportedMessages = 0;  ///< of those that are stored
     D3D_ROOT_SIGNATURE_VERSION mRootSignatureVersion = D3D_ROOT_SIGNATURE_VERSION_1_0;
     ProgramSupport mPrograms;
+    SharedObjects<RootSignatureResource> mRootSignatures;
+    SharedObjects<PipelineResource> mPipelines;
     std::atomic<std::uint32_t> mLiveResources = 0;
     mutable std::mutex mReportMutex;
     std::function<void(const std::string&)> mReport;

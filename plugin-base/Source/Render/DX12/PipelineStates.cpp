@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "EnumTables.h"
+#include "PipelineKeys.h"
 #include "RootSignature.h"
 
 namespace zeb::render {
@@ -46,11 +47,8 @@ D3D12_RASTERIZER_DESC GetRasterState(const GraphicsPipelineDescription& descript
     return state;
 }
 
-}  // namespace
-
-GraphicsPipelineStateDX12::GraphicsPipelineStateDX12(const std::shared_ptr<DeviceContext>& context, std::string name,
-                                                     const GraphicsPipelineDescription& description)
-    : GraphicsPipelineState(std::move(name), description), mResource(std::make_shared<PipelineResource>()) {
+std::shared_ptr<PipelineResource> CreatePipeline(const DeviceContext& context, const std::string& name,
+                                                 const GraphicsPipelineDescription& description) {
     const std::vector<D3D12_INPUT_ELEMENT_DESC> elements = GetInputElements(description);
     D3D12_GRAPHICS_PIPELINE_STATE_DESC psoDesc = {};
     psoDesc.pRootSignature = ToDX12(*description.mRootSignature).CompileAndGet();
@@ -66,22 +64,42 @@ GraphicsPipelineStateDX12::GraphicsPipelineStateDX12(const std::shared_ptr<Devic
     for (UINT i = 0; i < psoDesc.NumRenderTargets; ++i)
         psoDesc.RTVFormats[i] = GetFormatDX12(description.mRenderTargetFormats[i]);
     psoDesc.SampleDesc = {description.mSampleCount, description.mSampleQuality};
-    ZEB_DX12_CHECK_TEXT(context->Get()->CreateGraphicsPipelineState(
-                            &psoDesc, IID_PPV_ARGS(mResource->mPipelineState.ReleaseAndGetAddressOf())),
-                        "mDevice.CreateGraphicsPipelineState( &psoDesc, IID_PPV_ARGS(&mPipelineState))", context.get());
-    SetNativeName(mResource->mPipelineState.Get(), GetName());
+    auto resource = std::make_shared<PipelineResource>();
+    ZEB_DX12_CHECK_TEXT(context.Get()->CreateGraphicsPipelineState(
+                            &psoDesc, IID_PPV_ARGS(resource->mPipelineState.ReleaseAndGetAddressOf())),
+                        "mDevice.CreateGraphicsPipelineState( &psoDesc, IID_PPV_ARGS(&mPipelineState))", &context);
+    SetNativeName(resource->mPipelineState.Get(), name);
+    return resource;
 }
 
-ComputePipelineStateDX12::ComputePipelineStateDX12(const std::shared_ptr<DeviceContext>& context, std::string name,
-                                                   const ComputePipelineDescription& description)
-    : ComputePipelineState(std::move(name), description), mResource(std::make_shared<PipelineResource>()) {
+std::shared_ptr<PipelineResource> CreatePipeline(const DeviceContext& context, const std::string& name,
+                                                 const ComputePipelineDescription& description) {
     D3D12_COMPUTE_PIPELINE_STATE_DESC psoDesc = {};
     psoDesc.pRootSignature = ToDX12(*description.mRootSignature).CompileAndGet();
     psoDesc.CS = GetBytecode(*description.mComputeShader);
-    ZEB_DX12_CHECK_TEXT(context->Get()->CreateComputePipelineState(
-                            &psoDesc, IID_PPV_ARGS(mResource->mPipelineState.ReleaseAndGetAddressOf())),
-                        "mDevice.CreateComputePipelineState( &psoDesc, IID_PPV_ARGS(&mPipelineState))", context.get());
-    SetNativeName(mResource->mPipelineState.Get(), GetName());
+    auto resource = std::make_shared<PipelineResource>();
+    ZEB_DX12_CHECK_TEXT(context.Get()->CreateComputePipelineState(
+                            &psoDesc, IID_PPV_ARGS(resource->mPipelineState.ReleaseAndGetAddressOf())),
+                        "mDevice.CreateComputePipelineState( &psoDesc, IID_PPV_ARGS(&mPipelineState))", &context);
+    SetNativeName(resource->mPipelineState.Get(), name);
+    return resource;
 }
+
+template <class Description>
+std::shared_ptr<PipelineResource> GetPipeline(DeviceContext& context, const std::string& name,
+                                              const Description& description) {
+    return context.Pipelines().Get(MakeKey(name, description),
+                                   [&] { return CreatePipeline(context, name, description); });
+}
+
+}  // namespace
+
+GraphicsPipelineStateDX12::GraphicsPipelineStateDX12(const std::shared_ptr<DeviceContext>& context, std::string name,
+                                                     const GraphicsPipelineDescription& description)
+    : GraphicsPipelineState(std::move(name), description), mResource(GetPipeline(*context, GetName(), description)) {}
+
+ComputePipelineStateDX12::ComputePipelineStateDX12(const std::shared_ptr<DeviceContext>& context, std::string name,
+                                                   const ComputePipelineDescription& description)
+    : ComputePipelineState(std::move(name), description), mResource(GetPipeline(*context, GetName(), description)) {}
 
 }  // namespace zeb::render

@@ -7,7 +7,7 @@
 
 namespace zeb::render {
 
-/// A native pipeline, kept by the lists that use it; it keeps its root signature.
+/// A native pipeline, one for all threads that draw alike, kept by the lists that use it; it keeps its root signature.
 struct PipelineResource {
     ComPointer<ID3D12PipelineState> mPipelineState;
 };

@@ -3,6 +3,7 @@
 #include <array>
 
 #include "EnumTables.h"
+#include "PipelineKeys.h"
 
 namespace zeb::render {
 namespace {
@@ -93,17 +94,22 @@ ComPointer<ID3DBlob> RootSignatureDX12::Serialize() const {
     return signature;
 }
 
-ID3D12RootSignature* RootSignatureDX12::CompileAndGet() {
-    if (mRootSignature) return mRootSignature.Get();
+std::shared_ptr<RootSignatureResource> RootSignatureDX12::Compile() const {
     const ComPointer<ID3DBlob> signature = Serialize();
+    auto resource = std::make_shared<RootSignatureResource>();
     ZEB_DX12_CHECK_TEXT(
         mContext->Get()->CreateRootSignature(0, signature->GetBufferPointer(), signature->GetBufferSize(),
-                                             IID_PPV_ARGS(mRootSignature.ReleaseAndGetAddressOf())),
+                                             IID_PPV_ARGS(resource->mRootSignature.ReleaseAndGetAddressOf())),
         "mDevice.CreateRootSignature(0, signature->GetBufferPointer(), signature->GetBufferSize(), "
         "IID_PPV_ARGS(&mRootSignature))",
         mContext.get());
-    SetNativeName(mRootSignature.Get(), GetName());
-    return mRootSignature.Get();
+    SetNativeName(resource->mRootSignature.Get(), GetName());
+    return resource;
+}
+
+ID3D12RootSignature* RootSignatureDX12::CompileAndGet() {
+    if (!mResource) mResource = mContext->RootSignatures().Get(MakeKey(*this), [this] { return Compile(); });
+    return mResource->mRootSignature.Get();
 }
 
 RootSignatureDX12& ToDX12(RootSignature& signature) { return ToOwn<RootSignatureDX12>(signature, "root signature"); }

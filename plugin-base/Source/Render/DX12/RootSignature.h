@@ -8,6 +8,11 @@
 
 namespace zeb::render {
 
+/// A native root signature; one for all threads that state the same.
+struct RootSignatureResource {
+    ComPointer<ID3D12RootSignature> mRootSignature;
+};
+
 /// Parameters gather until a pipeline or an encoder needs the native object; then it is made, once.
 class RootSignatureDX12 final : public RootSignature {
 public:
@@ -26,10 +31,11 @@ private:
         std::vector<D3D12_DESCRIPTOR_RANGE1> mRanges;
     };
     ComPointer<ID3DBlob> Serialize() const;
+    std::shared_ptr<RootSignatureResource> Compile() const;
 
     std::shared_ptr<DeviceContext> mContext;
     std::vector<NativeParameter> mNative;
-    ComPointer<ID3D12RootSignature> mRootSignature;
+    std::shared_ptr<RootSignatureResource> mResource;
 };
 
 RootSignatureDX12& ToDX12(RootSignature& signature);

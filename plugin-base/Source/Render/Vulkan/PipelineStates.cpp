@@ -5,7 +5,7 @@
 #include <fmt/format.h>
 
 #include "EnumTables.h"
-#include "SharedObjects.h"
+#include "PipelineKeys.h"
 
 namespace zeb::render {
 namespace {
@@ -66,51 +66,6 @@ VkPipelineRasterizationStateCreateInfo GetRasterState(const GraphicsPipelineDesc
     return state;
 }
 
-void AddShader(ObjectKey& key, const Shader& shader) { key.AddBytes(shader.GetData(), shader.GetSize()); }
-
-void AddSignature(ObjectKey& key, const RootSignature& signature) {
-    key.Add(signature.GetName());  // failures name it
-    for (const RootParameter& parameter : signature.GetParameters()) {
-        key.Add(parameter.mKind);
-        key.Add(parameter.mVisibility);
-        key.Add(parameter.mRegister);
-        key.Add(parameter.mSpace);
-        key.Add(parameter.mConstantCount);
-        key.Add(parameter.mRanges.size());
-        for (const DescriptorTableRange& range : parameter.mRanges) {
-            key.Add(range.mType);
-            key.Add(range.mCount);
-            key.Add(range.mRegister);
-        }
-    }
-}
-
-// What a native pipeline is made from.
-ObjectKey MakeKey(const std::string& name, const GraphicsPipelineDescription& description) {
-    ObjectKey key;
-    key.Add(name);
-    AddShader(key, *description.mVertexShader);
-    AddShader(key, *description.mPixelShader);
-    AddSignature(key, *description.mRootSignature);
-    for (const VertexElement& element : description.mVertexElements) {
-        key.Add(element.mFormat);
-        key.Add(element.mInputSlot);
-        key.Add(element.mAlignedByteOffset);
-    }
-    key.Add(description.mBlendEnabled);
-    for (const BlendFactor factor : {description.mSourceColorFactor, description.mDestinationColorFactor,
-                                     description.mSourceAlphaFactor, description.mDestinationAlphaFactor})
-        key.Add(factor);
-    key.Add(description.mColorOperation);
-    key.Add(description.mAlphaOperation);
-    key.Add(description.mFillMode);
-    key.Add(description.mCullMode);
-    key.Add(description.mFrontFace);
-    key.Add(description.mTopologyType);
-    for (std::int32_t i = 0; i < description.mRenderTargetCount; ++i) key.Add(description.mRenderTargetFormats[i]);
-    return key;
-}
-
 std::shared_ptr<PipelineResource> CreateComputePipeline(const std::shared_ptr<DeviceContext>& context,
                                                         const std::string& name,
                                                         const ComputePipelineDescription& description) {
@@ -147,12 +102,8 @@ PipelineResource::~PipelineResource() {
 ComputePipelineStateVulkan::ComputePipelineStateVulkan(const std::shared_ptr<DeviceContext>& context, std::string name,
                                                        const ComputePipelineDescription& description)
     : ComputePipelineState(std::move(name), description) {
-    ObjectKey key;
-    key.Add(GetName());
-    AddShader(key, *description.mComputeShader);
-    AddSignature(key, *description.mRootSignature);
-    mResource =
-        context->ComputePipelines().Get(key, [&] { return CreateComputePipeline(context, GetName(), description); });
+    mResource = context->ComputePipelines().Get(MakeKey(GetName(), description),
+                                                [&] { return CreateComputePipeline(context, GetName(), description); });
 }
 
 GraphicsPipelineStateVulkan::GraphicsPipelineStateVulkan(const std::shared_ptr<DeviceContext>& context,
