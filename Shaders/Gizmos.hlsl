@@ -1,5 +1,6 @@
 // Wireframe aids: rings, boxes, crosses and grids, as lines without vertex data. A vertex stage finds its place from
 // the instance number, which says which shape and which ring or arm of it, and the vertex number.
+#include "LineAreas.hlsli"
 #include "ZebBinding.hlsli"
 #include "ZebMath.hlsli"
 
@@ -21,11 +22,6 @@ cbuffer VertexShaderConstants : register(b0) {
 
 StructuredBuffer<ShapeInfo> Shapes : register(t1);
 
-struct Varyings {
-    float4 position : SV_Position;
-    float4 color : COLOR;
-};
-
 float3 CenterOf(ShapeInfo shape) { return float3(shape.center[0], shape.center[1], shape.center[2]); }
 float3 HalfSizeOf(ShapeInfo shape) { return float3(shape.halfSize[0], shape.halfSize[1], shape.halfSize[2]); }
 float4 ColorOf(ShapeInfo shape) { return float4(shape.color[0], shape.color[1], shape.color[2], shape.color[3]); }
@@ -39,8 +35,8 @@ float4 ToWorld(ShapeInfo shape, float3 p) {
     return float4(TransformRow(row0, p), TransformRow(row1, p), TransformRow(row2, p), TransformRow(row3, p));
 }
 
-Varyings MakeVertex(float4 world, float4 color) {
-    Varyings output;
+LineVertex MakeVertex(float4 world, float4 color) {
+    LineVertex output;
     output.position = TransformVector4(viewProjection, world);
     output.color = color;
     return output;
@@ -53,7 +49,7 @@ float4 TintByAxis(uint axis, float4 color) {
 }
 
 // Three rings a shape, as strips: ring 0 about x, 1 about y, 2 about z.
-Varyings VSSphereMain(uint vertex : SV_VertexID, uint instance : SV_InstanceID) {
+LineVertex SphereVertex(uint vertex, uint instance) {
     ShapeInfo shape = Shapes[ZEB_ELEMENT(1, instance / 3u)];
     uint ring = instance % 3u;
     float angle = float(vertex) * 6.28318548 / float(circleDotsCount);
@@ -73,14 +69,14 @@ float3 BoxCorner(uint k, uint e) {
 }
 
 // A line list of 12 edges, 24 vertices, one instance a shape.
-Varyings VSBoxMain(uint vertex : SV_VertexID, uint instance : SV_InstanceID) {
+LineVertex BoxVertex(uint vertex, uint instance) {
     ShapeInfo shape = Shapes[ZEB_ELEMENT(1, instance)];
     float3 p = BoxCorner(vertex >> 1, vertex & 1u) * HalfSizeOf(shape) + CenterOf(shape);
     return MakeVertex(float4(ToWorld(shape, p).xyz, 1.0), ColorOf(shape));
 }
 
 // Three arms a shape, two vertices each.
-Varyings VSCrossMain(uint vertex : SV_VertexID, uint instance : SV_InstanceID) {
+LineVertex CrossVertex(uint vertex, uint instance) {
     ShapeInfo shape = Shapes[ZEB_ELEMENT(1, instance / 3u)];
     uint axis = instance % 3u;
     float d = shape.crossRadius * (2.0 * float(vertex) - 1.0);
@@ -91,7 +87,7 @@ Varyings VSCrossMain(uint vertex : SV_VertexID, uint instance : SV_InstanceID) {
 
 // A flat grid at the centre's height, one instance a shape: lines along z first, then lines along x. Their running
 // number goes on from the first family's, so the second comes in rotated order when the cell counts differ.
-Varyings VSYGridMain(uint vertex : SV_VertexID, uint instance : SV_InstanceID) {
+LineVertex YGridVertex(uint vertex, uint instance) {
     ShapeInfo shape = Shapes[ZEB_ELEMENT(1, instance)];
     float3 c = CenterOf(shape);
     float3 h = HalfSizeOf(shape);
@@ -110,4 +106,9 @@ Varyings VSYGridMain(uint vertex : SV_VertexID, uint instance : SV_InstanceID) {
     return MakeVertex(ToWorld(shape, float3(c.x + (x - h.x), c.y, (z - h.z) + c.z)), ColorOf(shape));
 }
 
-float4 PSMain(Varyings input) : SV_Target { return input.color; }
+LINE_STRIP_STAGE(VSSphereMain, SphereVertex)
+LINE_LIST_STAGE(VSBoxMain, BoxVertex)
+LINE_STRIP_STAGE(VSCrossMain, CrossVertex)
+LINE_LIST_STAGE(VSYGridMain, YGridVertex)
+
+float4 PSMain(LineVaryings input) : SV_Target { return LineColor(input); }

@@ -105,7 +105,7 @@ GaussianSplatRenderer::GaussianSplatRenderer(Device& device, const RendererProgr
       mExportSplatDataReadback(device, "ExportSplatDataReadbackBuffer", kReadbackBuffer),
       mSort(device, programs.mSort),
       mSplatPass(device),
-      mShapesPass(device) {
+      mShapesPass(device, programs.mLinesAsAreas || !device.HasDiamondLines()) {
     device.CreateSamplerView(*mSamplerRange, 0, *mLinearSampler);
 
     mSetIndices.AddUnorderedAccess(kSortKeys);

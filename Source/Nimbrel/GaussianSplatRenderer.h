@@ -26,6 +26,8 @@ struct RendererPrograms {
     /// Splats that a kernel sees at once and records that the draw does, a multiple of kSplatsPerTileRow; 0 for as many
     /// as every device takes, and all records in one where this device binds them so.
     std::uint32_t mSplatsAtOnce = 0;
+    /// Wires as on devices that draw lines by another rule.
+    bool mLinesAsAreas = false;
 };
 
 /// Turns a list of models and one tile's camera and parameters into one recorded command list: upload,

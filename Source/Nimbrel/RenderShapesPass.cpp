@@ -17,11 +17,14 @@ constexpr float kCrossHalfPixels = 100.0F;
 // Root parameters of all four programs.
 constexpr std::uint32_t kConstantsParameter = 0;
 constexpr std::uint32_t kShapesParameter = 1;
+constexpr std::uint32_t kScreenParameter = 2;  // of areas
 
-GraphicsPipelineDescription MakeLines() {
+constexpr std::uint32_t kAreaVertices = 6;
+
+GraphicsProgram MakeProgram(Device& device, const std::string& name, bool asAreas) {
     GraphicsPipelineDescription description;
-    description.mTopologyType = TopologyType::Line;
-    return description;
+    description.mTopologyType = asAreas ? TopologyType::Triangle : TopologyType::Line;
+    return {device, name + (asAreas ? ".Areas" : ""), description};
 }
 
 /// Length in model space of a fixed distance on the screen at the shape's depth.
@@ -35,12 +38,13 @@ float GetPixelLength(const ShapeEntry& shape, const glm::mat4& viewProjection, c
 
 }  // namespace
 
-RenderShapesPass::RenderShapesPass(Device& device)
+RenderShapesPass::RenderShapesPass(Device& device, bool asAreas)
     : mDevice(device),
-      mSphereGizmo(device, "RenderSphereGizmo", MakeLines()),
-      mBoxGizmo(device, "RenderBoxGizmo", MakeLines()),
-      mCrossGizmo(device, "RenderCrossGizmo", MakeLines()),
-      mYGridGizmo(device, "RenderYGridGizmo", MakeLines()),
+      mAsAreas(asAreas),
+      mSphereGizmo(MakeProgram(device, "RenderSphereGizmo", asAreas)),
+      mBoxGizmo(MakeProgram(device, "RenderBoxGizmo", asAreas)),
+      mCrossGizmo(MakeProgram(device, "RenderCrossGizmo", asAreas)),
+      mYGridGizmo(MakeProgram(device, "RenderYGridGizmo", asAreas)),
       mConstants(device, "RenderSpheresConstants", kUploadBuffer, kConstantsStride),
       mPoints(device, "RenderPointsInfo", kUploadBuffer),
       mSpheres(device, "RenderSpheresInfo", kUploadBuffer),
@@ -50,6 +54,7 @@ RenderShapesPass::RenderShapesPass(Device& device)
     for (GraphicsProgram* program : {&mSphereGizmo, &mBoxGizmo, &mCrossGizmo, &mYGridGizmo}) {
         program->GetRootSignature().AddRootConstantBufferView(0);
         program->GetRootSignature().AddRootShaderResourceBufferView(1);
+        if (asAreas) program->GetRootSignature().AddRootConstants(2, 2);
     }
 }
 
@@ -77,10 +82,20 @@ void RenderShapesPass::Record(CommandList& commandList, const glm::mat4& project
         draw.mProgram.Use(*encoder, target.GetFormat());
         encoder->SetRootConstantBufferView(kConstantsParameter, mConstants.Get(), 0);
         encoder->SetRootShaderResourceBufferView(kShapesParameter, draw.mInfo.Get(), 0);
-        encoder->DrawInstanced(draw.mTopology, 0, draw.mVertexCount, 0,
-                               draw.mInstancesPerShape * static_cast<std::uint32_t>(draw.mInfo.GetCount()));
+        const float size[] = {width, static_cast<float>(drawInfo.mOutputHeight)};
+        if (mAsAreas) encoder->SetRootConstants(kScreenParameter, 2, size);
+        RecordDraw(*encoder, draw);
     }
     encoder->End();
+}
+
+void RenderShapesPass::RecordDraw(GraphicsCommandEncoder& encoder, const Draw& draw) const {
+    const std::uint32_t instances = draw.mInstancesPerShape * static_cast<std::uint32_t>(draw.mInfo.GetCount());
+    const std::uint32_t lines = draw.mTopology == Topology::LineStrip ? draw.mVertexCount - 1 : draw.mVertexCount / 2;
+    if (mAsAreas)
+        encoder.DrawInstanced(Topology::TriangleList, 0, lines * kAreaVertices, 0, instances);
+    else
+        encoder.DrawInstanced(draw.mTopology, 0, draw.mVertexCount, 0, instances);
 }
 
 std::vector<RenderShapesPass::Draw> RenderShapesPass::MakeDraws() {

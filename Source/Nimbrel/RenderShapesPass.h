@@ -15,7 +15,9 @@
 /// Thread: that of the device's record it was made for.
 class RenderShapesPass {
 public:
-    explicit RenderShapesPass(zeb::render::Device& device);
+    /// `asAreas`: lines are drawn as areas of which the program keeps the line's pixels, as on devices without the
+    /// rule.
+    RenderShapesPass(zeb::render::Device& device, bool asAreas);
 
     /// Records nothing when there are no shapes. Draws into the tile's part of `target`, over what is there.
     void Record(zeb::render::CommandList& commandList, const glm::mat4& projection, const zeb::DrawInfo& drawInfo,
@@ -24,7 +26,8 @@ public:
 private:
     using InfoBuffer = StructuredBuffer<nimbrel::gpu::ShapeInfo>;
 
-    /// Draws `shapes` of the list that stands in `info`; nothing when the list is empty.
+    /// Draws `shapes` of the list that stands in `info`; nothing when the list is empty. The vertices are those of
+    /// lines.
     struct Draw {
         GraphicsProgram& mProgram;
         const InfoBuffer& mInfo;
@@ -36,9 +39,11 @@ private:
     void FillConstants(const glm::mat4& viewProjection);
     static void FillInfo(InfoBuffer& buffer, const std::vector<ShapeEntry>& shapes, const glm::mat4& viewProjection,
                          float targetWidth);
+    void RecordDraw(zeb::render::GraphicsCommandEncoder& encoder, const Draw& draw) const;
     std::vector<Draw> MakeDraws();
 
     zeb::render::Device& mDevice;
+    bool mAsAreas;
     GraphicsProgram mSphereGizmo;
     GraphicsProgram mBoxGizmo;
     GraphicsProgram mCrossGizmo;

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstring>
 
+#include <glm/geometric.hpp>
+
 #include "CPU/ForEachTarget.h"
 #include "Lines.h"
 #include "Render/CPU/HalfConversion.h"
@@ -93,6 +95,30 @@ TEST(LargeModels, ComeOutTheSameInTurns) {
     EXPECT_EQ(inTurns.mKeys, whole.mKeys);
     EXPECT_EQ(inTurns.mOrder, whole.mOrder);
     EXPECT_EQ(inTurns.mTexels, whole.mTexels);
+}
+
+TEST_P(GizmoDevices, FindTheLinesTheyCannotDraw) {
+    const auto draw = [](const Shot& shot, bool asAreas) {
+        RendererPrograms programs;
+        programs.mLinesAsAreas = asAreas;
+        const std::vector<std::byte> texels = RenderInProcess(shot, "vulkan", programs).mTexels;
+        std::vector<glm::vec4> colors(texels.size() / sizeof(glm::vec4));
+        std::memcpy(colors.data(), texels.data(), texels.size());
+        return colors;
+    };
+    const Shot& shot = GetParam();
+    ASSERT_EQ(shot.mBitsPerChannel, 32);
+    const std::vector<glm::vec4> without = draw(WithoutGizmos(shot), false);
+    const std::vector<glm::vec4> lines = draw(shot, false);
+    const std::vector<glm::vec4> areas = draw(shot, true);
+    int drawn = 0, strays = 0;
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        drawn += lines[i] != without[i] ? 1 : 0;
+        // A line's colour is interpolated, in its last bits.
+        strays += glm::length(lines[i] - areas.at(i)) > 1e-4F ? 1 : 0;
+    }
+    EXPECT_GT(drawn, 20);
+    EXPECT_LE(strays, 4) << "of " << drawn;
 }
 
 TEST_P(GizmoDevices, DrawTheSameLines) {

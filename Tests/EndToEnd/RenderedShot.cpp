@@ -12,6 +12,11 @@ void SetInstance(TestBlob& blob, const std::string& slot, const reference::Insta
         blob.Set("Ramps" + slot, 4 * i, instance.mRamps.empty() ? 1.0F : instance.mRamps[i]);
     for (std::size_t i = 0; i < gpu::kCurveSamples; ++i)
         blob.Set("Gradients" + slot, 16 * i, instance.mGradient.empty() ? glm::vec4(1.0F) : instance.mGradient[i]);
+    const reference::GizmoSwitches& on = instance.mGizmos;
+    const std::pair<std::size_t, bool> previews[] = {{0, on.mPivot},    {48, on.mCrop},  {52, on.mColor},
+                                                     {56, on.mOpacity}, {60, on.mScale}, {64, on.mDisplacement},
+                                                     {68, on.mNoise}};
+    for (const auto& [offset, isOn] : previews) blob.Set("ModelCpp" + slot, offset, isOn ? 1 : 0);
 }
 
 host::Json ToJson(const glm::mat4& matrix) {

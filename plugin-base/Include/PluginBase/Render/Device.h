@@ -98,6 +98,9 @@ public:
     /// Whether a barrier inside a thread group is costly, as where programs run on the processor's cores;
     /// programs that get by without them are then the better choice.
     virtual bool AreGroupBarriersCostly() const = 0;
+    /// Whether lines are one pixel for each step along their longer axis, by the rule of diamonds. Where not, programs
+    /// find their pixels themselves.
+    virtual bool HasDiamondLines() const { return true; }
     /// Whether compute encoders take ComputeCommandEncoder::Sort. Where not, a sort is made of programs.
     virtual bool CanSort() const { return false; }
 

@@ -16,6 +16,7 @@ public:
     std::uint32_t GetWaveLaneCount() const override { return GetContext()->GetWaveLaneCount(); }
     // Programs of a software device run group by group on one core, where each barrier switches through all threads.
     bool AreGroupBarriersCostly() const override { return GetContext()->IsSoftware(); }
+    bool HasDiamondLines() const override { return GetContext()->HasBresenhamLines(); }
 
 protected:
     UniquePtr<ShaderLibrary> DoCreateShaderLibraryFromEmbeddedData(std::string name) override;
