@@ -6,11 +6,11 @@
 #include <utility>
 #include <vector>
 
-#include "FakeHost.h"
-#include "Image.h"
+#include "NimbrelHost/Commands/Command.h"
+#include "NimbrelHost/Suites/AddSuites.h"
 #include "NimbrelVersion.h"
 
-#undef GetMessage  // a macro of the system's headers
+#include "Image.h"  // behind what the system's macros would change
 
 namespace nimbrel::test {
 namespace {
@@ -131,14 +131,15 @@ TEST(EffectFile, DeclaresWhatRegistrationAndGlobalSetupAnswer) {
     const auto enter = Find<A_Err (*)(void*, PF_PluginDataCB, SPBasicSuite*, const char*, const char*)>(
         module, "PluginDataEntryFunction");
     ASSERT_EQ(enter(&registered, Take, nullptr, "host", "1"), A_Err_NONE);
-    ::test::FakeHost host;
+    host::Host host({}, host::Composition{}, std::nullopt, host::Catalogue{}, host::AddSuites);
     const auto main =
         Find<PF_Err (*)(PF_Cmd, PF_InData*, PF_OutData*, PF_ParamDef**, PF_LayerDef*, void*)>(module, "EffectMain");
-    ASSERT_EQ(main(PF_Cmd_GLOBAL_SETUP, &host.mInData, &host.mOutData, nullptr, nullptr, nullptr), PF_Err_NONE)
-        << host.GetMessage();
-    const PF_OutData answered = host.mOutData;
-    host.mInData.global_data = host.mOutData.global_data;
-    EXPECT_EQ(main(PF_Cmd_GLOBAL_SETDOWN, &host.mInData, &host.mOutData, nullptr, nullptr, nullptr), PF_Err_NONE);
+    host::Command command(host, PF_Cmd_GLOBAL_SETUP);
+    ASSERT_EQ(main(PF_Cmd_GLOBAL_SETUP, &command.In(), &command.Out(), nullptr, nullptr, nullptr), PF_Err_NONE)
+        << command.Out().return_msg;
+    const PF_OutData answered = command.Out();
+    command.In().global_data = answered.global_data;
+    EXPECT_EQ(main(PF_Cmd_GLOBAL_SETDOWN, &command.In(), &command.Out(), nullptr, nullptr, nullptr), PF_Err_NONE);
 
     const std::string resource = Image(NIMBREL_EFFECT_FILE).GetResource(L"PiPL", 16000);
     ASSERT_EQ(resource.size(), 286U);
