@@ -1,14 +1,16 @@
 #include "ModelPicture.h"
 
 #include <algorithm>
-#include <cmath>
+#include <cstring>
 #include <numeric>
+#include <utility>
 
 #include <glm/ext/matrix_transform.hpp>
 
 #include "Nimbrel/CPU/CalcViewData.h"
 #include "Nimbrel/CPU/FastRenderGaussianSplats.h"
 #include "Nimbrel/CPU/RenderGaussianSplats.h"
+#include "NimbrelConvert/ModelBox.h"
 #include "Render/CPU/Image.h"
 #include "Render/CPU/Parallel.h"
 
@@ -98,29 +100,27 @@ Picture Flatten(const raster::Image& image) {
     return picture;
 }
 
-float Percentile(std::vector<float>& values, double share) {
-    const auto place = values.begin() + std::llround(share * static_cast<double>(values.size() - 1));
-    std::nth_element(values.begin(), place, values.end());
-    return *place;
+glm::vec3 LoadVector(const std::uint8_t* bytes) {
+    glm::vec3 vector;
+    std::memcpy(&vector, bytes, sizeof vector);
+    return vector;
 }
 
 }  // namespace
 
-std::optional<Box> MeasureModel(const GaussianSplatAsset& asset) {
-    const cpu::SplatBlocks blocks = cpu::MakeBlocks(asset);
-    std::vector<float> axes[3];
-    for (std::uint32_t i = 0; i < static_cast<std::uint32_t>(asset.splatCount); ++i) {
-        const glm::vec3 position = cpu::DecodePosition(blocks, i);
-        if (!std::isfinite(position.x) || !std::isfinite(position.y) || !std::isfinite(position.z)) continue;
-        for (int c = 0; c < 3; ++c) axes[c].push_back(position[c]);
+std::optional<Box> MeasureSample(const PLYFileData& sample) {
+    std::vector<convert::FramedSplat> splats(sample.data.size() / sample.stride);
+    const std::uint8_t* row = sample.data.data();
+    for (convert::FramedSplat& splat : splats) {
+        float opacity = 0;
+        std::memcpy(&opacity, row + sample.opacityOffset, sizeof opacity);
+        splat =
+            convert::MakeFramedSplat(LoadVector(row + sample.posOffset), LoadVector(row + sample.scaleOffset), opacity);
+        row += sample.stride;
     }
-    if (axes[0].empty()) return std::nullopt;
-    Box box;
-    for (int c = 0; c < 3; ++c) {
-        box.mMin[c] = Percentile(axes[c], 0.01);
-        box.mMax[c] = Percentile(axes[c], 0.99);
-    }
-    return box;
+    const std::optional<convert::ModelBox> box = convert::MeasureModel(std::move(splats));
+    if (!box) return std::nullopt;
+    return Box{glm::vec3(box->mMin), glm::vec3(box->mMax)};
 }
 
 Picture DrawModel(const GaussianSplatAsset& asset, const Box& box, float splatScale, int width, int height) {

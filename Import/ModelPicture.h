@@ -5,6 +5,7 @@
 #include <glm/vec3.hpp>
 
 #include "Nimbrel/GaussianSplatAsset.h"
+#include "Nimbrel/PLYFileReader.h"
 #include "Picture.h"
 
 namespace nimbrel::importer {
@@ -15,9 +16,8 @@ struct Box {
     glm::vec3 mMax{0.0F};
 };
 
-/// The box of the 1st to 99th percentile of positions on each axis, so that stray splats don't count; without splats
-/// nothing.
-std::optional<Box> MeasureModel(const GaussianSplatAsset& asset);
+/// The box that a picture of these splats has to hold, as the headless host frames models; without splats nothing.
+std::optional<Box> MeasureSample(const PLYFileData& sample);
 
 /// The model as the effect draws it through the default camera, framed so that the near face of `box` fills nine
 /// tenths of the picture, over the background. Each splat is drawn `splatScale` times as large as it is. The same

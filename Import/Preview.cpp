@@ -68,9 +68,9 @@ Preview MakeModel(const std::u16string& path, std::string name, const PlyInspect
     GaussianSplatAssetCreator::Settings settings;
     settings.ApplyQualityLevel();
     const PLYFileData sample = ReadSample(path, inspection);
-    const auto asset = GaussianSplatAssetCreator::CreateAsset(sample, settings);
-    const std::optional<Box> box = MeasureModel(*asset);
+    const std::optional<Box> box = MeasureSample(sample);
     if (!box) return {std::move(name), kind, count, DrawNotice(kWidth, kHeight, "NO SPLATS", count)};
+    const auto asset = GaussianSplatAssetCreator::CreateAsset(sample, settings);
     return {std::move(name), kind, fmt::format("{}, {}", count, DescribeSize(box->mMax - box->mMin)),
             DrawModel(*asset, *box, GetSplatScale(inspection.CountStored(), sample.splatCount), kWidth, kHeight)};
 }

@@ -86,7 +86,8 @@ zeb::ComputeCacheResult<CacheableAsset> Plugin::GetAsset(const std::u16string& p
         return zeb::ComputeCacheResult<CacheableAsset>(
             mComputeCache->DoComputeIfNeededAndCheckout(kModelCacheName, options));
     } catch (const std::bad_alloc&) {
-        ZEB_THROW(zeb::kInternalError, fmt::format("\"{}\": There is not enough memory to load it", zeb::ToUtf8(path)));
+        ZEB_THROW(PF_Err_OUT_OF_MEMORY,
+                  fmt::format("\"{}\": There is not enough memory to load it", zeb::ToUtf8(path)));
     }
 }
 

@@ -173,6 +173,7 @@ TEST(ModelLoading, WithoutMemoryFailsInWordsAndIsTriedAgain) {
         try {
             act();
         } catch (const host::EffectError& error) {
+            EXPECT_EQ(error.GetCode(), PF_Err_OUT_OF_MEMORY) << "of which the program makes an exit code of its own";
             return error.what();
         }
         return "";

@@ -6,6 +6,7 @@
 #include <glm/vec2.hpp>
 #include <limits>
 
+#include "NimbrelHost/Scene/PlyBounds.h"
 #include "TestSupport.h"
 
 namespace nimbrel::host {
@@ -22,11 +23,11 @@ TEST(PlyBounds, LeavesOutStraySplats) {
                      {1e9F, 1e9F, 1e9F, std::nanf(""), 0, 0, std::numeric_limits<float>::infinity(), 0, 0});
     const auto file = folder.Write("a.ply", MakePly(positions));
     EXPECT_EQ(ReadPlyCount(file), 1004);
-    const std::optional<Bounds> bounds = ReadPlyBounds(file);
+    const std::optional<convert::ModelBox> bounds = ReadPlyBounds(file);
     ASSERT_TRUE(bounds);
-    // 1002 finite positions, sorted places 10 and 991.
-    EXPECT_EQ(bounds->mMin, glm::dvec3(10, -1980, 5));
-    EXPECT_EQ(bounds->mMax, glm::dvec3(991, -18, 5));
+    // 1002 finite positions of one weight: what is beyond the 1st and 99th percentile counts down to 0.2 %.
+    EXPECT_EQ(bounds->mMin, glm::dvec3(2, -1996, 5));
+    EXPECT_EQ(bounds->mMax, glm::dvec3(999, -2, 5));
 }
 
 TEST(PlyBounds, RefusesWhatItCannotRead) {
@@ -53,7 +54,7 @@ TEST(PlyBounds, RefusesWhatItCannotRead) {
 }
 
 /// Pixel extent of the nearest face, as the default camera sees it.
-glm::dvec2 SeenHalfSize(const Bounds& bounds, const Fit& fit, int width) {
+glm::dvec2 SeenHalfSize(const convert::ModelBox& bounds, const Fit& fit, int width) {
     const double scale = fit.mScalePercent / 100;
     const double depth = width + scale * (bounds.mMin.z * 1000 - fit.mAnchor.z);
     const glm::dvec3 half = (bounds.mMax - bounds.mMin) * 500.0 * scale;
@@ -62,7 +63,7 @@ glm::dvec2 SeenHalfSize(const Bounds& bounds, const Fit& fit, int width) {
 
 TEST(Fit, FillsThePictureFromTheNearFace) {
     const struct {
-        Bounds mBounds;
+        convert::ModelBox mBounds;
         int mWidth, mHeight;
     } cases[] = {
         {{{-1, -1, -1}, {1, 1, 1}}, 1920, 1080},
@@ -74,7 +75,7 @@ TEST(Fit, FillsThePictureFromTheNearFace) {
         {{{-1e6, -1e6, -1e6}, {1e6, 1e6, 1e6}}, 640, 360},
     };
     for (const auto& [bounds, width, height] : cases) {
-        const Fit fit = FitBounds(bounds, width, height);
+        const Fit fit = FitBox(bounds, width, height);
         const glm::dvec2 seen = SeenHalfSize(bounds, fit, width);
         const double fill = std::max(seen.x / (width / 2.0), seen.y / (height / 2.0));
         EXPECT_NEAR(fill, 0.9, 1e-6) << width << "x" << height << " " << bounds.mMax.x;

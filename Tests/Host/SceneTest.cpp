@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "NimbrelHost/Parameters/Catalogue.h"
+#include "NimbrelHost/Support/Similar.h"
 #include "TestSupport.h"
 
 namespace nimbrel::host {
@@ -67,7 +68,8 @@ TEST(Scene, NamesFileKeyAndExpectation) {
         {R"({"composition": {"width": 1.5}})", "composition.width: expected a whole number"},
         {R"({"composition": {"height": "tall"}})",
          "composition.height: expected a whole number from 1 to 30000, but it is \"tall\""},
-        {R"({"composition": {"size": 1}})", "composition.size: unknown key"},
+        {R"({"composition": {"widht": 1}})", "composition.widht: unknown key, expected one of \"width\", "},
+        {R"({"camera": {"zoom": {"Keyframes": [[0, 5]]}}})", "(did you mean \"keyframes\"?)"},
         {R"({"composition": {"frameRate": 0}})", "composition.frameRate: expected a number from 0.1 to 1000"},
         {R"({"composition": {"bitsPerChannel": 10}})",
          "composition.bitsPerChannel: expected 8, 16 or 32, but it is 10"},
@@ -105,8 +107,9 @@ TEST(Scene, RefusesDeepNestingManyNullsAndMissingFiles) {
     EXPECT_THAT(UsageMessage([&] { Parse(nulls + "]}"); }), ::testing::HasSubstr("nulls: expected at most 1000 null"));
     const std::string deep = std::string(100000, '[') + std::string(100000, ']');
     EXPECT_THAT(UsageMessage([&] { Parse(deep); }), ::testing::HasSubstr("levels of nesting"));
-    EXPECT_EQ(UsageMessage([] { ReadScene("/no/such/scene.json"); }), "/no/such/scene.json: expected a readable file");
-    EXPECT_THAT(UsageMessage([] { ReadScene("/"); }), ::testing::HasSubstr("expected a readable file"));
+    EXPECT_EQ(UsageMessage([] { ReadScene("/no/such/scene.json"); }),
+              "/no/such/scene.json: expected a readable file: No such file or directory");
+    EXPECT_THAT(UsageMessage([] { ReadScene("/"); }), ::testing::HasSubstr("expected a readable file: Is a directory"));
 }
 
 TEST(Scene, WritesWhatItReads) {

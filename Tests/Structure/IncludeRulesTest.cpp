@@ -52,15 +52,17 @@ const std::vector<Room> kRooms = {
     {"splat-cpu", "Source/Nimbrel/CPU/.*", "assets renderer render cpu threads"},
     {"effect", "Source/([^/]*|Nimbrel/CacheableAsset|Resource/.*)",
      "interface misc values parameters render cache frame ae catalogue assets renderer splat-cpu system shaders"},
+    // How models are framed, wherever it is done.
+    {"model-box", "Convert/.*/ModelBox", ""},
     // The importer: the model reader and the splat kernels alone; nobody knows it but through the host's interface.
-    {"importer", "Import/.*", "interface misc assets splat-cpu cpu"},
+    {"importer", "Import/.*", "interface misc assets splat-cpu cpu model-box"},
     // Files of other tools: knows neither effect nor framework nor host.
     {"convert", "Convert/.*", "codecs"},
     // The headless host reaches the effect through the host's interface alone. Suites serve what the commands keep; a
     // user acts through commands.
     {"host-support", "Host/Support/.*", "system"},
     {"pictures", "Host/Pictures/.*", "host-support picture-files"},
-    {"scene", "Host/Scene/.*", "host-support"},
+    {"scene", "Host/Scene/.*", "host-support model-box"},
     {"host-parameters", "Host/Parameters/.*", "interface host-support scene"},
     {"project", "Host/Project/.*", "interface host-support scene host-parameters script-heap duktape"},
     {"drawing", "Host/Drawing/.*", "interface host-support"},
@@ -98,7 +100,7 @@ const std::vector<Library> kLibraries = {
     {"duktape", "duktape\\.h"},
     {"picture-files", "png\\.h|Imf.*"},
     {"cairo", "cairo\\.h"},
-    {"codecs", "(zip|zlib|zstd|xxhash)\\.h|webp/.*"},
+    {"codecs", "(zip|zlib|libdeflate|zstd|xxhash)\\.h|webp/.*"},
     {"command-line", "CLI/.*"},
     {"shaders", "Shaders/RegisterShaders\\.h"},
 };

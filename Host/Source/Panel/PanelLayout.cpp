@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "NimbrelHost/Support/Errors.h"
+#include "NimbrelHost/Support/Similar.h"
 
 namespace nimbrel::host::panel {
 namespace {
@@ -64,9 +65,8 @@ const Parameter& FindGroup(const std::vector<Row>& rows, const std::string& name
         names.push_back(group.mId.empty() ? group.mName : group.mId);
         names.push_back(group.mName);
     }
-    const std::string similar = FindSimilar(name, names);
-    const std::string hint = similar.empty() ? "" : fmt::format(" (did you mean \"{}\"?)", similar);
-    throw UsageError(fmt::format("{}: expected a group of controls, but there is no \"{}\"{}", option, name, hint));
+    throw UsageError(fmt::format("{}: expected a group of controls, but there is no \"{}\"{}", option, name,
+                                 SuggestSimilar(name, names)));
 }
 
 /// Leaves what lies in groups below `depth` out; the groups themselves stay, closed.

@@ -10,6 +10,7 @@
 #include <limits>
 
 #include "NimbrelHost/Support/Errors.h"
+#include "NimbrelHost/Support/Similar.h"
 
 namespace nimbrel::host {
 namespace {
@@ -106,6 +107,7 @@ Parameter& ParameterTable::Add(const PF_ParamDef& definition, const Catalogue& c
     parameter->mDefinition = definition;
     parameter->mUniqueId = definition.uu.id;
     parameter->mId = catalogue.GetId(definition.uu.id);
+    parameter->mValueType = catalogue.GetValueType(definition.uu.id);
     parameter->mName.assign(definition.name, strnlen(definition.name, sizeof(definition.name)));
     // The effect's texts end with the call; the host shows its own copies.
     const char* label = nullptr;
@@ -159,10 +161,8 @@ Parameter& ParameterTable::Find(std::string_view id, const std::string& where) {
     }
     if (found != nullptr) return *found;
     if (isButton) throw UsageError(fmt::format("{}: \"{}\" has no value, expected an id or #uniqueID", where, id));
-    const std::string similar = FindSimilar(id, names);
-    const std::string hint = similar.empty() ? "" : fmt::format(" (did you mean \"{}\"?)", similar);
-    throw UsageError(
-        fmt::format("{}: unknown parameter \"{}\", expected an id of --list-parameters{}", where, id, hint));
+    throw UsageError(fmt::format("{}: unknown parameter \"{}\", expected an id of --list-parameters{}", where, id,
+                                 SuggestSimilar(id, names)));
 }
 
 glm::dvec3 EvaluateNumbers(const Parameter& parameter, double seconds) {

@@ -1,8 +1,17 @@
 #include "NimbrelHost/Scene/AnimationJson.h"
 
+#include "NimbrelHost/Support/Similar.h"
+
 namespace nimbrel::host {
 
-bool IsAnimated(const JsonView& view) { return view.Value().is_object() && view.Has("keyframes"); }
+bool IsAnimated(const JsonView& view) {
+    if (!view.Value().is_object() || view.Has("keyframes")) return view.Value().is_object();
+    // An object that is no value of its own, most often: its word is mistyped.
+    for (const auto& [key, value] : view.Value().items()) {
+        if (!FindSimilar(key, {"keyframes"}).empty()) view.RequireObject({"keyframes", "interpolation"});
+    }
+    return false;
+}
 
 JsonView ReadKeyframes(const JsonView& view, bool& hold) {
     view.RequireObject({"keyframes", "interpolation"});

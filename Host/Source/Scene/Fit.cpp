@@ -4,13 +4,13 @@
 
 namespace nimbrel::host {
 
-Fit FitBounds(const Bounds& bounds, int width, int height) {
+Fit FitBox(const convert::ModelBox& box, int width, int height) {
     constexpr double kPixelsPerUnit = 1000;
     constexpr double kFill = 0.9;          // of the picture that the larger side takes
     constexpr double kNearestDepth = 220;  // the effect clips what is nearer than about 200 pixels
-    const glm::dvec3 half = (bounds.mMax - bounds.mMin) * (0.5 * kPixelsPerUnit);
+    const glm::dvec3 half = (box.mMax - box.mMin) * (0.5 * kPixelsPerUnit);
     Fit fit;
-    fit.mAnchor = (bounds.mMin + bounds.mMax) * (0.5 * kPixelsPerUnit);
+    fit.mAnchor = (box.mMin + box.mMax) * (0.5 * kPixelsPerUnit);
 
     // The camera stands `zoom` before the model's centre, and its zoom is the same. A half extent s * h of the near
     // face, at depth zoom - s * half.z, is seen as zoom * s * h / depth; it shall be `limit`:

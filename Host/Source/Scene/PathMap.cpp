@@ -41,7 +41,8 @@ void PathMap::Read(const Json& document, const std::string& file) {
     const JsonView root(document, file);
     root.RequireObject({"version", "path_mapping_rules"});
     constexpr std::string_view expected = "an array of rules";
-    if (!root.Has("path_mapping_rules")) root.Fail("an object with \"path_mapping_rules\"");
+    // Without any rule the file holds an empty object.
+    if (!root.Has("path_mapping_rules")) return;
     const JsonView rules = root.Member("path_mapping_rules");
     for (std::size_t i = 0; i < rules.RequireArray(expected); ++i) {
         const JsonView rule = rules.Element(i);

@@ -2,22 +2,29 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstring>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace nimbrel::host {
 namespace {
+
+constexpr std::string_view kNames[] = {"x", "y", "z", "opacity", "scale_0", "scale_1", "scale_2"};
+constexpr std::size_t kOpacity = 3, kScales = 4;
+using Values = std::array<float, std::size(kNames)>;
 
 /// The host's own look into model files, for framing and counting alone; what is wrong with a file is for the effect to
 /// say.
 struct Header {
     std::int64_t mCount = 0;
     std::size_t mStride = 0;
-    std::array<std::int64_t, 3> mOffsets{-1, -1, -1};  ///< of x, y, z in bytes; -1 for an axis without float values
+    /// Of the properties of kNames, in bytes; nothing for one without float values.
+    std::array<std::optional<std::size_t>, std::size(kNames)> mOffsets;
 };
 
 std::size_t TypeSize(const std::string& type) {
@@ -56,24 +63,23 @@ std::optional<Header> ReadHeader(std::istream& stream) {
         } else if (first == "property") {
             words >> type >> name;
             if (type == "list") return std::nullopt;
-            const std::size_t size = TypeSize(type);
-            if (name.size() == 1 && name[0] >= 'x' && name[0] <= 'z' && (type == "float" || type == "float32")) {
-                header.mOffsets[static_cast<std::size_t>(name[0] - 'x')] = static_cast<std::int64_t>(header.mStride);
-            }
-            header.mStride += size;
+            const auto found = std::find(std::begin(kNames), std::end(kNames), name);
+            if (found != std::end(kNames) && (type == "float" || type == "float32"))
+                header.mOffsets[static_cast<std::size_t>(found - std::begin(kNames))] = header.mStride;
+            header.mStride += TypeSize(type);
         }
     }
     return std::nullopt;
 }
 
-/// The values at 1 % and 99 % of the sorted order.
-std::pair<double, double> Percentiles(std::vector<float>& values) {
-    const auto at = [&](double share) {
-        const auto place = values.begin() + std::llround(share * static_cast<double>(values.size() - 1));
-        std::nth_element(values.begin(), place, values.end());
-        return static_cast<double>(*place);
-    };
-    return {at(0.01), at(0.99)};
+convert::FramedSplat ReadSplat(const Header& header, const char* row, const glm::dmat3& rotation) {
+    Values values{};
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        if (header.mOffsets[i]) std::memcpy(&values[i], row + *header.mOffsets[i], sizeof(float));
+    }
+    const glm::vec3 position(rotation * glm::dvec3(values[0], values[1], values[2]));
+    return convert::MakeFramedSplat(position, {values[kScales], values[kScales + 1], values[kScales + 2]},
+                                    values[kOpacity]);
 }
 
 }  // namespace
@@ -85,37 +91,28 @@ std::optional<std::int64_t> ReadPlyCount(const std::filesystem::path& file) {
     return header->mCount;
 }
 
-std::optional<Bounds> ReadPlyBounds(const std::filesystem::path& file) {
+std::optional<convert::ModelBox> ReadPlyBounds(const std::filesystem::path& file, const glm::dmat3& rotation) {
+    constexpr std::int64_t kEnough = 262144, kBlock = 4096;
     std::ifstream stream(file, std::ios::binary);
     const std::optional<Header> header = ReadHeader(stream);
     if (!header || header->mStride == 0) return std::nullopt;
-    if (std::any_of(header->mOffsets.begin(), header->mOffsets.end(), [](std::int64_t o) { return o < 0; })) {
-        return std::nullopt;
-    }
-    std::array<std::vector<float>, 3> axes;
-    std::vector<char> block(header->mStride * 4096);
-    for (std::int64_t left = header->mCount; left > 0;) {
+    if (!header->mOffsets[0] || !header->mOffsets[1] || !header->mOffsets[2]) return std::nullopt;
+    const std::int64_t step = header->mCount / kEnough + 1;
+    std::vector<convert::FramedSplat> splats;
+    std::vector<char> block(header->mStride * static_cast<std::size_t>(kBlock));
+    for (std::int64_t first = 0; first < header->mCount;) {
         // In blocks, so that what a header claims takes no memory; the file's own end decides.
-        const std::int64_t wanted = std::min<std::int64_t>(left, 4096);
-        stream.read(block.data(), static_cast<std::streamsize>(wanted * static_cast<std::int64_t>(header->mStride)));
+        const std::int64_t wanted = std::min(header->mCount - first, kBlock);
+        stream.read(block.data(), static_cast<std::streamsize>(wanted) * static_cast<std::streamsize>(header->mStride));
         const std::int64_t got = stream.gcount() / static_cast<std::int64_t>(header->mStride);
-        for (std::int64_t i = 0; i < got; ++i) {
-            const char* splat = block.data() + static_cast<std::size_t>(i) * header->mStride;
-            std::array<float, 3> position{};
-            for (std::size_t a = 0; a < 3; ++a) std::memcpy(&position[a], splat + header->mOffsets[a], sizeof(float));
-            // A splat without a place is not drawn.
-            if (!std::isfinite(position[0]) || !std::isfinite(position[1]) || !std::isfinite(position[2])) continue;
-            for (std::size_t a = 0; a < 3; ++a) axes[a].push_back(position[a]);
+        for (std::int64_t i = (step - first % step) % step; i < got; i += step) {
+            splats.push_back(
+                ReadSplat(*header, block.data() + static_cast<std::size_t>(i) * header->mStride, rotation));
         }
         if (got < wanted) break;
-        left -= got;
+        first += got;
     }
-    if (axes[0].empty()) return std::nullopt;
-    Bounds bounds;
-    for (int a = 0; a < 3; ++a) {
-        std::tie(bounds.mMin[a], bounds.mMax[a]) = Percentiles(axes[static_cast<std::size_t>(a)]);
-    }
-    return bounds;
+    return convert::MeasureModel(std::move(splats));
 }
 
 }  // namespace nimbrel::host

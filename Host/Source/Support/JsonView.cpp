@@ -4,12 +4,15 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <fstream>
 #include <iterator>
 
 #include "NimbrelHost/Support/Errors.h"
+#include "NimbrelHost/Support/Similar.h"
 #include "NimbrelHost/Support/Text.h"
+#include "NimbrelHost/Support/WholeFile.h"
 
 namespace nimbrel::host {
 namespace {
@@ -54,12 +57,17 @@ Json ParseJson(std::string_view text, const std::string& origin) {
 
 // Folders open as streams on some systems, so it must be a file.
 Json ReadJsonFile(const std::filesystem::path& file) {
-    std::error_code error;
+    std::error_code ignored;
+    const std::filesystem::file_status status = std::filesystem::status(file, ignored);
     std::ifstream stream;
-    if (std::filesystem::is_regular_file(file, error)) stream.open(file, std::ios::binary);
-    if (!stream.is_open()) {
-        throw UsageError(fmt::format("{}: expected a readable file", Unquoted(PathText(file))));
+    int reason = std::filesystem::is_directory(status) ? EISDIR : std::filesystem::exists(status) ? EINVAL : ENOENT;
+    if (std::filesystem::is_regular_file(status)) {
+        stream.open(file, std::ios::binary);
+        reason = errno;
     }
+    if (!stream.is_open())
+        throw UsageError(
+            fmt::format("{}: expected a readable file: {}", Unquoted(PathText(file)), DescribeError(reason)));
     const std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
     return ParseJson(text, PathText(file));
 }
@@ -79,8 +87,9 @@ void JsonView::RequireObject(std::initializer_list<std::string_view> keys) const
         // The list of what would have been right comes with the complaint.
         std::string known;
         for (const std::string_view name : keys) known += fmt::format("{}\"{}\"", known.empty() ? "" : ", ", name);
-        throw UsageError(fmt::format("{}: {}: unknown key, expected one of {}", Unquoted(mFile),
-                                     Unquoted(mKey.empty() ? key : fmt::format("{}.{}", mKey, key)), known));
+        throw UsageError(fmt::format("{}: {}: unknown key, expected one of {}{}", Unquoted(mFile),
+                                     Unquoted(mKey.empty() ? key : fmt::format("{}.{}", mKey, key)), known,
+                                     SuggestSimilar(key, {keys.begin(), keys.end()})));
     }
 }
 

@@ -68,12 +68,21 @@ void RemoveUnlessUsed(const std::filesystem::path& part) {
 
 #else
 
-// The lock tells others that somebody writes here; it ends with the process, however that ends.
+// The lock tells others that somebody writes here; it ends with the process, however that ends. Who came in between and
+// took the file for left behind has removed it.
 std::FILE* CreatePart(const std::filesystem::path& part, int& error) {
     const int number = open(part.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
-    std::FILE* const stream = number < 0 ? nullptr : fdopen(number, "wb");
     error = errno;
-    if (stream != nullptr) flock(number, LOCK_EX | LOCK_NB);
+    if (number < 0) return nullptr;
+    struct stat status {};
+    if (flock(number, LOCK_EX) == 0 && fstat(number, &status) == 0 && status.st_nlink == 0) {
+        close(number);
+        error = EEXIST;
+        return nullptr;
+    }
+    std::FILE* const stream = fdopen(number, "wb");
+    error = errno;
+    if (stream == nullptr) close(number);
     return stream;
 }
 

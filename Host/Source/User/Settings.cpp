@@ -3,8 +3,11 @@
 #include <fmt/format.h>
 
 #include <cmath>
+#include <glm/ext/matrix_transform.hpp>
+#include <glm/trigonometric.hpp>
 #include <limits>
 
+#include "CustomForms.h"
 #include "NimbrelConvert/Errors.h"
 #include "NimbrelConvert/ModelCache.h"
 #include "NimbrelHost/Commands/CustomData.h"
@@ -104,9 +107,10 @@ double ReadLayer(Host& host, const Setting& setting, const JsonView& view) {
     }
 }
 
-// Whether the object makes sense only the effect can say.
+// Whether an object of a form that the catalogue doesn't tell makes sense, only the effect can say.
 PF_Handle ReadCustom(Host& host, const Parameter& parameter, const JsonView& view) {
     if (!view.Value().is_object()) view.Fail("an object in the parameter's JSON form");
+    CheckCustomForm(parameter.mValueType, view);
     try {
         PF_Handle value =
             ScanCustom(host, parameter, view.Value().dump(-1, ' ', false, Json::error_handler_t::replace));
@@ -143,6 +147,29 @@ ParameterValue ReadValue(Host& host, const Parameter& parameter, const Setting& 
         default: value.mCustom = ReadCustom(host, parameter, view); break;
     }
     return value;
+}
+
+/// How a model is turned when the composition begins.
+glm::dmat3 ReadRotation(Host& host, int slot, const char* group) {
+    glm::dmat4 rotation(1);
+    for (int axis = 0; axis < 3; ++axis) {
+        const Parameter* const angle = FindSlotParameter(host, slot, fmt::format("{}_{}Rotation", group, "xyz"[axis]));
+        if (angle == nullptr) continue;
+        glm::dvec3 direction(0);
+        direction[axis] = 1;
+        rotation = glm::rotate(rotation, glm::radians(EvaluateNumbers(*angle, 0).x), direction);
+    }
+    return glm::dmat3(rotation);
+}
+
+/// The box of all that a model passes through in a turn about its middle's upright axis.
+void WidenForTurn(convert::ModelBox& box) {
+    const glm::dvec3 middle = (box.mMin + box.mMax) * 0.5, half = (box.mMax - box.mMin) * 0.5;
+    const double radius = std::hypot(half.x, half.z);
+    for (const int axis : {0, 2}) {
+        box.mMin[axis] = middle[axis] - radius;
+        box.mMax[axis] = middle[axis] + radius;
+    }
 }
 
 void SetNumbers(Parameter& parameter, const glm::dvec3& numbers) {
@@ -185,6 +212,8 @@ void ApplySetting(Host& host, const Setting& setting) {
             if (!whole.Has("value")) whole.Fail("a \"value\" or \"keyframes\" beside the \"expression\"");
             inner = Json(whole.Member("value").Value());
         }
+    } else if (TakesExpression(parameter) && inner.is_object()) {
+        whole.RequireObject({"keyframes", "interpolation", "value", "expression"});
     }
     const JsonView view(inner, setting.mFile, setting.mKey);
     if (!parameter.HasValue()) {
@@ -227,18 +256,21 @@ std::filesystem::path GetModelFile(Host& host, int slot, bool onlyShown) {
     return host.GetProject().GetLayerPath(static_cast<int>(EvaluateNumbers(*model, 0).x));
 }
 
-void FitModels(Host& host) {
+void FitModels(Host& host, bool isTurning) {
     const Composition& composition = host.GetProject().GetComposition();
     for (int slot = 1; slot <= kModelSlots; ++slot) {
         const std::filesystem::path file = GetModelFile(host, slot, true);
         Parameter* const anchor = FindSlotParameter(host, slot, "align_anchorPoint");
         Parameter* const scale = FindSlotParameter(host, slot, "align_scale");
         if (file.empty() || anchor == nullptr || scale == nullptr) continue;
-        const std::optional<Bounds> bounds = ReadPlyBounds(file);
-        if (!bounds) continue;
-        // Each slot is framed for itself; two models in one picture share its middle.
-        const Fit fit = FitBounds(*bounds, composition.LayerWidth(), composition.LayerHeight());
-        SetNumbers(*anchor, fit.mAnchor);
+        const glm::dmat3 rotation = ReadRotation(host, slot, "transform") * ReadRotation(host, slot, "align");
+        std::optional<convert::ModelBox> box = ReadPlyBounds(file, rotation);
+        if (!box) continue;
+        if (isTurning) WidenForTurn(*box);
+        // Each slot is framed for itself; two models in one picture share its middle. The anchor is counted before the
+        // model is turned.
+        const Fit fit = FitBox(*box, composition.LayerWidth(), composition.LayerHeight());
+        SetNumbers(*anchor, glm::transpose(rotation) * fit.mAnchor);
         SetNumbers(*scale, glm::dvec3(fit.mScalePercent, 0, 0));
     }
 }

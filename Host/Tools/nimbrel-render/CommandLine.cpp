@@ -87,8 +87,8 @@ void AddSceneOptions(CLI::App& app, CommandLine& line) {
         ->allow_extra_args(false);
     app.add_flag(
         "--fit", line.mFit,
-        "move and scale the shown models so that each fills the picture (align anchor and scale); on by itself "
-        "without a scene file as long as no align or transform parameter is set");
+        "move and scale the shown models so that each fills the picture, as it is turned (align anchor and scale); on "
+        "by itself without a scene file as long as no align or transform parameter but rotations is set");
     app.add_option("--turntable", line.mTurntable,
                    "turn the shown models once in so many seconds, as keyframes; the composition lasts that long")
         ->type_name("SECONDS");

@@ -137,14 +137,15 @@ void ApplySettings(Host& host, const CommandLine& line, const Scene& scene) {
     for (const Setting& setting : scene.mSettings) ApplySceneSetting(host, setting, map);
     for (const std::string& model : line.mModels) ApplyModel(host, model);
     for (const std::string& set : line.mSets) ApplySet(host, set);
+    // A turn alone does not say where a model stands.
     const auto isPlaced = [](const auto& parameter) {
-        const bool places = parameter->mId.find("_align_") != std::string::npos ||
-                            parameter->mId.find("_transform_") != std::string::npos;
-        return parameter->mIsSet && places;
+        const std::string& id = parameter->mId;
+        const bool places = id.find("_align_") != std::string::npos || id.find("_transform_") != std::string::npos;
+        return parameter->mIsSet && places && !id.ends_with("Rotation");
     };
     const auto& parameters = host.GetParameters().GetAll();
     const bool placed = std::any_of(parameters.begin(), parameters.end(), isPlaced);
-    if (line.mFit || (line.mScene.empty() && !placed)) FitModels(host);
+    if (line.mFit || (line.mScene.empty() && !placed)) FitModels(host, line.mTurntable.has_value());
     if (line.mTurntable) TurnModels(host, *line.mTurntable);
 }
 

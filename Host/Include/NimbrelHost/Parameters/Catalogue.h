@@ -3,9 +3,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
-#include <string_view>
 #include <unordered_map>
-#include <vector>
 
 namespace nimbrel::host {
 
@@ -15,17 +13,21 @@ class Catalogue {
 public:
     Catalogue() = default;
 
-    /// Reads `parameters[].uniqueID` and `parameters[].fullId`. Throws UsageError.
+    /// Reads `uniqueID`, `fullId` and, of custom values, `valueType` of each of "parameters". Throws UsageError.
     static Catalogue Read(const std::filesystem::path& file);
 
     /// Empty for a number that the catalogue does not hold.
     const std::string& GetId(std::int32_t uniqueId) const;
+    /// What a custom value is, "Ramp" or "Gradient"; empty for others.
+    const std::string& GetValueType(std::int32_t uniqueId) const;
 
 private:
-    std::unordered_map<std::int32_t, std::string> mIds;
-};
+    struct Entry {
+        std::string mId;
+        std::string mValueType;
+    };
 
-/// The candidate closest to a mistyped word, or an empty text if none is close.
-std::string FindSimilar(std::string_view word, const std::vector<std::string>& candidates);
+    std::unordered_map<std::int32_t, Entry> mEntries;
+};
 
 }  // namespace nimbrel::host

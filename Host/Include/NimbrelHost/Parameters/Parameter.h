@@ -25,9 +25,10 @@ struct Parameter {
     int mIndex = 0;  ///< in the effect's parameter array; 0 is the input layer
     int mUniqueId = 0;
     PF_ParamDef mDefinition{};
-    std::string mId;     ///< catalogue id, empty if the catalogue lacks it
-    std::string mName;   ///< as shown, UTF-8
-    std::string mLabel;  ///< text beside a check box or on a button
+    std::string mId;         ///< catalogue id, empty if the catalogue lacks it
+    std::string mValueType;  ///< of a custom value, from the catalogue: "Ramp", "Gradient"
+    std::string mName;       ///< as shown, UTF-8
+    std::string mLabel;      ///< text beside a check box or on a button
     std::vector<std::string> mChoices;
     Animation<ParameterValue> mValue;
     ParameterValue mDefault;

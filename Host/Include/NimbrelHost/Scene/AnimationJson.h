@@ -8,7 +8,7 @@
 /// Values over time as scene files have them.
 namespace nimbrel::host {
 
-/// Whether the JSON value is of the animated form, { "keyframes": [...] }.
+/// Whether the JSON value is of the animated form, { "keyframes": [...] }. Throws UsageError for one that almost is.
 bool IsAnimated(const JsonView& view);
 
 /// Checks the outer form of an animated value and gives the keyframe array; `hold` answers its "interpolation".

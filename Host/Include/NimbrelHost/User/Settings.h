@@ -30,9 +30,10 @@ Parameter* FindSlotParameter(Host& host, int slot, std::string_view name);
 /// The slot's model file; empty for none, and for a model that is not shown when `onlyShown`.
 std::filesystem::path GetModelFile(Host& host, int slot, bool onlyShown);
 
-/// Frames the shown models: align anchor and scale of each from the bounds of its file. Models whose bounds cannot be
-/// read stay as they are; the effect says why when it draws them.
-void FitModels(Host& host);
+/// Frames the shown models as they are turned at the beginning, or for a whole turn about the upright axis: align
+/// anchor and scale of each from the splats of its file. Models that cannot be read stay as they are; the effect says
+/// why when it draws them.
+void FitModels(Host& host, bool isTurning = false);
 
 /// All parameters as the host sees them, in host order, as a JSON array.
 Json ListParameters(Host& host);
