@@ -1,5 +1,7 @@
 #include "NimbrelConvert/Convert.h"
 
+#include <future>
+
 #include <fmt/format.h>
 
 #include "ByteSource.h"
@@ -19,11 +21,14 @@ void CopyModel(SplatReader& reader, PlyWriter& writer, const std::function<void(
     // A block of the largest rows is 2 MB, which stays in a cache between reading and writing.
     constexpr std::size_t kBlock = 8192;
     const std::size_t rowSize = reader.GetLayout().Size();
-    std::vector<float> rows(std::min<std::uint64_t>(kBlock, reader.CountLeft()) * rowSize);
-    while (reader.CountLeft() > 0) {
+    std::vector<float> rows(std::min<std::uint64_t>(kBlock, reader.CountLeft()) * rowSize), next = rows;
+    for (std::size_t count = reader.Read(rows); count > 0;) {
         if (check) check();
-        const std::size_t count = reader.Read(rows);
+        // While one block is written the next is read, where a thread can be had.
+        std::future<std::size_t> read = std::async([&] { return reader.Read(next); });
         writer.Write(std::span(rows).first(count * rowSize));
+        count = read.get();
+        rows.swap(next);
     }
     writer.Finish();
 }

@@ -23,6 +23,10 @@ private:
     std::unique_ptr<State> mState;
 };
 
+/// The first `count` bytes of a gzip stream, whose room is taken at once: `count` must be one that was found likely.
+/// Throws FormatError where the stream ends before or is broken.
+Bytes UnpackGzip(std::span<const std::uint8_t> packed, std::uint64_t count);
+
 /// The `count` bytes that a zstd frame unfolds to. Throws FormatError if it is broken or holds another number.
 Bytes UnpackZstd(std::span<const std::uint8_t> packed, std::uint64_t count);
 

@@ -74,19 +74,17 @@ public:
 private:
     // Far above any model, and what 32 bits of the compressors take.
     static constexpr std::uint64_t kMaxPacked = std::uint64_t{4} << 30;
+    static constexpr std::uint64_t kStreamHeader = 16;  ///< bytes
 
     void SetHeader(const SpzHeader& header) {
         mHeader = header;
         mStrides = GetStrides(header);
-        std::uint64_t size = 0;
-        for (const std::uint64_t stride : mStrides) size += stride * header.mCount;
-        CheckUnfolding(mPacked.size(), size);
+        for (const std::uint64_t stride : mStrides) mSize += stride * header.mCount;
+        CheckUnfolding(mPacked.size(), mSize);
     }
 
     void OpenStream() {
-        constexpr std::uint64_t kHeaderSize = 16;
-        mStream = std::make_unique<GzipStream>(mPacked);
-        SetHeader(ParseHeader(mStream->Read(kHeaderSize)));
+        SetHeader(ParseHeader(GzipStream(mPacked).Read(kStreamHeader)));
         if (mHeader.mVersion > 3) throw FormatError("it is SPZ 4 in a gzip stream, where version 4 has none");
     }
 
@@ -120,11 +118,17 @@ private:
     }
 
     void UnpackAll() {
+        const bool isStream = mHeader.mVersion <= 3;
+        if (isStream) mStream = UnpackGzip(mPacked, kStreamHeader + mSize);
+        std::uint64_t place = kStreamHeader;
         for (std::size_t i = 0; i < AttributeCount; ++i) {
             const std::uint64_t size = mStrides[i] * mHeader.mCount;
-            if (size != 0) mAttributes[i] = mStream ? mStream->Read(size) : UnpackZstd(mFrames[i], size);
+            if (!isStream && size != 0) mUnpacked[i] = UnpackZstd(mFrames[i], size);
+            mAttributes[i] = isStream ? std::span<const std::uint8_t>(mStream).subspan(static_cast<std::size_t>(place),
+                                                                                       static_cast<std::size_t>(size))
+                                      : mUnpacked[i];
+            place += size;
         }
-        mStream.reset();
         mPacked = {};
     }
 
@@ -208,9 +212,11 @@ private:
     bool mKeepsAxes;
     SpzHeader mHeader;
     std::array<std::uint64_t, AttributeCount> mStrides{};
-    std::unique_ptr<GzipStream> mStream;  ///< of versions 1 to 3, until it is unpacked
+    std::uint64_t mSize = 0;  ///< of all attributes
     std::array<std::span<const std::uint8_t>, AttributeCount> mFrames;
-    std::array<Bytes, AttributeCount> mAttributes;
+    Bytes mStream;                                ///< of versions 1 to 3, unpacked
+    std::array<Bytes, AttributeCount> mUnpacked;  ///< of version 4
+    std::array<std::span<const std::uint8_t>, AttributeCount> mAttributes;
 };
 
 bool Recognise(const Input& input) {
