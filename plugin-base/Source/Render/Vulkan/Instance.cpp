@@ -101,7 +101,7 @@ std::string DescribeDriver(VkPhysicalDevice handle, const VkPhysicalDeviceProper
     VkPhysicalDeviceDriverProperties driver = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_DRIVER_PROPERTIES};
     VkPhysicalDeviceProperties2 all = {VK_STRUCTURE_TYPE_PHYSICAL_DEVICE_PROPERTIES_2, &driver};
     vkGetPhysicalDeviceProperties2(handle, &all);
-    return fmt::format("{} {}", driver.driverName, driver.driverInfo);
+    return fmt::format("{}{}{}", driver.driverName, *driver.driverInfo == '\0' ? "" : " ", driver.driverInfo);
 }
 
 PhysicalDevice Inspect(VkPhysicalDevice handle, std::uint32_t instanceVersion) {
