@@ -29,7 +29,10 @@ int DescribeFailure(std::string& text) {
         return kExitInterrupted;
     } catch (const EffectError& error) {
         text = error.what();
-        return error.GetCode() == kEffectIsShortOfMemory ? kExitMemory : kExitFailed;
+        // What the effect did not expect has one code for all, and the exception's name in its text.
+        const bool isMemory =
+            error.GetCode() == kEffectIsShortOfMemory || text.find("std::bad_alloc") != std::string::npos;
+        return isMemory ? kExitMemory : kExitFailed;
     } catch (const std::bad_alloc&) {
         text = "nimbrel-render: the machine is short of memory";
         return kExitMemory;

@@ -99,8 +99,8 @@ private:
         const Clock::time_point start = Clock::now();
         try {
             host.Start();
-        } catch (const EffectError&) {
-            RefuseUnknownDevice(host);
+        } catch (const EffectError& error) {
+            RefuseUnknownDevice(host, error);
             throw;
         }
         host.GetProject().AddNulls(mScene.mNulls);
@@ -109,13 +109,13 @@ private:
         mSetupMs = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
     }
 
-    // A device that isn't there is the command line's fault, but for a kind that another machine may have.
-    void RefuseUnknownDevice(Host& host) const {
+    // A device that isn't there is the command line's fault, but for a kind that another machine may have. The effect's
+    // message lists what there is.
+    void RefuseUnknownDevice(Host& host, const EffectError& error) const {
         const std::string& wanted = mLine.mGpu;
         const bool isKind = wanted == "cpu" || wanted == "vulkan" || wanted == "dx12";
         if (wanted.empty() || isKind || !host.GetDevices().GetChosenName().empty()) return;
-        throw UsageError(fmt::format("--gpu: expected a device of this list, but it is \"{}\"\n{}", wanted,
-                                     DescribeDevices(host.GetDevices())));
+        throw UsageError(fmt::format("--gpu: expected a device of --list-gpus: {}", error.what()));
     }
 
     /// Prints what the validation layer found; whether that is nothing.
