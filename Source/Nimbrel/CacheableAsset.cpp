@@ -1,5 +1,8 @@
 #include "Nimbrel/CacheableAsset.h"
 
+#include <stdexcept>
+#include <system_error>
+
 #include <fmt/format.h>
 
 #include "Nimbrel/PLYFileReader.h"
@@ -26,6 +29,10 @@ CacheableAsset::CacheableAsset(const Options& options) {
         error = exception.message;
     } catch (const zeb::Exception& exception) {
         error = exception.what();
+    } catch (const std::system_error&) {
+        throw;  // of the moment, not of the file
+    } catch (const std::runtime_error& exception) {
+        error = exception.what();  // the reader's word on properties without an element
     }
 }
 

@@ -1,5 +1,6 @@
 #include "NimbrelHost/Output/Output.h"
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -9,6 +10,7 @@
 #include "NimbrelHost/Output/FrameList.h"
 #include "NimbrelHost/Output/FramePattern.h"
 #include "NimbrelHost/Pictures/Picture.h"
+#include "NimbrelHost/Support/Interrupt.h"
 #include "NimbrelHost/Support/Text.h"
 #include "NimbrelHost/Support/WholeFile.h"
 #include "TestSupport.h"
@@ -16,6 +18,7 @@
 #ifndef _WIN32
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #endif
 
@@ -176,6 +179,37 @@ TEST(Output, ALinkIsWrittenThroughAndStays) {
     EXPECT_TRUE(std::filesystem::is_symlink(folder / "link"));
     std::ifstream stream(folder / "target");
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(stream), {}), "short\n");
+}
+#endif
+
+#ifndef _WIN32
+// In a process of its own that never comes to an end by itself.
+TEST(Output, AStoppedProcessEndsAndTakesItsUnfinishedFilesAlong) {
+    const TestFolder folder;
+    const struct {
+        std::vector<int> mSignals;
+        int mCode;
+    } cases[] = {{{SIGINT}, 130}, {{SIGTERM}, 143}, {{SIGTERM, SIGINT}, 130}};
+    for (const auto& [signals, code] : cases) {
+        const pid_t child = fork();
+        if (child == 0) {
+            CatchInterrupts("");
+            WholeFile done(folder / "done.png");
+            done.Commit();
+            WholeFile begun(folder / "begun.png");
+            WholeFile other(folder / "other.png");
+            for (const int number : signals) raise(number);
+            for (;;) pause();
+        }
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_TRUE(WIFEXITED(status));
+        EXPECT_EQ(WEXITSTATUS(status), code);
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(folder / "."))
+            names.push_back(entry.path().filename());
+        EXPECT_THAT(names, ::testing::ElementsAre("done.png"));
+    }
 }
 #endif
 

@@ -7,6 +7,7 @@
 #include <unordered_set>
 
 #include "NimbrelHost/Support/Errors.h"
+#include "NimbrelHost/Support/Text.h"
 
 namespace nimbrel::host {
 namespace {
@@ -64,8 +65,8 @@ std::vector<int> ParseFrames(std::string_view text) {
     if (!good || !rest.empty()) {
         throw UsageError(
             fmt::format("--frames: expected frames such as 7, 0-23, 0-47x2 or 1,3,5-9, numbers of at most {}, but it "
-                        "is \"{}\"",
-                        kMaxFrame, text));
+                        "is {}",
+                        kMaxFrame, Quote(text)));
     }
     return frames;
 }

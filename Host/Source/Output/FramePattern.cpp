@@ -16,7 +16,7 @@ FramePattern::FramePattern(std::string pattern, int start) : mPattern(std::move(
         mFormat = Format::Exr;
     } else if (extension != ".png") {
         throw UsageError(
-            fmt::format("--output: expected a name that ends in .png or .exr, but it is \"{}\"", mPattern));
+            fmt::format("--output: expected a name that ends in .png or .exr, but it is {}", Quote(mPattern)));
     }
     // Only the file's name is a pattern; a folder may be called what it likes.
     const std::size_t slash = mPattern.find_last_of("/\\");

@@ -36,7 +36,7 @@ void ParseSize(std::string_view text, int& width, int& height) {
     good = good && TakeNumber(rest, height) && rest.empty();
     if (!good || width < 1 || height < 1 || width > 30000 || height > 30000) {
         throw UsageError(
-            fmt::format("--size: expected WIDTHxHEIGHT in pixels, each from 1 to 30000, but it is \"{}\"", text));
+            fmt::format("--size: expected WIDTHxHEIGHT in pixels, each from 1 to 30000, but it is {}", Quote(text)));
     }
 }
 
@@ -62,7 +62,7 @@ void MakeFolders(std::string_view option, const std::filesystem::path& folder) {
         whole /= part;
         if (std::error_code ignored;
             std::filesystem::exists(whole, ignored) && !std::filesystem::is_directory(whole, ignored)) {
-            throw UsageError(fmt::format("{}: expected a folder, but \"{}\" is none", option, PathText(whole)));
+            throw UsageError(fmt::format("{}: expected a folder, but {} is none", option, Quote(PathText(whole))));
         }
     }
     std::filesystem::create_directories(folder, error);

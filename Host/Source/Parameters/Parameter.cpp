@@ -11,6 +11,7 @@
 
 #include "NimbrelHost/Support/Errors.h"
 #include "NimbrelHost/Support/Similar.h"
+#include "NimbrelHost/Support/Text.h"
 
 namespace nimbrel::host {
 namespace {
@@ -151,8 +152,8 @@ Parameter& ParameterTable::Find(std::string_view id, const std::string& where) {
     for (const auto& parameter : mParameters) {
         if (isNumber ? parameter->mUniqueId == number : parameter->mName == id && parameter->HasValue()) {
             if (found != nullptr) {
-                throw UsageError(
-                    fmt::format("{}: several parameters are called \"{}\", expected an id or #uniqueID", where, id));
+                throw UsageError(fmt::format("{}: several parameters are called {}, expected an id or #uniqueID",
+                                             Unquoted(where), Quote(id)));
             }
             found = parameter.get();
         }
@@ -160,9 +161,10 @@ Parameter& ParameterTable::Find(std::string_view id, const std::string& where) {
         names.push_back(parameter->GetKey());
     }
     if (found != nullptr) return *found;
-    if (isButton) throw UsageError(fmt::format("{}: \"{}\" has no value, expected an id or #uniqueID", where, id));
-    throw UsageError(fmt::format("{}: unknown parameter \"{}\", expected an id of --list-parameters{}", where, id,
-                                 SuggestSimilar(id, names)));
+    if (isButton)
+        throw UsageError(fmt::format("{}: {} has no value, expected an id or #uniqueID", Unquoted(where), Quote(id)));
+    throw UsageError(fmt::format("{}: unknown parameter {}, expected an id of --list-parameters{}", Unquoted(where),
+                                 Quote(id), SuggestSimilar(id, names)));
 }
 
 glm::dvec3 EvaluateNumbers(const Parameter& parameter, double seconds) {

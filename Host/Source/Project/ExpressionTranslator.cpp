@@ -9,6 +9,7 @@
 
 #include "NimbrelHost/Project/Expression.h"
 #include "NimbrelHost/Project/ScriptEngine.h"
+#include "NimbrelHost/Support/Text.h"
 
 // Expressions do arithmetic on arrays, which ECMAScript turns into texts; so its operators become calls.
 
@@ -148,7 +149,7 @@ private:
 
     [[noreturn]] void Fail() const {
         if (Now().mKind == Token::Kind::End) throw ScriptError("it ends too early");
-        throw ScriptError(fmt::format("\"{}\" is not expected there", Now().mText));
+        throw ScriptError(fmt::format("{} is not expected there", Quote(Now().mText)));
     }
 
     void Expect(std::string_view text) {

@@ -151,13 +151,13 @@ void Project::AddNulls(const std::vector<NullSetting>& nulls) {
         if (nulls[i].mParent.empty()) continue;
         Layer* const parent = FindLayerByName(nulls[i].mParent);
         if (parent == nullptr) {
-            throw UsageError(fmt::format("{}: expected the name of a layer, but there is no layer \"{}\"",
-                                         nulls[i].mWhere, nulls[i].mParent));
+            throw UsageError(fmt::format("{}: expected the name of a layer, but there is no layer {}",
+                                         Unquoted(nulls[i].mWhere), Quote(nulls[i].mParent)));
         }
         for (const Layer* above = parent; above != nullptr; above = above->mParent) {
             if (above != made[i]) continue;
-            throw UsageError(fmt::format("{}: expected a layer that doesn't hang on \"{}\" itself", nulls[i].mWhere,
-                                         nulls[i].mName));
+            throw UsageError(fmt::format("{}: expected a layer that doesn't hang on {} itself",
+                                         Unquoted(nulls[i].mWhere), Quote(nulls[i].mName)));
         }
         made[i]->mParent = parent;
     }

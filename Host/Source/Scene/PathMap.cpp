@@ -31,7 +31,8 @@ void PathMap::Add(const std::string& text) {
         return Read(ReadJsonFile(TextPath(text)), text);
     }
     if (equals == std::string::npos || equals == 0 || equals + 1 == text.size()) {
-        throw UsageError(fmt::format("--map-path: expected FROM=TO or a .json file of rules, but it is \"{}\"", text));
+        throw UsageError(
+            fmt::format("--map-path: expected FROM=TO or a .json file of rules, but it is {}", Quote(text)));
     }
     const std::string from = text.substr(0, equals);
     Add({from, text.substr(equals + 1), LooksLikeWindows(from)});

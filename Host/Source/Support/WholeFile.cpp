@@ -111,6 +111,7 @@ WholeFile::WholeFile(std::filesystem::path file) : mFile(std::move(file)) {
         mStream = CreatePart(mPart, error);
     }
     if (mStream == nullptr) Fail(error);
+    mUnfinished.emplace(mPart);
 }
 
 WholeFile::~WholeFile() {
@@ -144,6 +145,7 @@ void WholeFile::Commit() {
     std::error_code error;
     std::filesystem::rename(mPart, mFile, error);
     if (error) throw OutputError(fmt::format("{}: cannot be written: {}", PathText(mFile), error.message()));
+    mUnfinished.reset();
     mPart.clear();
     if (mStream != nullptr) std::fclose(std::exchange(mStream, nullptr));
 }

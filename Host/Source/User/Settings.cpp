@@ -93,8 +93,8 @@ double ReadLayer(Host& host, const Setting& setting, const JsonView& view) {
     const std::filesystem::path file = (setting.mFolder / TextPath(text)).lexically_normal();
     std::error_code ignored;
     if (!std::filesystem::is_regular_file(file, ignored)) {
-        throw UsageError(fmt::format("{}: {}: expected a file, but there is none at \"{}\"", setting.mFile,
-                                     setting.mKey, PathText(file)));
+        throw UsageError(fmt::format("{}: {}: expected a file, but there is none at {}", Unquoted(setting.mFile),
+                                     Unquoted(setting.mKey), Quote(PathText(file))));
     }
     const std::filesystem::path model = GetPlainModel(host, setting, file);
     Project& project = host.GetProject();
@@ -193,7 +193,7 @@ void PressButton(Host& host, std::string_view id, const std::string& where) {
     const Parameter& parameter = host.GetParameters().Find(id, where);
     if (parameter.GetType() != PF_Param_BUTTON) {
         throw UsageError(
-            fmt::format("{}: expected a button, but \"{}\" is a {}", where, id, GetTypeName(parameter.GetType())));
+            fmt::format("{}: expected a button, but {} is a {}", where, Quote(id), GetTypeName(parameter.GetType())));
     }
     host.ChangeParameter(parameter);
 }

@@ -1,5 +1,3 @@
-#include <atomic>
-#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -13,21 +11,18 @@
 #include "NimbrelConvert/Report.h"
 #include "NimbrelHost/Program/ProgramOptions.h"
 #include "NimbrelHost/Support/Arguments.h"
+#include "NimbrelHost/Support/Errors.h"
+#include "NimbrelHost/Support/Interrupt.h"
+#include "NimbrelHost/Support/Text.h"
 
 namespace {
 
 using namespace nimbrel::convert;
 
-enum ExitCode { kDone = 0, kFailed = 1, kUsage = 2, kShortOfMemory = 33, kInterrupted = 130 };
-
-struct Interrupted {};
-
-std::atomic<bool> isInterrupted{false};
-
-void Interrupt(int) { isInterrupted = true; }
+enum ExitCode { kDone = 0, kFailed = 1, kUsage = 2, kShortOfMemory = 33 };
 
 void ThrowIfInterrupted() {
-    if (isInterrupted) throw Interrupted();
+    if (nimbrel::host::IsInterrupted()) throw nimbrel::host::Interrupted();
 }
 
 struct CommandLine {
@@ -46,7 +41,7 @@ std::string MakeFooter() {
     return text +
            "\nExit codes: 0 done; 1 the file cannot be read, or the other not written; 2 the command line is wrong; 33 "
            "the\n"
-           "machine is short of memory; 130 interrupted.\n\nExamples:\n"
+           "machine is short of memory; 130 or 143 interrupted.\n\nExamples:\n"
            "  nimbrel-convert room.spz room.ply\n"
            "  nimbrel-convert --info room.sog\n";
 }
@@ -69,7 +64,7 @@ int ParseArguments(CLI::App& app, int count, const char* const* arguments, Comma
         if (line.mJson && !line.mInfo) throw CLI::ValidationError("--json: expected --info with it");
         if (!line.mInfo && TextPath(line.mOut).extension() != ".ply") {
             throw CLI::ValidationError(
-                fmt::format("expected an output that ends in .ply, but it is \"{}\"", line.mOut));
+                fmt::format("expected an output that ends in .ply, but it is {}", nimbrel::host::Quote(line.mOut)));
         }
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0) return app.exit(error);
@@ -87,7 +82,8 @@ int Run(const CommandLine& line) {
     }
     const ModelFacts facts = ConvertModel(TextPath(line.mIn), TextPath(line.mOut), {line.mRead, ThrowIfInterrupted});
     if (line.mQuiet) return kDone;
-    fmt::print("\"{}\": {} splats of degree {}, from {}\n", line.mOut, facts.mCount, facts.mDegree, facts.mFormat);
+    fmt::print("{}: {} splats of degree {}, from {}\n", nimbrel::host::Quote(line.mOut), facts.mCount, facts.mDegree,
+               facts.mFormat);
     for (const std::string& note : facts.mNotes) fmt::print("{}\n", note);
     return kDone;
 }
@@ -100,18 +96,17 @@ int main(int argc, char** argv) {
     CommandLine line;
     const int code = ParseArguments(app, arguments.GetCount(), arguments.Get(), line);
     if (code >= 0) return code;
-    std::signal(SIGINT, Interrupt);
-    std::signal(SIGTERM, Interrupt);
+    nimbrel::host::CatchInterrupts("nimbrel-convert: interrupted\n");
     try {
         return Run(line);
-    } catch (const Interrupted&) {
+    } catch (const nimbrel::host::Interrupted&) {
         fmt::print(stderr, "nimbrel-convert: interrupted\n");
-        return kInterrupted;
+        return nimbrel::host::GetInterruptCode();
     } catch (const std::bad_alloc&) {
-        fmt::print(stderr, "nimbrel-convert: the machine is short of memory for \"{}\"\n", line.mIn);
+        fmt::print(stderr, "nimbrel-convert: the machine is short of memory for {}\n", nimbrel::host::Quote(line.mIn));
         return kShortOfMemory;
     } catch (const std::exception& error) {
-        fmt::print(stderr, "nimbrel-convert: {}\n", error.what());
+        fmt::print(stderr, "nimbrel-convert: {}\n", nimbrel::host::MakePrintable(error.what()));
         return kFailed;
     }
 }

@@ -12,6 +12,7 @@
 #include "NimbrelHost/Program/ProgramOptions.h"
 #include "NimbrelHost/Support/Errors.h"
 #include "NimbrelHost/Support/JsonView.h"
+#include "NimbrelHost/Support/Text.h"
 
 namespace nimbrel::host {
 namespace {
@@ -37,7 +38,7 @@ composition's. A number or a point may have an "expression" with its keyframes o
 A parameter is named by its id, its shown name ("1 Align Scale") or # and its number; --list-parameters shows all.
 
 Exit codes: 0 all frames written; 1 the effect or the graphics device failed, or a file could not be written; 2 the
-command line or the scene is wrong; 33 the machine is short of memory; 130 interrupted.
+command line or the scene is wrong; 33 the machine is short of memory; 130 or 143 interrupted.
 
 Examples:
   nimbrel-render --model statue.ply -o statue.png             one picture, the model framed to fill it
@@ -58,7 +59,7 @@ glm::dvec3 ParseColor(const std::string& text) {
     const auto isShare = [](const Json& number) { return number.is_number() && number >= 0 && number <= 1; };
     if (!value.is_array() || value.size() != 3 || !std::all_of(value.begin(), value.end(), isShare)) {
         throw UsageError(
-            fmt::format("--background: expected R,G,B, three numbers from 0 to 1, but it is \"{}\"", text));
+            fmt::format("--background: expected R,G,B, three numbers from 0 to 1, but it is {}", Quote(text)));
     }
     return {value[0].get<double>(), value[1].get<double>(), value[2].get<double>()};
 }
@@ -244,7 +245,7 @@ Value FindWord(std::string_view option, const std::string& word,
                                                                     : ", ",
                                 name);
     }
-    throw UsageError(fmt::format("{}: expected {}, but it is \"{}\"", option, expected, word));
+    throw UsageError(fmt::format("{}: expected {}, but it is {}", option, expected, Quote(word)));
 }
 
 void CheckNumbers(const CommandLine& line) {
@@ -271,7 +272,7 @@ void CheckPanel(const CommandLine& line) {
         throw UsageError("--panel-slot, --panel-group, --panel-closed: expected --panel FILE.png with them");
     }
     if (!line.mPanel.empty() && !line.mPanel.ends_with(".png")) {
-        throw UsageError(fmt::format("--panel: expected a .png file, but it is \"{}\"", line.mPanel));
+        throw UsageError(fmt::format("--panel: expected a .png file, but it is {}", Quote(line.mPanel)));
     }
     if (line.mPanelSlot && (*line.mPanelSlot < 1 || *line.mPanelSlot > 5)) {
         throw UsageError(fmt::format("--panel-slot: expected a slot from 1 to 5, but it is {}", *line.mPanelSlot));
@@ -321,7 +322,7 @@ std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv) {
     if (!line.mSelfTestReport.empty() && !line.mSelfTest)
         throw UsageError("--self-test-report: expected --self-test with it");
     if (!line.mThumbnail.empty() && !line.mThumbnail.ends_with(".png")) {
-        throw UsageError(fmt::format("--thumbnail: expected a .png file, but it is \"{}\"", line.mThumbnail));
+        throw UsageError(fmt::format("--thumbnail: expected a .png file, but it is {}", Quote(line.mThumbnail)));
     }
     if (!background.empty()) line.mBackground = ParseColor(background);
     if (!alpha.empty()) {

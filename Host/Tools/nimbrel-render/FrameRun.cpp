@@ -27,8 +27,8 @@ std::vector<int> ChooseFrames(const CommandLine& line, const Composition& compos
     }
     std::vector<int> frames = ParseFrames(line.mFrames);
     if (frames.size() > 1 && !pattern.HasNumber()) {
-        throw UsageError(fmt::format("--output: expected a run of # for the number of the {} frames in \"{}\"",
-                                     frames.size(), pattern.GetText()));
+        throw UsageError(fmt::format("--output: expected a run of # for the number of the {} frames in {}",
+                                     frames.size(), Quote(pattern.GetText())));
     }
     const int last = *std::max_element(frames.begin(), frames.end());
     if (last >= count && !line.mHold) {
@@ -44,9 +44,9 @@ std::vector<int> ChooseFrames(const CommandLine& line, const Composition& compos
 void CheckDepth(const FramePattern& pattern, const Composition& composition) {
     const bool isExr = pattern.GetFormat() == FramePattern::Format::Exr;
     if (isExr == (composition.mBitsPerChannel == 32)) return;
-    throw UsageError(fmt::format("--output: expected {} for {} bits per channel, but it is \"{}\" (see --depth)",
+    throw UsageError(fmt::format("--output: expected {} for {} bits per channel, but it is {} (see --depth)",
                                  isExr ? "a .png file" : "an .exr file", composition.mBitsPerChannel,
-                                 pattern.GetText()));
+                                 Quote(pattern.GetText())));
 }
 
 }  // namespace

@@ -2,12 +2,14 @@
 
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <new>
 
 #include "CommandLine.h"
 #include "NimbrelHost/Support/Arguments.h"
 #include "NimbrelHost/Support/Errors.h"
 #include "NimbrelHost/Support/Interrupt.h"
+#include "NimbrelHost/Support/Text.h"
 #include "NimbrelHost/Support/WholeFile.h"
 #include "Session.h"
 
@@ -26,7 +28,7 @@ int DescribeFailure(std::string& text) {
         return kExitUsage;
     } catch (const Interrupted&) {
         text = "nimbrel-render: interrupted";
-        return kExitInterrupted;
+        return GetInterruptCode();
     } catch (const EffectError& error) {
         text = error.what();
         // What the effect did not expect has one code for all, and the exception's name in its text.
@@ -36,6 +38,10 @@ int DescribeFailure(std::string& text) {
     } catch (const std::bad_alloc&) {
         text = "nimbrel-render: the machine is short of memory";
         return kExitMemory;
+    } catch (const std::filesystem::filesystem_error& error) {
+        const std::string where = error.path1().empty() ? "the current folder" : Quote(PathText(error.path1()));
+        text = fmt::format("nimbrel-render: {}: {}", where, error.code().message());
+        return kExitFailed;
     } catch (const std::exception& error) {
         text = fmt::format("nimbrel-render: {}", error.what());
         return kExitFailed;
@@ -45,7 +51,7 @@ int DescribeFailure(std::string& text) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    CatchInterrupts();
+    CatchInterrupts("nimbrel-render: interrupted\n");
     std::string text;
     LogMode mode = LogMode::Lines;
     try {

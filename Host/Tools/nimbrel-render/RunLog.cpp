@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "NimbrelHost/Output/RenderJob.h"
+#include "NimbrelHost/Support/Text.h"
 
 #ifdef _WIN32
 #include <io.h>
@@ -26,9 +27,10 @@ bool IsTerminal() {
 }
 
 // A message of one line stays one, whatever its text holds.
-std::string OneLine(std::string text) {
-    std::replace(text.begin(), text.end(), '\n', ' ');
-    return text;
+std::string OneLine(const std::string& text) {
+    std::string line = MakePrintable(text);
+    std::replace(line.begin(), line.end(), '\n', ' ');
+    return line;
 }
 
 std::uint64_t Mebibytes() { return GetPeakMemory() >> 20; }
@@ -184,7 +186,7 @@ void RunLog::Clear() {
 
 void RunLog::Print(std::string_view line) {
     Clear();
-    Put(stderr, fmt::format("{}\n", line));
+    Put(stderr, MakePrintable(line) + '\n');
 }
 
 void RunLog::PrintJson(const nlohmann::ordered_json& object) {

@@ -29,7 +29,8 @@ void RequireFolder(std::string_view option, const std::filesystem::path& file) {
     const std::filesystem::path folder = file.parent_path();
     std::error_code ignored;
     if (!folder.empty() && !std::filesystem::is_directory(folder, ignored)) {
-        throw UsageError(fmt::format("{}: expected an existing folder, but \"{}\" is none", option, PathText(folder)));
+        throw UsageError(
+            fmt::format("{}: expected an existing folder, but {} is none", option, Quote(PathText(folder))));
     }
 }
 

@@ -52,7 +52,8 @@ void ApplyModel(Host& host, const std::string& text) {
         slot = equals == 1 ? text[0] - '0' : 0;
         file = text.substr(equals + 1);
         if (slot < 1 || slot > kModelSlots) {
-            throw UsageError(fmt::format("--model: expected a slot from 1 to {}, but it is \"{}\"", kModelSlots, text));
+            throw UsageError(
+                fmt::format("--model: expected a slot from 1 to {}, but it is {}", kModelSlots, Quote(text)));
         }
     } else {
         // Backwards, so that the first free slot is the last found.
@@ -71,7 +72,7 @@ void ApplySet(Host& host, const std::string& text) {
     // A shown name may hold a blank but no "=".
     const std::size_t equals = text.find('=');
     if (equals == std::string::npos || equals == 0) {
-        throw UsageError(fmt::format("--set: expected ID=VALUE, but it is \"{}\"", text));
+        throw UsageError(fmt::format("--set: expected ID=VALUE, but it is {}", Quote(text)));
     }
     Setting setting{text.substr(0, equals), {}, "--set", text.substr(0, equals), std::filesystem::current_path(), {}};
     const std::string value = text.substr(equals + 1);

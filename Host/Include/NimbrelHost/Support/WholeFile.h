@@ -4,9 +4,12 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
+
+#include "NimbrelHost/Support/Interrupt.h"
 
 namespace nimbrel::host {
 
@@ -37,6 +40,7 @@ private:
     std::filesystem::path mFile;
     std::filesystem::path mPart;
     std::FILE* mStream = nullptr;
+    std::optional<UnfinishedFile> mUnfinished;
 };
 
 /// Removes what runs that were killed left of the files with these names in a folder. What another process writes at
