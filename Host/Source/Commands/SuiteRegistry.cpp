@@ -12,7 +12,7 @@ void SuiteRegistry::Add(const std::string& name, std::int32_t version, const voi
 const void* SuiteRegistry::Acquire(const char* name, std::int32_t version) {
     if (name == nullptr) return nullptr;
     const std::scoped_lock lock(mMutex);
-    const auto found = mEntries.find({name, version});
+    const auto found = mEntries.find(std::pair(std::string_view(name), version));
     // Versions are exact: a table of another version has other slots.
     if (found == mEntries.end()) return nullptr;
     ++found->second.mHeld;
@@ -22,7 +22,7 @@ const void* SuiteRegistry::Acquire(const char* name, std::int32_t version) {
 const void* SuiteRegistry::Find(const char* name, std::int32_t version) const {
     if (name == nullptr) return nullptr;
     const std::scoped_lock lock(mMutex);
-    const auto found = mEntries.find({name, version});
+    const auto found = mEntries.find(std::pair(std::string_view(name), version));
     return found == mEntries.end() ? nullptr : found->second.mTable;
 }
 
@@ -30,7 +30,7 @@ const void* SuiteRegistry::Find(const char* name, std::int32_t version) const {
 bool SuiteRegistry::Release(const char* name, std::int32_t version) {
     if (name == nullptr) return false;
     const std::scoped_lock lock(mMutex);
-    const auto found = mEntries.find({name, version});
+    const auto found = mEntries.find(std::pair(std::string_view(name), version));
     if (found == mEntries.end() || found->second.mHeld == 0) return false;
     --found->second.mHeld;
     return true;
@@ -38,7 +38,7 @@ bool SuiteRegistry::Release(const char* name, std::int32_t version) {
 
 int SuiteRegistry::CountHeld(const std::string& name, std::int32_t version) const {
     const std::scoped_lock lock(mMutex);
-    const auto found = mEntries.find({name, version});
+    const auto found = mEntries.find(std::pair(std::string_view(name), version));
     return found == mEntries.end() ? 0 : found->second.mHeld;
 }
 

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <exception>
 #include <memory>
+#include <new>
 #include <system_error>
 #include <thread>
 
@@ -247,14 +248,17 @@ std::vector<FrameTimes> RenderFrames(Host& host, const std::vector<int>& frames,
     // An effect that didn't declare itself ready for threads renders on this one alone.
     const int wanted = host.SupportsThreads() ? threads : 1;
     const auto count = std::min(static_cast<std::size_t>(std::max(1, wanted)), std::max<std::size_t>(1, frames.size()));
-    std::vector<std::thread> others;
-    try {
-        for (std::size_t i = 1; i < count; ++i) others.emplace_back(work);
-    } catch (const std::system_error&) {
-        // Those that could be started do the work.
+    {
+        std::vector<std::jthread> others;  // waited for at the end, also where the rest of them cannot be started
+        try {
+            others.reserve(count - 1);
+            for (std::size_t i = 1; i < count; ++i) others.emplace_back(work);
+        } catch (const std::system_error&) {
+            // Those that could be started do the work.
+        } catch (const std::bad_alloc&) {
+        }
+        work();
     }
-    work();
-    for (std::thread& other : others) other.join();
     // Later frames may have failed first; the earliest is what the user looks into.
     for (const std::exception_ptr& failure : failures) {
         if (failure) std::rethrow_exception(failure);

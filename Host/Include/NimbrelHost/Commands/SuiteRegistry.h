@@ -4,6 +4,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -33,8 +34,19 @@ private:
         int mHeld = 0;
     };
 
+    /// Compares with names that nobody owns, too: giving back takes no memory.
+    struct Before {
+        using is_transparent = void;
+        template <class A, class B>
+        bool operator()(const A& a, const B& b) const {
+            const std::string_view nameA = a.first;
+            const std::string_view nameB = b.first;
+            return nameA != nameB ? nameA < nameB : a.second < b.second;
+        }
+    };
+
     mutable std::mutex mMutex;
-    std::map<std::pair<std::string, std::int32_t>, Entry> mEntries;
+    std::map<std::pair<std::string, std::int32_t>, Entry, Before> mEntries;
 };
 
 }  // namespace nimbrel::host
