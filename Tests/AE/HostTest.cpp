@@ -125,6 +125,23 @@ TEST_F(InHost, WhatIsNotThereIsMissedWhereItMustBe) {
                 HasSubstr("\"Failed to get the layer source item.\""));
 }
 
+TEST_F(InHost, LayersMoveRightBelowAnother) {
+    host::Project& project = GetHost().GetProject();
+    for (const char* name : {"a", "b", "c"}) project.AddNull(name);
+    const auto wrap = [](host::Layer* layer) {
+        return zeb::AEGP::Layer(reinterpret_cast<AEGP_LayerH>(static_cast<void*>(layer)));
+    };
+    for (const char* moved : {"a", "b", "c"}) {
+        for (const char* reference : {"b", "c", "a"}) {
+            host::Layer *const layer = project.FindLayerByName(moved), *const above =
+                                                                           project.FindLayerByName(reference);
+            if (layer == above) continue;
+            zeb::AEGP::MoveLayerBelow(wrap(layer), wrap(above));
+            EXPECT_EQ(project.GetIndex(layer), project.GetIndex(above) + 1) << moved << " below " << reference;
+        }
+    }
+}
+
 /// No exception of any kind crosses to the host.
 TEST_F(InHost, EveryFailureBecomesACodeAndAMessage) {
     const struct {

@@ -22,6 +22,8 @@ TEST(Camera, RotatesAboutEachAxis) {
     ExpectColumns(EulerRotation({0, 0, 90}), {0, 1, 0}, {-1, 0, 0}, {0, 0, 1}, "z");
     // Rx * Ry: the y turn comes first for a column vector: z -> x -> x, y -> y -> z.
     ExpectColumns(EulerRotation({90, 90, 0}), {0, 1, 0}, {0, 0, 1}, {1, 0, 0}, "xy");
+    // Ry * Rz: x -> y -> y, y -> -x -> z.
+    ExpectColumns(EulerRotation({0, 90, 90}), {0, 1, 0}, {0, 0, 1}, {1, 0, 0}, "yz");
 }
 
 TEST(Camera, AimsItsZAxisAndStaysLevel) {

@@ -68,6 +68,7 @@ TEST(SplatPacking, VectorBits) {
         {{0.0f, 0.0f, 1.0f}, 0xffe00000, 0xf800},
         // 0.5: 1023.75, 511.75 and 1023.75; 31.75, 15.75 and 15.75.
         {{0.5f, 0.5f, 0.5f}, 1023u | 511u << 11 | 1023u << 21, 31 | 15 << 6 | 15 << 11},
+        {{0.9998f, 0.9998f, 0.9998f}, 0xffffffff, 0xffff},  // the last step is as wide as the others
         {{-1.0f, 2.0f, kNaN}, 0x001ff800, 0x07c0},
         {{kInfinity, -kInfinity, 1e30f}, 0xffe007ff, 0xf83f},
     };
