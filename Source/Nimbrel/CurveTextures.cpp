@@ -1,5 +1,6 @@
 #include "Nimbrel/CurveTextures.h"
 
+#include <bit>
 #include <cstring>
 
 #include <fmt/format.h>
@@ -43,11 +44,16 @@ void CurveTextures::UploadCurves(CopyCommandEncoder& encoder, Curves& curves, st
     const auto count = static_cast<std::uint32_t>(modelIndices.size());
     const std::size_t instanceSize =
         std::size_t{curves.mRowsPerInstance} * kCurveSamples * GetBytesPerPixel(curves.mFormat);
-    const std::uint32_t rows = curves.mRowsPerInstance * count;
+    // A power of two, so that the middle of each row is a number that floats hold: else the filter mixes in a little of
+    // the next row, more or less by the height that earlier frames needed.
+    const std::uint32_t rows = std::bit_ceil(curves.mRowsPerInstance * count);
     if (curves.mTexture == nullptr || curves.mTexture->GetHeight() < rows) {
         // First, so that a frame that fails in between is made up for by the next one.
         curves.mTexture.reset();
-        curves.mUploadBuffer.SetByteSize(instanceSize * count);
+        const std::size_t size = std::size_t{rows} * kCurveSamples * GetBytesPerPixel(curves.mFormat);
+        curves.mUploadBuffer.SetByteSize(size);
+        // Rows that no instance fills are read with a share of 0, which what is no number would not survive.
+        std::memset(MappedBuffer(curves.mUploadBuffer).Get(), 0, size);
         TextureDescription description;
         description.mFormat = curves.mFormat;
         description.mWidth = kCurveSamples;
